@@ -1,0 +1,45 @@
+# What every target of the project is compiled with: link to cqapi_options.
+
+option(CQAPI_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+option(CQAPI_COVERAGE "Record line coverage" OFF)
+set(CQAPI_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_library(cqapi_options INTERFACE)
+target_compile_features(cqapi_options INTERFACE cxx_std_20 c_std_99)
+
+if(MSVC)
+  target_compile_options(cqapi_options INTERFACE /W4 /permissive- /utf-8 /fp:precise)
+  target_compile_definitions(cqapi_options INTERFACE _CRT_SECURE_NO_WARNINGS NOMINMAX)
+else()
+  target_compile_options(cqapi_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    # A fused multiply-add would round the colour formulas differently from one machine to another.
+    -ffp-contract=off)
+endif()
+if(CQAPI_WARNINGS_AS_ERRORS)
+  target_compile_options(cqapi_options INTERFACE $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
+endif()
+
+if(CQAPI_SANITIZE)
+  target_compile_options(cqapi_options INTERFACE
+    -fsanitize=${CQAPI_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(cqapi_options INTERFACE -fsanitize=${CQAPI_SANITIZE})
+endif()
+if(CQAPI_COVERAGE)
+  target_compile_options(cqapi_options INTERFACE --coverage -O0)
+  target_link_options(cqapi_options INTERFACE --coverage)
+endif()
+
+if(MINGW)
+  # The compiler's run-time libraries are linked in: what is built needs system DLLs alone.
+  target_link_options(cqapi_options INTERFACE -static)
+  target_compile_definitions(cqapi_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN
+    __USE_MINGW_ANSI_STDIO=1)
+endif()
+
+find_package(Threads REQUIRED)
+target_link_libraries(cqapi_options INTERFACE Threads::Threads)

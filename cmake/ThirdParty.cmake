@@ -1,0 +1,26 @@
+# Libraries of the tools and tests; the library itself uses none of them.
+#
+# Debian installs their headers in /usr/include, which a cross build must not search as a whole, so
+# each is linked into a folder of its own.
+
+function(cqapi_header_library target folder header)
+  find_path(${target}_DIR NAMES ${header} PATHS /usr/include
+    NO_CMAKE_FIND_ROOT_PATH REQUIRED DOC "Folder that contains ${header}")
+  set(include_dir ${CMAKE_BINARY_DIR}/third_party/${target})
+  file(MAKE_DIRECTORY ${include_dir})
+  file(CREATE_LINK ${${target}_DIR}/${folder} ${include_dir}/${folder} COPY_ON_ERROR SYMBOLIC)
+  add_library(${target} INTERFACE)
+  target_include_directories(${target} SYSTEM INTERFACE ${include_dir})
+endfunction()
+
+cqapi_header_library(cli11 CLI CLI/CLI.hpp)
+cqapi_header_library(nlohmann_json nlohmann nlohmann/json.hpp)
+
+if(CQAPI_BUILD_TESTS)
+  set(CQAPI_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources")
+  set(gtest_disable_pthreads OFF)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  add_subdirectory(${CQAPI_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/third_party/googletest
+    EXCLUDE_FROM_ALL SYSTEM)
+  include(GoogleTest)
+endif()

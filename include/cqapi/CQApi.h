@@ -1,0 +1,405 @@
+/*
+ * CQApi: drives a spectrophotometer and computes colour data.
+ *
+ * This header is the library's whole surface and its manual. It is plain C99 and C++ and needs
+ * nothing but the compiler's own headers.
+ *
+ * A first measurement:
+ *
+ *     CqHandle instrument = cqOpen(NULL);                 // find the instrument and connect
+ *     CqMeasurementRecord record;
+ *     if (instrument != NULL && cqMeasureStandard(instrument, &record) == CQ_NO_ERROR) {
+ *         // record.bytes now holds what the instrument measured
+ *     }
+ *     cqClose(instrument);
+ *
+ * CONVENTIONS
+ *
+ * 1. Handles. An open call returns an opaque CqHandle; NULL means that it failed. A handle stays
+ *    valid until cqClose, even when the instrument is unplugged: calls then return the codes of the
+ *    broken link. An unknown, closed or null handle makes every call that takes one return
+ *    CQ_NOT_SUPPORTED (17) and do nothing else. After cqClose the same value may come back from a
+ *    later open call, so forget a handle once it is closed.
+ *
+ * 2. Result codes. Functions that can fail return an unsigned 32-bit code, CQ_NO_ERROR (0) on
+ *    success; see CqResult for all of them. The library has no "last error" to ask; details (sizes,
+ *    the instrument's own error numbers) go to the debug log.
+ *
+ * 3. Memory. The caller owns every record, array and text that it passes; the library uses it
+ *    during the call only and keeps no pointer to it. Unless a function says otherwise, an output
+ *    is written only when the result is CQ_NO_ERROR. No function tests a record pointer for NULL.
+ *    cqFree releases memory that the library hands out.
+ *
+ * 4. Widths. Integers have the widths written here, a bool is one byte, a handle is a pointer.
+ *    Records are packed, their integers little-endian; their sizes are checked below. Texts in
+ *    records are 8-bit strings that end with a NUL.
+ *
+ * 5. Threads. Every function may be called from any thread. Calls on different handles run in
+ *    parallel. An instrument handles one request at a time: a call made while another one is being
+ *    sent on the same handle returns CQ_DEVICE_IS_BUSY, and one made while another waits for its
+ *    reply takes its place, the earlier call returning CQ_DEVICE_IS_BUSY. Give each handle one
+ *    thread, or a lock of your own. cqClose may be called while another thread's call runs on the
+ *    same handle; that call ends with a result code.
+ *
+ * 6. The measurement callback runs on a thread of the library. Inside it you may call
+ *    cqIsValidHandle, cqGetPortName, cqSetMeasurementResultReceivedCallback, the colour and the log
+ *    functions, and anything on another handle. Do not call a function that talks to the same
+ *    instrument (it would wait for a reply that only the callback's own thread can receive, and
+ *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid during the
+ *    call only: copy it.
+ *
+ * 7. Times. Every request ends by itself; the longest waits are named with each function. The one
+ *    exception is cqOpen on a port that opens but never answers: it waits until the port goes away.
+ *
+ * Unless noted, each function that takes a handle can also return CQ_DEVICE_IS_CLOSED (the port is
+ * gone), CQ_NO_SESSION (the instrument said goodbye), CQ_DEVICE_IS_BUSY, CQ_SENDING_TIMEOUT (no
+ * reply or acknowledgement in time), CQ_EXECUTE_COMMAND_FAILED (the instrument refused),
+ * CQ_INVALID_PACKET (a reply of the wrong size) and CQ_NOT_SUPPORTED (unknown handle).
+ */
+#ifndef CQAPI_CQAPI_H
+#define CQAPI_CQAPI_H
+
+#include <stdint.h>
+#ifndef __cplusplus
+#include <stdbool.h>
+#endif
+
+#define CQAPI_VERSION_MAJOR 1
+#define CQAPI_VERSION_MINOR 0
+#define CQAPI_VERSION_PATCH 0
+#define CQAPI_VERSION_STRING "1.0.0"
+
+#ifndef CQ_API
+#if defined(_WIN32) && !defined(CQAPI_BUILDING)
+#define CQ_API __declspec(dllimport)
+#elif defined(__GNUC__) && !defined(_WIN32)
+#define CQ_API __attribute__((visibility("default")))
+#else
+#define CQ_API /* the DLL's exports are listed in its module-definition file */
+#endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------ result codes */
+
+/** What a function's unsigned 32-bit result means; the comment begins with the code's text. */
+enum CqResult {
+    CQ_NO_ERROR = 0,                /**< "no error" */
+    CQ_CANNOT_FOUND_DEVICE = 1,     /**< "cannot found device": no port with an instrument */
+    CQ_FAIL_TO_OPEN = 2,            /**< "fail to open": the port cannot be opened */
+    CQ_DEVICE_IS_CLOSED = 3,        /**< "device is closed": the port is closed or was unplugged */
+    CQ_NO_SESSION = 4,              /**< "no session": the instrument has ended the connection */
+    CQ_DEVICE_IS_BUSY = 5,          /**< "device is busy": another transfer is running */
+    CQ_SENDING_TIMEOUT = 6,         /**< "sending timeout": not answered in time */
+    CQ_RECEIVING_TIMEOUT = 7,       /**< "receiving timeout": no reply in time (wireless) */
+    CQ_EXECUTE_COMMAND_FAILED = 8,  /**< "execute command failed": the instrument refused */
+    CQ_SYSTEM_ERROR = 9,            /**< "system error": an operating-system call failed */
+    CQ_INVALID_PACKET = 10,         /**< "invalid packet": a reply of the wrong size or form */
+    CQ_UNEXPECTED_COMMAND = 11,     /**< "unexpected command": a reply to another command */
+    CQ_UNCALIBRATED = 12,           /**< "uncalibrated": calibrate before measuring */
+    CQ_THE_STORAGE_IS_FULL = 13,    /**< "the storage is full" */
+    CQ_FAIL_TO_CALIBRATE = 14,      /**< "fail to calibrate" */
+    CQ_NO_ENOUGH_STORAGE = 15,      /**< "no enough storage": fewer free places than records */
+    CQ_INVALID_PARAMETER = 16,      /**< "invalid parameter": a null or out-of-range argument */
+    CQ_NOT_SUPPORTED = 17,          /**< "not supported": also the answer to an unknown handle */
+    CQ_HAS_CONNECTED = 18,          /**< "has connected": also an unassigned colour space */
+    CQ_UNKNOWN_ERROR = 19           /**< "unknown error" */
+};
+
+/** A count that means "all from the first index on". */
+#define CQ_ALL_RECORDS 0xFFFFFFFFu
+
+/* ------------------------------------------------------------------------ records */
+
+/** An open instrument. Opaque; NULL means none. */
+typedef void* CqHandle;
+
+#pragma pack(push, 1)
+
+/** Device information, 136 bytes. What each text says is the instrument's own choice. */
+typedef struct CqDeviceInfo {
+    char infoText3[16];
+    char infoText11[16];
+    char infoText4[16];
+    char infoText7[32];
+    char infoText6[16];
+    char infoText12[16];
+    uint8_t reserved[16];
+    /** The low 32 bits are how many standards the instrument can store. */
+    uint64_t trailingValue;
+} CqDeviceInfo;
+
+/** Instrument status, 20 bytes. Items are numbered as the instrument numbers them. */
+typedef struct CqInstrumentStatus {
+    uint8_t item16;
+    uint8_t reserved1[2];
+    uint8_t item17;
+    uint8_t reserved4;
+    uint8_t item15;
+    uint8_t item14;
+    uint8_t item18;
+    uint8_t item20;
+    uint8_t item19;
+    uint16_t totalStandards;
+    uint8_t reserved12[2];
+    uint8_t item0;
+    uint8_t reserved15[5];
+} CqInstrumentStatus;
+
+/** One measurement, 256 bytes: the unit of stored standards and samples. The library passes it
+ *  between instrument and caller byte for byte; its inner layout is the instrument's. */
+typedef struct CqMeasurementRecord {
+    uint8_t bytes[256];
+} CqMeasurementRecord;
+
+/** Reference values of the white calibration tile, 280 bytes. The library does not read them. */
+typedef struct CqWhiteBoardParameter {
+    char text[16];
+    uint8_t reserved[16];
+    uint8_t firstBlock[124];
+    uint8_t secondBlock[124];
+} CqWhiteBoardParameter;
+
+/** Three numbers whose meaning the colour space gives, see ColorSpace. */
+typedef struct ColorData {
+    float values[3];
+} ColorData;
+
+#pragma pack(pop)
+
+#define CQ_CHECK_SIZE(type, size) typedef char type##HasSize##size[sizeof(type) == (size) ? 1 : -1]
+CQ_CHECK_SIZE(CqDeviceInfo, 136);
+CQ_CHECK_SIZE(CqInstrumentStatus, 20);
+CQ_CHECK_SIZE(CqMeasurementRecord, 256);
+CQ_CHECK_SIZE(CqWhiteBoardParameter, 280);
+CQ_CHECK_SIZE(ColorData, 12);
+#undef CQ_CHECK_SIZE
+
+/* ------------------------------------------------------------------------ connection */
+
+/**
+ * Opens a wired instrument.
+ *
+ * @param portName  "COM5" on Windows, a terminal's path such as "/dev/ttyACM0" elsewhere; NULL or
+ *                  "" tries every port that carries the instrument's USB identity (0483:5740) and
+ *                  keeps the first that answers.
+ * @return a handle to give to cqClose, or NULL: no instrument found, the port cannot be opened
+ *         (in use, no permission), or the instrument refused the connection. The debug log tells.
+ *
+ * Waits without a limit on a port that opens but never answers. A host that must not wait calls
+ * it on a thread of its own.
+ */
+CQ_API CqHandle cqOpen(const char* portName);
+
+/** Says goodbye to the instrument, closes its port and forgets the handle. Takes at most about half
+ *  a second more than the callback, if that is running. An unknown or null handle is ignored. Not
+ *  from the handle's own callback. */
+CQ_API void cqClose(CqHandle handle);
+
+/** True while the handle is open. Does not ask the instrument whether it is still there. */
+CQ_API bool cqIsValidHandle(CqHandle handle);
+
+/**
+ * Gives the name of the port that the instrument is connected through.
+ *
+ * @param buffer  receives the name; must hold at least 4 bytes.
+ * @param size    the buffer's size in bytes.
+ *
+ * The first four bytes are zeroed, whatever the size; then the name is copied WITHOUT a terminating
+ * NUL if it has at most `size` characters, else the whole buffer is zeroed. Clear the buffer
+ * beforehand and pass one byte less than it holds.
+ *
+ * @return CQ_NO_ERROR, or CQ_NOT_SUPPORTED for an unknown handle.
+ */
+CQ_API uint32_t cqGetPortName(CqHandle handle, char* buffer, int32_t size);
+
+/** Releases memory that the library handed out. NULL is ignored. */
+CQ_API void cqFree(void* memory);
+
+/* ------------------------------------------------------------------------ debug log */
+
+/** Starts the debug log: a file named as the library's own with ".log" appended, beside it, emptied
+ *  at every start. @return false when the file cannot be opened. */
+CQ_API bool cqEnableDebugLog(void);
+
+/** Stops the debug log and closes its file. (The name is spelled so.) @return true. */
+CQ_API bool cqDiableDebugLog(void);
+
+/* ------------------------------------------------------------------------ identity and state */
+
+/** Reads the device information. Waits up to 5 s. */
+CQ_API uint32_t cqGetDeviceInfo(CqHandle handle, CqDeviceInfo* info);
+
+/** Reads the instrument's status. Waits up to 5 s. Can also return CQ_UNKNOWN_ERROR. */
+CQ_API uint32_t cqGetInstrumentStatus(CqHandle handle, CqInstrumentStatus* status);
+
+/* ------------------------------------------------------------------------ measuring */
+
+/** Calibrates on the white tile. Waits up to 15 s. CQ_EXECUTE_COMMAND_FAILED: refused. */
+CQ_API uint32_t cqCalibrateWhite(CqHandle handle);
+
+/** Calibrates on the black trap. Waits up to 15 s. CQ_EXECUTE_COMMAND_FAILED: refused. */
+CQ_API uint32_t cqCalibrateBlack(CqHandle handle);
+
+/** Measures a standard. Waits up to 15 s. CQ_EXECUTE_COMMAND_FAILED: not calibrated, or refused. */
+CQ_API uint32_t cqMeasureStandard(CqHandle handle, CqMeasurementRecord* record);
+
+/** Measures a trial (sample). As cqMeasureStandard. */
+CQ_API uint32_t cqMeasureTrial(CqHandle handle, CqMeasurementRecord* record);
+
+/**
+ * Receives a measurement that was started with the instrument's own button.
+ *
+ * @param isStandard  true for a standard, false for a trial.
+ * @param record      valid during the call only.
+ * @param user        the pointer given at registration.
+ */
+typedef void (*CqMeasurementResultReceived)(bool isStandard, const CqMeasurementRecord* record,
+                                            void* user);
+
+/**
+ * Sets the function that receives measurements started on the instrument, in place of any earlier
+ * one; NULL removes it. See convention 6 for what it may do. When the call returns, an earlier
+ * function has ended and will not be called again (unless the call is made from inside it).
+ *
+ * @return CQ_NO_ERROR, or CQ_NOT_SUPPORTED for an unknown handle.
+ */
+CQ_API uint32_t cqSetMeasurementResultReceivedCallback(CqHandle handle,
+                                                       CqMeasurementResultReceived callback,
+                                                       void* user);
+
+/* ------------------------------------------------------------------------ stored records */
+
+/** Counts the stored standards. Waits up to 5 s. */
+CQ_API uint32_t cqGetTotalStandards(CqHandle handle, uint32_t* count);
+
+/** Counts all stored samples. Waits up to 5 s. */
+CQ_API uint32_t cqGetTotalSamples(CqHandle handle, uint32_t* count);
+
+/** Counts the samples of one standard. Waits up to 5 s. A wired instrument is not told the index
+ *  and answers with the number of all samples. */
+CQ_API uint32_t cqGetSampleCount(CqHandle handle, uint32_t standardIndex, uint32_t* count);
+
+/**
+ * Reads stored standards from the instrument, in index order.
+ *
+ * @param records  room for `count` records, or with CQ_ALL_RECORDS for all from `firstIndex` on
+ *                 (cqGetTotalStandards less `firstIndex`). Fewer may be written if the instrument
+ *                 holds fewer; places beyond those are left as they were.
+ *
+ * Waits up to 5 s + 50 ms a record. CQ_INVALID_PACKET: not whole records, or more than asked for.
+ */
+CQ_API uint32_t cqUploadStandards(CqHandle handle, CqMeasurementRecord* records,
+                                  uint32_t firstIndex, uint32_t count);
+
+/**
+ * Reads stored samples of one standard, in index order.
+ *
+ * @param records  room for `count` records, or with CQ_ALL_RECORDS for all from `firstIndex` on
+ *                 (a wired instrument: cqGetTotalSamples less `firstIndex`). On success places that
+ *                 the instrument did not fill are zeroed.
+ *
+ * Waits up to 5 s, however many samples there are; over a slow link read them in portions.
+ */
+CQ_API uint32_t cqUploadSamples(CqHandle handle, CqMeasurementRecord* records,
+                                uint32_t standardIndex, uint32_t firstIndex, uint32_t count);
+
+/** Writes standards to the instrument, after those that it holds. CQ_NO_ENOUGH_STORAGE: they do not
+ *  fit, nothing was sent. Waits up to 5 s for each of its three steps. */
+CQ_API uint32_t cqDownloadStandards(CqHandle handle, const CqMeasurementRecord* records,
+                                    uint32_t count);
+
+/** Deletes one standard. Waits up to 5 s. */
+CQ_API uint32_t cqDeleteStandard(CqHandle handle, uint32_t standardIndex);
+
+/** Deletes every stored standard and sample. Waits up to 30 s. */
+CQ_API uint32_t cqDeleteAllRecords(CqHandle handle);
+
+/** Deletes one sample of a standard. Waits up to 5 s. */
+CQ_API uint32_t cqDeleteSample(CqHandle handle, uint32_t standardIndex, uint32_t sampleIndex);
+
+/* ------------------------------------------------------------------------ parameters */
+
+/** Reads the reference values of the white tile. Waits up to 5 s. */
+CQ_API uint32_t cqGetWhiteBoardParameter(CqHandle handle, CqWhiteBoardParameter* parameter);
+
+/** Writes the reference values of the white tile. Waits up to 5 s. */
+CQ_API uint32_t cqSetWhiteBoardParameter(CqHandle handle, const CqWhiteBoardParameter* parameter);
+
+/** Reads one measurement parameter; the value is 0..255. Waits up to 5 s. */
+CQ_API uint32_t cqGetMeasurementParameter(CqHandle handle, uint8_t number, uint32_t* value);
+
+/** Writes one measurement parameter. Waits up to 5 s. */
+CQ_API uint32_t cqSetMeasurementParameter(CqHandle handle, uint8_t number, uint8_t value);
+
+/* ------------------------------------------------------------------------ colour */
+
+/** The form of a colour, and what the three values of a ColorData then are. */
+enum ColorSpace {
+    ColorSpaceLab = 0,       /**< CIE 1976 L*, a*, b* */
+    ColorSpaceXyz = 1,       /**< tristimulus values X, Y, Z; the perfect white has Y = 100 */
+    ColorSpaceYxy = 2,       /**< Y, and the chromaticity coordinates x, y */
+    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360 */
+    ColorSpaceLuv = 4,       /**< CIE 1976 L*, u*, v* */
+    ColorSpaceHunterLab = 5, /**< Hunter L, a, b */
+    ColorSpaceSrgb = 6,      /**< R, G, B, each 0..1 */
+    /* 7 is not assigned */
+    ColorSpaceYxyUnit = 8, /**< as Yxy with Y / 100 */
+    ColorSpaceDin99 = 9    /**< L99, a99, b99; a99 and b99 of a neutral are not-a-number */
+};
+
+/** A CIE illuminant. */
+enum Illuminant {
+    IlluminantD65 = 0,
+    IlluminantD50 = 1,
+    IlluminantA = 2,
+    IlluminantC = 3,
+    IlluminantD55 = 4,
+    IlluminantD75 = 5,
+    IlluminantF1 = 6,
+    IlluminantF2 = 7,
+    IlluminantF3 = 8,
+    IlluminantF4 = 9,
+    IlluminantF5 = 10,
+    IlluminantF6 = 11,
+    IlluminantF7 = 12,
+    IlluminantF8 = 13,
+    IlluminantF9 = 14,
+    IlluminantF10 = 15,
+    IlluminantF11 = 16,
+    IlluminantF12 = 17
+};
+
+/** A CIE standard observer. */
+enum Observer {
+    Observer2Degree = 0, /**< CIE 1931, 2 degrees */
+    Observer10Degree = 1 /**< CIE 1964, 10 degrees */
+};
+
+/*
+ * The three colour functions need no instrument, keep no state and may run on any number of threads
+ * at once. They return CQ_NO_ERROR, or 18 with `color` untouched when the colour space is 7 or above
+ * 9. Illuminant must be 0..17 and observer 0..1; they are not checked.
+ */
+
+/** @param spectrum  31 reflectance factors at 400, 410 ... 700 nm; 1.0 is the perfect white. */
+CQ_API uint32_t cqGetColorDataFromSpectralData(const float* spectrum, uint32_t colorSpace,
+                                               int32_t illuminant, int32_t observer,
+                                               ColorData* color);
+
+/** @param xyz  X, Y, Z under the given illuminant and observer; the perfect white has Y = 100. */
+CQ_API uint32_t cqGetColorDataFromXyz(int32_t illuminant, int32_t observer, const float* xyz,
+                                      uint32_t colorSpace, ColorData* color);
+
+/** @param lab  L*, a*, b* under the given illuminant and observer. */
+CQ_API uint32_t cqGetColorDataFromLab(int32_t illuminant, int32_t observer, const float* lab,
+                                      uint32_t colorSpace, ColorData* color);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* CQAPI_CQAPI_H */
