@@ -1,0 +1,64 @@
+// Exports that open and close instruments and the debug log.
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "api/DebugLog.h"
+#include "api/InstrumentRegistry.h"
+#include "api/Module.h"
+#include "cqapi/CQApi.h"
+
+using ovk::cq::Instrument;
+using ovk::cq::InstrumentRegistry;
+
+namespace {
+
+std::string textOrEmpty(const char* text) {
+    return text == nullptr ? std::string() : text;
+}
+
+}  // namespace
+
+CqHandle cqOpen(const char* portName) {
+    InstrumentRegistry& registry = InstrumentRegistry::instance();
+    registry.releaseRetired();
+    const auto instrument = std::make_shared<Instrument>();
+    if (instrument->open(textOrEmpty(portName)) != CQ_NO_ERROR) {
+        return nullptr;
+    }
+    registry.add(instrument);
+    return instrument.get();
+}
+
+void cqClose(CqHandle handle) {
+    InstrumentRegistry& registry = InstrumentRegistry::instance();
+    const auto instrument = registry.find(handle);
+    if (!instrument) {
+        return;
+    }
+    instrument->close();
+    if (instrument->isReceivingThread()) {
+        registry.retire(handle);
+        return;
+    }
+    registry.remove(handle);
+    registry.releaseRetired();
+}
+
+bool cqIsValidHandle(CqHandle handle) {
+    return InstrumentRegistry::instance().find(handle) != nullptr;
+}
+
+void cqFree(void* memory) {
+    std::free(memory);
+}
+
+bool cqEnableDebugLog(void) {
+    return ovk::debuglog::open(ovk::module::path() + ".log");
+}
+
+bool cqDiableDebugLog(void) {
+    ovk::debuglog::close();
+    return true;
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+/// \file
+/// What the operating system knows of the library itself. One implementation a system.
+
+namespace ovk::module {
+
+/// Full path of the library's own file, as found when it was loaded; empty if unknown.
+std::string path();
+
+/// Writes to the debugger that watches the process, where there is one; else to standard error.
+void writeToDebugger(const char* text) noexcept;
+
+/// True once the system has begun to end the process and has stopped its other threads: nothing may
+/// wait for a thread or a lock any more.
+bool isProcessEnding() noexcept;
+
+}  // namespace ovk::module
