@@ -1,0 +1,44 @@
+#include "serial/SerialPort.h"
+
+#include <array>
+
+namespace ovk {
+
+bool SerialPort::hasHandle() const { return gate_.isOpen(); }
+
+std::vector<std::uint8_t> SerialPort::readAvailable() {
+    const auto count = queuedBytes();
+    if (!count || *count == 0) {
+        return {};
+    }
+    std::vector<std::uint8_t> bytes(*count);
+    const std::int32_t received = read(bytes);
+    bytes.resize(received > 0 ? static_cast<std::size_t>(received) : 0);
+    return bytes;
+}
+
+std::string SerialPort::readLine(std::chrono::milliseconds timeout) {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    auto remaining = timeout;
+    std::string line;
+    while (remaining.count() > 0) {
+        if (waitForData(remaining)) {
+            for (std::size_t queued = queuedBytes().value_or(0); queued > 0; --queued) {
+                std::array<std::uint8_t, 1> byte{};
+                if (read(byte) != 1) {
+                    break;
+                }
+                line += static_cast<char>(byte[0]);
+                if (line.ends_with("\r\n")) {
+                    line.resize(line.size() - 2);
+                    return line;
+                }
+            }
+        }
+        remaining -= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+    }
+    return line;
+}
+
+}  // namespace ovk

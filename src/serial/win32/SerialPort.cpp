@@ -1,0 +1,294 @@
+#include "serial/SerialPort.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <regex>
+#include <system_error>
+
+#include "api/DebugLog.h"
+
+namespace ovk {
+namespace {
+
+static_assert(SerialPort::kErrorDeviceGone == ERROR_FILE_NOT_FOUND);
+
+/// A manual-reset event.
+class Event {
+  public:
+    Event() : handle_(CreateEventA(nullptr, TRUE, FALSE, nullptr)) {
+        if (handle_ == nullptr) {
+            throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
+                                    "CreateEvent");
+        }
+    }
+    ~Event() { CloseHandle(handle_); }
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+
+    HANDLE handle() const { return handle_; }
+    void set() { SetEvent(handle_); }
+    void reset() { ResetEvent(handle_); }
+
+  private:
+    HANDLE handle_;
+};
+
+DWORD toWaitTime(std::chrono::milliseconds timeout) {
+    return static_cast<DWORD>(std::clamp<std::int64_t>(timeout.count(), 0, INFINITE));
+}
+
+std::string devicePath(const std::string& portName) {
+    static const std::regex kPort(R"(COM\d+)");
+    return std::regex_match(portName, kPort) ? R"(\\.\)" + portName : portName;
+}
+
+void logSystemText(DWORD error) {
+    if (!debuglog::isOpen()) {
+        return;
+    }
+    char* text = nullptr;
+    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr, error,
+                   MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), reinterpret_cast<char*>(&text), 0,
+                   nullptr);
+    debuglog::write("%s", text == nullptr ? "" : text);
+    LocalFree(text);
+}
+
+/// The whole control block is made anew: nothing of the device's earlier settings is kept.
+DCB controlBlock(const SerialPortSettings& settings) {
+    DCB block{};
+    block.DCBlength = sizeof(block);
+    block.BaudRate = settings.baudRate;
+    block.ByteSize = static_cast<BYTE>(settings.byteSize);
+    block.Parity = static_cast<BYTE>(settings.parity);
+    block.StopBits = static_cast<BYTE>(settings.stopBits);
+    block.fRtsControl = RTS_CONTROL_ENABLE;
+    return block;
+}
+
+}  // namespace
+
+struct SerialPort::Device {
+    /// Waits for an overlapped operation whose call has returned false with `error`. True when the
+    /// operation has succeeded; else `error` says why. Either way the operation has ended when this
+    /// returns: its OVERLAPPED is the caller's local variable. `cancel` makes a pending one end.
+    template <class Cancel>
+    bool complete(OVERLAPPED& operation, std::chrono::milliseconds timeout, const Cancel& cancel,
+                  DWORD& error) {
+        if (error != ERROR_IO_PENDING) {
+            logSystemText(error);
+            return false;
+        }
+        const std::array<HANDLE, 2> events{operation.hEvent, closing.handle()};
+        const DWORD wait = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(),
+                                                  FALSE, toWaitTime(timeout));
+        // The serial-event event may have been set to abort the wait rather than by the operation.
+        const bool isDone = wait == WAIT_OBJECT_0 && HasOverlappedIoCompleted(&operation);
+        if (!isDone) {
+            ResetEvent(operation.hEvent);
+            cancel();
+        }
+        DWORD count = 0;
+        if (GetOverlappedResult(handle, &operation, &count, TRUE) == FALSE) {
+            error = GetLastError();
+            return false;
+        }
+        error = isDone ? ERROR_SUCCESS : ERROR_OPERATION_ABORTED;
+        return isDone;
+    }
+
+    /// Starts a transfer and waits for its end. Returns the count of bytes, or -1 with the error.
+    template <class Start>
+    std::int32_t transfer(const Start& start, Event& event, std::chrono::milliseconds timeout,
+                          DWORD& error) {
+        event.reset();
+        OVERLAPPED operation{};
+        operation.hEvent = event.handle();
+        error = start(operation) != FALSE ? ERROR_SUCCESS : GetLastError();
+        if (error != ERROR_SUCCESS &&
+            !complete(operation, timeout, [this] { CancelIo(handle); }, error)) {
+            return -1;
+        }
+        DWORD count = 0;
+        if (GetOverlappedResult(handle, &operation, &count, FALSE) == FALSE) {
+            error = GetLastError();
+            return -1;
+        }
+        return static_cast<std::int32_t>(count);
+    }
+
+    HANDLE handle = INVALID_HANDLE_VALUE;
+    Event serialEvent;
+    Event reading;
+    Event writing;
+    Event closing;
+    std::atomic<bool> abortRequested{false};
+};
+
+SerialPort::SerialPort(std::string portName, SerialPortSettings settings)
+    : portName_(std::move(portName)), settings_(settings), device_(std::make_unique<Device>()) {}
+
+SerialPort::~SerialPort() { close(); }
+
+bool SerialPort::open() {
+    if (hasHandle()) {
+        if (isOpen() || lastError() != kErrorDeviceGone) {
+            return false;
+        }
+        close();
+    }
+    const std::uint32_t error = openDevice();
+    setLastError(error);
+    if (error != ERROR_SUCCESS) {
+        return false;
+    }
+    device_->closing.reset();
+    gate_.open();
+    return true;
+}
+
+std::uint32_t SerialPort::openDevice() {
+    constexpr DWORD kQueueSize = 20480;
+    const HANDLE handle =
+        CreateFileA(devicePath(portName_).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) {
+        return GetLastError();
+    }
+    DCB block = controlBlock(settings_);
+    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE || SetCommState(handle, &block) == FALSE) {
+        const DWORD error = GetLastError();
+        CloseHandle(handle);
+        return error;
+    }
+    PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
+    device_->handle = handle;
+    return ERROR_SUCCESS;
+}
+
+void SerialPort::close() {
+    if (!gate_.shut()) {
+        return;
+    }
+    device_->closing.set();
+    gate_.waitUntilEmpty();
+    CloseHandle(device_->handle);
+    device_->handle = INVALID_HANDLE_VALUE;
+}
+
+bool SerialPort::isOpen() {
+    const OperationGate::Pass pass(gate_);
+    if (!pass) {
+        return false;
+    }
+    DCB block{};
+    block.DCBlength = sizeof(block);
+    if (GetCommState(device_->handle, &block) != FALSE) {
+        return true;
+    }
+    const DWORD error = GetLastError();
+    setLastError(error);
+    return error != kErrorDeviceGone;
+}
+
+std::int32_t SerialPort::write(std::span<const std::uint8_t> bytes) {
+    const OperationGate::Pass pass(gate_);
+    if (!pass) {
+        setLastError(ERROR_INVALID_HANDLE);
+        return -1;
+    }
+    const auto start = [&](OVERLAPPED& operation) {
+        return WriteFile(device_->handle, bytes.data(), static_cast<DWORD>(bytes.size()), nullptr,
+                         &operation);
+    };
+    DWORD error = ERROR_SUCCESS;
+    const auto count = device_->transfer(start, device_->writing, settings_.writeTimeout, error);
+    setLastError(error);
+    return count;
+}
+
+std::int32_t SerialPort::read(std::span<std::uint8_t> buffer) {
+    const OperationGate::Pass pass(gate_);
+    if (!pass) {
+        setLastError(ERROR_INVALID_HANDLE);
+        return -1;
+    }
+    const auto start = [&](OVERLAPPED& operation) {
+        return ReadFile(device_->handle, buffer.data(), static_cast<DWORD>(buffer.size()), nullptr,
+                        &operation);
+    };
+    DWORD error = ERROR_SUCCESS;
+    const auto count = device_->transfer(start, device_->reading, settings_.readTimeout, error);
+    setLastError(error);
+    return count;
+}
+
+std::optional<std::size_t> SerialPort::queuedBytes() {
+    const OperationGate::Pass pass(gate_);
+    DWORD errors = 0;
+    COMSTAT status{};
+    if (!pass || ClearCommError(device_->handle, &errors, &status) == FALSE) {
+        setLastError(pass ? GetLastError() : ERROR_INVALID_HANDLE);
+        return std::nullopt;
+    }
+    return status.cbInQue;
+}
+
+void SerialPort::discardReceived() {
+    const OperationGate::Pass pass(gate_);
+    if (pass) {
+        PurgeComm(device_->handle, PURGE_RXCLEAR);
+    }
+}
+
+bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
+    const OperationGate::Pass pass(gate_);
+    if (!pass) {
+        setLastError(ERROR_INVALID_HANDLE);
+        return false;
+    }
+    Device& device = *device_;
+    const auto hasData = [this] { return queuedBytes().value_or(0) > 0; };
+    setLastError(ERROR_SUCCESS);
+    if (hasData()) {
+        return true;
+    }
+    if (lastError() != ERROR_SUCCESS) {
+        return false;
+    }
+    // Bytes that came before the mask was set raise no event, hence the second look.
+    SetCommMask(device.handle, EV_RXCHAR | EV_ERR);
+    if (hasData()) {
+        return true;
+    }
+    DWORD mask = 0;
+    OVERLAPPED operation{};
+    operation.hEvent = device.serialEvent.handle();
+    bool isDone = WaitCommEvent(device.handle, &mask, &operation) != FALSE;
+    DWORD error = isDone ? ERROR_SUCCESS : GetLastError();
+    if (!isDone) {
+        // Starting the operation has reset the event, so an abort that came before is seen here.
+        if (device.abortRequested.load()) {
+            device.serialEvent.set();
+        }
+        isDone = device.complete(
+            operation, timeout, [&device] { SetCommMask(device.handle, 0); }, error);
+    }
+    setLastError(error);
+    if (!isDone && error == kErrorDeviceGone) {
+        return false;
+    }
+    SetCommMask(device.handle, 0);
+    return isDone && (mask & EV_RXCHAR) != 0;
+}
+
+void SerialPort::signalAbort() {
+    device_->abortRequested.store(true);
+    device_->serialEvent.set();
+}
+
+void SerialPort::clearAbort() { device_->abortRequested.store(false); }
+
+}  // namespace ovk
