@@ -163,6 +163,16 @@ typedef struct CqWhiteBoardParameter {
     uint8_t secondBlock[124];
 } CqWhiteBoardParameter;
 
+/** A wireless instrument within reach of the adapter, 36 bytes; an element of a list that ends with
+ *  an element of zeros. A text that its field cannot hold is empty. */
+typedef struct CqBleSlave {
+    char name[16];
+    /** Hexadecimal digits. */
+    char address[16];
+    /** Strength of the received signal in dBm: negative, nearer to 0 is stronger. */
+    int32_t rssi;
+} CqBleSlave;
+
 /** Three numbers whose meaning the colour space gives, see ColorSpace. */
 typedef struct ColorData {
     float values[3];
@@ -175,6 +185,7 @@ CQ_CHECK_SIZE(CqDeviceInfo, 136);
 CQ_CHECK_SIZE(CqInstrumentStatus, 20);
 CQ_CHECK_SIZE(CqMeasurementRecord, 256);
 CQ_CHECK_SIZE(CqWhiteBoardParameter, 280);
+CQ_CHECK_SIZE(CqBleSlave, 36);
 CQ_CHECK_SIZE(ColorData, 12);
 #undef CQ_CHECK_SIZE
 
@@ -193,6 +204,38 @@ CQ_CHECK_SIZE(ColorData, 12);
  * it on a thread of its own.
  */
 CQ_API CqHandle cqOpen(const char* portName);
+
+/**
+ * Opens a wireless instrument through the Bluetooth LE adapter.
+ *
+ * @param adapterPortName  the adapter's port, "COM7" or "/dev/ttyUSB0"; NULL or "" tries every port
+ *                         of a CH340 bridge and keeps the first whose module answers.
+ * @param slaveAddress     the instrument's address as cqScanBleSlaves gives it; NULL or "" scans (2 s)
+ *                         and takes the one with the strongest signal.
+ * @return a handle to give to cqClose, or NULL: no adapter, the port cannot be opened, no instrument
+ *         within reach, or no link to it. The debug log tells.
+ *
+ * Takes 2 to 5 s, with a scan about 2 s more; on ports without an adapter up to 2.5 s each. An
+ * instrument that is linked but does not answer is opened all the same; its calls then return
+ * CQ_RECEIVING_TIMEOUT.
+ *
+ * Afterwards the handle is used like a wired one. Requests must not overlap on a wireless handle:
+ * nothing in a reply says what it replies to. A request that does ends with CQ_DEVICE_IS_BUSY, or with
+ * the other one's reply.
+ */
+CQ_API CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress);
+
+/**
+ * Lists the wireless instruments (and other peripherals) within reach of the adapter. Needs no handle;
+ * the adapter must not be in use. Takes about 2 to 5 s.
+ *
+ * @param adapterPortName  the adapter's port.
+ * @param slaves           receives the list, ended by an element of zeros, to be released with cqFree;
+ *                         NULL when nobody was heard or on failure.
+ * @return CQ_NO_ERROR, also when nobody was heard; CQ_INVALID_PARAMETER: no port name;
+ *         CQ_FAIL_TO_OPEN: the port cannot be opened; CQ_SYSTEM_ERROR: no adapter answers on it.
+ */
+CQ_API uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves);
 
 /** Says goodbye to the instrument, closes its port and forgets the handle. Takes at most about half
  *  a second more than the callback, if that is running. An unknown or null handle is ignored. Not

@@ -5,20 +5,26 @@
 
 namespace {
 
-namespace color = ovk::color;
+using ovk::color::fromLab;
+using ovk::color::fromReflectance;
+using ovk::color::fromXyz;
+using ovk::color::SpectralGrid;
+using ovk::color::Triple;
+using Space = ovk::color::ColorSpace;
 
-static_assert(static_cast<std::uint32_t>(color::ColorSpace::kSrgb) == ColorSpaceSrgb &&
-              static_cast<std::uint32_t>(color::ColorSpace::kDin99) == ColorSpaceDin99);
+static_assert(static_cast<std::uint32_t>(Space::kSrgb) == ColorSpaceSrgb &&
+              static_cast<std::uint32_t>(Space::kDin99) == ColorSpaceDin99);
 
-color::ColorSpace spaceOf(std::uint32_t number) { return static_cast<color::ColorSpace>(number); }
+Triple tripleAt(const float* values) {
+    return {values[0], values[1], values[2]};
+}
 
-color::Triple tripleAt(const float* values) { return {values[0], values[1], values[2]}; }
-
-std::uint32_t store(const std::optional<color::Triple>& result, ColorData* output) {
-    if (!result) {
+// ColorData is packed and may lie anywhere in the caller's memory: copied, not converted into.
+std::uint32_t store(bool isAssigned, const Triple& result, ColorData* color) {
+    if (!isAssigned) {
         return CQ_HAS_CONNECTED;
     }
-    std::memcpy(output->values, result->data(), sizeof output->values);
+    std::memcpy(color, result.data(), sizeof *color);
     return CQ_NO_ERROR;
 }
 
@@ -26,17 +32,25 @@ std::uint32_t store(const std::optional<color::Triple>& result, ColorData* outpu
 
 uint32_t cqGetColorDataFromSpectralData(const float* spectrum, uint32_t colorSpace,
                                         int32_t illuminant, int32_t observer, ColorData* color) {
-    const color::SpectralGrid reflectance{400, 10, 31, spectrum};
-    return store(color::fromReflectance(reflectance, {illuminant, observer}, spaceOf(colorSpace)),
-                 color);
+    const SpectralGrid reflectance{400, 10, 31, spectrum};
+    Triple result;
+    const bool isAssigned =
+        fromReflectance(reflectance, {illuminant, observer}, Space{colorSpace}, result);
+    return store(isAssigned, result, color);
 }
 
 uint32_t cqGetColorDataFromXyz(int32_t illuminant, int32_t observer, const float* xyz,
                                uint32_t colorSpace, ColorData* color) {
-    return store(color::fromXyz(tripleAt(xyz), {illuminant, observer}, spaceOf(colorSpace)), color);
+    Triple result;
+    const bool isAssigned =
+        fromXyz(tripleAt(xyz), {illuminant, observer}, Space{colorSpace}, result);
+    return store(isAssigned, result, color);
 }
 
 uint32_t cqGetColorDataFromLab(int32_t illuminant, int32_t observer, const float* lab,
                                uint32_t colorSpace, ColorData* color) {
-    return store(color::fromLab(tripleAt(lab), {illuminant, observer}, spaceOf(colorSpace)), color);
+    Triple result;
+    const bool isAssigned =
+        fromLab(tripleAt(lab), {illuminant, observer}, Space{colorSpace}, result);
+    return store(isAssigned, result, color);
 }

@@ -1,8 +1,6 @@
 // Exports that open and close instruments and the debug log.
 
 #include <cstdlib>
-#include <memory>
-#include <string>
 
 #include "api/DebugLog.h"
 #include "api/InstrumentRegistry.h"
@@ -12,23 +10,8 @@
 using ovk::cq::Instrument;
 using ovk::cq::InstrumentRegistry;
 
-namespace {
-
-std::string textOrEmpty(const char* text) {
-    return text == nullptr ? std::string() : text;
-}
-
-}  // namespace
-
 CqHandle cqOpen(const char* portName) {
-    InstrumentRegistry& registry = InstrumentRegistry::instance();
-    registry.releaseRetired();
-    const auto instrument = std::make_shared<Instrument>();
-    if (instrument->open(textOrEmpty(portName)) != CQ_NO_ERROR) {
-        return nullptr;
-    }
-    registry.add(instrument);
-    return instrument.get();
+    return ovk::cq::openInstrument(Instrument::Kind::wired, portName, nullptr);
 }
 
 void cqClose(CqHandle handle) {

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
-#include <memory>
 #include <mutex>
 
 #include "api/Module.h"
@@ -13,27 +12,10 @@
 namespace ovk::debuglog {
 namespace {
 
-/// One opened file. Writers share it, so that closing the log never takes it from under them.
-struct LogStream {
-    std::mutex lock;
-    std::ofstream file;
-};
-
 // Created with the library, before any object that logs from its destructor.
-std::mutex streamMutex;
-std::shared_ptr<LogStream> stream;
-std::atomic<bool> streamIsOpen{false};
-
-void replaceStream(std::shared_ptr<LogStream> replacement) {
-    const std::lock_guard guard(streamMutex);
-    streamIsOpen.store(replacement != nullptr, std::memory_order_relaxed);
-    stream.swap(replacement);
-}
-
-std::shared_ptr<LogStream> currentStream() {
-    const std::lock_guard guard(streamMutex);
-    return stream;
-}
+std::mutex fileMutex;  // guards file
+std::ofstream file;
+std::atomic<bool> fileIsOpen{false};
 
 std::uint64_t nowInTicks() {
     using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
@@ -44,23 +26,28 @@ std::uint64_t nowInTicks() {
 }  // namespace
 
 bool open(const std::string& fileName) {
-    auto opened = std::make_shared<LogStream>();
-    opened->file.open(fileName, std::ios::binary | std::ios::trunc);
-    if (!opened->file.is_open()) {
+    const std::lock_guard guard(fileMutex);
+    // An open log is closed first: it may be the same file, in which nobody may go on writing from
+    // where they were.
+    file.close();
+    file.clear();
+    file.open(fileName, std::ios::binary | std::ios::trunc);
+    const bool isOpened = file.is_open();
+    fileIsOpen.store(isOpened, std::memory_order_relaxed);
+    if (!isOpened) {
         module::writeToDebugger("Open log file failed\r\n");
-        close();
-        return false;
     }
-    replaceStream(std::move(opened));
-    return true;
+    return isOpened;
 }
 
 void close() {
-    replaceStream(nullptr);
+    const std::lock_guard guard(fileMutex);
+    fileIsOpen.store(false, std::memory_order_relaxed);
+    file.close();
 }
 
 bool isOpen() noexcept {
-    return streamIsOpen.load(std::memory_order_relaxed);
+    return fileIsOpen.load(std::memory_order_relaxed);
 }
 
 void write(const char* format, ...) noexcept {
@@ -71,10 +58,8 @@ void write(const char* format, ...) noexcept {
     va_start(arguments, format);
     try {
         const std::string line = formatTime(nowInTicks()) + formatMessage(format, arguments);
-        if (const auto log = currentStream()) {
-            const std::lock_guard guard(log->lock);
-            log->file << line << std::flush;
-        }
+        const std::lock_guard guard(fileMutex);
+        file << line << std::flush;
     } catch (const std::exception&) {
         // A line that cannot be written is lost; what is being logged must not fail for it.
     }

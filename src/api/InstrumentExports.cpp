@@ -52,7 +52,7 @@ uint32_t cqGetPortName(CqHandle handle, char* buffer, int32_t size) {
     const std::string name = instrument->portName();
     const std::size_t room = size > 0 ? static_cast<std::size_t>(size) : 0;
     if (name.size() <= room) {
-        std::memcpy(buffer, name.data(), name.size());
+        std::copy(name.begin(), name.end(), buffer);
     } else {
         std::memset(buffer, 0, room);
     }

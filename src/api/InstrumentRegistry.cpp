@@ -1,6 +1,7 @@
 #include "api/InstrumentRegistry.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "api/Module.h"
@@ -10,6 +11,10 @@ namespace {
 
 auto isNamedBy(const void* handle) {
     return [handle](const auto& reference) { return reference.get() == handle; };
+}
+
+std::string textOrEmpty(const char* text) {
+    return text == nullptr ? std::string() : text;
 }
 
 }  // namespace
@@ -23,8 +28,8 @@ InstrumentRegistry::~InstrumentRegistry() {
     if (module::isProcessEnding()) {
         // The threads that the instruments would wait for are gone without having ended: leave
         // everything to the system.
-        static_cast<void>(new Instruments(std::move(instruments_)));
-        static_cast<void>(new Instruments(std::move(retired_)));
+        static_cast<void>(std::make_unique<Instruments>(std::move(instruments_)).release());
+        static_cast<void>(std::make_unique<Instruments>(std::move(retired_)).release());
     }
 }
 
@@ -64,6 +69,17 @@ InstrumentRegistry::Instruments InstrumentRegistry::take(const void* handle) {
         taken.splice(taken.end(), instruments_, found);
     }
     return taken;
+}
+
+void* openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress) {
+    InstrumentRegistry& registry = InstrumentRegistry::instance();
+    registry.releaseRetired();
+    const auto instrument = std::make_shared<Instrument>(kind);
+    if (instrument->open(textOrEmpty(portName), textOrEmpty(slaveAddress)) != CQ_NO_ERROR) {
+        return nullptr;
+    }
+    registry.add(instrument);
+    return instrument.get();
 }
 
 }  // namespace ovk::cq

@@ -43,4 +43,9 @@ class InstrumentRegistry {
     Instruments retired_;
 };
 
+/// Opens an instrument and registers it.
+/// \param portName,slaveAddress as Instrument::open(); null counts as empty.
+/// \return its handle; null on failure.
+void* openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress);
+
 }  // namespace ovk::cq

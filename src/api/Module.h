@@ -17,4 +17,8 @@ void writeToDebugger(const char* text) noexcept;
 /// wait for a thread or a lock any more.
 bool isProcessEnding() noexcept;
 
+/// On Windows hands an argument that is out of bounds to the run-time library's invalid-parameter
+/// handler, which may end the process; elsewhere does nothing.
+void raiseInvalidParameter();
+
 }  // namespace ovk::module

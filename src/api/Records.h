@@ -37,6 +37,9 @@ static_assert(offsetof(CqInstrumentStatus, item0) == 14);
 static_assert(sizeof(CqInstrumentStatus) == 20);
 
 static_assert(sizeof(CqMeasurementRecord) == 256);
+static_assert(offsetof(CqBleSlave, address) == 16);
+static_assert(offsetof(CqBleSlave, rssi) == 32);
+static_assert(sizeof(CqBleSlave) == 36);
 
 static_assert(offsetof(CqWhiteBoardParameter, firstBlock) == 32);
 static_assert(offsetof(CqWhiteBoardParameter, secondBlock) == 156);

@@ -7,6 +7,7 @@
 
 #include "api/Records.h"
 #include "api/ResultCode.h"
+#include "ble/SpectrophotometerBle.h"
 #include "spectro/Spectrophotometer.h"
 
 namespace ovk::cq {
@@ -18,14 +19,20 @@ namespace ovk::cq {
 /// The caller holds a shared reference for as long as a call runs.
 class Instrument {
   public:
-    Instrument();
+    /// How the instrument is reached.
+    enum class Kind : std::uint32_t { wired = 0, wireless = 1 };
+
+    explicit Instrument(Kind kind);
     /// Closes if still connected.
     ~Instrument();
     Instrument(const Instrument&) = delete;
     Instrument& operator=(const Instrument&) = delete;
 
-    /// \param portName empty: the first port on which an instrument answers.
-    ResultCode open(const std::string& portName);
+    /// \param portName the port of the instrument, or of the adapter; empty: the first port on
+    /// which
+    ///        one answers.
+    /// \param slaveAddress of a wireless instrument; empty: the one with the strongest signal.
+    ResultCode open(const std::string& portName, const std::string& slaveAddress = {});
     /// Never fails; whatever goes wrong is swallowed.
     void close() noexcept;
     /// True on the thread that runs the measurement callback.
@@ -33,6 +40,9 @@ class Instrument {
 
     /// The port's name; empty without one.
     std::string portName() const;
+    /// Of a wireless instrument, once it is open; the name only if it was scanned for.
+    const std::string& slaveName() const { return slaveName_; }
+    const std::string& slaveAddress() const { return slaveAddress_; }
     /// Replaces the callback; null removes it.
     void setMeasurementCallback(CqMeasurementResultReceived callback, void* user);
 
@@ -60,7 +70,15 @@ class Instrument {
     ResultCode setMeasurementParameter(std::uint8_t number, std::uint8_t value);
 
   private:
-    std::unique_ptr<Spectrophotometer> driver_;
+    ResultCode openWireless(const std::string& adapterPortName, const std::string& slaveAddress);
+    void closeWireless();
+    ResultCode measure(RECORD_TYPE type, CqMeasurementRecord& record);
+
+    // The driver of the instrument's kind; the other one is null.
+    std::unique_ptr<Spectrophotometer> wired_;
+    std::unique_ptr<SpectrophotometerBle> wireless_;
+    std::string slaveName_;
+    std::string slaveAddress_;
 };
 
 }  // namespace ovk::cq

@@ -7,8 +7,8 @@
 
 namespace {
 
-// The loader reports the path as it was asked for, so a relative one is resolved before the host can
-// change its working directory. The file name stays as loaded: links are not followed.
+// The loader reports the path as it was asked for, so a relative one is resolved before the host
+// can change its working directory. The file name stays as loaded: links are not followed.
 std::string findModulePath() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<const void*>(&ovk::module::path), &info) == 0 ||
@@ -26,10 +26,18 @@ const std::string modulePath = findModulePath();
 
 namespace ovk::module {
 
-std::string path() { return modulePath; }
+std::string path() {
+    return modulePath;
+}
 
-void writeToDebugger(const char* text) noexcept { std::fputs(text, stderr); }
+void writeToDebugger(const char* text) noexcept {
+    std::fputs(text, stderr);
+}
 
-bool isProcessEnding() noexcept { return false; }
+bool isProcessEnding() noexcept {
+    return false;
+}
+
+void raiseInvalidParameter() {}
 
 }  // namespace ovk::module

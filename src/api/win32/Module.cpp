@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cstring>
 
 namespace {
 
@@ -13,8 +14,8 @@ bool processIsEnding = false;
 
 }  // namespace
 
-// Thread attach and detach do nothing, yet are not disabled: the compiler's run-time library, linked
-// in, frees its per-thread data there.
+// Thread attach and detach do nothing, yet are not disabled: the compiler's run-time library,
+// linked in, frees its per-thread data there.
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved) {
     if (reason == DLL_PROCESS_ATTACH) {
         GetModuleFileNameA(instance, modulePath.data(), kMaxModulePath);
@@ -26,10 +27,22 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
 
 namespace ovk::module {
 
-std::string path() { return modulePath.data(); }
+std::string path() {
+    return modulePath.data();
+}
 
-void writeToDebugger(const char* text) noexcept { OutputDebugStringA(text); }
+void writeToDebugger(const char* text) noexcept {
+    OutputDebugStringA(text);
+}
 
-bool isProcessEnding() noexcept { return processIsEnding; }
+bool isProcessEnding() noexcept {
+    return processIsEnding;
+}
+
+void raiseInvalidParameter() {
+    // The handler cannot be called portably; a bounded copy that does not fit calls it.
+    std::array<char, 1> field{};
+    strcpy_s(field.data(), field.size(), "?");
+}
 
 }  // namespace ovk::module

@@ -1,0 +1,66 @@
+// Exports that only a wireless instrument needs; once it is open it is used like a wired one.
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "api/InstrumentRegistry.h"
+#include "ble/EhMc17AtInterface.h"
+#include "cqapi/CQApi.h"
+#include "serial/SerialPort.h"
+
+using ovk::SlaveDevice;
+using ovk::cq::Instrument;
+using ovk::cq::InstrumentRegistry;
+
+namespace {
+
+/// Copies a text with its NUL. One that does not fit leaves the field empty: what strangers'
+/// devices call themselves must not spoil a scan.
+void copyText(const std::string& text, std::span<char> field) {
+    if (text.size() < field.size()) {
+        std::copy(text.begin(), text.end(), field.begin());
+    }
+}
+
+/// A block for cqFree(), with an entry of zeros at its end. Null when there is no memory.
+CqBleSlave* makeList(const std::vector<SlaveDevice>& slaves) {
+    auto* const list = static_cast<CqBleSlave*>(std::calloc(slaves.size() + 1, sizeof(CqBleSlave)));
+    for (std::size_t i = 0; list != nullptr && i < slaves.size(); ++i) {
+        copyText(slaves[i].name, list[i].name);
+        copyText(slaves[i].address, list[i].address);
+        list[i].rssi = slaves[i].rssi;
+    }
+    return list;
+}
+
+}  // namespace
+
+CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress) {
+    return ovk::cq::openInstrument(Instrument::Kind::wireless, adapterPortName, slaveAddress);
+}
+
+uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves) {
+    *slaves = nullptr;
+    if (adapterPortName == nullptr) {
+        return CQ_INVALID_PARAMETER;
+    }
+    const auto port = std::make_shared<ovk::SerialPort>(adapterPortName);
+    if (!port->open()) {
+        return CQ_FAIL_TO_OPEN;
+    }
+    ovk::EhMc17AtInterface adapter(port);
+    if (!adapter.configure()) {
+        port->close();
+        return CQ_SYSTEM_ERROR;
+    }
+    const std::vector<SlaveDevice> found = adapter.scan();
+    if (!found.empty()) {
+        *slaves = makeList(found);
+    }
+    port->close();
+    return CQ_NO_ERROR;
+}
