@@ -1,0 +1,66 @@
+// The debug log that a host switches on: beside the library, readable while it grows.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "endtoend/Wired.h"
+
+namespace cqtest {
+namespace {
+
+const std::filesystem::path kLogFile = CQAPI_TEST_LIBRARY ".log";
+
+std::string readLog() {
+    std::ifstream stream(kLogFile, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class DebugLog : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(cqEnableDebugLog()); }
+    void TearDown() override {
+        EXPECT_TRUE(cqDiableDebugLog());
+        std::filesystem::remove(kLogFile);
+    }
+};
+
+TEST_F(DebugLog, TellsTheConversationWhileItRuns) {
+    Wired wired;
+    std::uint32_t count = 0;
+    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
+
+    const std::string log = readLog();
+    EXPECT_NE(log.find("parsed packet type: a2\n"), std::string::npos);
+    EXPECT_NE(log.find("\xB7\xA2\xCB\xCD\xB2\xD9\xD7\xF7\xC2\xEB\xA3\xBA"
+                       "42\r\n"),
+              std::string::npos)
+        << "the operation sent, with the words before it in GBK";
+    EXPECT_NE(log.find("received a packet, opt = 42, seq = 0, len = 4\n"), std::string::npos);
+    EXPECT_TRUE(
+        std::regex_search(log, std::regex(R"(\[([89]|[12]\d|3[01]):\d+:\d+\.\d+\]RECEIVED)")));
+}
+
+TEST_F(DebugLog, IsEmptiedAtEveryStartAndSilentWhenStopped) {
+    Wired wired;
+    std::uint32_t count = 0;
+    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
+    ASSERT_FALSE(readLog().empty());
+
+    ASSERT_TRUE(cqEnableDebugLog());
+    EXPECT_EQ(readLog(), "");
+    ASSERT_TRUE(cqDiableDebugLog());
+    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
+    EXPECT_EQ(readLog(), "");
+}
+
+TEST_F(DebugLog, TellsWhyAnOpenFailed) {
+    EXPECT_EQ(cqOpen("cqapi-no-such-port"), nullptr);
+    EXPECT_NE(readLog().find("Open cqapi-no-such-port failed\r\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace cqtest

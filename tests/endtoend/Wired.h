@@ -1,0 +1,76 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "cqapi/CQApi.h"
+#include "peer/VirtualInstrument.h"
+
+namespace cqtest {
+
+/// An open handle that is closed at the end of its scope.
+class Handle {
+  public:
+    explicit Handle(const char* portName) : handle_(cqOpen(portName)) {}
+    ~Handle() { cqClose(handle_); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    operator CqHandle() const { return handle_; }
+    void close() {
+        cqClose(handle_);
+        handle_ = nullptr;
+    }
+
+  private:
+    CqHandle handle_;
+};
+
+/// A virtual instrument and the library's connection to it.
+struct Wired {
+    explicit Wired(const std::string& options = {})
+        : instrument(options), handle(instrument.portName()) {
+        EXPECT_NE(static_cast<CqHandle>(handle), nullptr);
+    }
+
+    void calibrate() {
+        ASSERT_EQ(cqCalibrateWhite(handle), CQ_NO_ERROR);
+        ASSERT_EQ(cqCalibrateBlack(handle), CQ_NO_ERROR);
+    }
+
+    VirtualInstrument instrument;
+    Handle handle;
+};
+
+/// A record whose bytes tell which one it is.
+inline CqMeasurementRecord numberedRecord(std::uint32_t number) {
+    CqMeasurementRecord record;
+    for (std::size_t i = 0; i < sizeof(record.bytes); ++i) {
+        record.bytes[i] = static_cast<std::uint8_t>(number * 7 + i);
+    }
+    std::memcpy(record.bytes, &number, sizeof(number));
+    return record;
+}
+
+inline std::vector<CqMeasurementRecord> numberedRecords(std::uint32_t count) {
+    std::vector<CqMeasurementRecord> records;
+    for (std::uint32_t number = 0; number < count; ++number) {
+        records.push_back(numberedRecord(number));
+    }
+    return records;
+}
+
+}  // namespace cqtest
+
+inline bool operator==(const CqMeasurementRecord& left, const CqMeasurementRecord& right) {
+    return std::memcmp(&left, &right, sizeof(left)) == 0;
+}
+
+inline void PrintTo(const CqMeasurementRecord& record, std::ostream* stream) {
+    *stream << "record "
+            << testing::PrintToString(std::vector<int>(record.bytes, record.bytes + 16));
+}

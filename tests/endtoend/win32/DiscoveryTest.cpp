@@ -1,0 +1,79 @@
+// The instrument's port is found by what the system's registry says of the devices that are
+// present.
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "endtoend/Wired.h"
+
+namespace cqtest {
+namespace {
+
+/// A device in the registry, as if plugged in.
+class PluggedIn {
+  public:
+    /// \param hardwareId with the NULs that separate and end it.
+    PluggedIn(const std::string& device, const std::string& hardwareId,
+              const std::string& friendlyName)
+        : path_(R"(System\CurrentControlSet\Enum\USB\)" + device) {
+        HKEY key = nullptr;
+        if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, path_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                            nullptr, &key, nullptr) != ERROR_SUCCESS) {
+            throw std::runtime_error("cannot write the registry");
+        }
+        set(key, "HardwareID", REG_MULTI_SZ, hardwareId);
+        set(key, "FriendlyName", REG_SZ, friendlyName);
+        set(key, "ClassGUID", REG_SZ, "{4D36E978-E325-11CE-BFC1-08002BE10318}");
+        set(key, "Class", REG_SZ, "Ports");
+        RegCloseKey(key);
+    }
+    ~PluggedIn() { RegDeleteKeyA(HKEY_LOCAL_MACHINE, path_.c_str()); }
+    PluggedIn(const PluggedIn&) = delete;
+    PluggedIn& operator=(const PluggedIn&) = delete;
+
+  private:
+    static void set(HKEY key, const char* name, DWORD type, const std::string& value) {
+        RegSetValueExA(key, name, 0, type, reinterpret_cast<const BYTE*>(value.c_str()),
+                       static_cast<DWORD>(value.size() + 1));
+    }
+
+    std::string path_;
+};
+
+using namespace std::string_literals;
+
+const std::string kIdentity = "USB\\VID_0483&PID_5740&REV_0200\0USB\\VID_0483&PID_5740\0"s;
+
+TEST(Discovery, FindsTheInstrumentByItsUsbIdentity) {
+    const VirtualInstrument instrument;
+    const std::string name = "USB Serial Device (" + std::string(instrument.portName()) + ")";
+    const PluggedIn other(R"(VID_1111&PID_2222\SIM0000)", "USB\\VID_1111&PID_2222\0"s,
+                          "USB Serial Device (COM99)");
+    const PluggedIn nameless(R"(VID_0483&PID_5740\SIM0001)", kIdentity, "A device without a port");
+    const PluggedIn absent(R"(VID_0483&PID_5740\SIM0002)", kIdentity, "USB Serial Device (COM98)");
+    const PluggedIn found(R"(VID_0483&PID_5740\SIM0003)", kIdentity, name);
+
+    const Handle handle(nullptr);
+    ASSERT_NE(static_cast<CqHandle>(handle), nullptr);
+    char port[16] = {};
+    ASSERT_EQ(cqGetPortName(handle, port, sizeof(port) - 1), CQ_NO_ERROR);
+    EXPECT_STREQ(port, instrument.portName());
+}
+
+TEST(Discovery, EmptyNameSearchesToo) {
+    const VirtualInstrument instrument;
+    const PluggedIn found(R"(VID_0483&PID_5740\SIM0004)", "usb\\vid_0483&pid_5740\0"s,
+                          "x (" + std::string(instrument.portName()) + ")");
+    const Handle handle("");
+    EXPECT_NE(static_cast<CqHandle>(handle), nullptr);
+}
+
+TEST(Discovery, WithoutAnInstrumentThereIsNoHandle) {
+    EXPECT_EQ(cqOpen(nullptr), nullptr);
+}
+
+}  // namespace
+}  // namespace cqtest

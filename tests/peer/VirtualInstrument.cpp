@@ -1,0 +1,95 @@
+#include "peer/VirtualInstrument.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+#include "peer/StartShell.h"
+
+namespace cqtest {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+constexpr auto kPatience = 20s;
+
+bool waitUntil(const std::function<bool()>& isTrue) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (!isTrue()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(2ms);
+    }
+    return true;
+}
+
+std::string readFile(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string makeDirectory() {
+    std::random_device random;
+    std::string directory = "/tmp/cqapi-test-" + std::to_string(random());
+    fs::create_directories(ownPath(directory));
+    return directory;
+}
+
+std::string withDefault(const std::string& options, const std::string& name,
+                        const std::string& value) {
+    return options.find(name) == std::string::npos ? name + " " + value + " " + options : options;
+}
+
+}  // namespace
+
+VirtualInstrument::VirtualInstrument(const std::string& options) : directory_(makeDirectory()) {
+    static std::atomic<int> count{0};
+    const PortPlace place = makePortPlace(directory_, count++);
+    portName_ = place.name;
+    std::ofstream(ownPath(directory_ + "/start.sh"), std::ios::binary)
+        << "mkfifo " << directory_ << "/keys\n"
+        << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --log "
+        << directory_ << "/line.log --noise 0 " << withDefault(options, "--measure-time", "0")
+        << " <" << directory_ << "/keys >" << directory_ << "/printed 2>&1\n"
+        << "echo >" << directory_ << "/ended\n";
+    startShell(directory_ + "/start.sh");
+
+    const bool isReady =
+        waitUntil([this] { return fs::exists(ownPath(directory_ + "/keys")); }) &&
+        waitUntil([this] {
+            keys_.open(ownPath(directory_ + "/keys"), std::ios::binary);
+            return keys_.is_open();
+        }) &&
+        waitUntil([this] { return printed().find("port: ") != std::string::npos; });
+    if (!isReady) {
+        throw std::runtime_error("the virtual instrument did not start: " + printed());
+    }
+}
+
+VirtualInstrument::~VirtualInstrument() {
+    press('q');  // closing the pipe would not do: other instruments' processes have it open, too
+    waitUntil([this] { return fs::exists(ownPath(directory_ + "/ended")); });
+    std::error_code error;
+    fs::remove_all(ownPath(directory_), error);
+}
+
+void VirtualInstrument::press(char key) {
+    keys_ << key << '\n' << std::flush;
+}
+
+std::string VirtualInstrument::printed() const {
+    return readFile(ownPath(directory_ + "/printed"));
+}
+
+std::string VirtualInstrument::lineLog() const {
+    return readFile(ownPath(directory_ + "/line.log"));
+}
+
+}  // namespace cqtest

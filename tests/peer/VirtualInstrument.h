@@ -1,0 +1,42 @@
+#pragma once
+
+#include <fstream>
+#include <string>
+
+namespace cqtest {
+
+/// A virtual instrument that a test talks to: a program of its own at the other end of a serial
+/// line. It starts uncalibrated, empty, without noise, and measures at once.
+class VirtualInstrument {
+  public:
+    /// \param options added to its command line.
+    /// \throw std::runtime_error with what it printed, when it does not start.
+    explicit VirtualInstrument(const std::string& options = {});
+    /// Ends it and waits until it is gone.
+    ~VirtualInstrument();
+    VirtualInstrument(const VirtualInstrument&) = delete;
+    VirtualInstrument& operator=(const VirtualInstrument&) = delete;
+
+    /// To open it by.
+    const char* portName() const { return portName_.c_str(); }
+
+    void pressStandard() { press('s'); }
+    void pressTrial() { press('t'); }
+    void requestKeepAlive() { press('k'); }
+    void sayGoodbye() { press('d'); }
+    void unplug() { press('u'); }
+    void plugIn() { press('p'); }
+
+    /// What has gone over the line, a packet a line.
+    std::string lineLog() const;
+
+  private:
+    void press(char key);
+    std::string printed() const;
+
+    std::string directory_;
+    std::string portName_;
+    std::ofstream keys_;
+};
+
+}  // namespace cqtest
