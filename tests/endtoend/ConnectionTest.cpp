@@ -39,13 +39,6 @@ TEST(Connection, PortThatCannotBeOpenedGivesNoHandle) {
     EXPECT_EQ(cqOpen("COM250"), nullptr);
 }
 
-TEST(Connection, PortInUseGivesNoHandleAndDisturbsNobody) {
-    Wired wired;
-    EXPECT_EQ(cqOpen(wired.instrument.portName()), nullptr);
-    CqInstrumentStatus status;
-    EXPECT_EQ(cqGetInstrumentStatus(wired.handle, &status), CQ_NO_ERROR);
-}
-
 TEST(Connection, GoodbyeOfTheInstrumentEndsTheSessionButNotTheHandle) {
     Wired wired("--fault disconnect:3");
     std::uint32_t count = 0;

@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-constexpr auto kPatience = 20s;
+constexpr auto kPatience = 10s;
 
 bool waitUntil(const std::function<bool()>& isTrue) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
@@ -58,13 +58,14 @@ VirtualInstrument::VirtualInstrument(const std::string& options) : directory_(ma
         << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --log "
         << directory_ << "/line.log --noise 0 " << withDefault(options, "--measure-time", "0")
         << " <" << directory_ << "/keys >" << directory_ << "/printed 2>&1\n"
+        << "rm " << directory_ << "/keys\n"
         << "echo >" << directory_ << "/ended\n";
     startShell(directory_ + "/start.sh");
 
     const bool isReady =
-        waitUntil([this] { return fs::exists(ownPath(directory_ + "/keys")); }) &&
         waitUntil([this] {
-            keys_.open(ownPath(directory_ + "/keys"), std::ios::binary);
+            keys_.open(ownPath(directory_ + "/keys"),
+                       std::ios::in | std::ios::out | std::ios::binary);
             return keys_.is_open();
         }) &&
         waitUntil([this] { return printed().find("port: ") != std::string::npos; });

@@ -36,7 +36,7 @@ class VirtualInstrument {
 
     std::string directory_;
     std::string portName_;
-    std::ofstream keys_;
+    std::fstream keys_;  // both ways: opening waits for nobody then
 };
 
 }  // namespace cqtest

@@ -1,0 +1,75 @@
+#include "color/ColorSpace.h"
+
+#include "color/Conversions.h"
+#include "color/Integration.h"
+
+namespace ovk::color {
+namespace {
+
+/// As Yxy, with Y on the scale on which the perfect white is 1.
+Triple xyzToYxyUnit(const Triple& xyz) {
+    const auto [luminance, x, y] = xyzToYxy(xyz);
+    return {luminance / 100.0f, x, y};
+}
+
+}  // namespace
+
+bool fromXyz(const Triple& xyz, Viewing viewing, ColorSpace space, Triple& result) {
+    const Triple& white = whitePoint(viewing);
+    switch (space) {
+        case ColorSpace::kLab:
+            result = xyzToLab(xyz, white);
+            return true;
+        case ColorSpace::kXyz:
+            result = xyz;
+            return true;
+        case ColorSpace::kYxy:
+            result = xyzToYxy(xyz);
+            return true;
+        case ColorSpace::kLch:
+            result = labToLch(xyzToLab(xyz, white));
+            return true;
+        case ColorSpace::kLuv:
+            result = xyzToLuv(xyz, white);
+            return true;
+        case ColorSpace::kHunterLab:
+            result = xyzToHunterLab(xyz, viewing);
+            return true;
+        case ColorSpace::kSrgb:
+            result = labToSrgb(xyzToLab(xyz, white));
+            return true;
+        case ColorSpace::kYxyUnit:
+            result = xyzToYxyUnit(xyz);
+            return true;
+        case ColorSpace::kDin99:
+            result = labToDin99(xyzToLab(xyz, white));
+            return true;
+    }
+    return false;
+}
+
+bool fromLab(const Triple& lab, Viewing viewing, ColorSpace space, Triple& result) {
+    switch (space) {
+        case ColorSpace::kLab:
+            result = lab;
+            return true;
+        case ColorSpace::kLch:
+            result = labToLch(lab);
+            return true;
+        case ColorSpace::kSrgb:
+            result = labToSrgb(lab);
+            return true;
+        case ColorSpace::kDin99:
+            result = labToDin99(lab);
+            return true;
+        default:
+            return fromXyz(labToXyz(lab, whitePoint(viewing)), viewing, space, result);
+    }
+}
+
+bool fromReflectance(const SpectralGrid& reflectance, Viewing viewing, ColorSpace space,
+                     Triple& result) {
+    return fromXyz(integrate(reflectance, viewing), viewing, space, result);
+}
+
+}  // namespace ovk::color

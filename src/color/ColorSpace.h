@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "color/SpectralGrid.h"
+#include "color/WeightingTable.h"
+
+/// \file
+/// From a spectrum, tristimulus values or Lab to the colour space that is asked for.
+
+namespace ovk::color {
+
+enum class ColorSpace : std::uint32_t {
+    kLab = 0,
+    kXyz = 1,
+    kYxy = 2,
+    kLch = 3,
+    kLuv = 4,
+    kHunterLab = 5,
+    kSrgb = 6,
+    kYxyUnit = 8,
+    kDin99 = 9,
+};
+
+// Each writes the result and returns true, or false with the result untouched when the colour space
+// is none of the above.
+
+bool fromXyz(const Triple& xyz, Viewing viewing, ColorSpace space, Triple& result);
+bool fromLab(const Triple& lab, Viewing viewing, ColorSpace space, Triple& result);
+bool fromReflectance(const SpectralGrid& reflectance, Viewing viewing, ColorSpace space,
+                     Triple& result);
+
+}  // namespace ovk::color
