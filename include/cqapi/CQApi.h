@@ -46,7 +46,8 @@
  *    functions, and anything on another handle. Do not call a function that talks to the same
  *    instrument (it would wait for a reply that only the callback's own thread can receive, and
  *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid during the
- *    call only: copy it.
+ *    call only: copy it. Return soon: the measurement is acknowledged when the callback has ended, and
+ *    an instrument may send again what is not acknowledged within a second.
  *
  * 7. Times. Every request ends by itself; the longest waits are named with each function. The one
  *    exception is cqOpen on a port that opens but never answers: it waits until the port goes away.
@@ -385,7 +386,8 @@ enum ColorSpace {
     ColorSpaceLab = 0,       /**< CIE 1976 L*, a*, b* */
     ColorSpaceXyz = 1,       /**< tristimulus values X, Y, Z; the perfect white has Y = 100 */
     ColorSpaceYxy = 2,       /**< Y, and the chromaticity coordinates x, y */
-    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360 */
+    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360 (an angle just below 0
+                                  rounds to 360) */
     ColorSpaceLuv = 4,       /**< CIE 1976 L*, u*, v* */
     ColorSpaceHunterLab = 5, /**< Hunter L, a, b */
     ColorSpaceSrgb = 6,      /**< R, G, B, each 0..1 */

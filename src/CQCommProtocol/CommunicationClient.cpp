@@ -19,6 +19,7 @@ constexpr auto kGoodbyeRound = 50ms;
 
 /// How long a close waits for a callback or a stuck write before it goes on without a goodbye.
 constexpr auto kLinkPatience = 500ms;
+constexpr auto kLinkPollPause = 5ms;
 
 /// A line counts as quiet when nothing has come for so long.
 constexpr auto kQuietTime = 20ms;
@@ -28,7 +29,9 @@ constexpr auto kQuietPatience = 250ms;
 /// The pause after a wait that failed for another reason than a device that has gone.
 constexpr auto kFailedWaitPause = 10ms;
 
-Link::TimePoint now() { return std::chrono::steady_clock::now(); }
+Link::TimePoint now() {
+    return std::chrono::steady_clock::now();
+}
 
 /// Throws away what the instrument is still sending to a host that was killed: the rest of a packet
 /// could otherwise swallow the answer to the shake-hands.
@@ -47,7 +50,9 @@ CommunicationClient::CommunicationClient(ICommunicationEventListener& listener)
           return open != nullptr && open->write(bytes) >= 0;
       }) {}
 
-CommunicationClient::~CommunicationClient() { close(); }
+CommunicationClient::~CommunicationClient() {
+    close();
+}
 
 bool CommunicationClient::open(const std::string& portName) {
     if (isConnected()) {
@@ -84,7 +89,6 @@ ResultCode CommunicationClient::Send(std::uint8_t operation, std::span<const std
 }
 
 void CommunicationClient::close() {
-    const std::lock_guard closing(closeMutex_);
     if (const auto open = port()) {
         sayGoodbye(*open);
         open->close();
@@ -93,6 +97,8 @@ void CommunicationClient::close() {
     if (isReceivingThread()) {
         throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
     }
+    // Not taken earlier: whoever holds it may be waiting for the receiving thread.
+    const std::lock_guard closing(closeMutex_);
     if (receivingThread_) {
         receivingThread_->join();
         receivingThread_.reset();
@@ -102,10 +108,23 @@ void CommunicationClient::close() {
         watchdogThread_.reset();
     }
     setPort(nullptr);
+    const LinkLock lock(linkMutex_);
+    link_.endSession();
+}
+
+/// Empty when somebody else has held the link mutex for too long.
+CommunicationClient::LinkLock CommunicationClient::lockLinkInTime() const {
+    const auto deadline = now() + kLinkPatience;
+    LinkLock lock(linkMutex_, std::try_to_lock);
+    while (!lock && now() < deadline) {
+        std::this_thread::sleep_for(kLinkPollPause);
+        lock.try_lock();
+    }
+    return lock;
 }
 
 void CommunicationClient::sayGoodbye(SerialPort& port) {
-    LinkLock lock(linkMutex_, kLinkPatience);
+    LinkLock lock = lockLinkInTime();
     if (!lock || !port.isOpen() || !link_.hasSession()) {
         return;
     }
@@ -168,6 +187,8 @@ void CommunicationClient::receivingLoop(SerialPort& port) {
             sessionEnded_.notify_all();
         }
     }
+    // The system may give the number of a thread that has ended to another one.
+    receivingThreadId_.store(std::thread::id());
 }
 
 void CommunicationClient::watchdogLoop() {

@@ -21,7 +21,7 @@ namespace ovk {
 /// operations run with the link mutex held. See docs/architecture.md for the locks.
 class CommunicationClient {
   public:
-    using LinkLock = std::unique_lock<std::recursive_timed_mutex>;
+    using LinkLock = std::unique_lock<std::recursive_mutex>;
 
     /// \param listener must live as long as the client.
     explicit CommunicationClient(ICommunicationEventListener& listener);
@@ -42,8 +42,9 @@ class CommunicationClient {
     ResultCode Send(std::uint8_t operation, std::span<const std::uint8_t> data,
                     std::shared_ptr<std::istream> stream = nullptr);
 
-    /// Says goodbye, waits up to half a second for the answer, closes the port and ends the threads.
-    /// \throw std::system_error when called on the receiving thread, which cannot wait for its own
+    /// Says goodbye, waits up to half a second for the answer, closes the port, and ends the
+    /// threads and the session. \throw std::system_error when called on the receiving thread, which
+    /// cannot wait for its own
     ///        end: the port is then closed, and close() or the destructor is still to be called on
     ///        another thread.
     void close();
@@ -66,17 +67,18 @@ class CommunicationClient {
     void setPort(std::shared_ptr<SerialPort> port);
     void receivingLoop(SerialPort& port);
     void watchdogLoop();
+    LinkLock lockLinkInTime() const;
     void sayGoodbye(SerialPort& port);
     void stopWatchdog();
 
     mutable std::mutex portMutex_;  // guards port_ alone
     std::shared_ptr<SerialPort> port_;
 
-    mutable std::recursive_timed_mutex linkMutex_;
+    mutable std::recursive_mutex linkMutex_;
     std::condition_variable_any sessionEnded_;
     Link link_;
 
-    std::mutex closeMutex_;
+    std::mutex closeMutex_;  // guards the threads against two closes at once
     std::unique_ptr<std::thread> receivingThread_;
     std::unique_ptr<std::thread> watchdogThread_;
     std::atomic<std::thread::id> receivingThreadId_{};

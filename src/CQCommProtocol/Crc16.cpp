@@ -14,8 +14,9 @@ constexpr std::size_t kSlices = 8;
 
 using Table = std::array<std::uint16_t, 256>;
 
-/// Table 0 advances the CRC by one byte; table k by that byte and k zero bytes after it. A step then
-/// looks its eight bytes up side by side, where the plain method waits for each before the next.
+/// Table 0 advances the CRC by one byte; table k by that byte and k zero bytes after it. A step
+/// then looks its eight bytes up side by side, where the plain method waits for each before the
+/// next.
 constexpr std::array<Table, kSlices> makeTables() {
     std::array<Table, kSlices> tables{};
     for (std::uint32_t byte = 0; byte < 256; ++byte) {

@@ -5,8 +5,8 @@
 #include <span>
 #include <vector>
 
-#include "CQCommProtocol/WireFormat.h"
 #include "api/LittleEndian.h"
+#include "CQCommProtocol/WireFormat.h"
 
 namespace ovk {
 

@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <utility>
 
-#include "CQCommProtocol/WireFormat.h"
 #include "api/DebugLog.h"
 #include "api/LittleEndian.h"
+#include "CQCommProtocol/WireFormat.h"
 
 namespace ovk {
 namespace {
 
-/// The length of a packet of this type, of a data packet that of its header; 0 for no packet's type.
+/// The length of a packet of this type, of a data packet that of its header; 0 for no packet's
+/// type.
 std::size_t initialSize(std::uint8_t type) {
     switch (type) {
         case wire::kShakeHandsRequest:
@@ -119,7 +120,9 @@ std::uint8_t DataParser::packetType() const {
     return packet_.size() >= wire::kShortPacketSize ? packet_[wire::kTypeOffset] : std::uint8_t{0};
 }
 
-std::vector<std::uint8_t> DataParser::takeDiscarded() { return std::exchange(discarded_, {}); }
+std::vector<std::uint8_t> DataParser::takeDiscarded() {
+    return std::exchange(discarded_, {});
+}
 
 void DataParser::clear() {
     packet_.clear();

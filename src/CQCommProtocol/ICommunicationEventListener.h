@@ -17,8 +17,8 @@ class ICommunicationEventListener {
     /// The link has dropped.
     virtual void disconnected() = 0;
 
-    /// A piece of a transfer from the instrument has come, or the instrument has aborted it (`error`
-    /// is then its error number and `data` empty).
+    /// A piece of a transfer from the instrument has come, or the instrument has aborted it:
+    /// `error` is then its error number and `data` empty.
     /// \param offset 0 for the first piece.
     /// \return non-zero to abort the transfer.
     virtual std::uint16_t dataReceived(std::uint8_t operation, std::uint32_t offset,

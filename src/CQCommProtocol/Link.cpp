@@ -22,6 +22,13 @@ std::uint32_t controlWordOf(std::span<const std::uint8_t> packet) {
     return loadLittleEndian<std::uint32_t>(packet.data() + wire::kControlOffset);
 }
 
+/// An acknowledgement names the packet that is to come next. One that names the packet sent last,
+/// or one before it, repeats what has been said. Number 0 can repeat nothing, so it is taken as
+/// meant for the packet sent last.
+bool isStale(std::uint32_t acknowledged, std::uint32_t sent) {
+    return acknowledged != 0 && acknowledged <= sent;
+}
+
 }  // namespace
 
 Link::Link(ICommunicationEventListener& listener, Writer write)
@@ -61,12 +68,13 @@ void Link::receive(std::span<const std::uint8_t> bytes, TimePoint now) {
     }
     while (!bytes.empty()) {
         bytes = bytes.subspan(parser_.parse(bytes, now));
-        passOnDiscarded();
+        discarded_ = parser_.takeDiscarded();
         if (parser_.isComplete()) {
             debuglog::write("parsed packet type: %02x", parser_.packetType());
             dispatch(now);
             parser_.clear();
         }
+        passOnDiscarded();
     }
     lastActivity_ = now;
 }
@@ -95,7 +103,7 @@ void Link::handleShakeHandsAcknowledgement() {
     const auto packet = parser_.packet();
     if (state_ != State::shakeHandsRequested) {
         debuglog::write("Received shake hands ack packet, but had not request\n");
-        discarded_.assign(packet.begin(), packet.end());
+        discarded_.insert(discarded_.end(), packet.begin(), packet.end());
         return;
     }
     const std::uint8_t session = packet[wire::kSessionOffset];
@@ -132,9 +140,9 @@ void Link::handleData() {
     switch (event.verdict) {
         case RxContext::Verdict::aborted:
             debuglog::write("Data transfer was aborted by remote\n");
-            listener_.dataReceived(event.operation, event.offset, {}, event.error, true);
             rx_.clear();
             state_ = State::idle;
+            listener_.dataReceived(event.operation, event.offset, {}, event.error, true);
             return;
         case RxContext::Verdict::invalidLength:
             debuglog::write("Invalid data len: %d\r\n", packet.length());
@@ -157,8 +165,8 @@ void Link::handleReceived(const RxContext::Event& event) {
     state_ = State::receiving;
     debuglog::write("received a packet, opt = %d, seq = %d, len = %d\n", event.operation,
                     static_cast<int>(rx_.nextSequence() - 1), static_cast<int>(event.data.size()));
-    const bool mayGoOn = listener_.dataReceived(event.operation, event.offset, event.data, 0,
-                                                event.isLast) == 0;
+    const bool mayGoOn =
+        listener_.dataReceived(event.operation, event.offset, event.data, 0, event.isLast) == 0;
     if (state_ != State::receiving) {
         return;  // the listener has sent a command, which acknowledged the transfer
     }
@@ -176,16 +184,16 @@ void Link::handleReceived(const RxContext::Event& event) {
 }
 
 void Link::handleAcknowledgement(TimePoint now) {
-    if (!tx_.lastPacket() || state_ == State::closing) {
-        return;  // nothing was sent that it could be about, or it matters no more
+    if (isSendingOver()) {
+        return;
     }
     const std::uint32_t control = controlWordOf(parser_.packet());
     switch (static_cast<std::uint8_t>(control >> wire::kFlagShift)) {
         case wire::kFlagAbort:
             debuglog::write("Remote aborted receiving\n");
-            listener_.transferProgress(tx_.operation(),
-                                       static_cast<std::uint32_t>(tx_.totalSize()),
-                                       static_cast<std::uint16_t>(control & wire::kErrorMask), true);
+            listener_.transferProgress(tx_.operation(), static_cast<std::uint32_t>(tx_.totalSize()),
+                                       static_cast<std::uint16_t>(control & wire::kErrorMask),
+                                       true);
             return endSending();
         case wire::kFlagRetransmit:
             debuglog::write(GBK_REQUEST_RETRANSMISSION "operation=%d, seq=%d\r\n", tx_.operation(),
@@ -193,8 +201,7 @@ void Link::handleAcknowledgement(TimePoint now) {
             write_(tx_.lastPacket()->bytes());
             return;
         case wire::kFlagAcknowledge:
-            // A repeated acknowledgement of an earlier packet says nothing of the last one.
-            if ((control & wire::kSequenceMask) > tx_.sequence()) {
+            if (!isStale(control & wire::kSequenceMask, tx_.sequence())) {
                 handleProgress(now);
             }
             return;
@@ -209,6 +216,9 @@ void Link::handleProgress(TimePoint now) {
     const bool hasMore = tx_.hasMore();
     const std::uint16_t error = listener_.transferProgress(
         tx_.operation(), static_cast<std::uint32_t>(tx_.totalSize()), 0, !hasMore);
+    if (isSendingOver()) {
+        return;  // the listener has ended the session
+    }
     if (hasMore && error == 0) {
         return sendNextPacket(now);
     }
@@ -239,6 +249,11 @@ void Link::sendReceivingAcknowledgement(std::uint8_t flag, std::uint32_t sequenc
     debuglog::write("SendPackAck: opt:%d, seq:%d\r\n", rx_.operation(), static_cast<int>(sequence));
 }
 
+/// True when nothing was sent that an answer could be about, or it matters no more.
+bool Link::isSendingOver() const {
+    return !tx_.lastPacket() || state_ == State::closing;
+}
+
 void Link::endSending() {
     tx_.clear();
     // A transfer from the instrument may have begun meanwhile: that one goes on.
@@ -266,13 +281,16 @@ void Link::dropSession() {
     if (state_ == State::shakeHandsRequested) {
         return;  // it was an earlier session's: the new one is still to come
     }
-    const bool wasConnected = state_ != State::notConnected;
-    state_ = State::notConnected;
-    if (!wasConnected) {
-        return;
-    }
+    endSession();
+}
+
+void Link::endSession() {
+    const bool wasConnected = state_ >= State::idle;
     forgetSession();
-    listener_.disconnected();
+    state_ = State::notConnected;
+    if (wasConnected) {
+        listener_.disconnected();
+    }
 }
 
 void Link::forgetSession() {
@@ -289,7 +307,7 @@ void Link::setRawDataListener(IRawDataListener* listener, bool isEnabled) {
 }
 
 void Link::passOnDiscarded() {
-    const auto discarded = parser_.takeDiscarded();
+    const auto discarded = std::exchange(discarded_, {});
     if (!discarded.empty() && rawDataListener_ != nullptr && isRawDataEnabled_) {
         rawDataListener_->rawData(discarded);
     }

@@ -8,17 +8,17 @@
 #include <span>
 #include <vector>
 
+#include "api/ResultCode.h"
 #include "CQCommProtocol/DataParser.h"
 #include "CQCommProtocol/ICommunicationEventListener.h"
-#include "CQCommProtocol/TxContext.h"
 #include "CQCommProtocol/rxcontext.h"
-#include "api/ResultCode.h"
+#include "CQCommProtocol/TxContext.h"
 
 namespace ovk {
 
-/// The wired protocol of one instrument: takes the bytes that arrive, answers through the writer and
-/// reports to the listener. Owns no thread, port, clock or lock; the owner passes the time in and
-/// keeps calls apart.
+/// The wired protocol of one instrument: takes the bytes that arrive, answers through the writer
+/// and reports to the listener. Owns no thread, port, clock or lock; the owner passes the time in
+/// and keeps calls apart.
 class Link {
   public:
     using TimePoint = DataParser::TimePoint;
@@ -68,6 +68,9 @@ class Link {
     /// Gives up waiting for the answer to a goodbye. To be called every now and then.
     void watch(TimePoint now);
 
+    /// Ends the session, if there is one, without a word to the instrument: the port has gone.
+    void endSession();
+
     State state() const { return state_; }
     std::uint8_t session() const { return session_; }
     bool hasSession() const { return session_ != 0; }
@@ -89,6 +92,7 @@ class Link {
     void sendNextPacket(TimePoint now);
     void sendReceivingAcknowledgement(std::uint8_t flag, std::uint32_t sequence,
                                       const char* origin);
+    bool isSendingOver() const;
     void endSending();
     void dropSession();
     void forgetSession();
@@ -104,7 +108,7 @@ class Link {
     InstrumentValues instrumentValues_;
     TimePoint lastActivity_{};
     DataParser parser_{kPacketTimeout};
-    std::vector<std::uint8_t> discarded_;
+    std::vector<std::uint8_t> discarded_;  // since the last look at the raw-data listener
     RxContext rx_;
     TxContext tx_;
 };

@@ -6,8 +6,13 @@
 namespace ovk {
 namespace {
 
+/// 0 for a stream that cannot tell.
 std::size_t bytesLeft(std::istream& stream) {
     const auto position = stream.tellg();
+    if (position == std::istream::pos_type(-1)) {
+        stream.clear();
+        return 0;
+    }
     stream.seekg(0, std::ios::end);
     const auto end = stream.tellg();
     stream.clear();
@@ -38,8 +43,8 @@ std::shared_ptr<const DataPacket> TxContext::buildPacket(std::uint8_t session) {
     }
     const std::size_t count = std::min(bufferedBytes(), chunkSize);
     const bool isLast = count == bufferedBytes() && !stream_;
-    lastPacket_ = std::make_shared<const DataPacket>(
-        session, sequence_, isLast, std::span(buffer_).subspan(sentBytes_, count));
+    lastPacket_ = std::make_shared<const DataPacket>(session, sequence_, isLast,
+                                                     std::span(buffer_).subspan(sentBytes_, count));
     sentBytes_ += count;
     return lastPacket_;
 }

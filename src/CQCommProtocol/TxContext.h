@@ -11,8 +11,8 @@
 
 namespace ovk {
 
-/// The bookkeeping of one transfer to the instrument: cuts it into packets, one at a time, and keeps
-/// the last one for sending again. Has no clock, no port and no lock.
+/// The bookkeeping of one transfer to the instrument: cuts it into packets, one at a time, and
+/// keeps the last one for sending again. Has no clock, no port and no lock.
 class TxContext {
   public:
     /// The largest packet that may be built from now on, in bytes. A size that leaves no room for a
@@ -36,7 +36,8 @@ class TxContext {
 
     std::uint8_t operation() const { return operation_; }
     std::uint32_t sequence() const { return sequence_; }
-    /// Bytes of the whole transfer, the operation code not counted; -1 when none is running.
+    /// Bytes of the whole transfer, the operation code and a stream that cannot tell its length not
+    /// counted; -1 when none is running.
     std::int32_t totalSize() const { return totalSize_; }
 
     /// Ends the transfer. The largest packet size stays.

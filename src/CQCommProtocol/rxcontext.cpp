@@ -5,45 +5,52 @@
 namespace ovk {
 
 RxContext::Event RxContext::take(const DataPacketView& packet) {
+    Event event;
+    event.verdict = judge(packet);
+    if (event.verdict == Verdict::data) {
+        advance(packet, event);
+    } else if (event.verdict == Verdict::aborted) {
+        event.operation = operation_;
+        event.offset = packetOffset_;
+        event.error = packet.sequence();
+        event.isLast = true;
+    }
+    return event;
+}
+
+RxContext::Verdict RxContext::judge(const DataPacketView& packet) const {
     if (packet.flag() == wire::kFlagAbort) {
-        return {.verdict = Verdict::aborted,
-                .operation = operation_,
-                .offset = packetOffset_,
-                .data = {},
-                .error = packet.sequence(),
-                .isLast = true};
+        return Verdict::aborted;
     }
     if (packet.length() < wire::kCrcSize) {
-        return {.verdict = Verdict::invalidLength};
+        return Verdict::invalidLength;
     }
     if (packet.sequence() != nextSequence_) {
-        return {.verdict = Verdict::invalidSequence};
+        return Verdict::invalidSequence;
     }
-    if (!packet.hasValidCrc()) {
-        return {.verdict = Verdict::crcError};
-    }
+    return packet.hasValidCrc() ? Verdict::data : Verdict::crcError;
+}
 
-    auto data = packet.payload();
-    const auto size = static_cast<std::uint32_t>(data.size());
+void RxContext::advance(const DataPacketView& packet, Event& event) {
+    event.data = packet.payload();
+    const auto size = static_cast<std::uint32_t>(event.data.size());
     if (packet.sequence() == 0) {
         clear();
         assert(packet.sequence() == nextSequence_ && "packet->sequence() == nextSequence_");
         // A transfer is named by its first byte; one without is operation 0.
-        if (!data.empty()) {
-            operation_ = data.front();
-            data = data.subspan(1);
+        if (!event.data.empty()) {
+            operation_ = event.data.front();
+            event.data = event.data.subspan(1);
         }
     }
     packetOffset_ = receivedBytes_;
     receivedBytes_ += size;
     hasSeenLast_ = packet.flag() != wire::kFlagMore;
     nextSequence_ = (packet.sequence() + 1) & wire::kSequenceMask;
-    return {.verdict = Verdict::data,
-            .operation = operation_,
-            .offset = packetOffset_,
-            .data = data,
-            .error = 0,
-            .isLast = hasSeenLast_};
+
+    event.operation = operation_;
+    event.offset = packetOffset_;
+    event.isLast = hasSeenLast_;
 }
 
 }  // namespace ovk

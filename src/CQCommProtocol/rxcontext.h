@@ -7,8 +7,8 @@
 
 namespace ovk {
 
-/// The bookkeeping of one transfer from the instrument: which packet is next, and what a packet that
-/// has come means. Has no clock, no port and no lock.
+/// The bookkeeping of one transfer from the instrument: which packet is next, and what a packet
+/// that has come means. Has no clock, no port and no lock.
 class RxContext {
   public:
     enum class Verdict {
@@ -32,17 +32,20 @@ class RxContext {
         bool isLast = false;
     };
 
-    /// Judges a packet, and takes it into account if it is `data`. Nothing else changes the context.
+    /// Judges a packet, and takes it into account if it is `data`. Nothing else changes the
+    /// context.
     Event take(const DataPacketView& packet);
 
     std::uint8_t operation() const { return operation_; }
     std::uint32_t nextSequence() const { return nextSequence_; }
     bool hasSeenLast() const { return hasSeenLast_; }
-    /// True until the first packet of a transfer has been taken.
-    bool isEmpty() const { return nextSequence_ == 0; }
     void clear() { *this = RxContext(); }
 
   private:
+    Verdict judge(const DataPacketView& packet) const;
+    /// Takes the next packet of the transfer into account.
+    void advance(const DataPacketView& packet, Event& event);
+
     std::uint8_t operation_ = 0;
     bool hasSeenLast_ = false;
     std::uint32_t packetOffset_ = 0;

@@ -4,7 +4,9 @@
 
 namespace ovk {
 
-bool SerialPort::hasHandle() const { return gate_.isOpen(); }
+bool SerialPort::hasHandle() const {
+    return gate_.isOpen();
+}
 
 std::vector<std::uint8_t> SerialPort::readAvailable() {
     const auto count = queuedBytes();
@@ -35,6 +37,8 @@ std::string SerialPort::readLine(std::chrono::milliseconds timeout) {
                     return line;
                 }
             }
+        } else if (!hasHandle() || lastError() == kErrorDeviceGone) {
+            break;
         }
         remaining -= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
     }

@@ -14,8 +14,8 @@
 
 namespace ovk {
 
-/// How a port is set up when it is opened. The numbers of stopBits and parity are those of a Windows
-/// device control block: 0 is one stop bit, and no parity.
+/// How a port is set up when it is opened. The numbers of stopBits and parity are those of a
+/// Windows device control block: 0 is one stop bit, and no parity.
 struct SerialPortSettings {
     std::uint32_t baudRate = 115200;
     std::uint32_t byteSize = 8;
@@ -25,11 +25,11 @@ struct SerialPortSettings {
     std::chrono::milliseconds writeTimeout = std::chrono::milliseconds::max();
 };
 
-/// One serial port. Nothing here throws because of the port: results are false, -1 or empty, and
-/// lastError() holds the operating system's error number.
+/// One serial port. Nothing here throws because of the port or the system: results are false, -1 or
+/// empty, and lastError() holds the operating system's error number.
 ///
-/// Error 2 says that the device is gone (unplugged, hung up), on every system; other numbers are the
-/// system's own.
+/// Error 2 says that the device is gone (unplugged, hung up), on every system; other numbers are
+/// the system's own.
 ///
 /// Threads: one may wait or read while another writes. close() may be called at any time; it wakes
 /// the threads that wait inside and returns when they have left. open() and setPortName() must not
@@ -50,8 +50,8 @@ class SerialPort {
     const std::string& portName() const { return portName_; }
     void setPortName(std::string portName) { portName_ = std::move(portName); }
 
-    /// Opens the port for this process alone, sets it up and empties its queues. False if it is open
-    /// already or cannot be opened. A port whose device has gone is closed and opened anew.
+    /// Opens the port for this process alone, sets it up and empties its queues. False if it is
+    /// open already or cannot be opened. A port whose device has gone is closed and opened anew.
     bool open();
     void close();
     /// True from a successful open() to close(), whether or not the device is still there.
@@ -72,9 +72,10 @@ class SerialPort {
     void discardReceived();
     /// True as soon as bytes wait to be read; false when time is up, on an abort, and on errors.
     bool waitForData(std::chrono::milliseconds timeout);
-    /// Reads up to a CR LF, which is not part of the result. When the time runs out returns what has
-    /// come. The whole time since the call began is taken off the remaining time after each wait, so
-    /// that a line that trickles in gets less than `timeout`.
+    /// Reads up to a CR LF, which is not part of the result. When the time runs out, or the port is
+    /// closed or its device gone, returns what has come. The whole time since the call began is
+    /// taken off the remaining time after each wait, so that a line that trickles in gets less than
+    /// `timeout`.
     std::string readLine(std::chrono::milliseconds timeout);
 
     /// Makes waitForData() return false, at once and from now on, until clearAbort().

@@ -64,29 +64,37 @@ bool isAdapter(const Terminal& terminal) {
     return usb && readAttribute(*usb / "product").find(kAdapterProduct) != std::string::npos;
 }
 
+/// The number in a name that is the prefix and a number.
+std::optional<std::uint32_t> terminalNumber(std::string_view name, std::string_view prefix) {
+    if (!name.starts_with(prefix)) {
+        return std::nullopt;
+    }
+    name.remove_prefix(prefix.size());
+    std::uint32_t number = 0;
+    const auto parsed = std::from_chars(name.data(), name.data() + name.size(), number);
+    const bool isWhole = parsed.ec == std::errc{} && parsed.ptr == name.data() + name.size();
+    return isWhole ? std::optional(number) : std::nullopt;
+}
+
 /// The terminals whose name is the prefix and a number, by number. Nothing if there is no list.
 std::optional<std::vector<Terminal>> listTerminals(std::string_view prefix) {
     std::error_code error;
-    fs::directory_iterator entries(systemTree().sys / "class" / "tty", error);
+    fs::directory_iterator entry(systemTree().sys / "class" / "tty", error);
     if (error) {
         return std::nullopt;
     }
     std::vector<Terminal> terminals;
-    for (const fs::directory_entry& entry : entries) {
-        const std::string name = entry.path().filename().string();
-        if (!name.starts_with(prefix)) {
-            continue;
-        }
-        const char* const end = name.data() + name.size();
-        std::uint32_t number = 0;
-        const auto parsed = std::from_chars(name.data() + prefix.size(), end, number);
-        fs::path device = fs::canonical(entry.path() / "device", error);
-        if (parsed.ec == std::errc{} && parsed.ptr == end && !error) {
-            terminals.push_back({number, std::move(device)});
+    for (; entry != fs::directory_iterator(); entry.increment(error)) {
+        const auto number = terminalNumber(entry->path().filename().string(), prefix);
+        std::error_code isNotADevice;
+        fs::path device = fs::canonical(entry->path() / "device", isNotADevice);
+        if (number && !isNotADevice) {
+            terminals.push_back({*number, std::move(device)});
         }
     }
-    std::sort(terminals.begin(), terminals.end(),
-              [](const Terminal& left, const Terminal& right) { return left.number < right.number; });
+    std::sort(terminals.begin(), terminals.end(), [](const Terminal& left, const Terminal& right) {
+        return left.number < right.number;
+    });
     return terminals;
 }
 
@@ -129,6 +137,8 @@ std::uint32_t findCh340Ports(std::vector<std::uint32_t>& numbers) {
     return static_cast<std::uint32_t>(numbers.size());
 }
 
-std::string ch340PortName(std::uint32_t number) { return terminalPath(kAdapterTerminal, number); }
+std::string ch340PortName(std::uint32_t number) {
+    return terminalPath(kAdapterTerminal, number);
+}
 
 }  // namespace ovk

@@ -21,18 +21,20 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// A file descriptor that becomes readable when it is set, and stays so until it is reset.
+/// A file descriptor that becomes readable when it is set, and stays so until it is reset. Without
+/// one when the process has no descriptor left.
 class Event {
   public:
-    Event() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-        if (descriptor_ < 0) {
-            throw std::system_error(errno, std::generic_category(), "eventfd");
+    Event() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    ~Event() {
+        if (isValid()) {
+            ::close(descriptor_);
         }
     }
-    ~Event() { ::close(descriptor_); }
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
+    bool isValid() const { return descriptor_ >= 0; }
     int descriptor() const { return descriptor_; }
     void set() { eventfd_write(descriptor_, 1); }
     void reset() {
@@ -50,13 +52,15 @@ std::uint32_t toPortError(int error) {
     return isGone ? SerialPort::kErrorDeviceGone : static_cast<std::uint32_t>(error);
 }
 
-std::uint32_t currentError() { return toPortError(errno); }
+std::uint32_t currentError() {
+    return toPortError(errno);
+}
 
 /// The moment at which a wait ends; none for a wait without end.
 std::optional<Clock::time_point> deadlineAfter(std::chrono::milliseconds timeout) {
     const auto now = Clock::now();
-    if (timeout >= std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() -
-                                                                         now)) {
+    if (timeout >=
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() - now)) {
         return std::nullopt;
     }
     return now + timeout;
@@ -78,9 +82,9 @@ speed_t toSpeed(std::uint32_t baudRate) {
     static constexpr std::array kRates{
         Rate{9600, B9600},     Rate{19200, B19200},   Rate{38400, B38400},   Rate{57600, B57600},
         Rate{115200, B115200}, Rate{230400, B230400}, Rate{460800, B460800}, Rate{921600, B921600}};
-    const auto* rate = std::find_if(kRates.begin(), kRates.end(), [baudRate](const Rate& candidate) {
-        return candidate.baudRate == baudRate;
-    });
+    const auto* rate =
+        std::find_if(kRates.begin(), kRates.end(),
+                     [baudRate](const Rate& candidate) { return candidate.baudRate == baudRate; });
     return rate == kRates.end() ? B0 : rate->speed;
 }
 
@@ -190,7 +194,9 @@ struct SerialPort::Device {
 SerialPort::SerialPort(std::string portName, SerialPortSettings settings)
     : portName_(std::move(portName)), settings_(settings), device_(std::make_unique<Device>()) {}
 
-SerialPort::~SerialPort() { close(); }
+SerialPort::~SerialPort() {
+    close();
+}
 
 bool SerialPort::open() {
     if (hasHandle()) {
@@ -210,6 +216,9 @@ bool SerialPort::open() {
 }
 
 std::uint32_t SerialPort::openDevice() {
+    if (!device_->closing.isValid() || !device_->aborting.isValid()) {
+        return EMFILE;
+    }
     const int descriptor = ::open(portName_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0) {
         return currentError();
@@ -303,8 +312,12 @@ bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
     return wait == Device::Wait::ready;
 }
 
-void SerialPort::signalAbort() { device_->aborting.set(); }
+void SerialPort::signalAbort() {
+    device_->aborting.set();
+}
 
-void SerialPort::clearAbort() { device_->aborting.reset(); }
+void SerialPort::clearAbort() {
+    device_->aborting.reset();
+}
 
 }  // namespace ovk

@@ -10,8 +10,8 @@ struct SystemTree {
     std::filesystem::path dev = "/dev";
 };
 
-/// The one place that port discovery takes its paths from. A test points it at a made-up tree before
-/// any discovery runs.
+/// The one place that port discovery takes its paths from. A test points it at a made-up tree
+/// before any discovery runs.
 SystemTree& systemTree();
 
 }  // namespace ovk

@@ -133,6 +133,8 @@ std::uint32_t findCh340Ports(std::vector<std::uint32_t>& numbers) {
     return static_cast<std::uint32_t>(numbers.size());
 }
 
-std::string ch340PortName(std::uint32_t number) { return "COM" + std::to_string(number); }
+std::string ch340PortName(std::uint32_t number) {
+    return "COM" + std::to_string(number);
+}
 
 }  // namespace ovk

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <regex>
-#include <system_error>
 
 #include "api/DebugLog.h"
 
@@ -14,19 +13,19 @@ namespace {
 
 static_assert(SerialPort::kErrorDeviceGone == ERROR_FILE_NOT_FOUND);
 
-/// A manual-reset event.
+/// A manual-reset event. Null when the system has none left.
 class Event {
   public:
-    Event() : handle_(CreateEventA(nullptr, TRUE, FALSE, nullptr)) {
-        if (handle_ == nullptr) {
-            throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
-                                    "CreateEvent");
+    Event() : handle_(CreateEventA(nullptr, TRUE, FALSE, nullptr)) {}
+    ~Event() {
+        if (isValid()) {
+            CloseHandle(handle_);
         }
     }
-    ~Event() { CloseHandle(handle_); }
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
+    bool isValid() const { return handle_ != nullptr; }
     HANDLE handle() const { return handle_; }
     void set() { SetEvent(handle_); }
     void reset() { ResetEvent(handle_); }
@@ -108,7 +107,8 @@ struct SerialPort::Device {
         operation.hEvent = event.handle();
         error = start(operation) != FALSE ? ERROR_SUCCESS : GetLastError();
         if (error != ERROR_SUCCESS &&
-            !complete(operation, timeout, [this] { CancelIo(handle); }, error)) {
+            !complete(
+                operation, timeout, [this] { CancelIo(handle); }, error)) {
             return -1;
         }
         DWORD count = 0;
@@ -117,6 +117,10 @@ struct SerialPort::Device {
             return -1;
         }
         return static_cast<std::int32_t>(count);
+    }
+
+    bool hasEvents() const {
+        return serialEvent.isValid() && reading.isValid() && writing.isValid() && closing.isValid();
     }
 
     HANDLE handle = INVALID_HANDLE_VALUE;
@@ -130,7 +134,9 @@ struct SerialPort::Device {
 SerialPort::SerialPort(std::string portName, SerialPortSettings settings)
     : portName_(std::move(portName)), settings_(settings), device_(std::make_unique<Device>()) {}
 
-SerialPort::~SerialPort() { close(); }
+SerialPort::~SerialPort() {
+    close();
+}
 
 bool SerialPort::open() {
     if (hasHandle()) {
@@ -151,14 +157,17 @@ bool SerialPort::open() {
 
 std::uint32_t SerialPort::openDevice() {
     constexpr DWORD kQueueSize = 20480;
-    const HANDLE handle =
-        CreateFileA(devicePath(portName_).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
-                    OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    if (!device_->hasEvents()) {
+        return ERROR_NO_SYSTEM_RESOURCES;
+    }
+    const HANDLE handle = CreateFileA(devicePath(portName_).c_str(), GENERIC_READ | GENERIC_WRITE,
+                                      0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
         return GetLastError();
     }
     DCB block = controlBlock(settings_);
-    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE || SetCommState(handle, &block) == FALSE) {
+    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE ||
+        SetCommState(handle, &block) == FALSE) {
         const DWORD error = GetLastError();
         CloseHandle(handle);
         return error;
@@ -250,6 +259,10 @@ bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
         return false;
     }
     Device& device = *device_;
+    if (device.abortRequested.load()) {
+        setLastError(ERROR_OPERATION_ABORTED);
+        return false;
+    }
     const auto hasData = [this] { return queuedBytes().value_or(0) > 0; };
     setLastError(ERROR_SUCCESS);
     if (hasData()) {
@@ -289,6 +302,8 @@ void SerialPort::signalAbort() {
     device_->serialEvent.set();
 }
 
-void SerialPort::clearAbort() { device_->abortRequested.store(false); }
+void SerialPort::clearAbort() {
+    device_->abortRequested.store(false);
+}
 
 }  // namespace ovk

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include "ble/EhMc17AtInterface.h"
+#include "ble/PacketReceiver.h"
+
+namespace ovk {
+
+/// The wireless adapter as one device: finds its port, sets its module up and links it to an
+/// instrument, after which the port carries that one's packets and the receiver has it.
+///
+/// open() and connect() must not run beside other calls.
+class BleDongleDevice : public PacketReceiver {
+  public:
+    using SlaveDevice = EhMc17AtInterface::SlaveDevice;
+
+    /// Opens the adapter on the named port, or, with an empty name, on the first port of an
+    /// adapter's USB bridge whose module answers.
+    /// \throw CommunicationException CQ_FAIL_TO_OPEN: the named port; CQ_CANNOT_FOUND_DEVICE: no
+    ///        port with a module; CQ_UNKNOWN_ERROR: the module does not answer as it should. No
+    ///        port is then left open.
+    void open(const std::string& portName);
+
+    /// Links up with the instrument of this address, or, with an empty one, with that of the
+    /// strongest signal, and starts receiving. Drops an earlier link first.
+    /// \throw CommunicationException CQ_DEVICE_IS_CLOSED: not open; CQ_CANNOT_FOUND_DEVICE: the
+    ///        scan has heard nobody; CQ_UNKNOWN_ERROR: no link.
+    void connect(const std::string& address);
+
+    /// That of the last successful connect(). Its name is known only if it was scanned for.
+    const SlaveDevice& connectedSlave() const { return connectedSlave_; }
+
+    /// What the module said to AT+AR when it was opened.
+    const std::string& arText() const { return arText_; }
+
+  private:
+    void openNamed(const std::string& portName);
+    void search();
+    SlaveDevice strongestSlave();
+
+    EhMc17AtInterface at_;
+    std::string arText_;
+    SlaveDevice connectedSlave_;
+};
+
+}  // namespace ovk

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "ble/CmdPacket.h"
+#include "ble/HandlerSlot.h"
+#include "serial/SerialPort.h"
+
+namespace ovk {
+
+/// Carries command packets over a port that is connected to an instrument: one thread receives, a
+/// request waits for the packet that arrives next, and packets that no request waits for go to the
+/// packet handler.
+///
+/// Threads: every operation may be called from any thread, but there is one pending reply: of two
+/// requests at a time the earlier one loses its reply to the later.
+class PacketReceiver {
+  public:
+    using Packet = std::shared_ptr<const CQBleProtocol::CmdPacket>;
+    using PacketHandler = HandlerSlot<const Packet&>::Handler;
+
+    PacketReceiver() = default;
+    /// Stops receiving. Not on the receiving thread, which would end the process.
+    ~PacketReceiver();
+    PacketReceiver(const PacketReceiver&) = delete;
+    PacketReceiver& operator=(const PacketReceiver&) = delete;
+
+    /// Starts the receiving thread, from now on the port's only reader. If a port is held already,
+    /// stops receiving from that first.
+    /// \param port must not be null.
+    void startReceiving(const std::shared_ptr<SerialPort>& port);
+
+    /// Ends the receiving thread; a request that waits ends with "serial port detached".
+    /// \return the port, open and usable; null if none is held.
+    /// \throw std::system_error on the receiving thread, which cannot wait for its own end
+    ///        (resource_deadlock_would_occur), and when a port is held but no thread was started
+    ///        (invalid_argument).
+    std::shared_ptr<SerialPort> stopReceiving();
+
+    /// Sends the request and waits for the next packet, whatever it is: nothing in a reply says
+    /// what it replies to. One that comes after the time-out is dropped, not given to the handler.
+    /// \throw CommunicationException CQ_DEVICE_IS_CLOSED: no port, its device is gone, or receiving
+    ///        was stopped; CQ_SYSTEM_ERROR: not written; CQ_RECEIVING_TIMEOUT.
+    /// \throw std::future_error (broken_promise) another request has taken this one's place.
+    Packet sendPacket(const CQBleProtocol::CmdPacket& request, std::chrono::milliseconds timeout);
+
+    /// Sets what is called, on the receiving thread, with packets that no request waits for. It
+    /// must not call sendPacket(). When this returns an earlier handler has ended, unless it is
+    /// that handler itself that calls.
+    void setPacketHandler(PacketHandler handler);
+
+    /// True on the receiving thread, so in the packet handler.
+    bool isReceivingThread() const { return threadId_.load() == std::this_thread::get_id(); }
+
+    /// The port that is held; null if none is.
+    std::shared_ptr<SerialPort> port() const;
+
+  private:
+    void refuseReceivingThread();
+    std::shared_ptr<SerialPort> stop();
+    void requestStop(SerialPort& port);
+
+    std::future<Packet> expectReply();
+    std::optional<std::promise<Packet>> takeExpectedReply();
+    void abandonExpectedReply();
+
+    void receivingLoop(SerialPort& port);
+    Packet readPacket(SerialPort& port) const;
+    void dispatch(const Packet& packet);
+
+    mutable std::mutex stateMutex_;  // guards the next two
+    std::shared_ptr<SerialPort> port_;
+    /// There from a request to the packet that arrives next, time-out or not: it is by this that a
+    /// late reply is told from a notification. Null is the reply when receiving is stopped.
+    std::optional<std::promise<Packet>> expectedReply_;
+
+    HandlerSlot<const Packet&> packetHandler_;
+
+    std::mutex lifecycleMutex_;  // one start or stop at a time; taken before the state mutex
+    std::thread thread_;
+    std::atomic<std::thread::id> threadId_{};
+    std::atomic<bool> mustStop_{false};
+};
+
+}  // namespace ovk

@@ -1,0 +1,88 @@
+#include "ble/PacketAssembler.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "PacketBytes.h"
+
+namespace ovk {
+namespace {
+
+using namespace std::chrono_literals;
+using bletest::packetBytes;
+using bletest::pattern;
+using bletest::toBytes;
+
+class PacketAssembling : public testing::Test {
+  protected:
+    void pause(std::chrono::nanoseconds time) { now_ += time; }
+
+    /// Feeds the bytes and returns those of the packet that they complete, if any.
+    std::string feed(const std::string& bytes) {
+        const auto packet = assembler_.feed(toBytes(bytes), now_);
+        if (packet == nullptr) {
+            return {};
+        }
+        return {packet->bytes().begin(), packet->bytes().end()};
+    }
+
+    const std::string record_ = packetBytes(1, 4, pattern(256));
+    const std::string empty_ = packetBytes(1, 1);
+
+  private:
+    PacketAssembler assembler_;
+    PacketAssembler::TimePoint now_{1000s};
+};
+
+TEST_F(PacketAssembling, aPacketInOneRead) {
+    EXPECT_EQ(feed(record_), record_);
+    EXPECT_EQ(feed(empty_), empty_);
+    EXPECT_EQ(feed(record_), record_);
+}
+
+TEST_F(PacketAssembling, piecesWithinTheSilenceBelongTogether) {
+    for (std::size_t i = 0; i + 1 < record_.size(); ++i) {
+        ASSERT_EQ(feed(record_.substr(i, 1)), "") << i;
+        pause(PacketAssembler::kSilence - 1ns);
+    }
+    EXPECT_EQ(feed(record_.substr(record_.size() - 1)), record_);
+}
+
+TEST_F(PacketAssembling, aSilenceDropsWhatCameBefore) {
+    EXPECT_EQ(feed(record_.substr(0, 100)), "");
+    pause(PacketAssembler::kSilence);
+    EXPECT_EQ(feed(record_.substr(100)), "");
+    pause(PacketAssembler::kSilence);
+    EXPECT_EQ(feed(record_), record_);
+}
+
+TEST_F(PacketAssembling, moreThanOnePacketIsNoneUntilASilence) {
+    EXPECT_EQ(feed(empty_ + empty_), "");
+    pause(1s);
+    EXPECT_EQ(feed(empty_), "");
+    pause(1s);
+    EXPECT_EQ(feed(record_), "");
+    pause(PacketAssembler::kSilence);
+    EXPECT_EQ(feed(record_), record_);
+}
+
+TEST_F(PacketAssembling, theLengthIsThatOfTheFirstFourBytes) {
+    // The second packet lies whole within what the first one's length covers.
+    const std::string covering = packetBytes(1, 4, "12" + record_);
+    EXPECT_EQ(feed(covering.substr(0, 6)), "");
+    EXPECT_EQ(feed(record_), covering);
+}
+
+TEST_F(PacketAssembling, aFloodPassesWithoutATrace) {
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(feed(std::string(4096, '\x01')), "");
+    }
+    pause(PacketAssembler::kSilence);
+    const std::string longest = packetBytes(2, 13, pattern(65535));
+    EXPECT_EQ(feed(longest.substr(0, 40'000)), "");
+    EXPECT_EQ(feed(longest.substr(40'000)), longest);
+}
+
+}  // namespace
+}  // namespace ovk

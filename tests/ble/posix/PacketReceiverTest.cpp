@@ -1,0 +1,238 @@
+#include "ble/PacketReceiver.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <system_error>
+
+#include "../PacketBytes.h"
+#include "api/CommunicationException.h"
+#include "api/LogFile.h"
+#include "ScriptedPeer.h"
+#include "serial/posix/PseudoTerminal.h"
+
+namespace ovk {
+namespace {
+
+using namespace std::chrono_literals;
+using bletest::packetBytes;
+using bletest::ScriptedPeer;
+using bletest::toBytes;
+using CQBleProtocol::CmdPacket;
+using Packet = PacketReceiver::Packet;
+using testing::ElementsAre;
+
+constexpr auto kLong = 10'000ms;
+constexpr auto kBrief = 40ms;
+
+/// How a request has ended.
+struct Outcome {
+    ResultCode code = CQ_NO_ERROR;
+    std::string text;
+};
+
+Outcome outcomeOf(const std::function<void()>& request) {
+    try {
+        request();
+        return {};
+    } catch (const CommunicationException& exception) {
+        return {exception.code(), exception.what()};
+    }
+}
+
+/// The packets that a handler has been given.
+class Handled {
+  public:
+    PacketReceiver::PacketHandler handler() {
+        return [this](const Packet& packet) {
+            const std::lock_guard lock(mutex_);
+            commands_.push_back(packet->cmd());
+            arrived_.notify_all();
+        };
+    }
+    std::vector<int> commands(std::size_t count) {
+        std::unique_lock lock(mutex_);
+        arrived_.wait_for(lock, kLong, [&] { return commands_.size() >= count; });
+        return commands_;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable arrived_;
+    std::vector<int> commands_;
+};
+
+/// A receiver with an instrument at the other end of the line.
+class Receiving {
+  public:
+    explicit Receiving(ScriptedPeer::Script script = {}) : peer(std::move(script)) {
+        EXPECT_TRUE(port->open());
+        receiver.startReceiving(port);
+    }
+
+    Packet request(int cmd, std::chrono::milliseconds timeout = kLong) {
+        return receiver.sendPacket(CmdPacket(1, static_cast<std::uint8_t>(cmd)), timeout);
+    }
+    std::future<Outcome> requestMeanwhile(int cmd) {
+        return std::async(std::launch::async,
+                          [=, this] { return outcomeOf([&] { request(cmd); }); });
+    }
+
+    ScriptedPeer peer;
+    std::shared_ptr<SerialPort> port = std::make_shared<SerialPort>(peer.portName());
+    Handled handled;
+    PacketReceiver receiver;  // last, so that its thread ends first
+};
+
+TEST(PacketReceiver, givesARequestTheNextPacketWhateverItIs) {
+    Receiving line({{packetBytes(1, 5), {packetBytes(2, 77, "abc")}}});
+    line.receiver.setPacketHandler(line.handled.handler());
+    const auto reply = line.request(5);
+    EXPECT_EQ(reply->type(), 2);
+    EXPECT_EQ(reply->cmd(), 77);
+    EXPECT_TRUE(reply->payloadIs("abc"));
+    EXPECT_EQ(line.peer.finish(), packetBytes(1, 5));
+    EXPECT_TRUE(line.handled.commands(0).empty());
+}
+
+TEST(PacketReceiver, joinsAReplyThatArrivesInPieces) {
+    const std::string reply = packetBytes(1, 6, std::string(256, '\xAA'));
+    Receiving line({{packetBytes(1, 6), {reply.substr(0, 3), reply.substr(3)}}});
+    EXPECT_EQ(line.request(6)->payloadSize(), 256U);
+}
+
+TEST(PacketReceiver, givesPacketsThatNobodyWaitsForToTheHandler) {
+    Receiving line({{packetBytes(1, 1), {packetBytes(1, 1), packetBytes(1, 5)}}});
+    line.receiver.setPacketHandler(line.handled.handler());
+    line.request(1);
+    EXPECT_THAT(line.handled.commands(1), ElementsAre(5));
+}
+
+// A reply that comes after its request has given up must not be taken for a measurement that the
+// instrument sends by itself; the packet after it is one.
+TEST(PacketReceiver, aLateReplyGoesNowhere) {
+    test::LogFile log;
+    ASSERT_TRUE(log.enable());
+    Receiving line;
+    line.receiver.setPacketHandler(line.handled.handler());
+    EXPECT_EQ(outcomeOf([&] { line.request(4, kBrief); }).code, CQ_RECEIVING_TIMEOUT);
+    line.peer.send(packetBytes(1, 4));
+    while (log.text().find("received a packet: 1,4") == std::string::npos) {
+        std::this_thread::sleep_for(1ms);
+    }
+    line.peer.send(packetBytes(1, 5));
+    EXPECT_THAT(line.handled.commands(1), ElementsAre(5));
+    line.receiver.stopReceiving();
+    EXPECT_THAT(
+        log.messages(),
+        testing::UnorderedElementsAre(
+            "Start receiving_thread\r\n", "waiting receiving packet... (timeout = 40ms)\r\n",
+            "received packet timeout.\r\n", "sendPacket: receiving timeout.\r\n",
+            "received a packet: 1,4\r\n", "received a packet: 1,5\r\n",
+            "End receiving_thread\r\n"));
+}
+
+TEST(PacketReceiver, stoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
+    Receiving line({{packetBytes(1, 4), {}}, {"AT\r\n", {"OK\r\n"}}});
+    auto outcome = line.requestMeanwhile(4);
+    line.peer.awaitSteps(1);
+    EXPECT_EQ(line.receiver.stopReceiving(), line.port);
+    const Outcome ended = outcome.get();
+    EXPECT_EQ(ended.code, CQ_DEVICE_IS_CLOSED);
+    EXPECT_EQ(ended.text, "serial port detached");
+    EXPECT_EQ(line.receiver.port(), nullptr);
+    EXPECT_EQ(line.receiver.stopReceiving(), nullptr);
+
+    ASSERT_EQ(line.port->write(toBytes("AT\r\n")), 4);
+    EXPECT_EQ(line.port->readLine(kLong), "OK");
+}
+
+TEST(PacketReceiver, requestsFailWithoutAPortOrItsDevice) {
+    PacketReceiver unstarted;
+    EXPECT_EQ(outcomeOf([&] { unstarted.sendPacket(CmdPacket(1, 1), kLong); }).code,
+              CQ_DEVICE_IS_CLOSED);
+    Receiving line;
+    line.peer.unplug();
+    EXPECT_EQ(outcomeOf([&] { line.request(1); }).code, CQ_DEVICE_IS_CLOSED);
+}
+
+// The device goes while a request waits: the thread ends by itself, which nobody notices until the
+// time-out, or until receiving is stopped.
+TEST(PacketReceiver, unpluggingLeavesTheRequestWaitingUntilItIsStopped) {
+    test::LogFile log;
+    ASSERT_TRUE(log.enable());
+    Receiving line({{packetBytes(1, 4), {}}});
+    auto outcome = line.requestMeanwhile(4);
+    line.peer.awaitSteps(1);
+    line.peer.unplug();
+    while (log.text().find("End receiving_thread") == std::string::npos) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(outcome.wait_for(kBrief), std::future_status::timeout);
+    line.receiver.stopReceiving();
+    EXPECT_EQ(outcome.get().text, "serial port detached");
+}
+
+TEST(PacketReceiver, aRequestThatCannotBeWrittenFails) {
+    const test::PseudoTerminal unread;
+    SerialPortSettings settings;
+    settings.writeTimeout = kBrief;
+    const auto port = std::make_shared<SerialPort>(unread.path(), settings);
+    ASSERT_TRUE(port->open());
+    PacketReceiver receiver;
+    receiver.startReceiving(port);
+    const CmdPacket tooMuch(1, 8, toBytes(bletest::pattern(65535)));
+    EXPECT_EQ(outcomeOf([&] { receiver.sendPacket(tooMuch, kLong); }).code, CQ_SYSTEM_ERROR);
+}
+
+TEST(PacketReceiver, aSecondRequestTakesTheFirstOnesPlace) {
+    Receiving line({{packetBytes(1, 4), {}}, {packetBytes(1, 5), {packetBytes(1, 5)}}});
+    auto first = std::async(std::launch::async, [&] { line.request(4); });
+    line.peer.awaitSteps(1);
+    EXPECT_EQ(line.request(5)->cmd(), 5);
+    EXPECT_THROW(first.get(), std::future_error);
+}
+
+TEST(PacketReceiver, whatAHandlerThrowsEndsTheThreadAndNothingElse) {
+    test::LogFile log;
+    ASSERT_TRUE(log.enable());
+    Receiving line;
+    line.receiver.setPacketHandler([](const Packet&) { throw std::runtime_error("from a host"); });
+    line.peer.send(packetBytes(1, 4));
+    while (log.text().find("End receiving_thread") == std::string::npos) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(line.receiver.stopReceiving(), line.port);
+}
+
+TEST(PacketReceiver, theReceivingThreadCannotStopItself) {
+    Receiving line;
+    std::promise<std::error_code> refused;
+    line.receiver.setPacketHandler([&](const Packet&) {
+        try {
+            line.receiver.stopReceiving();
+        } catch (const std::system_error& error) {
+            refused.set_value(error.code());
+        }
+    });
+    line.peer.send(packetBytes(1, 4));
+    EXPECT_EQ(refused.get_future().get(), std::errc::resource_deadlock_would_occur);
+    EXPECT_EQ(line.receiver.stopReceiving(), line.port);
+}
+
+TEST(PacketReceiver, startingOnAnotherPortStopsReceivingOnTheFirst) {
+    Receiving line;
+    line.receiver.setPacketHandler(line.handled.handler());
+    const ScriptedPeer other;
+    const auto otherPort = std::make_shared<SerialPort>(other.portName());
+    ASSERT_TRUE(otherPort->open());
+    line.receiver.startReceiving(otherPort);
+    line.peer.send(packetBytes(1, 4));
+    EXPECT_TRUE(line.port->waitForData(kLong));
+    other.send(packetBytes(1, 5));
+    EXPECT_THAT(line.handled.commands(1), ElementsAre(5));
+}
+
+}  // namespace
+}  // namespace ovk

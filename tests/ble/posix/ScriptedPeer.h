@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace ovk::bletest {
+
+/// The module or the instrument at the far end of a pseudo-terminal: a thread that waits for the
+/// bytes that each step awaits and then sends its answers, with a pause between them. Unlike a
+/// terminal without a thread behind it, it stays usable while ports come and go.
+class ScriptedPeer {
+  public:
+    struct Step {
+        std::string awaited;
+        std::vector<std::string> answers;
+    };
+    using Script = std::vector<Step>;
+
+    explicit ScriptedPeer(Script script = {});
+    ~ScriptedPeer();
+    ScriptedPeer(const ScriptedPeer&) = delete;
+    ScriptedPeer& operator=(const ScriptedPeer&) = delete;
+
+    const std::string& portName() const { return portName_; }
+    /// Sends by itself. Not while a step is under way.
+    void send(const std::string& bytes) const;
+    /// Waits until so many steps are done.
+    void awaitSteps(std::size_t count) const;
+    /// Ends the thread and returns all that the port has sent.
+    std::string finish();
+    /// Ends the thread; the device is gone.
+    void unplug();
+
+    /// What finish() should return: what the steps await.
+    static std::string awaitedBy(const Script& script);
+
+  private:
+    void run();
+    void playSteps();
+    void readAvailable();
+
+    const Script script_;
+    int master_;
+    int slave_;  // without one open the master could not be read
+    int stopEvent_;
+    std::string portName_;
+    std::string received_;
+    std::size_t answered_ = 0;  // so many bytes of these belong to steps that are done
+    std::atomic<std::size_t> stepsDone_{0};
+    std::thread thread_;
+};
+
+}  // namespace ovk::bletest

@@ -1,0 +1,213 @@
+#include "ble/SpectrophotometerBle.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <future>
+#include <regex>
+
+#include "api/LogFile.h"
+#include "ScriptedInstrument.h"
+
+namespace ovk::cq {
+namespace {
+
+using namespace std::chrono_literals;
+using bletest::codeOf;
+using bletest::image;
+using bletest::packetBytes;
+using bletest::record;
+using bletest::ScriptedInstrument;
+using bletest::ScriptedPeer;
+using bletest::u32;
+using testing::ElementsAre;
+
+/// The time-outs, in the log, of the requests after the hello.
+std::vector<std::string> timeoutsIn(const test::LogFile& log) {
+    static const std::regex kTimeout(R"(\(timeout = (\d+)ms\))");
+    const std::string all = log.text();
+    std::vector<std::string> found;
+    for (std::sregex_iterator match(all.begin(), all.end(), kTimeout), end; match != end; ++match) {
+        found.push_back((*match)[1]);
+    }
+    found.erase(found.begin());
+    return found;
+}
+
+// Every command with one request: its bytes, its time-out, and what each reply comes to.
+TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
+    using Driver = SpectrophotometerBle;
+    constexpr ResultCode kFailed = CQ_EXECUTE_COMMAND_FAILED;
+    constexpr ResultCode kInvalid = CQ_INVALID_PARAMETER;
+    constexpr ResultCode kWrong = CQ_INVALID_PACKET;
+    struct Reply {
+        std::string payload;
+        ResultCode code;
+    };
+    struct Case {
+        const char* name;
+        std::function<void(Driver&)> run;
+        std::string request;
+        std::string timeout;
+        std::vector<Reply> replies;
+    };
+    const std::string recordText = image(record(3));
+    const auto upload = [](Driver& driver) {
+        MeasurementRecords records;
+        driver.uploadStandards(records, 9, 1);
+        EXPECT_EQ(records.size(), 1U);
+        EXPECT_EQ(image(records[0]), image(record(3)));
+    };
+    const std::vector<Reply> acknowledged{
+        {"", 0}, {"OK", 0}, {"FAIL", kFailed}, {"INVAL", kInvalid}, {std::string("FAIL\0", 5), 0}};
+    const std::vector<Reply> counts{{u32(0x01020304), 0}, {u32(0x01020304) + "more", 0},
+                                    {"", kWrong},         {"123", kWrong},
+                                    {"FAIL", kFailed},    {"INVAL", kInvalid}};
+    const Case cases[]{
+        {"calibrate white",
+         [](Driver& driver) { driver.calibrate(true); },
+         packetBytes(1, 3, "\x01"),
+         "10000",
+         {{"OK", 0}, {"OK\r", kFailed}, {"FAIL", kFailed}, {"INVAL", kFailed}, {"", kFailed}}},
+        {"calibrate black",
+         [](Driver& driver) { driver.calibrate(false); },
+         packetBytes(1, 3, std::string(1, '\0')),
+         "10000",
+         {{"OK", 0}}},
+        {"measure a standard",
+         [](Driver& driver) {
+             EXPECT_EQ(image(driver.measure(RECORD_TYPE::standard)), image(record(3)));
+         },
+         packetBytes(1, 4, std::string(1, '\0')),
+         "8000",
+         {{recordText, 0}, {recordText + "x", kFailed}, {"INVAL", kFailed}, {"", kFailed}}},
+        {"measure a trial",
+         [](Driver& driver) { driver.measure(RECORD_TYPE::trial); },
+         packetBytes(1, 4, "\x01"),
+         "8000",
+         {{recordText, 0}}},
+        {"count samples",
+         [](Driver& driver) { EXPECT_EQ(driver.getSampleCount(0x0A0B0C0D), 0x01020304U); },
+         packetBytes(1, 5, "\x0D\x0C\x0B\x0A"), "2000", counts},
+        {"count standards",
+         [](Driver& driver) { EXPECT_EQ(driver.getTotalStandards(), 0x01020304U); },
+         packetBytes(2, 1), "2000", counts},
+        {"read a standard",
+         upload,
+         packetBytes(1, 6, u32(9)),
+         "1000",
+         {{recordText, 0}, {recordText.substr(1), kWrong}, {"FAIL", kFailed}, {"INVAL", kInvalid}}},
+        {"read a sample",
+         [](Driver& driver) {
+             MeasurementRecords records;
+             driver.uploadSamples(records, 7, 9, 1);
+             EXPECT_EQ(image(records.at(0)), image(record(3)));
+         },
+         packetBytes(1, 7, u32(7) + u32(9)),
+         "1000",
+         {{recordText, 0}, {"", kWrong}, {"INVAL", kInvalid}}},
+        {"write a standard",
+         [](Driver& driver) { driver.downloadStandards(std::array{record(3)}); },
+         packetBytes(1, 8, recordText), "2000", acknowledged},
+        {"delete a standard", [](Driver& driver) { driver.deleteStandard(258); },
+         packetBytes(1, 9, std::string("\x02\x01\x00\x00", 4)), "10000", acknowledged},
+        {"delete everything",
+         [](Driver& driver) { driver.deleteStandard(CQ_ALL_RECORDS); },
+         packetBytes(1, 9, "\xFF\xFF\xFF\xFF"),
+         "10000",
+         {{"OK", 0}}},
+        {"delete a sample", [](Driver& driver) { driver.deleteSample(1, 2); },
+         packetBytes(1, 10, u32(1) + u32(2)), "10000", acknowledged},
+    };
+    for (const Case& each : cases) {
+        for (const Reply& reply : each.replies) {
+            SCOPED_TRACE(std::string(each.name) + ": " + reply.payload.substr(0, 10));
+            test::LogFile log;
+            ASSERT_TRUE(log.enable());
+            ScriptedInstrument instrument({{each.request, {packetBytes(9, 9, reply.payload)}}});
+            EXPECT_EQ(codeOf([&] { each.run(instrument.driver); }), reply.code);
+            EXPECT_EQ(instrument.finish(), each.request);
+            EXPECT_THAT(timeoutsIn(log), ElementsAre(each.timeout));
+        }
+    }
+}
+
+TEST(SpectrophotometerBle, attachesToAnInstrumentThatDoesNotAnswer) {
+    ScriptedPeer silent;
+    const auto port = std::make_shared<SerialPort>(silent.portName());
+    ASSERT_TRUE(port->open());
+    SpectrophotometerBle driver({100ms, 600ms});
+    const auto start = std::chrono::steady_clock::now();
+    driver.attach(port);
+    const auto taken = std::chrono::steady_clock::now() - start;
+    constexpr auto kLeast = 100ms + 500ms + 600ms + 500ms;
+    EXPECT_GE(taken, kLeast);
+    EXPECT_LT(taken, kLeast + 600ms);  // no pause after the last try
+    EXPECT_TRUE(driver.isAttached());
+    EXPECT_EQ(silent.finish(), packetBytes(1, 1) + packetBytes(1, 1));
+}
+
+TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
+    test::LogFile log;
+    ASSERT_TRUE(log.enable());
+    ScriptedInstrument instrument;
+    std::vector<std::string> heard;
+    instrument.driver.setResultHandler([&](std::int32_t type, const CqMeasurementRecord& measured) {
+        heard.push_back(std::to_string(type) + image(measured));
+    });
+    const std::string notifications[]{
+        packetBytes(1, 4, image(record(1))), packetBytes(1, 4, image(record(1)).substr(1)),
+        packetBytes(2, 4, image(record(1))), packetBytes(1, 6, image(record(1))),
+        packetBytes(1, 5, image(record(2)))};
+    const auto countHandled = [&] {
+        const auto messages = log.messages();
+        return std::ranges::count_if(messages, [](const std::string& message) {
+            return message.starts_with("received cmd packet");
+        });
+    };
+    for (const std::string& notification : notifications) {
+        // One at a time: two in one read are none.
+        const auto before = countHandled();
+        instrument.peer.send(notification);
+        while (countHandled() == before) {
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+    instrument.driver.detach();
+    EXPECT_THAT(heard, ElementsAre("0" + image(record(1)), "1" + image(record(2))));
+    EXPECT_THAT(log.messages(),
+                testing::Contains("received cmd packet from instrument: type = 1, cmd = 4, "
+                                  "data_len = 255\r\n"));
+}
+
+TEST(SpectrophotometerBle, saysGoodbyeAndHandsThePortBack) {
+    for (const bool isAnswered : {true, false}) {
+        const ScriptedPeer::Step goodbye{packetBytes(1, 2),
+                                         {isAnswered ? packetBytes(1, 2) : std::string()}};
+        ScriptedInstrument instrument({goodbye});
+        EXPECT_EQ(instrument.driver.portName(), instrument.port->portName());
+        EXPECT_EQ(instrument.driver.detach(), instrument.port);
+        EXPECT_EQ(instrument.finish(), packetBytes(1, 2));
+        EXPECT_TRUE(instrument.port->isOpen());
+        EXPECT_FALSE(instrument.driver.isAttached());
+        EXPECT_EQ(instrument.driver.portName(), "");
+        EXPECT_EQ(instrument.driver.detach(), nullptr);
+        EXPECT_EQ(codeOf([&] { instrument.driver.calibrate(true); }), CQ_DEVICE_IS_CLOSED);
+    }
+}
+
+// Closing from another thread takes the place of the request that waits, which must end with a code
+// as a host understands it, not with an exception of the standard library.
+TEST(SpectrophotometerBle, aRequestThatLosesItsPlaceEndsAsBusy) {
+    ScriptedInstrument instrument({{packetBytes(1, 4, std::string(1, '\0')), {}}});
+    auto measuring = std::async(std::launch::async, [&] {
+        return codeOf([&] { instrument.driver.measure(RECORD_TYPE::standard); });
+    });
+    instrument.peer.awaitSteps(2);
+    instrument.driver.detach();
+    EXPECT_EQ(measuring.get(), CQ_DEVICE_IS_BUSY);
+}
+
+}  // namespace
+}  // namespace ovk::cq

@@ -1,0 +1,261 @@
+// The client with its threads over a pseudo-terminal, with the test in the instrument's place.
+
+#include "CQCommProtocol/CommunicationClient.h"
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <system_error>
+
+#include "serial/posix/PseudoTerminal.h"
+
+namespace ovk {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Bytes;
+using test::hex;
+using test::hexText;
+using test::PseudoTerminal;
+
+constexpr auto kPatience = 10s;
+constexpr auto kShakeHandsAnswer = "AA 55 A2 07 00 40 00 00 00 00 00 00 00";
+
+/// Remembers what it hears, and lets the test wait for it.
+class AwaitableListener : public ICommunicationEventListener {
+  public:
+    /// True when such an event has come, or comes in time.
+    bool hears(const std::string& event) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, kPatience, [&] { return contains(event); });
+    }
+    bool hasHeard(const std::string& event) {
+        const std::lock_guard lock(mutex_);
+        return contains(event);
+    }
+
+    std::function<void()> onData = [] {};
+
+  private:
+    void connectionResult(bool isConnected) override { add(isConnected ? "connected" : "refused"); }
+    void disconnected() override { add("disconnected"); }
+    std::uint16_t dataReceived(std::uint8_t, std::uint32_t, std::span<const std::uint8_t> data,
+                               std::uint32_t, bool) override {
+        add("data " + hexText(data));
+        onData();
+        return 0;
+    }
+    std::uint16_t transferProgress(std::uint8_t, std::uint32_t, std::uint16_t, bool) override {
+        add("progress");
+        return 0;
+    }
+
+    bool contains(const std::string& event) const {
+        return std::ranges::find(events_, event) != events_.end();
+    }
+    void add(const std::string& event) {
+        {
+            const std::lock_guard lock(mutex_);
+            events_.push_back(event);
+        }
+        changed_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> events_;
+};
+
+class CommunicationClientTest : public testing::Test {
+  protected:
+    // Without the device nobody waits for the answer to a goodbye.
+    void TearDown() override { terminal.hangUp(); }
+
+    /// Expects the host to send just this.
+    void expectFromHost(std::string_view text) {
+        EXPECT_EQ(hexText(terminal.receive(hex(text).size())), text);
+    }
+
+    void connect(std::string_view answer = kShakeHandsAnswer) {
+        ASSERT_TRUE(client.open(terminal.path()));
+        client.shakeHands();
+        expectFromHost("55 AA A1 00 00 00 02 00 02");
+        terminal.send(hex(answer));
+        expectFromHost("55 AA A3 07");
+        ASSERT_TRUE(listener.hears("connected"));
+    }
+
+    /// Closes, with the instrument answering the goodbye.
+    void close() {
+        auto closed = std::async(std::launch::async, [this] { client.close(); });
+        expectFromHost("55 AA A4 07");
+        terminal.send(hex("AA 55 A5 07"));
+        closed.get();
+    }
+
+    PseudoTerminal terminal;
+    AwaitableListener listener;
+    CommunicationClient client{listener};
+};
+
+TEST_F(CommunicationClientTest, carriesATransferEachWay) {
+    connect();
+    EXPECT_TRUE(client.isConnected());
+    EXPECT_TRUE(client.hasSession());
+    EXPECT_EQ(client.portName(), terminal.path());
+    EXPECT_FALSE(client.open(terminal.path()));
+
+    EXPECT_EQ(client.Send(0x21, {}), CQ_NO_ERROR);
+    expectFromHost("55 AA A6 07 00 00 00 00 03 00 21 B3 D5");
+    terminal.send(hex("AA 55 A7 07 01 00 00 00 AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A"));
+    expectFromHost("55 AA A7 07 01 00 00 00");
+    EXPECT_TRUE(listener.hears("progress"));
+    EXPECT_TRUE(listener.hears("data 10"));
+}
+
+TEST_F(CommunicationClientTest, refusesToWorkWithoutAPortOrASession) {
+    EXPECT_FALSE(client.open("/dev/no-such-port"));
+    EXPECT_FALSE(client.isConnected());
+    EXPECT_EQ(client.Send(0x21, {}), CQ_DEVICE_IS_CLOSED);
+    ASSERT_TRUE(client.open(terminal.path()));
+    EXPECT_EQ(client.Send(0x21, {}), CQ_NO_SESSION);
+    client.close();
+    EXPECT_EQ(client.Send(0x21, {}), CQ_DEVICE_IS_CLOSED);
+    client.close();
+}
+
+TEST_F(CommunicationClientTest, saysGoodbyeAndCanBeOpenedAgain) {
+    for (int round = 0; round < 3; ++round) {
+        connect();
+        const auto start = std::chrono::steady_clock::now();
+        close();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 400ms);
+        EXPECT_TRUE(listener.hasHeard("disconnected"));
+        EXPECT_FALSE(client.hasSession());
+        EXPECT_FALSE(client.isConnected());
+        EXPECT_EQ(client.portName(), "");
+    }
+}
+
+TEST_F(CommunicationClientTest, waitsHalfASecondForTheAnswerToItsGoodbye) {
+    connect();
+    const auto start = std::chrono::steady_clock::now();
+    client.close();
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(elapsed, 450ms);
+    EXPECT_LT(elapsed, 5s);
+    EXPECT_TRUE(listener.hasHeard("disconnected"));
+    EXPECT_FALSE(client.hasSession());
+}
+
+// The instrument is still sending to a host that was killed. The beginning of a long packet would
+// swallow everything that comes within five seconds, the answer to the shake-hands as well.
+TEST_F(CommunicationClientTest, letsTheLineGetQuietBeforeTheShakeHands) {
+    std::thread instrument([this] {
+        for (int i = 0; i < 12; ++i) {
+            std::this_thread::sleep_for(10ms);
+            terminal.send(hex("AA 55 A6 05 03 00 00 40 FF FF 01 02 03"));
+        }
+    });
+    ASSERT_TRUE(client.open(terminal.path()));
+    instrument.join();
+    client.shakeHands();
+    expectFromHost("55 AA A1 00 00 00 02 00 02");
+    terminal.send(hex(kShakeHandsAnswer));
+    EXPECT_TRUE(listener.hears("connected"));
+}
+
+TEST_F(CommunicationClientTest, noticesThatTheDeviceIsGone) {
+    connect();
+    terminal.hangUp();
+    EXPECT_FALSE(client.isConnected());
+    EXPECT_EQ(client.Send(0x21, {}), CQ_DEVICE_IS_CLOSED);
+
+    const PseudoTerminal other;
+    EXPECT_TRUE(client.open(other.path()));
+    EXPECT_TRUE(listener.hasHeard("disconnected"));
+    EXPECT_TRUE(client.isConnected());
+    EXPECT_FALSE(client.hasSession());
+}
+
+TEST_F(CommunicationClientTest, knowsItsReceivingThread) {
+    std::atomic<bool> inListener{false};
+    listener.onData = [&] { inListener = client.isReceivingThread(); };
+    connect();
+    EXPECT_FALSE(client.isReceivingThread());
+    terminal.send(hex("AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A"));
+    expectFromHost("55 AA A7 07 01 00 00 00");
+    EXPECT_TRUE(inListener);
+    close();
+    // A thread that is started now tends to get the number of the one that has ended.
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_FALSE(
+            std::async(std::launch::async, [this] { return client.isReceivingThread(); }).get());
+    }
+}
+
+TEST_F(CommunicationClientTest, sendsFromTheListenerWithoutADeadlock) {
+    listener.onData = [this] { EXPECT_EQ(client.Send(0x22, {}), CQ_NO_ERROR); };
+    connect();
+    terminal.send(hex("AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A"));
+    expectFromHost("55 AA A7 07 01 00 00 00 55 AA A6 07 00 00 00 00 03 00 22 D0 E5");
+}
+
+TEST_F(CommunicationClientTest, cannotBeClosedWholeByItsReceivingThread) {
+    std::promise<bool> hasThrown;
+    listener.onData = [&] {
+        try {
+            client.close();
+            hasThrown.set_value(false);
+        } catch (const std::system_error&) {
+            hasThrown.set_value(true);
+        }
+    };
+    connect();
+    terminal.send(hex("AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A"));
+    auto result = hasThrown.get_future();
+    ASSERT_EQ(result.wait_for(kPatience), std::future_status::ready);
+    EXPECT_TRUE(result.get());
+    EXPECT_FALSE(client.isConnected());
+    client.close();
+    EXPECT_FALSE(client.hasSession());
+    EXPECT_TRUE(client.open(terminal.path()));
+}
+
+// Two hosts' threads and the listener close at the same time. Whoever comes first, all must return
+// and the client must be closed.
+TEST_F(CommunicationClientTest, standsClosingFromEverywhereAtOnce) {
+    std::promise<void> listenerIsIn;
+    listener.onData = [&] {
+        listenerIsIn.set_value();
+        std::this_thread::sleep_for(50ms);
+        EXPECT_THROW(client.close(), std::system_error);
+    };
+    connect();
+    terminal.send(hex("AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A"));
+    ASSERT_EQ(listenerIsIn.get_future().wait_for(kPatience), std::future_status::ready);
+    auto first = std::async(std::launch::async, [this] { client.close(); });
+    auto second = std::async(std::launch::async, [this] { client.close(); });
+    ASSERT_EQ(first.wait_for(kPatience), std::future_status::ready);
+    ASSERT_EQ(second.wait_for(kPatience), std::future_status::ready);
+    EXPECT_FALSE(client.isConnected());
+    EXPECT_FALSE(client.hasSession());
+}
+
+// The instrument has stopped reading, and a packet larger than the line holds is on its way: the
+// writing thread holds the link mutex for as long as it takes.
+TEST_F(CommunicationClientTest, closesWhileAWriteIsStuck) {
+    connect("AA 55 A2 07 00 FF FF 00 00 00 00 00 00");
+    auto sent =
+        std::async(std::launch::async, [this] { return client.Send(0x2E, test::pattern(65000)); });
+    ASSERT_EQ(sent.wait_for(100ms), std::future_status::timeout);
+    auto closed = std::async(std::launch::async, [this] { client.close(); });
+    ASSERT_EQ(closed.wait_for(kPatience), std::future_status::ready);
+    ASSERT_EQ(sent.wait_for(kPatience), std::future_status::ready);
+    EXPECT_FALSE(client.hasSession());
+}
+
+}  // namespace
+}  // namespace ovk

@@ -1,0 +1,244 @@
+#include "serial/SerialPort.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <atomic>
+#include <cerrno>
+#include <numeric>
+#include <thread>
+
+#include "serial/posix/PseudoTerminal.h"
+
+namespace ovk {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Bytes;
+using test::PseudoTerminal;
+
+class PosixSerialPort : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(port.open()) << port.lastError(); }
+
+    bool arrives(std::size_t count) {
+        const auto deadline = std::chrono::steady_clock::now() + 10s;
+        while (port.queuedBytes().value_or(0) < count) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(1ms);
+        }
+        return true;
+    }
+
+    PseudoTerminal terminal;
+    SerialPort port{terminal.path()};
+};
+
+TEST_F(PosixSerialPort, opensOnceAndForOneOwner) {
+    EXPECT_FALSE(port.open());
+    EXPECT_TRUE(port.isOpen());
+
+    SerialPort second(terminal.path());
+    EXPECT_FALSE(second.open());
+    EXPECT_NE(second.lastError(), 0U);
+    EXPECT_NE(second.lastError(), SerialPort::kErrorDeviceGone);
+    EXPECT_FALSE(second.hasHandle());
+    EXPECT_EQ(port.write(Bytes{0x55}), 1);
+    EXPECT_EQ(terminal.receive(1), Bytes{0x55});
+
+    port.close();
+    EXPECT_FALSE(port.isOpen());
+    EXPECT_TRUE(second.open());
+    second.close();
+    EXPECT_TRUE(port.open());
+}
+
+TEST_F(PosixSerialPort, passesEveryByteUnchangedInBothDirections) {
+    Bytes all(256);
+    std::iota(all.begin(), all.end(), std::uint8_t{0});
+    EXPECT_EQ(port.write(all), 256);
+    EXPECT_EQ(terminal.receive(256), all);
+
+    terminal.send(all);
+    Bytes received(256);
+    EXPECT_EQ(port.read(received), 256);
+    EXPECT_EQ(received, all);
+    EXPECT_EQ(port.lastError(), 0U);
+    // Nothing was echoed back.
+    EXPECT_EQ(port.write(Bytes{0x01}), 1);
+    EXPECT_EQ(terminal.receive(1), Bytes{0x01});
+}
+
+TEST_F(PosixSerialPort, runsAtTheRateAskedFor) {
+    const termios usual = terminal.attributes();
+    EXPECT_EQ(cfgetospeed(&usual), static_cast<speed_t>(B115200));
+    port.close();
+
+    SerialPortSettings settings;
+    settings.baudRate = 9600;
+    SerialPort slow(terminal.path(), settings);
+    ASSERT_TRUE(slow.open());
+    const termios changed = terminal.attributes();
+    EXPECT_EQ(cfgetospeed(&changed), static_cast<speed_t>(B9600));
+    EXPECT_EQ(cfgetispeed(&changed), static_cast<speed_t>(B9600));
+}
+
+TEST_F(PosixSerialPort, refusesARateThatItCannotSet) {
+    port.close();
+    SerialPortSettings settings;
+    settings.baudRate = 12345;
+    SerialPort odd(terminal.path(), settings);
+    EXPECT_FALSE(odd.open());
+    EXPECT_EQ(odd.lastError(), static_cast<std::uint32_t>(EINVAL));
+    // The failure has left nothing behind that would keep others out.
+    EXPECT_TRUE(port.open());
+}
+
+TEST_F(PosixSerialPort, beginsWithEmptyQueues) {
+    port.close();
+    terminal.send("old\n");
+    terminal.awaitQueued(4);
+    ASSERT_TRUE(port.open());
+    EXPECT_EQ(port.queuedBytes(), 0U);
+    terminal.send("new");
+    ASSERT_TRUE(arrives(3));
+    port.discardReceived();
+    EXPECT_EQ(port.queuedBytes(), 0U);
+    EXPECT_FALSE(port.waitForData(0ms));
+}
+
+TEST_F(PosixSerialPort, readsWhatHasArrived) {
+    EXPECT_TRUE(port.readAvailable().empty());
+    EXPECT_FALSE(port.waitForData(10ms));
+    EXPECT_EQ(port.lastError(), 0U);
+    terminal.send("abc");
+    EXPECT_TRUE(port.waitForData(10s));
+    ASSERT_TRUE(arrives(3));
+    EXPECT_EQ(port.readAvailable(), (Bytes{'a', 'b', 'c'}));
+    EXPECT_TRUE(port.readAvailable().empty());
+}
+
+TEST_F(PosixSerialPort, fillsTheBufferOrRunsOutOfTime) {
+    port.close();
+    SerialPortSettings settings;
+    settings.readTimeout = 40ms;
+    SerialPort impatient(terminal.path(), settings);
+    ASSERT_TRUE(impatient.open());
+    Bytes buffer(6);
+    EXPECT_EQ(impatient.read(buffer), -1);
+    EXPECT_EQ(impatient.lastError(), static_cast<std::uint32_t>(ETIMEDOUT));
+    impatient.close();
+
+    ASSERT_TRUE(port.open());
+    std::thread sender([this] {
+        terminal.send("abc");
+        std::this_thread::sleep_for(20ms);
+        terminal.send("def");
+    });
+    EXPECT_EQ(port.read(buffer), 6);
+    EXPECT_EQ(buffer, (Bytes{'a', 'b', 'c', 'd', 'e', 'f'}));
+    sender.join();
+}
+
+TEST_F(PosixSerialPort, readsALineAtATime) {
+    terminal.send("\r\nOK\r\n+DEV:1\rx\ny\r\nrest");
+    for (const auto* line : {"", "OK", "+DEV:1\rx\ny"}) {
+        EXPECT_EQ(port.readLine(10s), line);
+    }
+    EXPECT_EQ(port.readLine(30ms), "rest");
+    EXPECT_EQ(port.readLine(10ms), "");
+    EXPECT_EQ(port.readLine(0ms), "");
+    EXPECT_EQ(port.readLine(-5ms), "");
+}
+
+// After each wait the whole time since the beginning is taken off: with a byte every 50 ms, 400 ms
+// are used up at 50 + 100 + 150 + 200 > 400 and so after some 200 ms.
+TEST_F(PosixSerialPort, givesATricklingLineLessTime) {
+    std::atomic<bool> mustStop{false};
+    std::thread sender([&] {
+        while (!mustStop) {
+            std::this_thread::sleep_for(50ms);
+            terminal.send("x");
+        }
+    });
+    const auto start = std::chrono::steady_clock::now();
+    const std::string line = port.readLine(400ms);
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    mustStop = true;
+    sender.join();
+    EXPECT_GE(line.size(), 1U);
+    EXPECT_LE(line.size(), 4U);
+    EXPECT_GE(elapsed, 100ms);
+    EXPECT_LT(elapsed, 400ms);
+}
+
+TEST_F(PosixSerialPort, saysThatTheDeviceIsGone) {
+    terminal.hangUp();
+    Bytes buffer(1);
+    EXPECT_FALSE(port.isOpen());
+    EXPECT_EQ(port.lastError(), 2U);
+    EXPECT_TRUE(port.hasHandle());
+    port.setLastError(0);
+    EXPECT_FALSE(port.waitForData(SerialPort::kInfinite));
+    EXPECT_EQ(port.lastError(), 2U);
+    port.setLastError(0);
+    EXPECT_EQ(port.write(buffer), -1);
+    EXPECT_EQ(port.lastError(), 2U);
+    port.setLastError(0);
+    EXPECT_EQ(port.read(buffer), -1);
+    EXPECT_EQ(port.lastError(), 2U);
+    port.setLastError(0);
+    EXPECT_EQ(port.queuedBytes(), std::nullopt);
+    EXPECT_EQ(port.lastError(), 2U);
+    EXPECT_EQ(port.readLine(SerialPort::kInfinite), "");
+
+    // The same object takes the device when it is back.
+    EXPECT_FALSE(port.open());
+    EXPECT_FALSE(port.hasHandle());
+    const PseudoTerminal again;
+    port.setPortName(again.path());
+    EXPECT_TRUE(port.open());
+    EXPECT_EQ(port.lastError(), 0U);
+    EXPECT_TRUE(port.isOpen());
+}
+
+TEST_F(PosixSerialPort, opensAnewAPortWhoseDeviceIsGone) {
+    terminal.hangUp();
+    const PseudoTerminal again;
+    port.setPortName(again.path());
+    EXPECT_TRUE(port.open());
+    EXPECT_EQ(port.write(Bytes{0x42}), 1);
+    EXPECT_EQ(again.receive(1), Bytes{0x42});
+}
+
+TEST_F(PosixSerialPort, abortsEveryWaitUntilToldOtherwise) {
+    terminal.send("x");
+    ASSERT_TRUE(arrives(1));
+    port.signalAbort();
+    EXPECT_FALSE(port.waitForData(SerialPort::kInfinite));
+    EXPECT_FALSE(port.waitForData(SerialPort::kInfinite));
+    port.clearAbort();
+    EXPECT_TRUE(port.waitForData(SerialPort::kInfinite));
+    EXPECT_EQ(port.readAvailable(), Bytes{'x'});
+}
+
+// A process that has used up its file descriptors gets an error, not an exception.
+TEST(PosixSerialPortLimits, reportsThatNoDescriptorIsLeft) {
+    const PseudoTerminal terminal;
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+    rlimit none = usual;
+    none.rlim_cur = 0;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    SerialPort port(terminal.path());
+    const bool isOpened = port.open();
+    const std::uint32_t error = port.lastError();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+    EXPECT_FALSE(isOpened);
+    EXPECT_EQ(error, static_cast<std::uint32_t>(EMFILE));
+}
+
+}  // namespace
+}  // namespace ovk

@@ -1,0 +1,157 @@
+// One thread waits inside the port while another does something to it.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <functional>
+#include <future>
+#include <thread>
+
+#include "serial/posix/PseudoTerminal.h"
+#include "serial/SerialPort.h"
+
+namespace ovk {
+namespace {
+
+using namespace std::chrono_literals;
+using test::Bytes;
+using test::PseudoTerminal;
+
+constexpr auto kPatience = 10s;
+
+/// More than a pseudo-terminal takes before somebody reads.
+constexpr std::size_t kMoreThanALineHolds = 400'000;
+
+/// The operations that can wait for ever, each with its result when it was cut short.
+struct WaitingOperation {
+    const char* name;
+    std::function<bool(SerialPort&)> isCutShort;
+};
+
+const std::vector<WaitingOperation> kWaitingOperations{
+    {"waitForData", [](SerialPort& port) { return !port.waitForData(SerialPort::kInfinite); }},
+    {"read",
+     [](SerialPort& port) {
+         Bytes buffer(10);
+         return port.read(buffer) == -1;
+     }},
+    {"readLine", [](SerialPort& port) { return port.readLine(SerialPort::kInfinite).empty(); }},
+    {"write",
+     [](SerialPort& port) { return port.write(test::pattern(kMoreThanALineHolds)) == -1; }},
+};
+
+class PosixSerialPortThreads : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_TRUE(port.open()) << port.lastError(); }
+
+    std::future<bool> start(const WaitingOperation& operation) {
+        auto result = std::async(std::launch::async,
+                                 [this, operation] { return operation.isCutShort(port); });
+        EXPECT_EQ(result.wait_for(30ms), std::future_status::timeout) << operation.name;
+        return result;
+    }
+
+    static void expectCutShort(std::future<bool>& result, const char* name) {
+        ASSERT_EQ(result.wait_for(kPatience), std::future_status::ready) << name;
+        EXPECT_TRUE(result.get()) << name;
+    }
+
+    PseudoTerminal terminal;
+    SerialPort port{terminal.path()};
+};
+
+TEST_F(PosixSerialPortThreads, closingWakesEveryWait) {
+    for (const WaitingOperation& operation : kWaitingOperations) {
+        auto result = start(operation);
+        port.close();
+        expectCutShort(result, operation.name);
+        EXPECT_FALSE(port.hasHandle());
+        EXPECT_TRUE(port.open()) << operation.name;
+    }
+}
+
+TEST_F(PosixSerialPortThreads, removalWakesEveryWait) {
+    for (const WaitingOperation& operation : kWaitingOperations) {
+        PseudoTerminal other;
+        port.close();
+        port.setPortName(other.path());
+        ASSERT_TRUE(port.open());
+        auto result = start(operation);
+        other.hangUp();
+        expectCutShort(result, operation.name);
+        EXPECT_EQ(port.lastError(), SerialPort::kErrorDeviceGone) << operation.name;
+    }
+}
+
+TEST_F(PosixSerialPortThreads, abortWakesAWaitForData) {
+    auto result = start(kWaitingOperations.front());
+    port.signalAbort();
+    expectCutShort(result, "waitForData");
+    EXPECT_TRUE(port.isOpen());
+}
+
+TEST_F(PosixSerialPortThreads, writesWhileAnotherThreadWaits) {
+    auto isThere = std::async(std::launch::async, [this] { return port.waitForData(kPatience); });
+    EXPECT_EQ(port.write(Bytes{0x11}), 1);
+    EXPECT_EQ(terminal.receive(1), Bytes{0x11});
+    terminal.send("y");
+    EXPECT_TRUE(isThere.get());
+}
+
+TEST_F(PosixSerialPortThreads, aFullLineHoldsAWriteUpUntilItIsDrained) {
+    const Bytes bytes = test::pattern(kMoreThanALineHolds);
+    auto written = std::async(std::launch::async, [&] { return port.write(bytes); });
+    EXPECT_EQ(written.wait_for(50ms), std::future_status::timeout);
+    EXPECT_TRUE(terminal.receive(bytes.size()) == bytes);
+    EXPECT_EQ(written.get(), static_cast<std::int32_t>(bytes.size()));
+    EXPECT_EQ(port.lastError(), 0U);
+}
+
+TEST_F(PosixSerialPortThreads, aFullLineEndsAWriteThatMayNotWait) {
+    port.close();
+    SerialPortSettings settings;
+    settings.writeTimeout = 30ms;
+    SerialPort impatient(terminal.path(), settings);
+    ASSERT_TRUE(impatient.open());
+    EXPECT_EQ(impatient.write(test::pattern(kMoreThanALineHolds)), -1);
+    EXPECT_EQ(impatient.lastError(), static_cast<std::uint32_t>(ETIMEDOUT));
+}
+
+// Readers, a writer and a closer at once: no operation may touch a descriptor that has been closed,
+// which by then may be another file's.
+TEST_F(PosixSerialPortThreads, outlivesClosingUnderEveryOperation) {
+    std::atomic<bool> mustStop{false};
+    std::vector<std::thread> users;
+    std::atomic<int> rounds{0};
+    users.emplace_back([&] {
+        while (!mustStop) {
+            port.waitForData(1ms);
+            port.readAvailable();
+            port.isOpen();
+            ++rounds;
+        }
+    });
+    users.emplace_back([&] {
+        while (!mustStop) {
+            port.write(Bytes{0x01});
+            port.discardReceived();
+            ++rounds;
+        }
+    });
+    for (int round = 0; round < 100 || rounds < 100; ++round) {
+        std::this_thread::sleep_for(200us);
+        port.close();
+        EXPECT_FALSE(port.hasHandle());
+        EXPECT_TRUE(port.open());
+    }
+    mustStop = true;
+    port.close();
+    for (std::thread& user : users) {
+        user.join();
+    }
+    EXPECT_FALSE(port.isOpen());
+}
+
+}  // namespace
+}  // namespace ovk
