@@ -1,0 +1,135 @@
+#include <sstream>
+
+#include "colour/ColorInput.h"
+#include "Samples.h"
+
+namespace cqtool {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+std::vector<InputColor> read(const std::string& text, InputKind kind) {
+    std::istringstream stream(text);
+    const std::string source = "colours.csv";
+    return colorsOfTable(readCsv(stream, source), kind, source);
+}
+
+std::string failureOf(const std::string& text, InputKind kind) {
+    return thrownBy<Failure>([&] { read(text, kind); });
+}
+
+/// "first" and following wavelengths in steps of 10 nm, with something before and after each.
+std::string wavelengthTitles(int first, int last, const std::string& prefix = {}) {
+    std::string text;
+    for (int nanometres = first; nanometres <= last; nanometres += 10) {
+        text += (text.empty() ? "" : ",") + prefix + std::to_string(nanometres);
+    }
+    return text;
+}
+
+/// As many fields as there are wavelengths, each the wavelength's thousandth part.
+std::string wavelengthValues(int first, int last) {
+    std::string text;
+    for (int nanometres = first; nanometres <= last; nanometres += 10) {
+        text += (text.empty() ? "0." : ",0.") + std::to_string(nanometres);
+    }
+    return text;
+}
+
+TEST(ColorInput, TakesTriplesWithAndWithoutNamesAndTitles) {
+    const struct {
+        const char* text;
+        const char* name;
+    } cases[] = {
+        {"50,-20,30\n", "line 1"},
+        {"red,50,-20,30\n", "red"},
+        {"name,L,a,b\nred,50,-20,30\n", "red"},
+        {"L,a,b\n50,-20,30\n", "line 2"},
+        {"name;L;a;b\nred;50,0;-20,0;30,0\n", "red"},
+        {"red;50.0;-20.0;30.0\n", "red"},
+        {"50 -20 30\n", "line 1"},
+        {"7,50,-20,30\n", "7"},
+    };
+    for (const auto& [text, name] : cases) {
+        const auto colors = read(text, InputKind::lab);
+        ASSERT_THAT(colors, SizeIs(1)) << text;
+        EXPECT_EQ(colors[0].name, name) << text;
+        EXPECT_THAT(colors[0].values, ElementsAre(50, -20, 30)) << text;
+    }
+}
+
+TEST(ColorInput, TakesTheColumnsThatTheTitlesName) {
+    // Instruments export more than is needed, in front, behind and beside.
+    const std::string texts[] = {
+        wavelengthTitles(400, 700) + "\n" + wavelengthValues(400, 700) + "\n",
+        "name," + wavelengthTitles(400, 700, "r") + "\nx," + wavelengthValues(400, 700) + "\n",
+        "id," + wavelengthTitles(360, 740, "R_") + ",gloss\nx," + wavelengthValues(360, 740) +
+            ",88\n",
+        wavelengthTitles(380, 730) + "\n" + wavelengthValues(380, 730) + "\n",
+        wavelengthValues(400, 700) + "\n",
+    };
+    for (const std::string& text : texts) {
+        const auto colors = read(text, InputKind::spectrum);
+        ASSERT_THAT(colors, SizeIs(1)) << text;
+        ASSERT_THAT(colors[0].values, SizeIs(31)) << text;
+        for (std::size_t i = 0; i < 31; ++i) {
+            EXPECT_DOUBLE_EQ(colors[0].values[i], 0.001 * wavelength(i)) << text;
+        }
+    }
+}
+
+TEST(ColorInput, SaysWhereATableIsWrong) {
+    const struct {
+        std::string text;
+        InputKind kind;
+        const char* problem;
+    } cases[] = {
+        {"", InputKind::lab, "colours.csv holds no colours"},
+        {"name,L,a,b\n", InputKind::lab, "holds no colours"},
+        {"1,2\n", InputKind::lab, "line 1 has 2 fields"},
+        {"1,2,3\n\n1,2,3,4,5\n", InputKind::xyz, "line 3 has 5 fields"},
+        {"1,2,x\n", InputKind::lab, "line 1, field 3: 'x' is no number"},
+        {"a,1,2,3\nb,1,,3\n", InputKind::lab, "line 2, field 3: '' is no number"},
+        {wavelengthTitles(400, 690) + "\n" + wavelengthValues(400, 690), InputKind::spectrum,
+         "line 1: no column for 700 nm"},
+        {wavelengthTitles(400, 700, "r") + "\n0.1,0.2\n", InputKind::spectrum,
+         "line 2, field 3: '' is no number"},
+    };
+    for (const auto& [text, kind, problem] : cases) {
+        EXPECT_THAT(failureOf(text, kind), HasSubstr(problem)) << text;
+    }
+}
+
+TEST(ColorInput, TakesColoursFromArguments) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"50", "-20", "30", "1", "2", "3"},
+          std::vector<std::string>{"50,-20,30", "1,2,3"},
+          std::vector<std::string>{"50 -20 30 1 2 3"}}) {
+        const auto colors = colorsOfArguments(arguments, InputKind::lab);
+        ASSERT_THAT(colors, SizeIs(2));
+        EXPECT_THAT(colors[0].values, ElementsAre(50, -20, 30));
+        EXPECT_THAT(colors[1].values, ElementsAre(1, 2, 3));
+    }
+    const auto problemOf = [](const std::vector<std::string>& arguments) {
+        return thrownBy<UsageError>([&] { colorsOfArguments(arguments, InputKind::xyz); });
+    };
+    EXPECT_THAT(problemOf({"1", "2"}), HasSubstr("2 numbers were given; expected X, Y, Z"));
+    EXPECT_THAT(problemOf({"1", "2", "z"}), HasSubstr("'z' is no number"));
+    EXPECT_THAT(problemOf({""}), HasSubstr("0 numbers were given"));
+}
+
+TEST(ColorInput, KnowsReflectancesFromPercents) {
+    std::vector<InputColor> spectra{{"white", std::vector<double>(31, 91.0)}};
+    EXPECT_THAT(thrownBy<Failure>([&] { checkReflectances(spectra); }),
+                HasSubstr("'white' has 91.0000 at 400 nm"));
+    convertFromPercent(spectra);
+    EXPECT_NO_THROW(checkReflectances(spectra));
+    EXPECT_DOUBLE_EQ(spectra[0].values[30], 0.91);
+    spectra[0].values[3] = -0.2;
+    EXPECT_THAT(thrownBy<Failure>([&] { checkReflectances(spectra); }), HasSubstr("at 430 nm"));
+}
+
+}  // namespace
+}  // namespace cqtool

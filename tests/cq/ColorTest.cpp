@@ -1,0 +1,147 @@
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "colour/ChartPatches.h"
+#include "commands/ConvertedColors.h"
+#include "ResultText.h"
+#include "Samples.h"
+#include "text/Csv.h"
+
+namespace cqtool {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::SizeIs;
+
+TEST(ColorNames, AreFoundInAnyCaseAndListedWhenNot) {
+    EXPECT_EQ(colorSpaceNamed("LCh").number, std::uint32_t{ColorSpaceLch});
+    EXPECT_EQ(colorSpaceNamed("yxy-unit").number, std::uint32_t{ColorSpaceYxyUnit});
+    EXPECT_EQ(illuminantNamed("d65"), IlluminantD65);
+    EXPECT_EQ(illuminantNamed("F12"), IlluminantF12);
+    EXPECT_EQ(observerNamed("2"), Observer2Degree);
+    EXPECT_EQ(viewingName({IlluminantA, Observer10Degree}), "A/10°");
+    EXPECT_THAT(thrownBy<UsageError>([] { colorSpaceNamed("cmyk"); }), HasSubstr("lab, xyz, yxy"));
+    EXPECT_THAT(thrownBy<UsageError>([] { illuminantNamed("F13"); }), HasSubstr("D65, D50, A"));
+    EXPECT_THAT(thrownBy<UsageError>([] { observerNamed("2°"); }), HasSubstr("must be 2 or 10"));
+}
+
+TEST(ColorNames, HaveTheLibrarysNumbers) {
+    for (const SpaceInfo& space : colorSpaces()) {
+        EXPECT_EQ(&colorSpace(space.number), &space);
+        EXPECT_EQ(colorSpaceNamed(space.name).number, space.number);
+    }
+    EXPECT_THAT(colorSpaces(), SizeIs(9));
+}
+
+TEST(ColorMath, MeasuresDifferencesInLab) {
+    const ColorData lab{{50, 2, -3}};
+    EXPECT_DOUBLE_EQ(deltaEab(lab, lab), 0);
+    EXPECT_DOUBLE_EQ(deltaEab(lab, {{53, 2, -7}}), 5);
+    EXPECT_DOUBLE_EQ(deltaEab({{50, 8, -3}}, lab), 6);
+}
+
+TEST(ColorMath, MakesScreenColours) {
+    EXPECT_EQ(toRgb({{1, 0.5F, 0}}), (Rgb{255, 128, 0}));
+    EXPECT_EQ(toRgb({{2, -1, std::nanf("")}}), (Rgb{255, 0, 0}));
+    EXPECT_EQ(hexColor({0, 10, 255}), "#000aff");
+    EXPECT_EQ(rgbOfLab({{100, 0, 0}}, {IlluminantA, Observer10Degree}), (Rgb{255, 255, 255}));
+}
+
+TEST(ChartPatches, AreThePublishedChart) {
+    // Published CIELAB values of the chart for D50 and 2 degrees; its patches vary by a few units.
+    const struct {
+        std::size_t index;
+        const char* name;
+        ColorData lab;
+    } cases[] = {{0, "dark skin", {{37.99F, 13.56F, 14.06F}}},
+                 {14, "red", {{42.10F, 53.38F, 28.19F}}},
+                 {18, "white 9.5 (.05 D)", {{96.54F, -0.43F, 1.19F}}},
+                 {23, "black 2 (1.5 D)", {{20.46F, -0.08F, -0.97F}}}};
+    for (const auto& [index, name, lab] : cases) {
+        EXPECT_STREQ(kChartPatches[index].name, name);
+        const ColorData computed = colorOfSpectrum(kChartPatches[index].reflectance, ColorSpaceLab,
+                                                   {IlluminantD50, Observer2Degree});
+        EXPECT_LT(deltaEab(computed, lab), 4) << name;
+    }
+}
+
+TEST(ResultText, ExplainsEveryFailure) {
+    EXPECT_STREQ(resultText(CQ_UNCALIBRATED), "uncalibrated");
+    EXPECT_STREQ(resultText(20), "unknown error");
+    EXPECT_NO_THROW(check(CQ_NO_ERROR, Operation::readStatus));
+    for (std::uint32_t code = 1; code <= 25; ++code) {
+        try {
+            check(code, Operation::calibrateWhite);
+            FAIL() << "code " << code << " was taken for success";
+        } catch (const Failure& failure) {
+            EXPECT_THAT(failure.what(), HasSubstr("(" + std::to_string(code) + ")"));
+            EXPECT_THAT(failure.what(), HasSubstr(resultText(code)));
+            EXPECT_THAT(failure.advice(), Not(testing::IsEmpty()));
+        }
+    }
+    EXPECT_THAT(advice(CQ_EXECUTE_COMMAND_FAILED, Operation::measureTrial),
+                HasSubstr("cq calibrate white"));
+}
+
+/// A grey under two illuminants and a red under one, in Lab and in DIN99, which has no hue for
+/// greys.
+class ConvertedColors : public testing::Test {
+  protected:
+    ConvertedColors() {
+        const std::vector<InputColor> grey{{"grey, \"mid\"", std::vector<double>(31, 0.5)}};
+        const Viewing viewings[] = {{IlluminantD65, Observer10Degree},
+                                    {IlluminantA, Observer2Degree}};
+        colors_ = convert(grey, InputKind::spectrum, spaces_, viewings);
+        const auto red = convert({{"red", {50, 60, 40}}}, InputKind::lab, spaces_, {viewings, 1});
+        colors_.insert(colors_.end(), red.begin(), red.end());
+    }
+
+    std::vector<const SpaceInfo*> spaces_{&colorSpaceNamed("lab"), &colorSpaceNamed("srgb")};
+    std::vector<ConvertedColor> colors_;
+};
+
+TEST_F(ConvertedColors, AreLaidOutForReading) {
+    // L* of half the white's light is 116 * cbrt(0.5) - 16 = 76.07 under every illuminant.
+    const std::string table = tableOf(colors_, spaces_, Palette(ColorDepth::none));
+    std::istringstream lines(table);
+    std::string titles;
+    std::string first;
+    std::getline(lines, titles);
+    std::getline(lines, first);
+    EXPECT_THAT(titles, testing::StartsWith("name         for                  L*"));
+    EXPECT_THAT(first, testing::StartsWith("grey, \"mid\"  D65/10°  #bcbcbc  76.07"));
+    EXPECT_THAT(table, HasSubstr("A/2°"));
+    EXPECT_THAT(table, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(tableOf(colors_, spaces_, Palette(ColorDepth::trueColor)),
+                HasSubstr("\x1b[48;2;188;188;188m      \x1b[0m"));
+}
+
+TEST_F(ConvertedColors, AreWrittenAsCsv) {
+    std::istringstream stream(csvOf(colors_, spaces_));
+    const CsvTable table = readCsv(stream, "output");
+    ASSERT_THAT(table.rows, SizeIs(4));
+    EXPECT_THAT(table.rows[0].fields,
+                ElementsAre("name", "illuminant", "observer", "lab.L", "lab.a", "lab.b", "srgb.R",
+                            "srgb.G", "srgb.B", "hex"));
+    EXPECT_THAT(table.rows[1].fields[0], "grey, \"mid\"");
+    EXPECT_THAT(table.rows[2].fields[1], "A");
+    EXPECT_THAT(table.rows[3].fields[3], "50");
+}
+
+TEST_F(ConvertedColors, AreWrittenAsJson) {
+    spaces_ = {&colorSpaceNamed("lab"), &colorSpaceNamed("din99")};
+    const Viewing viewing{IlluminantD65, Observer2Degree};
+    const std::vector<InputColor> neutral{{"neutral", {50, 0, 0}}};
+    const auto colors = convert(neutral, InputKind::lab, spaces_, {&viewing, 1});
+    const auto json = nlohmann::json::parse(jsonOf(colors, spaces_));
+    ASSERT_EQ(json.size(), 1U);
+    EXPECT_EQ(json[0]["lab"]["L"], 50);
+    EXPECT_EQ(json[0]["observer"], 2);
+    EXPECT_NEAR(json[0]["din99"]["L99"], 61.43, 0.01);  // 105.51 ln(1 + 0.0158 * 50)
+    EXPECT_TRUE(json[0]["din99"]["a99"].is_null());
+}
+
+}  // namespace
+}  // namespace cqtool

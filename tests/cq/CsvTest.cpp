@@ -1,0 +1,85 @@
+#include <sstream>
+
+#include "Samples.h"
+#include "text/Csv.h"
+
+namespace cqtool {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+CsvTable tableOf(const std::string& text) {
+    std::istringstream stream(text);
+    return readCsv(stream, "colours.csv");
+}
+
+std::vector<std::vector<std::string>> fieldsOf(const std::string& text) {
+    std::vector<std::vector<std::string>> fields;
+    for (const CsvRow& row : tableOf(text).rows) {
+        fields.push_back(row.fields);
+    }
+    return fields;
+}
+
+TEST(Csv, FindsItsDelimiter) {
+    const struct {
+        const char* text;
+        char delimiter;
+    } cases[] = {
+        {"a,b c,d\n", ','},    {"a;1,5;2,5\n", ';'},   {"a\t1,5\t2\n", '\t'},
+        {"50 -20  30\n", ' '}, {"\"a;b\",1,2\n", ','}, {"# a;b\n\n1,2\n", ','},
+    };
+    for (const auto& [text, delimiter] : cases) {
+        EXPECT_EQ(tableOf(text).delimiter, delimiter) << text;
+    }
+    EXPECT_TRUE(tableOf("a;1,5\n").mayHaveDecimalComma());
+    EXPECT_FALSE(tableOf("a,1.5\n").mayHaveDecimalComma());
+}
+
+TEST(Csv, ReadsFields) {
+    using Fields = std::vector<std::vector<std::string>>;
+    const struct {
+        const char* text;
+        Fields fields;
+    } cases[] = {
+        {"a,b\r\nc,d", Fields{{"a", "b"}, {"c", "d"}}},
+        {"\xEF\xBB\xBF"
+         "a, b ,\n",
+         Fields{{"a", "b", ""}}},
+        {"\"x, y\",\"say \"\"so\"\"\"\n", Fields{{"x, y", "say \"so\""}}},
+        {"\"two\nlines\" ,1\n2,3\n", Fields{{"two\nlines", "1"}, {"2", "3"}}},
+        {"  50   -20 30 \n 1 2 3\n", Fields{{"50", "-20", "30"}, {"1", "2", "3"}}},
+        {"a\t\tb\n", Fields{{"a", "", "b"}}},
+        {"\n# note\n  \n", Fields{}},
+        {"", Fields{}},
+    };
+    for (const auto& [text, fields] : cases) {
+        EXPECT_EQ(fieldsOf(text), fields) << text;
+    }
+}
+
+TEST(Csv, KnowsTheLinesOfItsRows) {
+    const CsvTable table = tableOf("# note\n\na,1\n\"b\nb\",2\nc,3\n");
+    ASSERT_EQ(table.rows.size(), 3U);
+    EXPECT_EQ(table.rows[0].line, 3U);
+    EXPECT_EQ(table.rows[1].line, 4U);
+    EXPECT_EQ(table.rows[2].line, 6U);
+}
+
+TEST(Csv, RefusesBrokenQuotations) {
+    EXPECT_THAT(thrownBy<Failure>([] { tableOf("a,b\n\"c,d\n"); }),
+                HasSubstr("colours.csv line 2: a field that begins with \" does not end"));
+    EXPECT_THAT(thrownBy<Failure>([] { tableOf("\"a\"b,1\n"); }),
+                HasSubstr("colours.csv line 1: text after a closing \""));
+}
+
+TEST(Csv, WritesFieldsThatItReadsBack) {
+    for (const std::string text : {"plain", "with, comma", "say \"so\"", "two\nlines"}) {
+        EXPECT_THAT(fieldsOf("1," + csvField(text) + ",2\n"),
+                    ElementsAre(ElementsAre("1", text, "2")));
+    }
+}
+
+}  // namespace
+}  // namespace cqtool

@@ -1,0 +1,71 @@
+#include <filesystem>
+#include <fstream>
+
+#include "instrument/RecordLayout.h"
+#include "Samples.h"
+#include "system/Files.h"
+
+namespace cqtool {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+class Files : public testing::Test {
+  protected:
+    Files() {
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        folder_ = fs::temp_directory_path() / (std::string("cq-files-") + test->name());
+        fs::remove_all(folder_);
+        fs::create_directory(folder_);
+    }
+    ~Files() override { fs::remove_all(folder_); }
+
+    std::size_t filesInFolder() const {
+        return static_cast<std::size_t>(
+            std::distance(fs::directory_iterator(folder_), fs::directory_iterator()));
+    }
+
+    fs::path folder_;
+};
+
+TEST_F(Files, AreReplacedWhole) {
+    const fs::path file = folder_ / "report.html";
+    const std::string content("line\r\n\0end", 10);
+    writeFile(file, "something longer than what comes after it");
+    writeFile(file, content);
+    EXPECT_EQ(readFile(file), content);
+    EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_F(Files, ThatCannotBeWrittenLeaveNothing) {
+    fs::create_directory(folder_ / "taken");
+    EXPECT_THAT(thrownBy<Failure>([&] { writeFile(folder_ / "taken", "x"); }),
+                HasSubstr("not an ordinary file"));
+    EXPECT_THAT(thrownBy<Failure>([&] { writeFile(folder_ / "none" / "file", "x"); }),
+                HasSubstr("cannot write"));
+    EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_F(Files, ThatCannotBeReadAreNamed) {
+    EXPECT_THAT(thrownBy<Failure>([&] { readFile(folder_ / "missing"); }),
+                testing::AllOf(HasSubstr("missing"), HasSubstr("No such file")));
+    EXPECT_THAT(thrownBy<Failure>([&] { readFile(folder_); }), HasSubstr("cannot read"));
+    EXPECT_THAT(thrownBy<Failure>([&] { loadRecordLayout(folder_ / "missing.json"); }),
+                HasSubstr("missing.json"));
+}
+
+#ifndef _WIN32
+TEST_F(Files, AreReplacedThroughALink) {
+    writeFile(folder_ / "real", "old");
+    fs::create_symlink(folder_ / "real", folder_ / "link");
+    writeFile(folder_ / "link", "new");
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+    EXPECT_EQ(readFile(folder_ / "real"), "new");
+    EXPECT_THAT(thrownBy<Failure>([] { writeFile("/dev/null", "x"); }),
+                HasSubstr("not an ordinary file"));
+}
+#endif
+
+}  // namespace
+}  // namespace cqtool

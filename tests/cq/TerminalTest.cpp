@@ -1,0 +1,124 @@
+#include "Samples.h"
+#include "terminal/Palette.h"
+#include "terminal/SpectrumPlot.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::SizeIs;
+using testing::StartsWith;
+
+TEST(Palette, IsChosenByTerminalAndWish) {
+    const TerminalFacts trueColor{true, false, {}, "truecolor", "xterm-256color"};
+    const TerminalFacts indexed{true, false, {}, {}, "screen-256color"};
+    const struct {
+        const char* what;
+        ColorMode mode;
+        TerminalFacts facts;
+        ColorDepth depth;
+    } cases[] = {
+        {"COLORTERM truecolor", ColorMode::automatic, trueColor, ColorDepth::trueColor},
+        {"24bit", ColorMode::automatic, {true, false, {}, "24bit", "xterm"}, ColorDepth::trueColor},
+        {"-direct",
+         ColorMode::automatic,
+         {true, false, {}, {}, "xterm-direct"},
+         ColorDepth::trueColor},
+        {"Windows console", ColorMode::automatic, {true, true, {}, {}, {}}, ColorDepth::trueColor},
+        {"256", ColorMode::automatic, indexed, ColorDepth::indexed},
+        {"few colours", ColorMode::automatic, {true, false, {}, {}, "linux"}, ColorDepth::none},
+        {"dumb", ColorMode::automatic, {true, false, {}, "truecolor", "dumb"}, ColorDepth::none},
+        {"NO_COLOR", ColorMode::automatic, {true, false, "1", "truecolor", {}}, ColorDepth::none},
+        {"empty NO_COLOR",
+         ColorMode::automatic,
+         {true, false, "", "truecolor", {}},
+         ColorDepth::trueColor},
+        {"a pipe", ColorMode::automatic, {false, false, {}, "truecolor", {}}, ColorDepth::none},
+        {"a pipe, always",
+         ColorMode::always,
+         {false, false, "1", "truecolor", {}},
+         ColorDepth::trueColor},
+        {"nothing, always", ColorMode::always, {}, ColorDepth::indexed},
+        {"never", ColorMode::never, trueColor, ColorDepth::none},
+    };
+    for (const auto& [what, mode, facts, depth] : cases) {
+        EXPECT_EQ(chooseColorDepth(mode, facts), depth) << what;
+    }
+    EXPECT_THROW(colorModeNamed("sometimes"), UsageError);
+}
+
+TEST(Palette, PaintsInItsDepth) {
+    const Rgb red{215, 0, 0};
+    EXPECT_EQ(Palette(ColorDepth::none).swatch(red, 4), "");
+    EXPECT_EQ(Palette(ColorDepth::none).strong("x"), "x");
+    EXPECT_EQ(Palette(ColorDepth::indexed).swatch(red, 2), "\x1b[48;5;160m  \x1b[0m");
+    EXPECT_EQ(Palette(ColorDepth::trueColor).swatch(red, 2), "\x1b[48;2;215;0;0m  \x1b[0m");
+}
+
+TEST(Palette, FindsTheNearestOf256) {
+    const struct {
+        Rgb color;
+        int index;
+    } cases[] = {
+        {{0, 0, 0}, 16},  {{255, 255, 255}, 231}, {{95, 135, 175}, 67},   {{100, 130, 170}, 67},
+        {{8, 8, 8}, 232}, {{128, 128, 128}, 244}, {{238, 238, 238}, 255}, {{250, 2, 1}, 196},
+    };
+    for (const auto& [color, index] : cases) {
+        EXPECT_EQ(nearestIndexedColor(color), index) << hexColor(color);
+    }
+}
+
+TEST(SpectrumPlot, RisesFromItsLowerLeftToItsUpperRight) {
+    Spectrum ramp;
+    for (std::size_t i = 0; i < ramp.size(); ++i) {
+        ramp[i] = static_cast<float>(i) / 30;
+    }
+    const auto lines = plotSpectrum(ramp, 16, 4);
+    ASSERT_THAT(lines, SizeIs(5));
+    // 32 dots across and 16 down: the curve falls by a dot with every two.
+    EXPECT_EQ(lines[0], "1.0 ┤⠀⠀⠀⠀⠀⠀⠀⠀⠀⠀⠀⠀⣀⠤⠒⠉");
+    EXPECT_THAT(lines[3], StartsWith("0.0 ┤⣀"));
+    EXPECT_THAT(lines[3], EndsWith("⠀"));
+    EXPECT_EQ(lines[4], "     400          700 nm");
+}
+
+TEST(SpectrumPlot, LeavesNoGapInASteepCurve) {
+    Spectrum step{};
+    std::fill(step.begin() + 15, step.end(), 1.0F);
+    const auto lines = plotSpectrum(step, 16, 6);
+    const std::string blank = "⠀";
+    for (std::size_t row = 0; row < 6; ++row) {
+        std::string dots = lines[row].substr(std::string("0.0 ┤").size());
+        for (std::size_t at = 0; (at = dots.find(blank)) != std::string::npos;) {
+            dots.erase(at, blank.size());
+        }
+        EXPECT_NE(dots, "") << row;
+    }
+}
+
+TEST(SpectrumPlot, ScalesToTheCurve) {
+    const struct {
+        float most;
+        double top;
+    } cases[] = {{0.04F, 0.1}, {0.1F, 0.1}, {0.15F, 0.2}, {0.5F, 0.5}, {0.9F, 1}, {1.2F, 2}};
+    for (const auto& [most, top] : cases) {
+        Spectrum spectrum{};
+        spectrum[7] = most;
+        EXPECT_NEAR(scaleTop(spectrum), top, 1e-6) << most;
+    }
+    Spectrum beyond{};
+    beyond.fill(2.5F);
+    EXPECT_THAT(plotSpectrum(beyond, 16, 2)[0], HasSubstr("⠉"));
+}
+
+TEST(SpectrumPlot, IsAListWhereNothingCanBeDrawn) {
+    const auto lines = listSpectrum(rampSpectrum());
+    ASSERT_THAT(lines, SizeIs(4));
+    EXPECT_EQ(lines[0], "400 nm  0.1000  0.1200  0.1400  0.1600  0.1800  0.2000  0.2200  0.2400");
+    EXPECT_EQ(lines[3], "640 nm  0.5800  0.6000  0.6200  0.6400  0.6600  0.6800  0.7000");
+}
+
+}  // namespace
+}  // namespace cqtool

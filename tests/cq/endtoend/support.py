@@ -1,0 +1,80 @@
+"""Runs the host program as its users do, against virtual instruments."""
+
+import json
+import os
+import pathlib
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+
+CQ = os.environ["CQ_PROGRAM"]
+DATA = pathlib.Path(os.environ["CQ_DATA"])
+
+# Long enough for a slow machine and a sanitizer; the tests themselves take far less.
+PATIENCE = 30
+
+
+class CqTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="cq-test-")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def cq(self, *arguments, status=0, stdin="", env=None):
+        """Runs to the end, checks the exit status, returns the completed process."""
+        done = subprocess.run(
+            [CQ, *map(str, arguments)],
+            input=stdin,
+            capture_output=True,
+            encoding="utf-8",
+            timeout=PATIENCE,
+            env={**os.environ, **(env or {})},
+        )
+        self.assertEqual(done.returncode, status, f"{arguments}\n{done.stdout}\n{done.stderr}")
+        if status != 0:
+            self.assertTrue(done.stderr.startswith("cq: ") or "\ncq: " in done.stderr, done.stderr)
+        return done
+
+    def json(self, *arguments, **keywords):
+        return json.loads(self.cq(*arguments, "--json", **keywords).stdout)
+
+    def refused(self, *arguments, status, says, **keywords):
+        """Runs something that must fail, with these texts in its message."""
+        message = self.cq(*arguments, status=status, **keywords).stderr
+        for text in [says] if isinstance(says, str) else says:
+            self.assertIn(text, message)
+
+    def start(self, *arguments):
+        """Starts a command that runs on; it is ended with the test at the latest."""
+        process = subprocess.Popen(
+            [CQ, *map(str, arguments)],
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            encoding="utf-8",
+        )
+        self.addCleanup(self._end, process)
+        return process
+
+    @staticmethod
+    def _end(process):
+        if process.poll() is None:
+            process.kill()
+        process.communicate()
+
+    def interrupt(self, process, status):
+        """Ctrl-C: the command must end soon with this status."""
+        began = time.monotonic()
+        process.send_signal(signal.SIGINT)
+        out, err = process.communicate(timeout=PATIENCE)
+        self.assertEqual(process.returncode, status, err)
+        self.assertLess(time.monotonic() - began, 5)
+        return out, err
+
+    def wait_for(self, condition, what):
+        deadline = time.monotonic() + PATIENCE
+        while not condition():
+            self.assertLess(time.monotonic(), deadline, f"waited in vain for {what}")
+            time.sleep(0.01)

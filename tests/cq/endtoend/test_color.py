@@ -1,0 +1,89 @@
+"""The colour command: inputs, outputs, and numbers that can be looked up."""
+
+import csv
+import io
+
+from support import CqTest, DATA
+
+CHART = DATA / "colorchecker24.csv"
+
+
+def white(value="1"):
+    return ",".join([value] * 31)
+
+
+class Color(CqTest):
+    def rows(self, *arguments, **keywords):
+        text = self.cq("color", *arguments, "--format", "csv", **keywords).stdout
+        return list(csv.DictReader(io.StringIO(text)))
+
+    def test_known_colours(self):
+        for arguments, space, expected in (
+            # The whites of ASTM E308, and half their light, whose L* is 116 * cbrt(0.5) - 16.
+            (("--from", "spectrum", white(), "--observer", "2"), "xyz", (95.047, 100, 108.883)),
+            (("--from", "spectrum", white(), "--illuminant", "A"), "xyz", (111.144, 100, 35.2)),
+            (("--from", "spectrum", white(), "--illuminant", "F11"), "xyz", (103.863, 100, 65.607)),
+            (("--from", "spectrum", white("0.5")), "lab", (76.07, 0, 0)),
+            (("--from", "xyz", "94.811", "100", "107.304"), "lab", (100, 0, 0)),
+            (("--from", "lab", "50", "0", "0", "--observer", "2"), "xyz", (17.506, 18.419, 20.055)),
+            (("--from", "lab", "50", "-20", "20"), "lch", (50, 28.284, 135)),
+            (("--from", "lab", "100", "0", "0", "--illuminant", "C"), "srgb", (1, 1, 1)),
+        ):
+            with self.subTest(arguments):
+                (color,) = self.json("color", *arguments, "--to", space)
+                for value, wanted in zip(color[space].values(), expected):
+                    self.assertAlmostEqual(value, wanted, delta=0.02)
+
+    def test_tables(self):
+        rows = self.rows("--from", "spectrum", "--input", CHART, "--illuminant", "D65,A,F2")
+        self.assertEqual(len(rows), 24 * 3)
+        self.assertEqual([row["illuminant"] for row in rows[:4]], ["D65", "A", "F2", "D65"])
+        self.assertEqual(rows[3]["name"], "light skin")
+        self.assertAlmostEqual(float(rows[3]["lab.L"]), 65.10, delta=0.02)
+        text = self.cq("color", "--from", "spectrum", "--input", CHART).stdout
+        self.assertEqual(len(text.splitlines()), 25)
+        self.assertNotIn("\x1b", text)
+
+    def test_all_spaces(self):
+        (row,) = self.rows("--from", "xyz", "--to", "all", "20,30,40")
+        spaces = ["lab", "xyz", "yxy", "lch", "luv", "hunterlab", "srgb", "yxy-unit", "din99"]
+        columns = [name.split(".")[0] for name in row if "." in name]
+        self.assertEqual(columns, [space for space in spaces for _ in range(3)])
+        self.assertAlmostEqual(float(row["yxy.x"]), 20 / 90, places=6)
+        self.assertAlmostEqual(float(row["yxy-unit.Y"]), 0.3, places=6)
+
+    def test_standard_input(self):
+        lab = "name;L;a;b\nred;50,5;60;40\n"
+        (row,) = self.rows("--from", "lab", "--input", "-", stdin=lab)
+        self.assertEqual((row["name"], row["lab.L"]), ("red", "50.5"))
+        percent = CHART.read_text().splitlines()[0] + "\n" + "grey," + white("50") + "\n"
+        (row,) = self.rows("--from", "spectrum", "--percent", "--input", "-", stdin=percent)
+        self.assertAlmostEqual(float(row["lab.L"]), 76.07, delta=0.01)
+
+    def test_bad_input(self):
+        color = ("color", "--from")
+        for arguments, stdin, says in (
+            (("lab", "--input", "-"), "", "standard input holds no colours"),
+            (("lab", "--input", "-"), "1,2\n", "line 1 has 2 fields"),
+            (("lab", "--input", "-"), "a,1,2,3\nb,1,2,three\n", "line 2, field 4: 'three'"),
+            (("spectrum", "--input", "-"), white("50") + "\n", "--percent"),
+            (("lab", "--input", self.folder), "", "cannot read"),
+            (("lab", "--input", self.folder / "none.csv"), "", "No such file"),
+        ):
+            with self.subTest(arguments):
+                self.refused(*color, *arguments, status=1, says=says, stdin=stdin)
+
+    def test_wrong_usage(self):
+        for arguments, says in (
+            ((), "--from is required"),
+            (("--from", "rgb", "1", "2", "3"), "--from must be"),
+            (("--from", "lab"), "give the colours"),
+            (("--from", "lab", "1", "2"), "2 numbers were given"),
+            (("--from", "lab", "1", "2", "x"), "'x' is no number"),
+            (("--from", "lab", "1", "2", "3", "--input", "-"), "not both"),
+            (("--from", "lab", "1", "2", "3", "--illuminant", "A,C"), "one illuminant"),
+            (("--from", "lab", "1", "2", "3", "--percent"), "--percent is for spectra"),
+            (("--from", "lab", "1", "2", "3", "--format", "xml"), "must be table or csv or json"),
+        ):
+            with self.subTest(arguments):
+                self.refused("color", *arguments, status=2, says=[says, "--help"])

@@ -1,0 +1,179 @@
+"""What the commands print, write and return, with an instrument that does what it is asked."""
+
+import re
+
+from support import CqTest
+
+CALIBRATED = ("--virtual-options", "--calibrated --measure-time 1")
+
+
+class Identity(CqTest):
+    def test_info(self):
+        info = self.json("info", "--virtual-options", "--serial SN-42 --capacity 77")
+        self.assertRegex(info["port"], "^/dev/")
+        self.assertIn("SN-42", info.values())
+        self.assertEqual(info["standardCapacity"], 77)
+        self.assertEqual(
+            set(info),
+            {"port", "standardCapacity"} | {f"infoText{n}" for n in (3, 4, 6, 7, 11, 12)},
+        )
+        text = self.cq("info", "--virtual-options", "--serial SN-42 --capacity 77").stdout
+        self.assertRegex(text, r"standard capacity +77\n")
+
+    def test_status(self):
+        status = self.json("status", "--virtual-options", "--standards 3")
+        self.assertEqual(status["totalStandards"], 3)
+        self.assertEqual(list(status["items"]), ["0", "14", "15", "16", "17", "18", "19", "20"])
+        text = self.cq("status", "--virtual-options", "--standards 3").stdout
+        self.assertRegex(text, r"stored standards +3\n")
+
+    def test_calibrate(self):
+        for target in ("white", "black"):
+            self.assertEqual(self.json("calibrate", target, "--virtual")["calibrated"], target)
+        self.assertIn("calibrated on white", self.cq("calibrate", "white", "--virtual").stdout)
+
+
+class Measure(CqTest):
+    def test_needs_calibration(self):
+        for kind in ("standard", "trial"):
+            self.refused(
+                "measure", kind, "--virtual", status=1,
+                says=[f"measuring a {kind} failed: execute command failed (8)", "cq calibrate white"],
+            )
+
+    def test_shows_colour_and_spectrum(self):
+        standard = self.json("measure", "standard", *CALIBRATED, "--space", "lch")
+        self.assertEqual(standard["kind"], "standard")
+        self.assertEqual((standard["illuminant"], standard["observer"]), ("D65", 10))
+        # The first patch of the chart is a dark skin: L* 37.5, a* 12.4, b* 13.0 for D65/10.
+        self.assertAlmostEqual(standard["lab"]["L"], 37.5, delta=0.3)
+        self.assertAlmostEqual(standard["lab"]["a"], 12.35, delta=0.3)
+        self.assertAlmostEqual(standard["lch"]["C"], 17.9, delta=0.3)
+        self.assertEqual(len(standard["spectrum"]["values"]), 31)
+        self.assertEqual(len(standard["record"]), 512)
+        text = self.cq("measure", "standard", *CALIBRATED, "--illuminant", "a").stdout
+        self.assertRegex(text, r"^standard on /dev/\S+, A/10°\n#[0-9a-f]{6}  L\* ")
+        self.assertRegex(text, r"\n400 nm( +0\.\d{4}){8}\n")
+        self.assertNotIn("\x1b", text)
+
+    def test_compares_with_a_saved_record(self):
+        record = self.folder / "red.record"
+        saved = self.json("measure", "standard", *CALIBRATED, "--output", record)
+        self.assertEqual(record.read_bytes().hex(), saved["record"])
+        trial = self.json("measure", "trial", *CALIBRATED, "--against", record)
+        distance = sum((trial["lab"][k] - saved["lab"][k]) ** 2 for k in "Lab") ** 0.5
+        self.assertAlmostEqual(trial["deltaEab"], distance, places=3)
+        self.assertGreater(trial["deltaEab"], 0.1)
+        text = self.cq("measure", "trial", *CALIBRATED, "--against", record).stdout
+        self.assertRegex(text, rf"ΔE\*ab \d\.\d\d from {record}")
+
+    def test_bad_files(self):
+        short = self.folder / "short.record"
+        short.write_bytes(b"x" * 255)
+        empty = self.folder / "empty.record"
+        empty.write_bytes(b"\xff" * 256)
+        measure = ("measure", "trial", *CALIBRATED)
+        self.refused(*measure, "--against", short, status=1, says="255 bytes, a record has 256")
+        self.refused(*measure, "--against", empty, status=1, says="no plausible spectrum")
+        self.refused(*measure, "--against", self.folder / "none", status=1, says="No such file")
+        self.refused(*measure, "--against", self.folder, status=1, says="cannot read")
+        self.refused(*measure, "--output", self.folder / "no" / "r", status=1, says="cannot write")
+        self.assertEqual({p.name for p in self.folder.iterdir()}, {"short.record", "empty.record"})
+
+    def test_record_layouts(self):
+        layout = self.folder / "layout.json"
+        measure = ("measure", "standard", *CALIBRATED, "--record-layout", layout)
+        layout.write_text('{"offset": 64, "format": "float32"}')
+        self.assertAlmostEqual(self.json(*measure)["lab"]["L"], 37.5, delta=0.3)
+        layout.write_text('{"offset": 0, "format": "float64"}')
+        self.assertIn("no plausible spectrum", self.json(*measure)["problem"])
+        shown = self.cq(*measure)
+        self.assertIn("no plausible spectrum at offset 0", shown.stderr)
+        self.assertNotIn("L*", shown.stdout)
+        layout.write_text('{"offset": 200, "format": "float32"}')
+        self.refused(*measure, status=1, says=["offset as 200", "0 to 132", "layout.json"])
+
+
+class Monitor(CqTest):
+    PRESSING = "--calibrated --measure-time 1 --press-every 0.1:{}"
+
+    def test_counts_measurements(self):
+        done = self.cq("monitor", "--count", 3, "--virtual-options", self.PRESSING.format("standard"))
+        self.assertRegex(done.stdout, r"^(\d\d:\d\d:\d\d  standard  #[0-9a-f]{6}  L\* .*\n){3}$")
+        self.assertIn("listening on /dev/", done.stderr)
+
+    def test_prints_a_line_of_json_as_each_comes(self):
+        process = self.start(
+            "monitor", "--json", "--virtual-options", self.PRESSING.format("trial")
+        )
+        for number in (1, 2):
+            line = process.stdout.readline()
+            self.assertRegex(line, rf'^{{"number":{number},"kind":"trial",.*"record":"[0-9a-f]+"}}\n$')
+        self.interrupt(process, status=0)
+
+    def test_ends_when_nobody_reads(self):
+        process = self.start("monitor", "--virtual-options", self.PRESSING.format("standard"))
+        process.stdout.readline()
+        process.stdout.close()
+        self.assertEqual(process.wait(timeout=10), 1)
+        self.assertIn("standard output cannot be written to", process.stderr.read())
+        process.stdout = None
+
+
+class Demo(CqTest):
+    def test_measures_the_chart(self):
+        report = self.folder / "new" / "report.html"
+        demo = self.json("demo", "--report", report)
+        self.assertEqual(demo["report"], str(report))
+        self.assertEqual(len(demo["patches"]), 24)
+        self.assertEqual(demo["patches"][0]["name"], "dark skin")
+        for patch in demo["patches"]:
+            self.assertLess(patch["deltaEabFromChart"], 1, patch["name"])
+            self.assertGreater(patch["deltaEabFromStandard"], 0, patch["name"])
+        page = report.read_text(encoding="utf-8")
+        self.assertEqual(page.count("<article>"), 24)
+        self.assertIn(demo["patches"][23]["hex"], page)
+        self.assertEqual([p.name for p in report.parent.iterdir()], ["report.html"])
+
+    def test_shows_colours_where_they_can_be_seen(self):
+        plain = self.cq("demo", "--virtual-options", "--measure-time 1").stdout
+        self.assertEqual(len(re.findall(r"^ ?\d+  \w.*#[0-9a-f]{6} ", plain, re.M)), 24)
+        self.assertNotIn("\x1b", plain)
+        self.assertIn("--report FILE", plain)
+        coloured = self.cq("demo", "--virtual-options", "--measure-time 1", "--color", "always", env={"COLORTERM": "truecolor"}).stdout
+        self.assertEqual(coloured.count("\x1b[48;2;"), 48)
+
+    def test_a_report_that_cannot_be_written(self):
+        (self.folder / "file").write_text("in the way")
+        self.refused("demo", *CALIBRATED, "--report", self.folder / "file" / "r.html", status=1, says="cannot write")
+        self.refused("demo", *CALIBRATED, "--report", self.folder, status=1, says="not an ordinary file")
+
+
+class CommandLine(CqTest):
+    def test_help_and_version(self):
+        self.assertRegex(self.cq("--version").stdout, r"^cq \d+\.\d+\.\d+\n$")
+        self.assertIn("Exit status", self.cq("--help").stdout)
+        for command in ("demo", "info", "status", "calibrate", "measure", "monitor", "color"):
+            self.assertIn(f"  cq {command} ", self.cq(command, "--help").stdout + " ")
+
+    def test_wrong_usage(self):
+        for arguments, says in (
+            ((), "give a command; there are: demo, info"),
+            (("frobnicate",), "no command 'frobnicate'"),
+            (("--frobnicate",), "--frobnicate"),
+            (("--",), "give a command"),
+            (("measure",), "kind is required"),
+            (("measure", "both"), "must be standard or trial, not 'both'"),
+            (("calibrate", "red", "--virtual"), "must be white or black"),
+            (("measure", "trial", "--illuminant", "F13"), "no illuminant is called 'F13'"),
+            (("measure", "trial", "--observer", "5"), "2 or 10"),
+            (("measure", "trial", "--space", "cmyk"), "no colour space is called 'cmyk'"),
+            (("info", "--color", "maybe"), "auto, always or never"),
+            (("info", "--open-timeout", "0"), "must be a number from 0.1 to 3600, not '0'"),
+            (("info", "--virtual", "--port", "/dev/null"), "excludes"),
+            (("monitor", "--count", "0"), "must be a whole number from 1 to 999999, not '0'"),
+            (("monitor", "--count", "1.5"), "not '1.5'"),
+            (("info", "extra"), "extra"),
+        ):
+            with self.subTest(arguments):
+                self.refused(*arguments, status=2, says=[says, "--help"])

@@ -1,0 +1,308 @@
+// The instrument's side of a session, byte by byte and with stepped time.
+
+#include <gmock/gmock.h>
+
+#include "Bench.h"
+
+namespace vi::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::string kStatusRequest = "55 AA A6 01 00 00 00 00 03 00 22 D0 E5";
+const std::string kMeasureStandard = "55 AA A6 01 00 00 00 00 03 00 23 F1 F5";
+const std::string kCalibrateWhite = "55 AA A6 01 00 00 00 00 04 00 25 01 3D F4";
+
+Bench::Set calibrated() {
+    Bench::Set set;
+    set.instrument.isCalibrated = true;
+    set.instrument.noise = 0;
+    return set;
+}
+
+TEST(Session, BeginsWithShakeHandsAndCountsUp) {
+    Bench bench;
+    EXPECT_EQ(bench.host(kShakeHands), kWelcome);
+    EXPECT_FALSE(bench.protocol.hasSession());
+    EXPECT_EQ(bench.host(kConfirm), "");
+    EXPECT_TRUE(bench.protocol.hasSession());
+    EXPECT_EQ(bench.host(kCountStandards), kCounted);
+    EXPECT_EQ(bench.host(kAcknowledge1), "");
+    EXPECT_THAT(bench.host(kShakeHands), StartsWith("AA 55 A2 02"));
+}
+
+TEST(Session, TakesNothingThatDoesNotBelongToIt) {
+    struct Case {
+        const char* name;
+        std::string packets;
+        const char* note;
+    };
+    const Case cases[] = {
+        {"before the shake-hands", kCountStandards, "a shake-hands request must come first"},
+        {"before the confirmation", kShakeHands + kCountStandards, "not confirmed"},
+        {"of another session", kShakeHands + kConfirm + "55 AA A4 02", "another session"},
+        {"wrong shake-hands", "55 AA A1 00 00 00 01 00 02", "55 aa a1 00 00 00 02 00 02"},
+        {"an instrument's packet", kShakeHands + kConfirm + "55 AA A8 01", "no such packet"},
+        {"out of order", kShakeHands + kConfirm + "55 AA A6 01 01 00 00 00 03 00 2A D8 64",
+         "sequence number"},
+        {"no payload and no CRC", kShakeHands + kConfirm + "55 AA A6 01 00 00 00 00 00 00",
+         "no payload"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Bench bench;
+        const std::string answer = bench.host(c.packets);
+        EXPECT_EQ(answer, c.packets.starts_with(kShakeHands) ? kWelcome : "");
+        EXPECT_THAT(bench.log(), HasSubstr(c.note));
+    }
+}
+
+TEST(Session, EndsFromEitherSide) {
+    Bench bench;
+    bench.connected();
+    EXPECT_EQ(bench.host("55 AA A4 01"), "AA 55 A5 01");
+    EXPECT_FALSE(bench.protocol.hasSession());
+    EXPECT_FALSE(bench.protocol.disconnect(bench.now));
+
+    bench.host(kShakeHands);
+    bench.host("55 AA A3 02");
+    EXPECT_TRUE(bench.protocol.disconnect(bench.now));
+    EXPECT_EQ(bench.after(milliseconds(0)), "AA 55 A4 02");
+    EXPECT_EQ(bench.host("55 AA A5 02"), "");
+    EXPECT_FALSE(bench.protocol.hasSession());
+}
+
+/// A killed host says no goodbye: what it still had coming must not reach the next one.
+TEST(Session, ANewOneDropsWhatTheOldOneHadComing) {
+    Bench bench(calibrated());
+    bench.connected();
+    bench.protocol.press(Kind::standard, bench.now);
+    bench.after(milliseconds(300));
+    bench.host(kMeasureStandard);
+    EXPECT_THAT(bench.host(kShakeHands), StartsWith("AA 55 A2 02"));
+    bench.host("55 AA A3 02");
+    EXPECT_EQ(bench.after(milliseconds(5000)), "");
+}
+
+TEST(Session, ANewOneStopsWhatIsOnItsWay) {
+    Bench::Set set;
+    set.toHost.latency = milliseconds(50);
+    Bench bench(set);
+    bench.connected().host(kCountStandards);
+    EXPECT_EQ(bench.host(kShakeHands), "");
+    EXPECT_EQ(bench.after(milliseconds(50)), "AA 55 A2 02 00 40 00 01 1F 00 00 00 00");
+}
+
+TEST(KeepAlive, IsSentWhenAskedForAndWhenDue) {
+    Bench::Set set;
+    set.protocol.engine.keepAlive = milliseconds(2000);
+    Bench bench(set);
+    EXPECT_FALSE(bench.protocol.requestKeepAlive(bench.now));
+    bench.connected();
+    EXPECT_TRUE(bench.protocol.requestKeepAlive(bench.now));
+    EXPECT_EQ(bench.after(milliseconds(1999)), "AA 55 A8 01");
+    EXPECT_EQ(bench.host("55 AA A9 01"), "");
+    EXPECT_EQ(bench.after(milliseconds(1)), "AA 55 A8 01");
+    EXPECT_EQ(bench.protocol.deadline(), bench.now + milliseconds(2000));
+}
+
+TEST(Command, IsRefusedWithANumber) {
+    struct Case {
+        const char* name;
+        const char* packet;
+        std::string answer;
+    };
+    // A request is acknowledged and then aborted; anything else is aborted in place of its last
+    // acknowledgement.
+    const Case cases[] = {
+        {"measuring uncalibrated", kMeasureStandard.c_str(),
+         kTaken1 + " AA 55 A6 01 01 00 00 FF 00 00"},
+        {"calibrating on what is no tile", "55 AA A6 01 00 00 00 00 04 00 25 02 5E C4",
+         "AA 55 A7 01 04 00 00 FF"},
+        {"parameter without its number", "55 AA A6 01 00 00 00 00 03 00 25 37 95",
+         "AA 55 A7 01 04 00 00 FF"},
+        {"payload where none belongs", "55 AA A6 01 00 00 00 00 07 00 2B 00 00 00 00 47 F5",
+         kTaken1 + " AA 55 A6 01 04 00 00 FF 00 00"},
+        {"unknown", "55 AA A6 01 00 00 00 00 03 00 99 60 F3", "AA 55 A7 01 05 00 00 FF"},
+        {"no operation code", "55 AA A6 01 00 00 00 00 02 00 FF FF", "AA 55 A7 01 05 00 00 FF"},
+        {"deleting without the delete bit", "55 AA A6 01 00 00 00 00 07 00 35 00 00 00 00 B5 3E",
+         "AA 55 A7 01 04 00 00 FF"},
+        {"deleting what is not there", "55 AA A6 01 00 00 00 00 07 00 35 03 00 00 80 E1 34",
+         "AA 55 A7 01 03 00 00 FF"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Bench bench;
+        EXPECT_EQ(bench.connected().host(c.packet), c.answer);
+        EXPECT_EQ(bench.host(kCountStandards), kCounted);
+    }
+}
+
+TEST(Command, DeviceInformationHasTheDocumentedPlaces) {
+    Bench::Set set;
+    set.protocol.engine.maxPacket = 1024;
+    set.instrument.serial = "fifteen letters";
+    set.instrument.capacity = 0x0102;
+    Bench bench(set);
+    const Bytes answer = hex(bench.connected().host("55 AA A6 01 00 00 00 00 03 00 21 B3 D5"));
+    constexpr std::size_t kReply = 8 + 10 + 1;  // behind acknowledgement, header and operation
+    ASSERT_EQ(answer.size(), kReply + 136 + 2);
+    const auto text = [&](std::size_t offset) {
+        return reinterpret_cast<const char*>(answer.data() + kReply + offset);
+    };
+    EXPECT_STREQ(text(0), "VIRTUAL-31");
+    EXPECT_STREQ(text(16), "HW 1.0");
+    EXPECT_STREQ(text(32), "fifteen letters");
+    EXPECT_STREQ(text(48), "Virtual spectrophotometer");
+    EXPECT_STREQ(text(80), "FW 1.0");
+    EXPECT_STREQ(text(96), "WT-0001");
+    EXPECT_EQ(hexText(ByteView(answer).subspan(kReply + 128, 8)), "02 01 00 00 00 00 00 00");
+}
+
+TEST(Command, CalibratingIsAcknowledgedWhenItIsDone) {
+    Bench bench;
+    bench.connected();
+    EXPECT_EQ(bench.host(kCalibrateWhite), "");
+    EXPECT_EQ(bench.after(milliseconds(299)), "");
+    EXPECT_EQ(bench.after(milliseconds(1)), kTaken1);
+    EXPECT_THAT(bench.host(kStatusRequest), HasSubstr("22 00 00 00 08 00 01 64 01 00 00"));
+}
+
+TEST(Command, ParametersAreKept) {
+    Bench bench;
+    bench.connected();
+    EXPECT_EQ(bench.host("55 AA A6 01 00 00 00 00 05 00 B4 42 2A 25 00"), kTaken1);
+    EXPECT_THAT(bench.host("55 AA A6 01 00 00 00 00 04 00 B3 42 D7 3E"),
+                StartsWith(kTaken1 + " AA 55 A6 01 00 00 00 00 04 00 B3 2A"));
+}
+
+TEST(Command, MeasuringAnswersWhenItIsDoneAndInPackets) {
+    Bench bench(calibrated());
+    bench.connected();
+    EXPECT_EQ(bench.host(kMeasureStandard), kTaken1);
+    // 257 bytes in packets of 64 with 52 bytes of payload.
+    EXPECT_THAT(bench.after(milliseconds(300)),
+                StartsWith("AA 55 A6 01 00 00 00 40 36 00 23 56 4D 52 31 01 00 00 01"));
+    for (const char* next : {"01", "02", "03"}) {
+        EXPECT_THAT(bench.host(std::string("55 AA A7 01 ") + next + " 00 00 00"),
+                    StartsWith(std::string("AA 55 A6 01 ") + next + " 00 00 40 36 00"));
+    }
+    EXPECT_THAT(bench.host("55 AA A7 01 04 00 00 00"), StartsWith("AA 55 A6 01 04 00 00 00 33 00"));
+    EXPECT_EQ(bench.host("55 AA A7 01 05 00 00 00"), "");
+    EXPECT_EQ(bench.instrument.count(Kind::standard), 0U);
+}
+
+TEST(Reception, AsksForADamagedPacketAgain) {
+    Bench bench;
+    bench.connected();
+    EXPECT_EQ(bench.host("55 AA A6 01 00 00 00 00 03 00 2A D8 65"), "AA 55 A7 01 00 00 00 80");
+    EXPECT_EQ(bench.host(kCountStandards), kCounted);
+}
+
+TEST(Reception, AcknowledgesARepeatedPacketWithoutTakingItTwice) {
+    Bench bench;
+    bench.connected();
+    EXPECT_EQ(bench.host("55 AA A6 01 00 00 00 40 03 00 2C 1E 04"), kTaken1);
+    const std::string second = "55 AA A6 01 01 00 00 40 03 00 01 D1 F1";
+    EXPECT_EQ(bench.host(second), "AA 55 A7 01 02 00 00 00");
+    EXPECT_EQ(bench.host(second), "AA 55 A7 01 02 00 00 00");
+}
+
+TEST(Reception, BeginsAnewWithAHostThatHasGivenUpWaiting) {
+    Bench bench;
+    bench.connected();
+    bench.host("55 AA A6 01 00 00 00 40 03 00 2C 1E 04");
+    EXPECT_EQ(bench.host(kCountStandards), kCounted);
+}
+
+TEST(Reception, RefusesMoreThanAnyCommandNeeds) {
+    Bench::Set set;
+    set.protocol.engine.maxPacket = 2048;
+    set.instrument.capacity = 0;
+    Bench bench(set);
+    bench.connected();
+    Bytes packet = hex("55 AA A6 01 00 00 00 40 03 04");
+    packet.resize(10 + 1025);
+    const Bytes crc = hex("3C B8");
+    packet.insert(packet.end(), crc.begin(), crc.end());
+    EXPECT_EQ(bench.host(hexText(packet)), "AA 55 A7 01 02 00 00 FF");
+}
+
+TEST(Reception, RefusesAPacketLongerThanAgreed) {
+    Bench bench;
+    bench.connected();
+    const Bytes packet = [] {
+        Bytes bytes = hex("55 AA A6 01 00 00 00 00 37 00");
+        bytes.resize(65);
+        return bytes;
+    }();
+    EXPECT_EQ(bench.host(hexText(packet)), "AA 55 A7 01 07 00 00 FF");
+}
+
+TEST(Transmission, RepeatsAPacketThatNobodyAcknowledgesAndThenGivesUp) {
+    Bench bench;
+    bench.connected();
+    bench.host(kCountStandards);
+    EXPECT_EQ(bench.after(milliseconds(999)), "");
+    EXPECT_EQ(bench.after(milliseconds(1)), kNoStandards);
+    EXPECT_EQ(bench.after(milliseconds(1000)), kNoStandards);
+    EXPECT_EQ(bench.after(milliseconds(1000)), kNoStandards);
+    EXPECT_EQ(bench.after(milliseconds(1000)), "AA 55 A6 01 08 00 00 FF 00 00");
+    EXPECT_EQ(bench.after(milliseconds(1000)), "");
+}
+
+TEST(Transmission, GrantsEachPacketItsOwnRepetitions) {
+    Bench::Set set;
+    set.instrument.standards = 1;
+    Bench bench(set);
+    bench.connected().host("55 AA A6 01 00 00 00 00 0B 00 2C 00 00 00 00 01 00 00 00 2A 7C");
+    for (int repetition = 0; repetition < 3; ++repetition) {
+        EXPECT_THAT(bench.after(milliseconds(1000)), StartsWith("AA 55 A6 01 00 00 00 40"));
+    }
+    EXPECT_THAT(bench.host(kAcknowledge1), StartsWith("AA 55 A6 01 01 00 00 40"));
+    EXPECT_THAT(bench.after(milliseconds(1000)), StartsWith("AA 55 A6 01 01 00 00 40"));
+}
+
+TEST(Transmission, HeedsOnlyAcknowledgementsOfTheLastPacket) {
+    Bench bench;
+    bench.connected();
+    bench.host(kCountStandards);
+    EXPECT_EQ(bench.host("55 AA A7 01 00 00 00 00"), "");            // of an earlier packet
+    EXPECT_EQ(bench.host("55 AA A7 01 00 00 00 80"), kNoStandards);  // wanted again
+    EXPECT_EQ(bench.host("55 AA A7 01 00 00 00 FF"), "");            // the host gives up
+    EXPECT_EQ(bench.after(milliseconds(2000)), "");
+}
+
+TEST(Button, TellsTheHostAndStores) {
+    Bench bench(calibrated());
+    bench.connected();
+    EXPECT_EQ(bench.protocol.press(Kind::trial, bench.now), Error::none);
+    EXPECT_EQ(bench.protocol.press(Kind::trial, bench.now), Error::busy);
+    EXPECT_THAT(bench.after(milliseconds(300)),
+                StartsWith("AA 55 A6 01 00 00 00 40 36 00 24 56 4D 52 31 01 00 01 01"));
+    EXPECT_EQ(bench.instrument.count(Kind::trial), 1U);
+}
+
+/// The button's result becomes ready while a host's command is being answered: the answer must come
+/// first and whole.
+TEST(Button, WaitsForTheHostsBusiness) {
+    Bench bench(calibrated());
+    bench.connected();
+    bench.protocol.press(Kind::standard, bench.now);
+    EXPECT_THAT(bench.host(kCountStandards),
+                StartsWith(kTaken1 + " AA 55 A6 01 00 00 00 00 07 00 2A"));
+    EXPECT_EQ(bench.after(milliseconds(300)), "");
+    EXPECT_THAT(bench.host(kAcknowledge1), StartsWith("AA 55 A6 01 00 00 00 40 36 00 23"));
+}
+
+TEST(Button, WorksWithoutAHost) {
+    Bench bench(calibrated());
+    EXPECT_EQ(bench.protocol.press(Kind::standard, bench.now), Error::none);
+    EXPECT_EQ(bench.after(milliseconds(1000)), "");
+    EXPECT_EQ(bench.instrument.count(Kind::standard), 1U);
+    EXPECT_EQ(Bench().protocol.press(Kind::standard, kStart), Error::notCalibrated);
+}
+
+}  // namespace
+}  // namespace vi::test

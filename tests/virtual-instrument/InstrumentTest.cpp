@@ -1,0 +1,161 @@
+// The instrument behind the wire: its records, its measurements and its memory.
+
+#include "instrument/Instrument.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "Bench.h"
+
+namespace vi::test {
+namespace {
+
+Instrument make(Instrument::Settings settings) {
+    return Instrument(std::move(settings), [] { return 0x01020304U; });
+}
+
+Instrument::Settings calibrated(double noise) {
+    Instrument::Settings settings;
+    settings.isCalibrated = true;
+    settings.measureTime = milliseconds(0);
+    settings.noise = noise;
+    return settings;
+}
+
+Spectrum spectrumOf(const Record& record) {
+    Spectrum spectrum{};
+    for (std::size_t band = 0; band < spectrum.size(); ++band) {
+        spectrum[band] = std::bit_cast<float>(get32(record, 64 + 4 * band));
+    }
+    return spectrum;
+}
+
+TEST(Record, HasTheDocumentedBytes) {
+    Measured measured{.kind = Kind::trial,
+                      .patch = 19,
+                      .number = 0x0A0B0C0D,
+                      .time = 0x01020304,
+                      .name = "white, with a name that is too long",
+                      .standardNumber = 5,
+                      .reflectance = {}};
+    measured.reflectance.fill(0.5F);
+    measured.reflectance.back() = 1.0F;
+    const Record record = encode(measured);
+    const auto part = [&](std::size_t from, std::size_t size) {
+        return hexText(ByteView(record).subspan(from, size));
+    };
+    EXPECT_EQ(part(0, 16), "56 4D 52 31 01 00 01 13 0D 0C 0B 0A 04 03 02 01");
+    EXPECT_STREQ(reinterpret_cast<const char*>(record.data() + 16), "white, with a name that");
+    EXPECT_EQ(part(40, 8), "05 00 00 00 90 01 0A 1F");
+    EXPECT_EQ(part(64, 4), "00 00 00 3F");
+    EXPECT_EQ(part(184, 8), "00 00 80 3F 00 00 00 00");
+    // Worked out with another program's CRC-32 of the first 252 bytes.
+    EXPECT_EQ(part(252, 4), "FA D0 29 51");
+}
+
+TEST(Measuring, GoesThroughTheChartAndMeasuresTrialsWhereItStands) {
+    Instrument instrument = make(calibrated(0));
+    EXPECT_EQ(instrument.measure(Kind::trial, kStart).record[7], 1);
+    for (std::size_t i = 0; i < kPatchCount + 1; ++i) {
+        const std::size_t patch = i % kPatchCount;
+        const Record standard = instrument.measure(Kind::standard, kStart).record;
+        EXPECT_EQ(standard[7], patch + 1);
+        EXPECT_EQ(spectrumOf(standard), patches()[patch].reflectance);
+        const Record trial = instrument.measure(Kind::trial, kStart).record;
+        EXPECT_EQ(trial[7], patch + 1);
+        EXPECT_EQ(get32(trial, 40), i + 1) << "the number of its standard";
+    }
+    EXPECT_EQ(instrument.count(Kind::standard), 0U);
+}
+
+TEST(Measuring, ATrialDiffersVisiblyButLittle) {
+    for (std::size_t patch = 0; patch < kPatchCount; ++patch) {
+        for (std::uint32_t trial = 0; trial < 4; ++trial) {
+            const Spectrum standard = Sensor::exactStandard(patch);
+            const Spectrum other = Sensor::exactTrial(patch, trial);
+            for (std::size_t band = 0; band < kBandCount; ++band) {
+                const double relative = std::abs(other[band] / standard[band] - 1);
+                EXPECT_GT(relative, 0.003);
+                EXPECT_LT(relative, 0.06);
+            }
+        }
+    }
+}
+
+TEST(Measuring, NoiseFollowsTheSeedAndTheSigma) {
+    Instrument::Settings settings = calibrated(0.001);
+    settings.seed = 7;
+    Instrument one = make(settings);
+    Instrument same = make(settings);
+    settings.seed = 8;
+    Instrument other = make(settings);
+    double squares = 0;
+    constexpr int kRounds = 200;
+    for (int i = 0; i < kRounds; ++i) {
+        const Record record = one.measure(Kind::standard, kStart).record;
+        EXPECT_EQ(record, same.measure(Kind::standard, kStart).record);
+        EXPECT_NE(record, other.measure(Kind::standard, kStart).record);
+        const Spectrum exact = Sensor::exactStandard(static_cast<std::size_t>(i) % kPatchCount);
+        const Spectrum noisy = spectrumOf(record);
+        for (std::size_t band = 0; band < kBandCount; ++band) {
+            squares += std::pow(noisy[band] - exact[band], 2);
+        }
+    }
+    EXPECT_NEAR(std::sqrt(squares / (kRounds * kBandCount)), 0.001, 0.00005);
+}
+
+TEST(Calibration, IsNeededOnceForEachTileAndTakesItsTime) {
+    Instrument instrument = make({});
+    EXPECT_EQ(instrument.measure(Kind::standard, kStart).error, Error::notCalibrated);
+    const auto white = instrument.calibrateWhite(kStart);
+    EXPECT_EQ(white.ready, kStart + milliseconds(300));
+    EXPECT_EQ(instrument.measure(Kind::standard, white.ready).error, Error::notCalibrated);
+    EXPECT_EQ(instrument.calibrateBlack(kStart).error, Error::busy);
+    const auto black = instrument.calibrateBlack(white.ready);
+    EXPECT_EQ(instrument.measure(Kind::standard, kStart).error, Error::busy);
+    EXPECT_EQ(instrument.measure(Kind::standard, black.ready).error, Error::none);
+    EXPECT_EQ(instrument.statusItem(0), 1);
+}
+
+TEST(Memory, TakesAllRecordsOrNone) {
+    Instrument::Settings settings;
+    settings.capacity = 3;
+    settings.standards = 1;
+    Instrument instrument = make(settings);
+    EXPECT_EQ(instrument.append(Bytes(768)), Error::storageFull);
+    EXPECT_EQ(instrument.append(Bytes(255)), Error::badParameter);
+    EXPECT_EQ(instrument.count(Kind::standard), 1U);
+    EXPECT_EQ(instrument.append(Bytes(512, 0x77)), Error::none);
+    EXPECT_EQ(instrument.count(Kind::standard), 3U);
+    EXPECT_THAT(instrument.records(Kind::standard)[2], testing::Each(0x77));
+}
+
+TEST(Memory, ErasesOneOrAll) {
+    Instrument::Settings settings;
+    settings.standards = 3;
+    settings.samples = 2;
+    Instrument instrument = make(settings);
+    const Record last = instrument.records(Kind::standard)[2];
+    EXPECT_EQ(instrument.erase(Kind::standard, 3), Error::noSuchRecord);
+    EXPECT_EQ(instrument.erase(Kind::standard, 1), Error::none);
+    EXPECT_EQ(instrument.records(Kind::standard)[1], last);
+    EXPECT_EQ(instrument.count(Kind::trial), 2U);
+    instrument.eraseAll();
+    EXPECT_EQ(instrument.count(Kind::standard) + instrument.count(Kind::trial), 0U);
+}
+
+TEST(Memory, AButtonPressIsNotStoredWhenFull) {
+    Instrument::Settings settings = calibrated(0);
+    settings.capacity = 1;
+    Instrument instrument = make(settings);
+    EXPECT_EQ(instrument.press(Kind::standard, kStart).error, Error::none);
+    EXPECT_EQ(instrument.press(Kind::standard, kStart).error, Error::none);
+    EXPECT_EQ(instrument.count(Kind::standard), 1U);
+    EXPECT_EQ(instrument.statusItem(20), 100) << "percent full";
+}
+
+}  // namespace
+}  // namespace vi::test

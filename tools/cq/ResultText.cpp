@@ -1,0 +1,118 @@
+#include "ResultText.h"
+
+#include <iterator>
+
+#include "cqapi/CQApi.h"
+#include "Failure.h"
+
+namespace cqtool {
+namespace {
+
+// Indexed by CqResult.
+constexpr const char* kTexts[] = {
+    "no error",          "cannot found device", "fail to open",
+    "device is closed",  "no session",          "device is busy",
+    "sending timeout",   "receiving timeout",   "execute command failed",
+    "system error",      "invalid packet",      "unexpected command",
+    "uncalibrated",      "the storage is full", "fail to calibrate",
+    "no enough storage", "invalid parameter",   "not supported",
+    "has connected",     "unknown error",
+};
+static_assert(std::size(kTexts) == CQ_UNKNOWN_ERROR + 1);
+
+constexpr const char* kCalibrateFirst =
+    "calibrate first: cq calibrate white, then cq calibrate black";
+
+const char* nameOf(Operation operation) {
+    switch (operation) {
+        case Operation::readDeviceInfo:
+            return "reading the device information";
+        case Operation::readStatus:
+            return "reading the status";
+        case Operation::calibrateWhite:
+            return "calibrating on white";
+        case Operation::calibrateBlack:
+            return "calibrating on black";
+        case Operation::measureStandard:
+            return "measuring a standard";
+        case Operation::measureTrial:
+            return "measuring a trial";
+        case Operation::listenForMeasurements:
+            return "listening for measurements";
+        case Operation::computeColor:
+            return "computing a colour";
+    }
+    return "the operation";
+}
+
+/// Why an instrument refuses this operation, as far as its host can know.
+const char* adviceForRefusal(Operation operation) {
+    switch (operation) {
+        case Operation::measureStandard:
+        case Operation::measureTrial:
+            return kCalibrateFirst;
+        case Operation::calibrateWhite:
+            return "put the instrument on its white tile, aperture flat and clean, and calibrate "
+                   "again";
+        case Operation::calibrateBlack:
+            return "put the instrument on its black trap and calibrate again";
+        default:
+            return "the instrument refused; its own error number is in the log that --debug-log "
+                   "writes";
+    }
+}
+
+}  // namespace
+
+const char* resultText(std::uint32_t code) {
+    return code < std::size(kTexts) ? kTexts[code] : kTexts[CQ_UNKNOWN_ERROR];
+}
+
+std::string advice(std::uint32_t code, Operation operation) {
+    switch (code) {
+        case CQ_CANNOT_FOUND_DEVICE:
+        case CQ_FAIL_TO_OPEN:
+            return "plug the instrument in and switch it on, or name its port with --port";
+        case CQ_DEVICE_IS_CLOSED:
+            return "the port is gone: check the cable, plug the instrument in again and repeat the "
+                   "command";
+        case CQ_NO_SESSION:
+            return "the instrument has ended the connection: switch it on and repeat the command";
+        case CQ_DEVICE_IS_BUSY:
+            return "wait until the instrument has finished and repeat the command; end any other "
+                   "program that uses it";
+        case CQ_SENDING_TIMEOUT:
+        case CQ_RECEIVING_TIMEOUT:
+            return "the instrument did not answer in time: wake it, check the cable and repeat the "
+                   "command";
+        case CQ_EXECUTE_COMMAND_FAILED:
+            return adviceForRefusal(operation);
+        case CQ_UNCALIBRATED:
+            return kCalibrateFirst;
+        case CQ_FAIL_TO_CALIBRATE:
+            return "clean the tile and the aperture, place the instrument again and recalibrate";
+        case CQ_THE_STORAGE_IS_FULL:
+        case CQ_NO_ENOUGH_STORAGE:
+            return "delete stored records on the instrument and repeat the command";
+        case CQ_INVALID_PACKET:
+        case CQ_UNEXPECTED_COMMAND:
+            return "repeat the command; if the answer stays wrong this is a kind of instrument "
+                   "that "
+                   "the library does not know: --debug-log writes what it sent";
+        case CQ_NOT_SUPPORTED:
+            return "the instrument or its kind of connection cannot do this, or the connection has "
+                   "been closed";
+        default:
+            return "repeat the command with --debug-log and look into the log beside the library";
+    }
+}
+
+void check(std::uint32_t code, Operation operation) {
+    if (code != CQ_NO_ERROR) {
+        throw Failure(std::string(nameOf(operation)) + " failed: " + resultText(code) + " (" +
+                          std::to_string(code) + ")",
+                      advice(code, operation));
+    }
+}
+
+}  // namespace cqtool

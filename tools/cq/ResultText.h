@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace cqtool {
+
+/// What cq asked the library for when it got a result code.
+enum class Operation {
+    readDeviceInfo,
+    readStatus,
+    calibrateWhite,
+    calibrateBlack,
+    measureStandard,
+    measureTrial,
+    listenForMeasurements,
+    computeColor,
+};
+
+/// The text of a result code; the library has no function that gives it.
+const char* resultText(std::uint32_t code);
+
+/// What the user can do about this code from this operation. Never empty for a failure.
+std::string advice(std::uint32_t code, Operation operation);
+
+/// Throws a Failure with operation, text, code and advice unless the code is CQ_NO_ERROR.
+void check(std::uint32_t code, Operation operation);
+
+}  // namespace cqtool

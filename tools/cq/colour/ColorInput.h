@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "text/Csv.h"
+
+namespace cqtool {
+
+/// A colour that the user gave: its name, or where it stands, and 3 or 31 numbers.
+struct InputColor {
+    std::string name;
+    std::vector<double> values;
+};
+
+enum class InputKind { spectrum, xyz, lab };
+
+/// The kind called "spectrum", "xyz" or "lab"; throws UsageError for another name.
+InputKind inputKindNamed(const std::string& name);
+
+/// How many numbers a colour of this kind has.
+std::size_t valueCount(InputKind kind);
+
+/// Takes colours from the rows of a table: each has the numbers, with or without a name in front.
+/// The first row may be a header. A spectrum's header that names wavelengths (r400, 410 nm) tells
+/// which columns to take, and then there may be others. \param source what messages call the table.
+/// Throws Failure, with line and field, for what is no such table.
+std::vector<InputColor> colorsOfTable(const CsvTable& table, InputKind kind,
+                                      const std::string& source);
+
+/// Takes colours from arguments, one or several numbers in each ("50 -20 30" or "50,-20,30").
+/// Throws UsageError when they are no numbers or not whole colours.
+std::vector<InputColor> colorsOfArguments(const std::vector<std::string>& arguments,
+                                          InputKind kind);
+
+/// The numbers of a spectrum divided by 100.
+void convertFromPercent(std::vector<InputColor>& spectra);
+
+/// Throws Failure when a reflectance cannot be one, which means most often that it is in percent.
+void checkReflectances(const std::vector<InputColor>& spectra);
+
+}  // namespace cqtool

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "commands/Program.h"
+#include "system/Interrupt.h"
+
+namespace cqtool {
+
+/// What every command works with.
+struct Environment {
+    std::ostream& out;    ///< results
+    std::ostream& notes;  ///< remarks that are no results
+    Interrupt& interrupt;
+};
+
+// Each adds a command to the program.
+void addDemo(Program& program, const Environment& environment);
+void addInfo(Program& program, const Environment& environment);
+void addStatus(Program& program, const Environment& environment);
+void addCalibrate(Program& program, const Environment& environment);
+void addMeasure(Program& program, const Environment& environment);
+void addMonitor(Program& program, const Environment& environment);
+void addColor(Program& program, const Environment& environment);
+
+}  // namespace cqtool

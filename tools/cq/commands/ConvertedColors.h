@@ -1,0 +1,37 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "colour/ColorInput.h"
+#include "colour/ColorMath.h"
+#include "terminal/Palette.h"
+
+namespace cqtool {
+
+/// A colour in every space that was asked for, under one illuminant and observer.
+struct ConvertedColor {
+    std::string name;
+    Viewing viewing;
+    std::vector<ColorData> values;  ///< one for each space
+    Rgb rgb;
+};
+
+using Spaces = std::span<const SpaceInfo* const>;
+
+/// Every colour under every viewing, the viewings of a colour one after the other.
+std::vector<ConvertedColor> convert(const std::vector<InputColor>& colors, InputKind kind,
+                                    Spaces spaces, std::span<const Viewing> viewings);
+
+/// For people: aligned columns, with a swatch or the colour's number.
+std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const Palette& palette);
+
+/// With a header: name, illuminant, observer, then a column for each component, such as lab.L, and
+/// the colour's number. All digits that a value has.
+std::string csvOf(std::span<const ConvertedColor> colors, Spaces spaces);
+
+/// An array of {"name", "illuminant", "observer", each space by its name, "hex"}.
+std::string jsonOf(std::span<const ConvertedColor> colors, Spaces spaces);
+
+}  // namespace cqtool

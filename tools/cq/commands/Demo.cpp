@@ -1,0 +1,224 @@
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "Failure.h"
+#include "instrument/RecordLayout.h"
+#include "instrument/Records.h"
+#include "report/ChartReport.h"
+#include "system/Files.h"
+#include "text/Numbers.h"
+#include "text/TextTable.h"
+
+namespace cqtool {
+namespace {
+
+constexpr std::size_t kSwatchWidth = 4;
+constexpr const char* kMeasureTimeOption = "--measure-time";
+
+struct Options {
+    std::string report;
+    std::string recordLayout;
+    Viewing viewing;
+    ConnectionOptions connection;
+    OutputOptions output;
+};
+
+/// A virtual instrument unless a port is named, and one that does not make the user wait.
+ConnectionOptions connectionFor(ConnectionOptions options) {
+    options.useVirtual = options.port.empty();
+    if (options.virtualOptions.find(kMeasureTimeOption) == std::string::npos) {
+        options.virtualOptions += std::string(" ") + kMeasureTimeOption + " 20";
+    }
+    return options;
+}
+
+std::string instrumentName(const CqDeviceInfo& info) {
+    std::string name;
+    for (const auto& [field, text] : textsOf(info)) {
+        if (!text.empty()) {
+            name += (name.empty() ? "" : " · ") + text;
+        }
+    }
+    return name.empty() ? "an instrument without a name" : name;
+}
+
+std::string localTime() {
+    const std::time_t now = std::time(nullptr);
+    char text[32];
+    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", std::localtime(&now));
+    return text;
+}
+
+/// Shows a demonstration to a person as it goes on, or nothing until its end for a program.
+class Progress {
+  public:
+    Progress(const Options& options, const Environment& environment)
+        : out_(environment.out),
+          palette_(options.output.palette()),
+          isSilent_(options.output.json) {
+        using Align = TextTable::Align;
+        std::vector<TextTable::Column> columns{{"", Align::right, 2}, {"patch", Align::left, 21}};
+        if (palette_.hasColors()) {
+            columns.push_back({"measured|chart", Align::left, 2 * kSwatchWidth});
+        }
+        columns.insert(columns.end(), {{"sRGB", Align::left, 7},
+                                       {"L*", Align::right, 6},
+                                       {"a*", Align::right, 6},
+                                       {"b*", Align::right, 6},
+                                       {"ΔE chart", Align::right, 5},
+                                       {"ΔE trial", Align::right, 5}});
+        table_ = std::make_unique<TextTable>(std::move(columns));
+    }
+
+    void say(const std::string& line) {
+        if (!isSilent_) {
+            out_ << line << std::endl;
+        }
+    }
+
+    void head() { say("\n" + palette_.faint(table_->titles())); }
+
+    void row(std::size_t number, const PatchResult& patch) {
+        TextTable::Row row{std::to_string(number), patch.name};
+        if (palette_.hasColors()) {
+            row.push_back(palette_.swatch(patch.standardRgb, kSwatchWidth) +
+                          palette_.swatch(patch.referenceRgb, kSwatchWidth));
+        }
+        row.push_back(hexColor(patch.standardRgb));
+        for (const float value : patch.standardLab.values) {
+            row.push_back(fixed(value, 2));
+        }
+        row.push_back(fixed(patch.deltaFromChart, 2));
+        row.push_back(fixed(patch.deltaFromStandard, 2));
+        say(table_->line(row));
+    }
+
+    void summary(const std::vector<PatchResult>& results) {
+        const auto sentence = [&results](const char* what, double PatchResult::*difference) {
+            const Differences differences = differencesOf(results, difference);
+            return std::string(what) + ": mean " + fixed(differences.mean, 2) + ", largest " +
+                   fixed(differences.most, 2) + " (" + differences.mostName + ")";
+        };
+        say("\n" + sentence("ΔE*ab from the chart's values", &PatchResult::deltaFromChart));
+        say(sentence("ΔE*ab of the trials from their standards", &PatchResult::deltaFromStandard));
+    }
+
+  private:
+    std::ostream& out_;
+    Palette palette_;
+    bool isSilent_;
+    std::unique_ptr<TextTable> table_;
+};
+
+Spectrum measureSpectrum(const Connection& connection, bool isStandard,
+                         const RecordLayout& layout) {
+    const ReadSpectrum read = readSpectrum(connection.measure(isStandard), layout);
+    if (!read.spectrum) {
+        throw Failure(read.problem, "give the instrument's own --record-layout");
+    }
+    return *read.spectrum;
+}
+
+std::vector<PatchResult> measureChart(const Connection& connection, const RecordLayout& layout,
+                                      const Viewing& viewing, Progress& progress) {
+    std::vector<PatchResult> results;
+    progress.head();
+    for (const ChartPatch& patch : kChartPatches) {
+        const Spectrum standard = measureSpectrum(connection, true, layout);
+        const Spectrum trial = measureSpectrum(connection, false, layout);
+        results.emplace_back(patch, standard, trial, viewing);
+        progress.row(results.size(), results.back());
+    }
+    progress.summary(results);
+    return results;
+}
+
+Json jsonOf(const std::vector<PatchResult>& results, const ReportOrigin& origin,
+            const std::string& report) {
+    const SpaceInfo& lab = colorSpace(ColorSpaceLab);
+    Json patches = Json::array();
+    for (const PatchResult& patch : results) {
+        patches.push_back({{"name", patch.name},
+                           {"standard", colorJson(patch.standardLab, lab)},
+                           {"trial", colorJson(patch.trialLab, lab)},
+                           {"chart", colorJson(patch.referenceLab, lab)},
+                           {"hex", hexColor(patch.standardRgb)},
+                           {"deltaEabFromChart", patch.deltaFromChart},
+                           {"deltaEabFromStandard", patch.deltaFromStandard},
+                           {"spectrum", spectrumJson(patch.standard)}});
+    }
+    Json json{{"port", origin.port},
+              {"instrument", origin.instrument},
+              {"illuminant", illuminantName(origin.viewing.illuminant)},
+              {"observer", observerDegrees(origin.viewing.observer)},
+              {"patches", std::move(patches)}};
+    if (!report.empty()) {
+        json["report"] = report;
+    }
+    return json;
+}
+
+std::string writeReport(const std::string& file, const std::vector<PatchResult>& results,
+                        const ReportOrigin& origin) {
+    const std::filesystem::path path(file);
+    std::error_code ignored;  // what cannot be made shows when the file is written
+    std::filesystem::create_directories(path.parent_path(), ignored);
+    writeFile(path, chartReport(results, origin));
+    return std::filesystem::absolute(path).lexically_normal().string();
+}
+
+void run(const Options& options, const Environment& environment) {
+    const RecordLayout layout = loadRecordLayout(options.recordLayout);
+    Progress progress(options, environment);
+    const Connection connection(connectionFor(options.connection), environment.interrupt);
+
+    const CqDeviceInfo info = connection.deviceInfo();
+    const ReportOrigin origin{instrumentName(info), connection.portName(), localTime(),
+                              options.viewing};
+    progress.say("port        " + origin.port);
+    progress.say("instrument  " + origin.instrument);
+    progress.say("stored      " + std::to_string(connection.status().totalStandards) + " of " +
+                 std::to_string(standardCapacity(info)) + " standards");
+    connection.calibrateWhite();
+    connection.calibrateBlack();
+    progress.say("calibrated  white, black");
+    progress.say("colours     for " + viewingName(options.viewing));
+
+    const auto results = measureChart(connection, layout, options.viewing, progress);
+    const std::string report =
+        options.report.empty() ? std::string() : writeReport(options.report, results, origin);
+    if (options.output.json) {
+        environment.out << pageOfJson(jsonOf(results, origin, report));
+    }
+    progress.say(report.empty() ? "\nAdd --report FILE for a page with swatches and curves."
+                                : "\nReport: " + report);
+}
+
+}  // namespace
+
+void addDemo(Program& program, const Environment& environment) {
+    CommandLine line = program.add(
+        "demo", "Measure a chart of 24 patches with a virtual instrument and show the colours");
+    const auto options = std::make_shared<Options>();
+    line.addOption(
+        {"--report", "FILE", "Write a page of HTML with swatches, curves and differences"},
+        options->report);
+    addOptions(line, options->viewing);
+    addRecordLayoutOption(line, options->recordLayout);
+    addOptions(line, options->connection);
+    addOptions(line, options->output);
+    line.setExamples(
+        "Without --port a virtual instrument is started; it measures the chart's patches in their\n"
+        "order. With --port the virtual instrument that serves that port is used.\n\n"
+        "Examples:\n"
+        "  cq demo\n"
+        "  cq demo --report chart.html --illuminant A");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

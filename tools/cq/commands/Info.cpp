@@ -1,0 +1,50 @@
+#include <memory>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "instrument/Records.h"
+#include "text/TextTable.h"
+
+namespace cqtool {
+namespace {
+
+struct Options {
+    ConnectionOptions connection;
+    OutputOptions output;
+};
+
+void run(const Options& options, const Environment& environment) {
+    const Connection connection(options.connection, environment.interrupt);
+    const CqDeviceInfo info = connection.deviceInfo();
+    if (options.output.json) {
+        Json json{{"port", connection.portName()}};
+        for (const auto& [name, text] : textsOf(info)) {
+            json[name] = text;
+        }
+        json["standardCapacity"] = standardCapacity(info);
+        environment.out << pageOfJson(json);
+        return;
+    }
+    TextTable table({{"", TextTable::Align::left, 17}, {"", TextTable::Align::left}});
+    environment.out << table.line({"port", connection.portName()}) << '\n';
+    for (const auto& [name, text] : textsOf(info)) {
+        environment.out << table.line({name, text}) << '\n';
+    }
+    environment.out << table.line({"standard capacity", std::to_string(standardCapacity(info))})
+                    << '\n';
+}
+
+}  // namespace
+
+void addInfo(Program& program, const Environment& environment) {
+    CommandLine line = program.add("info", "Show what the instrument says it is");
+    const auto options = std::make_shared<Options>();
+    addOptions(line, options->connection);
+    addOptions(line, options->output);
+    line.setExamples("Examples:\n  cq info\n  cq info --port COM5 --json");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

@@ -1,0 +1,58 @@
+#include "commands/MeasurementView.h"
+
+#include "text/Numbers.h"
+
+namespace cqtool {
+namespace {
+
+constexpr std::size_t kSwatchWidth = 6;
+
+}  // namespace
+
+Measurement MeasurementView::of(const CqMeasurementRecord& record, bool isStandard) const {
+    Measurement result;
+    result.isStandard = isStandard;
+    result.record = record;
+    const ReadSpectrum read = readSpectrum(record, layout_);
+    result.spectrum = read.spectrum;
+    result.problem = read.problem;
+    if (result.spectrum) {
+        result.lab = colorOfSpectrum(*result.spectrum, ColorSpaceLab, viewing_);
+        result.color = colorOfSpectrum(*result.spectrum, space_.number, viewing_);
+        result.rgb = rgbOfSpectrum(*result.spectrum, viewing_);
+    }
+    return result;
+}
+
+Json MeasurementView::json(const Measurement& measurement) const {
+    Json json{{"kind", measurement.kind()},
+              {"illuminant", illuminantName(viewing_.illuminant)},
+              {"observer", observerDegrees(viewing_.observer)}};
+    if (measurement.spectrum) {
+        json["lab"] = colorJson(measurement.lab, colorSpace(ColorSpaceLab));
+        json[space_.name] = colorJson(measurement.color, space_);
+        json["hex"] = hexColor(measurement.rgb);
+        json["spectrum"] = spectrumJson(*measurement.spectrum);
+    } else {
+        json["problem"] = measurement.problem;
+    }
+    json["record"] = hexText(measurement.record.bytes, sizeof measurement.record.bytes);
+    return json;
+}
+
+std::string MeasurementView::values(const Measurement& measurement) const {
+    std::string text;
+    for (std::size_t i = 0; i < space_.symbols.size(); ++i) {
+        text += i == 0 ? "" : "  ";
+        text += space_.symbols[i];
+        text += ' ' + fixed(measurement.color.values[i], space_.decimals[i]);
+    }
+    return text;
+}
+
+std::string MeasurementView::line(const Measurement& measurement, const Palette& palette) const {
+    const std::string swatch = palette.swatch(measurement.rgb, kSwatchWidth);
+    return (swatch.empty() ? hexColor(measurement.rgb) : swatch) + "  " + values(measurement);
+}
+
+}  // namespace cqtool

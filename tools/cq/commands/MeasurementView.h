@@ -1,0 +1,53 @@
+#pragma once
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "colour/ColorJson.h"
+#include "colour/ColorMath.h"
+#include "instrument/RecordLayout.h"
+#include "terminal/Palette.h"
+
+namespace cqtool {
+
+/// A measurement with what can be said of its colour.
+struct Measurement {
+    bool isStandard = false;
+    CqMeasurementRecord record{};
+    std::optional<Spectrum> spectrum;
+    std::string problem;  ///< why there is no spectrum
+    ColorData lab{};      ///< with a spectrum only, as the members below
+    ColorData color{};    ///< in the space that was asked for
+    Rgb rgb;
+
+    const char* kind() const { return isStandard ? "standard" : "trial"; }
+};
+
+/// Turns records into what commands show of them.
+class MeasurementView {
+  public:
+    MeasurementView(const Viewing& viewing, const SpaceInfo& space, const RecordLayout& layout)
+        : viewing_(viewing), space_(space), layout_(layout) {}
+
+    const Viewing& viewing() const { return viewing_; }
+
+    Measurement of(const CqMeasurementRecord& record, bool isStandard) const;
+
+    /// {"kind", "illuminant", "observer", "lab", the asked space, "hex", "spectrum", "record"};
+    /// "problem" in place of the colours when there is no spectrum.
+    Json json(const Measurement& measurement) const;
+
+    /// The values with their names: "L* 37.54  a* 14.37  b* 14.92".
+    std::string values(const Measurement& measurement) const;
+
+    /// The values, and in front of them a swatch or the colour's number.
+    std::string line(const Measurement& measurement, const Palette& palette) const;
+
+  private:
+    Viewing viewing_;
+    const SpaceInfo& space_;
+    RecordLayout layout_;
+};
+
+}  // namespace cqtool

@@ -1,0 +1,182 @@
+#include <chrono>
+#include <condition_variable>
+#include <ctime>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <ostream>
+
+#include "commands/Commands.h"
+#include "commands/MeasurementView.h"
+#include "commands/Options.h"
+#include "Failure.h"
+#include "system/Terminal.h"
+#include "text/Numbers.h"
+
+namespace cqtool {
+namespace {
+
+// Asking the instrument would take the place of a measurement that comes at that moment, so whether
+// the port is still there is all that is looked at.
+constexpr std::chrono::seconds kPortCheckInterval{1};
+
+constexpr std::uint32_t kMostMeasurements = 999'999;
+
+struct Options {
+    std::uint32_t count = 0;  ///< 0: until Ctrl-C
+    std::string recordLayout;
+    ConnectionOptions connection;
+    OutputOptions output;
+    ViewOptions view;
+};
+
+struct Pressed {
+    bool isStandard;
+    CqMeasurementRecord record;
+};
+
+/// Takes measurements from the library's thread to the command's.
+class PressedQueue {
+  public:
+    explicit PressedQueue(const Connection& connection, Interrupt& interrupt)
+        : connection_(connection), interrupt_(interrupt), wake_(interrupt.onInterrupt([this] {
+              const std::scoped_lock lock(mutex_);
+              changed_.notify_all();
+          })) {
+        connection_.check(cqSetMeasurementResultReceivedCallback(connection_.handle(),
+                                                                 &PressedQueue::receive, this),
+                          Operation::listenForMeasurements);
+    }
+    ~PressedQueue() {
+        cqSetMeasurementResultReceivedCallback(connection_.handle(), nullptr, nullptr);
+    }
+    PressedQueue(const PressedQueue&) = delete;
+    PressedQueue& operator=(const PressedQueue&) = delete;
+
+    /// The next measurement; nothing after Ctrl-C. Throws Failure when the port has gone.
+    std::optional<Pressed> next() {
+        std::unique_lock lock(mutex_);
+        const auto isWoken = [this] { return !waiting_.empty() || interrupt_.happened(); };
+        while (!changed_.wait_for(lock, kPortCheckInterval, isWoken)) {
+            if (!portExists(connection_.portName())) {
+                cqtool::check(CQ_DEVICE_IS_CLOSED, Operation::listenForMeasurements);
+            }
+        }
+        if (waiting_.empty()) {
+            return std::nullopt;
+        }
+        const Pressed pressed = waiting_.front();
+        waiting_.pop_front();
+        return pressed;
+    }
+
+  private:
+    static void receive(bool isStandard, const CqMeasurementRecord* record, void* user) {
+        auto& queue = *static_cast<PressedQueue*>(user);
+        const std::scoped_lock lock(queue.mutex_);
+        queue.waiting_.push_back({isStandard, *record});
+        queue.changed_.notify_all();
+    }
+
+    const Connection& connection_;
+    Interrupt& interrupt_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Pressed> waiting_;
+    std::unique_ptr<Interrupt::Registration> wake_;
+};
+
+std::string timeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    char text[16];
+    std::strftime(text, sizeof text, "%H:%M:%S", std::localtime(&now));
+    return text;
+}
+
+/// Prints measurements as they come, each trial with its difference from the standard before it.
+class Reporter {
+  public:
+    Reporter(const Options& options, const Environment& environment)
+        : environment_(environment),
+          view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
+          palette_(options.output.palette()),
+          isJson_(options.output.json) {}
+
+    void report(const Pressed& pressed) {
+        const Measurement measurement = view_.of(pressed.record, pressed.isStandard);
+        std::optional<double> difference;
+        if (pressed.isStandard) {
+            standard_ = measurement;
+        } else if (standard_ && standard_->spectrum && measurement.spectrum) {
+            difference = deltaEab(standard_->lab, measurement.lab);
+        }
+        ++number_;
+        if (isJson_) {
+            Json json{{"number", number_}};
+            json.update(view_.json(measurement));
+            if (difference) {
+                json["deltaEab"] = *difference;
+            }
+            environment_.out << lineOfJson(json) << std::flush;
+            return;
+        }
+        environment_.out << timeOfDay() << "  " << (pressed.isStandard ? "standard" : "trial   ")
+                         << "  "
+                         << (measurement.spectrum ? view_.line(measurement, palette_)
+                                                  : measurement.problem)
+                         << (difference ? "  ΔE*ab " + fixed(*difference, 2) : std::string())
+                         << std::endl;
+    }
+
+  private:
+    const Environment& environment_;
+    MeasurementView view_;
+    Palette palette_;
+    bool isJson_;
+    std::uint64_t number_ = 0;
+    std::optional<Measurement> standard_;
+};
+
+void run(const Options& options, const Environment& environment) {
+    Reporter reporter(options, environment);
+    const Connection connection(options.connection, environment.interrupt);
+    PressedQueue queue(connection, environment.interrupt);
+    environment.notes << "listening on " << connection.portName()
+                      << "; press the instrument's button, Ctrl-C ends\n";
+    for (std::uint32_t count = 0; options.count == 0 || count < options.count; ++count) {
+        const auto pressed = queue.next();
+        if (!pressed) {
+            break;
+        }
+        reporter.report(*pressed);
+        if (!environment.out) {
+            // Nobody reads any more; Program says so.
+            break;
+        }
+    }
+}
+
+std::uint32_t countOf(const std::string& text) {
+    return wholeNumberOf(text, "--count", 1, kMostMeasurements);
+}
+
+}  // namespace
+
+void addMonitor(Program& program, const Environment& environment) {
+    CommandLine line = program.add(
+        "monitor", "Show measurements started with the instrument's button, until Ctrl-C");
+    const auto options = std::make_shared<Options>();
+    addNamed(line, {"--count", "N", "End after this many measurements"}, options->count, countOf);
+    addOptions(line, options->view);
+    addRecordLayoutOption(line, options->recordLayout);
+    addOptions(line, options->connection);
+    addOptions(line, options->output);
+    line.setExamples(
+        "Examples:\n"
+        "  cq monitor --port /dev/ttyACM0\n"
+        "  cq monitor --count 10 --json\n"
+        "  cq monitor --virtual-options \"--calibrated --press-every 1:standard\"");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "colour/ColorNames.h"
+#include "commands/Program.h"
+#include "instrument/Connection.h"
+#include "terminal/Palette.h"
+
+namespace cqtool {
+
+/// How results are shown.
+struct OutputOptions {
+    bool json = false;
+    ColorMode color = ColorMode::automatic;
+
+    Palette palette() const;
+};
+
+/// What colours are computed for, and in which space they are shown.
+struct ViewOptions {
+    Viewing viewing;
+    const SpaceInfo* space = &colorSpace(ColorSpaceLab);
+};
+
+/// Adds an option whose text is turned into its value by a function.
+template <typename Value, typename Function>
+void addNamed(CommandLine& line, const OptionText& text, Value& value, Function valueOf) {
+    line.addOption(text, [&value, valueOf](const std::string& given) { value = valueOf(given); });
+}
+
+/// The number in an option's text; throws UsageError when it is none or out of its range.
+double numberOf(const std::string& text, const char* option, double least, double most);
+std::uint32_t wholeNumberOf(const std::string& text, const char* option, std::uint32_t least,
+                            std::uint32_t most);
+
+// Each adds the options; the value must outlive the parsing.
+void addOptions(CommandLine& line, ConnectionOptions& options);
+void addOptions(CommandLine& line, OutputOptions& options);
+void addOptions(CommandLine& line, ViewOptions& options);
+void addOptions(CommandLine& line, Viewing& viewing);
+void addRecordLayoutOption(CommandLine& line, std::string& file);
+
+}  // namespace cqtool

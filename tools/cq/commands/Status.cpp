@@ -1,0 +1,51 @@
+#include <memory>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "instrument/Records.h"
+#include "text/TextTable.h"
+
+namespace cqtool {
+namespace {
+
+struct Options {
+    ConnectionOptions connection;
+    OutputOptions output;
+};
+
+void run(const Options& options, const Environment& environment) {
+    const Connection connection(options.connection, environment.interrupt);
+    const CqInstrumentStatus status = connection.status();
+    if (options.output.json) {
+        Json json{{"port", connection.portName()}, {"totalStandards", status.totalStandards}};
+        for (const auto& [number, value] : itemsOf(status)) {
+            json["items"][std::to_string(number)] = value;
+        }
+        environment.out << pageOfJson(json);
+        return;
+    }
+    const TextTable table({{"", TextTable::Align::left, 17}, {"", TextTable::Align::left}});
+    environment.out << table.line({"port", connection.portName()}) << '\n'
+                    << table.line({"stored standards", std::to_string(status.totalStandards)})
+                    << '\n';
+    for (const auto& [number, value] : itemsOf(status)) {
+        environment.out << table.line({"item " + std::to_string(number), std::to_string(value)})
+                        << '\n';
+    }
+}
+
+}  // namespace
+
+void addStatus(Program& program, const Environment& environment) {
+    CommandLine line = program.add(
+        "status", "Show the instrument's status, items by the instrument's own numbers");
+    const auto options = std::make_shared<Options>();
+    addOptions(line, options->connection);
+    addOptions(line, options->output);
+    line.setExamples("Examples:\n  cq status\n  cq status --virtual --json");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cqtool {
+
+/// A virtual instrument that lives as long as this object: the program cq-virtual-instrument, found
+/// beside this one or on the search path, as a child whose standard input is held open.
+class VirtualInstrument {
+  public:
+    /// Starts it and waits until it has named its port.
+    /// \param options what the program is given besides.
+    /// Throws UsageError when it refuses the options, or on a system where it cannot be started
+    /// from here; Failure when it is not found or does not start.
+    explicit VirtualInstrument(const std::vector<std::string>& options);
+    /// Ends it.
+    ~VirtualInstrument();
+    VirtualInstrument(const VirtualInstrument&) = delete;
+    VirtualInstrument& operator=(const VirtualInstrument&) = delete;
+
+    const std::string& portName() const { return portName_; }
+
+  private:
+    class Process;
+
+    std::unique_ptr<Process> process_;
+    std::string portName_;
+};
+
+}  // namespace cqtool

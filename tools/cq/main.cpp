@@ -1,0 +1,36 @@
+#include <iostream>
+
+#include "commands/Commands.h"
+#include "cqapi/CQApi.h"
+#include "system/Terminal.h"
+
+namespace {
+
+constexpr const char* kHelpEnd =
+    "Examples:\n"
+    "  cq demo                      a virtual instrument measures a chart of 24 patches\n"
+    "  cq info                      find the instrument and show what it is\n"
+    "  cq calibrate white           then cq calibrate black, then cq measure standard\n"
+    "  cq measure trial --json      measure, for a program to read\n"
+    "  cq color --from lab 50 20 30 --to srgb\n"
+    "\n"
+    "cq COMMAND --help shows a command's options. Exit status: 0 done, 1 failed or refused by the\n"
+    "instrument, 2 wrong command line, 130 ended by Ctrl-C.";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    cqtool::prepareTerminal();
+    cqtool::Interrupt interrupt;
+    cqtool::Program program("cq drives a spectrophotometer and computes colours.",
+                            CQAPI_VERSION_STRING, kHelpEnd);
+    const cqtool::Environment environment{std::cout, std::cerr, interrupt};
+    cqtool::addDemo(program, environment);
+    cqtool::addInfo(program, environment);
+    cqtool::addStatus(program, environment);
+    cqtool::addCalibrate(program, environment);
+    cqtool::addMeasure(program, environment);
+    cqtool::addMonitor(program, environment);
+    cqtool::addColor(program, environment);
+    return static_cast<int>(program.run(argc, argv));
+}

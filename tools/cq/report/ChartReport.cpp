@@ -1,0 +1,181 @@
+#include "report/ChartReport.h"
+
+#include <algorithm>
+
+#include "report/CurveSvg.h"
+#include "report/PageStyle.h"
+#include "text/Numbers.h"
+
+namespace cqtool {
+namespace {
+
+std::string escaped(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        switch (c) {
+            case '&':
+                result += "&amp;";
+                break;
+            case '<':
+                result += "&lt;";
+                break;
+            case '>':
+                result += "&gt;";
+                break;
+            case '"':
+                result += "&quot;";
+                break;
+            default:
+                result += c;
+        }
+    }
+    return result;
+}
+
+std::string element(const char* name, const std::string& content, const char* cssClass = "") {
+    const std::string attribute =
+        *cssClass == '\0' ? std::string() : " class=\"" + std::string(cssClass) + "\"";
+    return "<" + std::string(name) + attribute + ">" + content + "</" + name + ">";
+}
+
+std::string swatch(const Rgb& color) {
+    return "<span class=\"swatch\" style=\"background:" + hexColor(color) + "\"></span>";
+}
+
+std::string swatchPair(const PatchResult& patch) {
+    return element("div", swatch(patch.standardRgb) + swatch(patch.referenceRgb), "pair");
+}
+
+std::string swatchCaption(const PatchResult& patch) {
+    return element("div",
+                   element("span", "measured " + hexColor(patch.standardRgb)) +
+                       element("span", "chart " + hexColor(patch.referenceRgb)),
+                   "caption");
+}
+
+std::string labRow(const char* title, const ColorData& lab, const std::string& difference) {
+    std::string cells = element("th", title);
+    for (const float value : lab.values) {
+        cells += element("td", fixed(value, 2));
+    }
+    return element("tr", cells + element("td", difference, "difference"));
+}
+
+std::string labTable(const PatchResult& patch) {
+    std::string head = element("th", "");
+    for (const char* title : {"L*", "a*", "b*", "ΔE*<sub>ab</sub>"}) {
+        head += element("th", title);
+    }
+    return element(
+        "table",
+        element("thead", element("tr", head)) +
+            element("tbody",
+                    labRow("chart", patch.referenceLab, "") +
+                        labRow("measured", patch.standardLab, fixed(patch.deltaFromChart, 2)) +
+                        labRow("trial", patch.trialLab, fixed(patch.deltaFromStandard, 2))));
+}
+
+std::string overview(const std::vector<PatchResult>& results) {
+    std::string patches;
+    for (const PatchResult& patch : results) {
+        patches += swatchPair(patch);
+    }
+    return element("div", patches, "chart");
+}
+
+std::string card(const PatchResult& patch, std::size_t number) {
+    const std::string name = escaped(patch.name);
+    const std::string drawing = curveSvg(
+        {{patch.reference, "reference"}, {patch.trial, "trial"}, {patch.standard, "standard"}},
+        "Reflectance from 400 to 700 nm of " + name);
+    return element("article", element("h2", element("span", std::to_string(number)) + name) +
+                                  swatchPair(patch) + swatchCaption(patch) + drawing +
+                                  labTable(patch));
+}
+
+std::string figure(const std::string& value, const std::string& caption) {
+    return element("div", element("b", value) + element("span", caption), "figure");
+}
+
+std::string summary(const std::vector<PatchResult>& results) {
+    const Differences chart = differencesOf(results, &PatchResult::deltaFromChart);
+    const Differences trial = differencesOf(results, &PatchResult::deltaFromStandard);
+    return element(
+        "div",
+        figure(std::to_string(results.size()), "patches") +
+            figure(fixed(chart.mean, 2), "mean ΔE*<sub>ab</sub> from the chart") +
+            figure(fixed(chart.most, 2),
+                   "largest from the chart (" + escaped(chart.mostName) + ")") +
+            figure(fixed(trial.mean, 2), "mean ΔE*<sub>ab</sub> of the trials") +
+            figure(fixed(trial.most, 2), "largest of the trials (" + escaped(trial.mostName) + ")"),
+        "figures");
+}
+
+std::string legend() {
+    const auto key = [](const char* cssClass, const char* text) {
+        return "<span class=\"key\"><svg viewBox=\"0 0 28 8\"><polyline class=\"" +
+               std::string(cssClass) + "\" points=\"1,4 27,4\"/></svg>" + text + "</span>";
+    };
+    return element("p",
+                   key("standard", "measured as a standard") + key("trial", "measured as a trial") +
+                       key("reference", "the chart’s published reflectance"),
+                   "legend");
+}
+
+}  // namespace
+
+PatchResult::PatchResult(const ChartPatch& patch, const Spectrum& standardSpectrum,
+                         const Spectrum& trialSpectrum, const Viewing& viewing)
+    : name(patch.name),
+      reference(patch.reflectance),
+      standard(standardSpectrum),
+      trial(trialSpectrum),
+      referenceLab(colorOfSpectrum(reference, ColorSpaceLab, viewing)),
+      standardLab(colorOfSpectrum(standard, ColorSpaceLab, viewing)),
+      trialLab(colorOfSpectrum(trial, ColorSpaceLab, viewing)),
+      referenceRgb(rgbOfSpectrum(reference, viewing)),
+      standardRgb(rgbOfSpectrum(standard, viewing)),
+      trialRgb(rgbOfSpectrum(trial, viewing)),
+      deltaFromChart(deltaEab(referenceLab, standardLab)),
+      deltaFromStandard(deltaEab(standardLab, trialLab)) {}
+
+Differences differencesOf(const std::vector<PatchResult>& results,
+                          double PatchResult::*difference) {
+    Differences differences;
+    for (const PatchResult& patch : results) {
+        differences.mean += patch.*difference / static_cast<double>(results.size());
+        if (differences.mostName.empty() || patch.*difference > differences.most) {
+            differences.most = patch.*difference;
+            differences.mostName = patch.name;
+        }
+    }
+    return differences;
+}
+
+std::string chartReport(const std::vector<PatchResult>& results, const ReportOrigin& origin) {
+    std::string cards;
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        cards += card(results[i], i + 1) + "\n";
+    }
+    const std::string viewing = viewingName(origin.viewing);
+    const std::string subtitle = escaped(origin.instrument) + " on " + escaped(origin.port) + ", " +
+                                 escaped(origin.time) + ", illuminant and observer " + viewing;
+    return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+           "<title>Colour chart, measured</title>\n<style>\n" +
+           std::string(kPageStyle) + "</style>\n</head>\n<body>\n<header>\n" +
+           element("h1", "Colour chart, measured") + "\n" + element("p", subtitle) + "\n" +
+           summary(results) + "\n</header>\n" +
+           element("p",
+                   "Every patch twice: on the left as it was measured, on the right as the chart’s "
+                   "published reflectance gives it, both for " +
+                       viewing + ". Where no edge is seen the two agree.") +
+           "\n" + overview(results) + "\n" + legend() + "\n<main>\n" + cards + "</main>\n<footer>" +
+           element("p",
+                   "ΔE*<sub>ab</sub> is the CIE 1976 colour difference: of “measured” from the "
+                   "chart’s values, of “trial” from the measured standard. About 1 is the smallest "
+                   "difference that is seen between patches side by side.") +
+           "</footer>\n</body>\n</html>\n";
+}
+
+}  // namespace cqtool

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "terminal/Palette.h"
+
+namespace cqtool {
+
+/// Makes standard output take UTF-8 and, where it is a console, colours; call once, early.
+void prepareTerminal();
+
+/// What standard output is, and the variables that decide about colours.
+TerminalFacts terminalFacts();
+
+/// The folder that the running program lies in.
+std::filesystem::path executableFolder();
+
+/// False when the operating system knows no such port (any more).
+bool portExists(const std::string& port);
+
+/// Why this port cannot be opened, as far as can be told without opening it, and what to do about
+/// it.
+std::string adviceForPort(const std::string& port);
+
+}  // namespace cqtool

@@ -1,0 +1,60 @@
+#include "system/Terminal.h"
+
+#include <windows.h>
+
+#include <array>
+#include <cstdlib>
+
+namespace cqtool {
+namespace {
+
+std::optional<std::string> variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+HANDLE output() {
+    return GetStdHandle(STD_OUTPUT_HANDLE);
+}
+
+bool consoleMode(DWORD& mode) {
+    return GetConsoleMode(output(), &mode) != 0;
+}
+
+}  // namespace
+
+void prepareTerminal() {
+    SetConsoleOutputCP(CP_UTF8);
+    DWORD mode = 0;
+    if (consoleMode(mode)) {
+        SetConsoleMode(output(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    }
+}
+
+TerminalFacts terminalFacts() {
+    DWORD mode = 0;
+    const bool isConsole = consoleMode(mode);
+    return {isConsole, isConsole && (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0,
+            variable("NO_COLOR"), variable("COLORTERM"), variable("TERM")};
+}
+
+std::filesystem::path executableFolder() {
+    std::array<wchar_t, 32768> name{};
+    const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+    return std::filesystem::path(name.data(), name.data() + length).parent_path();
+}
+
+bool portExists(const std::string& port) {
+    std::array<char, 1024> target{};
+    return QueryDosDeviceA(port.c_str(), target.data(), static_cast<DWORD>(target.size())) != 0;
+}
+
+std::string adviceForPort(const std::string& port) {
+    if (!portExists(port)) {
+        return "there is no " + port +
+               ": plug the instrument in, or leave --port out to let cq find it";
+    }
+    return "end any other program that uses " + port + "; check that it is the instrument's port";
+}
+
+}  // namespace cqtool

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "colour/ColorMath.h"
+
+namespace cqtool {
+
+enum class ColorDepth { none, indexed, trueColor };
+
+enum class ColorMode { automatic, always, never };
+
+/// What decides whether output may be coloured.
+struct TerminalFacts {
+    bool isTerminal = false;
+    /// The console itself shows 24-bit colours, whatever the variables say.
+    bool isTrueColorConsole = false;
+    std::optional<std::string> noColor;    ///< environment NO_COLOR
+    std::optional<std::string> colorTerm;  ///< environment COLORTERM
+    std::optional<std::string> term;       ///< environment TERM
+};
+
+/// Automatic: colours on a terminal only, and not when NO_COLOR is set to anything. Always: 256
+/// colours at least.
+ColorDepth chooseColorDepth(ColorMode mode, const TerminalFacts& facts);
+
+/// The mode called "auto", "always" or "never"; throws UsageError for another name.
+ColorMode colorModeNamed(std::string_view name);
+
+/// Puts colours into text for a terminal, or leaves them out.
+class Palette {
+  public:
+    explicit Palette(ColorDepth depth) : depth_(depth) {}
+
+    bool hasColors() const { return depth_ != ColorDepth::none; }
+
+    /// A patch of the colour, this many columns wide; empty without colours.
+    std::string swatch(const Rgb& color, std::size_t width) const;
+
+    /// Less and more important text than the text around it.
+    std::string faint(std::string_view text) const;
+    std::string strong(std::string_view text) const;
+
+  private:
+    ColorDepth depth_;
+};
+
+/// The entry of a terminal's 256 colours that is nearest: from its cube of 6 x 6 x 6 (16..231) or
+/// its greys (232..255).
+int nearestIndexedColor(const Rgb& color);
+
+}  // namespace cqtool

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace cqtool {
+
+struct CsvRow {
+    std::size_t line = 0;  ///< where it begins in its file, from 1
+    std::vector<std::string> fields;
+};
+
+/// Rows of fields as spreadsheets and measuring programs write them.
+struct CsvTable {
+    /// ';', a tab, ',' or a space, in this order the first that the first row contains.
+    char delimiter = ',';
+    std::vector<CsvRow> rows;
+
+    /// Where fields are divided by ';', numbers may have a decimal comma; not otherwise.
+    bool mayHaveDecimalComma() const { return delimiter == ';'; }
+};
+
+/// Reads a table. Fields in "..." may hold delimiters, line feeds and "" for a quotation mark; a
+/// byte-order mark, empty lines and lines that begin with '#' are left out.
+/// \param source what messages call the input.
+/// Throws Failure, with the line, for a quotation that does not end or goes on after its end.
+CsvTable readCsv(std::istream& input, const std::string& source);
+
+/// The text as one field, quoted where it must be.
+std::string csvField(const std::string& text);
+
+}  // namespace cqtool

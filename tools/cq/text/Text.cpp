@@ -1,0 +1,132 @@
+#include "text/Text.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Failure.h"
+
+namespace cqtool {
+namespace {
+
+constexpr std::string_view kSpaces = " \t\r\n";
+
+bool isContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+/// The length of the printable UTF-8 character at the front; 0 if there is none.
+std::size_t printableLength(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    if (lead < 0x80) {
+        return lead >= 0x20 && lead != 0x7F ? 1 : 0;
+    }
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
+        return 0;
+    }
+    const auto second = static_cast<unsigned char>(text[1]);
+    // U+0080..U+009F are control characters too; the others would be overlong forms, surrogates or
+    // beyond U+10FFFF.
+    const bool isRefused = (lead == 0xC2 && second < 0xA0) || (lead == 0xE0 && second < 0xA0) ||
+                           (lead == 0xED && second > 0x9F) || (lead == 0xF0 && second < 0x90) ||
+                           (lead == 0xF4 && second > 0x8F);
+    const auto tail = text.substr(1, length - 1);
+    return !isRefused && std::all_of(tail.begin(), tail.end(), isContinuation) ? length : 0;
+}
+
+}  // namespace
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kSpaces);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(kSpaces) - first + 1);
+}
+
+std::string lowerCase(std::string_view text) {
+    std::string result(text);
+    for (char& letter : result) {
+        if (letter >= 'A' && letter <= 'Z') {
+            letter = static_cast<char>(letter - 'A' + 'a');
+        }
+    }
+    return result;
+}
+
+std::string joined(const std::vector<std::string>& texts, std::string_view separator) {
+    std::string result;
+    for (const std::string& text : texts) {
+        if (&text != &texts.front()) {
+            result += separator;
+        }
+        result += text;
+    }
+    return result;
+}
+
+std::string printableText(const char* field, std::size_t size) {
+    const void* end = std::memchr(field, 0, size);
+    std::string_view rest(
+        field,
+        end == nullptr ? size : static_cast<std::size_t>(static_cast<const char*>(end) - field));
+    std::string result;
+    while (!rest.empty()) {
+        const std::size_t length = printableLength(rest);
+        result += length == 0 ? std::string_view("?") : rest.substr(0, length);
+        rest.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return result;
+}
+
+std::vector<std::string> splitArguments(std::string_view text) {
+    std::vector<std::string> arguments;
+    std::string current;
+    bool isInside = false;  // of an argument, which may be empty: ''
+    char quote = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '\\' && quote != '\'' && i + 1 < text.size()) {
+            current += text[++i];
+            isInside = true;
+        } else if (quote != 0) {
+            if (c == quote) {
+                quote = 0;
+            } else {
+                current += c;
+            }
+        } else if (c == '\'' || c == '"') {
+            quote = c;
+            isInside = true;
+        } else if (kSpaces.find(c) == std::string_view::npos) {
+            current += c;
+            isInside = true;
+        } else if (isInside) {
+            arguments.push_back(std::move(current));
+            current.clear();
+            isInside = false;
+        }
+    }
+    if (quote != 0) {
+        throw UsageError(std::string("a quotation that begins with ") + quote +
+                         " does not end in: " + std::string(text));
+    }
+    if (isInside) {
+        arguments.push_back(std::move(current));
+    }
+    return arguments;
+}
+
+std::size_t displayWidth(std::string_view text) {
+    std::size_t width = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\x1b') {
+            i = std::min(text.find('m', i), text.size());
+        } else if (!isContinuation(text[i])) {
+            ++width;
+        }
+    }
+    return width;
+}
+
+}  // namespace cqtool

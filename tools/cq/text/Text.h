@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cqtool {
+
+/// The text without the spaces, tabs and line ends around it.
+std::string_view trimmed(std::string_view text);
+
+/// ASCII letters in lower case, the rest as it is.
+std::string lowerCase(std::string_view text);
+
+/// The texts with the separator between them.
+std::string joined(const std::vector<std::string>& texts, std::string_view separator);
+
+/// What an instrument put into a fixed text field: up to its NUL or its end, as UTF-8 that is safe
+/// to print. Control characters and bytes that are no UTF-8 become '?'.
+std::string printableText(const char* field, std::size_t size);
+
+/// Splits as a shell would into arguments: at spaces, with '...' and "..." quoting and \ before a
+/// character that is meant literally. Throws UsageError for a quotation that does not end.
+std::vector<std::string> splitArguments(std::string_view text);
+
+/// How many columns a terminal needs for UTF-8 text, escape sequences taking none.
+std::size_t displayWidth(std::string_view text);
+
+}  // namespace cqtool

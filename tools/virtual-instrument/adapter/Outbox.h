@@ -1,0 +1,59 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "Bytes.h"
+#include "line/DelayLine.h"
+#include "TrafficLog.h"
+
+namespace vi::adapter {
+
+/// What the adapter is going to send, in the order in which it was given: a line of text or a
+/// packet each, in one piece or in two.
+class Outbox {
+  public:
+    struct Message {
+        std::string words;  ///< for the log
+        Bytes bytes;
+        std::size_t firstPiece = 0;         ///< so many bytes go first; 0 for all at once
+        std::chrono::nanoseconds pause{0};  ///< between the two pieces
+    };
+
+    /// \param line and log must live as long as the outbox.
+    Outbox(DelayLine& line, TrafficLog& log) : line_(line), log_(log) {}
+
+    /// \param due when it may leave; it leaves later if what was given before does.
+    /// \return when its last piece leaves.
+    TimePoint send(Message message, TimePoint due);
+
+    /// Puts on the line what has become due.
+    void elapse(TimePoint now);
+    std::optional<TimePoint> deadline() const;
+
+    /// Throws away what has not left, here and on the line.
+    void clear();
+
+    /// When the last of what was given leaves; the beginning of time if nothing waits.
+    TimePoint end() const { return pieces_.empty() ? TimePoint{} : pieces_.back().due; }
+    bool isEmpty() const { return pieces_.empty(); }
+    /// When the host has all that has left so far.
+    TimePoint quietSince() const { return quietSince_; }
+
+  private:
+    struct Piece {
+        TimePoint due;
+        Bytes bytes;
+        std::string words;  // for the log, with the first piece
+        Bytes whole;
+    };
+
+    DelayLine& line_;
+    TrafficLog& log_;
+    std::deque<Piece> pieces_;
+    TimePoint quietSince_{};
+};
+
+}  // namespace vi::adapter

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string_view>
+#include <utility>
+
+#include "adapter/FaultPlan.h"
+#include "adapter/Outbox.h"
+#include "Bytes.h"
+
+namespace vi::adapter {
+
+/// Carries the instruments' packets to the outbox and spoils them as planned. Without a fault in
+/// the plan everything passes as it is.
+class PacketLine {
+  public:
+    enum class Verdict {
+        pass,     ///< for the instrument
+        fail,     ///< the instrument is to refuse, with FAIL
+        inval,    ///< with INVAL
+        swallow,  ///< the instrument is not to see the packet
+        unplug,   ///< the same, and the line is to go away
+    };
+
+    /// \param outbox must live as long as the line.
+    PacketLine(FaultPlan plan, Outbox& outbox) : plan_(std::move(plan)), outbox_(outbox) {}
+
+    /// Counts one packet from the host and says what is to become of it.
+    Verdict admit();
+    /// True if the link is to end once the packet admitted last has been answered.
+    bool mustDropLink() const { return plan_.linkDrop == fromHost_; }
+
+    /// \param due when it may leave.
+    /// \return when its last byte leaves.
+    TimePoint sendReply(Bytes packet, TimePoint due);
+    TimePoint sendNotification(Bytes packet, TimePoint due);
+
+    Outbox& outbox() { return outbox_; }
+    const Outbox& outbox() const { return outbox_; }
+
+  private:
+    TimePoint send(std::string_view role, Bytes packet, TimePoint due);
+
+    FaultPlan plan_;
+    Outbox& outbox_;
+    std::uint32_t fromHost_ = 0;
+    std::uint32_t replies_ = 0;
+    std::uint32_t toHost_ = 0;
+};
+
+}  // namespace vi::adapter

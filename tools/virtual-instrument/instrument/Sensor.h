@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <random>
+
+#include "instrument/Patches.h"
+
+namespace vi {
+
+/// Sees the patches of the chart: standards as they are, trials with a small colour difference,
+/// both with noise.
+class Sensor {
+  public:
+    /// \param noise standard deviation of each reflectance factor; 0 for exact values.
+    Sensor(std::uint64_t seed, double noise) : random_(seed), noise_(noise) {}
+
+    /// \param patch 0..23.
+    Spectrum measureStandard(std::size_t patch);
+
+    /// \param trial counts the trials: the colour differences come in turn, 0.3 to 1.5 CIELAB
+    /// units.
+    Spectrum measureTrial(std::size_t patch, std::uint32_t trial);
+
+    /// The same without noise.
+    static Spectrum exactStandard(std::size_t patch);
+    static Spectrum exactTrial(std::size_t patch, std::uint32_t trial);
+
+  private:
+    Spectrum withNoise(Spectrum spectrum);
+    double normal();
+
+    std::mt19937_64 random_;
+    double noise_;
+};
+
+}  // namespace vi

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <optional>
+
+#include "Bytes.h"
+
+namespace vi {
+
+/// One direction of the line: bytes that go in come out when a line of this pace would have carried
+/// them. Owns no clock.
+class DelayLine {
+  public:
+    struct Pace {
+        std::chrono::nanoseconds latency{0};
+        std::chrono::nanoseconds perByte{0};
+        bool isByteByByte = false;  ///< never let two bytes out at once
+    };
+
+    explicit DelayLine(Pace pace) : pace_(pace) {}
+
+    /// \return when the last of the bytes comes out.
+    TimePoint push(ByteView bytes, TimePoint now);
+
+    /// When the next bytes come out; nothing while the line is empty.
+    std::optional<TimePoint> next() const;
+
+    /// The next bytes that have come out; empty when none are due. Valid until the next call.
+    ByteView due(TimePoint now) const;
+    /// \param count at most the size of what due() gave.
+    void consume(std::size_t count);
+
+    /// Throws away what is on the line and what has not been consumed.
+    void clear();
+
+  private:
+    struct Piece {
+        TimePoint due;
+        Bytes bytes;
+    };
+
+    std::size_t pieceSize(std::size_t available) const;
+
+    Pace pace_;
+    std::deque<Piece> pieces_;
+    std::size_t consumed_ = 0;  // of the first piece
+    TimePoint freeAt_{};        // when the line has carried everything so far
+};
+
+}  // namespace vi

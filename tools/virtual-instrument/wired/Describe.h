@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "Bytes.h"
+
+namespace vi::wired {
+
+/// One packet in words for the log: its name and fields.
+/// \param packet whole, from either side.
+std::string describe(ByteView packet);
+
+}  // namespace vi::wired

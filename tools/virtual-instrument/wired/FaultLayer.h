@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <random>
+
+#include "Bytes.h"
+#include "line/DelayLine.h"
+#include "wired/FaultPlan.h"
+#include "wired/Packet.h"
+#include "wired/PacketSink.h"
+
+namespace vi::wired {
+
+/// Stands between the engine and the line and spoils what passes, as planned. Without a fault in
+/// the plan everything passes as it is.
+class FaultLayer final : public PacketSink {
+  public:
+    enum class Verdict {
+        pass,        ///< for the engine
+        swallow,     ///< the engine is not to see the packet
+        disconnect,  ///< the same, and the engine is to say goodbye
+        unplug,      ///< the same, and the line is to go away
+    };
+
+    /// Hears what goes out: packets whole, and bytes that are none.
+    using Tap = std::function<void(ByteView bytes, bool isPacket, TimePoint now)>;
+
+    /// \param out must live as long as the layer.
+    FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap);
+
+    /// \param packet one whole packet from the host.
+    Verdict admit(ByteView packet, TimePoint now);
+    /// The packet admitted last has been answered.
+    void settle() { isSilent_ = isSilent_ || plan_.silence == fromHost_; }
+
+    Sent send(ByteView packet, TimePoint now) override;
+    void discardPending() override { out_.clear(); }
+
+  private:
+    void answer(const PacketView& packet, Flag flag, std::uint32_t number, TimePoint now);
+    Sent sendData(const PacketView& packet, TimePoint now);
+    void sendWrongSequence(const PacketView& packet, TimePoint now);
+    TimePoint emit(ByteView packet, TimePoint now);
+    void emitGarbage(TimePoint now);
+
+    FaultPlan plan_;
+    std::mt19937_64 random_;
+    DelayLine& out_;
+    Tap tap_;
+
+    std::uint32_t fromHost_ = 0;
+    std::uint32_t sent_ = 0;
+    std::uint32_t dataSent_ = 0;
+    std::uint32_t acknowledgementsDue_ = 0;
+    std::uint32_t asked_ = 0;  // how often the packet that is awaited has been asked for again
+    bool isSilent_ = false;
+};
+
+}  // namespace vi::wired

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace vi::wired {
+
+/// What is to go wrong, see faultHelp() for each.
+struct FaultPlan {
+    // Counted from 1, over everything that the instrument sends.
+    std::set<std::uint32_t> badCrc;
+    std::set<std::uint32_t> lostAck;
+    std::set<std::uint32_t> duplicate;
+    std::set<std::uint32_t> wrongSequence;
+
+    std::uint32_t garbage = 0;
+    bool oneByte = false;
+    std::optional<std::uint16_t> abortReply;
+    std::optional<std::uint16_t> abortSend;
+
+    // Counted in packets from the host.
+    std::uint32_t retransmit = 0;
+    std::optional<std::uint32_t> silence;
+    std::optional<std::uint32_t> disconnect;
+    std::optional<std::uint32_t> unplug;
+};
+
+/// Adds one fault to the plan.
+/// \param text NAME or NAME:N, N decimal or hexadecimal with 0x.
+/// \return empty, or what is wrong with the text; the plan is then as it was.
+std::string addFault(FaultPlan& plan, const std::string& text);
+
+/// True if the text names one of these faults.
+bool hasFault(const std::string& text);
+
+/// One line a fault: name, argument, meaning.
+std::string faultHelp();
+
+}  // namespace vi::wired
