@@ -215,14 +215,12 @@ void addAdapterOptions(CLI::App& app, Options& options, Typed& typed) {
 /// \throw std::invalid_argument with what to do.
 void addFaults(Options& options, const std::vector<std::string>& faults) {
     for (const std::string& fault : faults) {
-        const bool isOther = options.isAdapter
-                                 ? wired::hasFault(fault) && !adapter::hasFault(fault)
-                                 : adapter::hasFault(fault) && !wired::hasFault(fault);
-        if (isOther) {
+        if (options.isAdapter && wired::hasFault(fault) && !adapter::hasFault(fault)) {
             throw std::invalid_argument("--fault: '" + fault +
-                                        (options.isAdapter ? "' is for a wired instrument; leave "
-                                                           : "' is wireless; it needs ") +
-                                        (options.isAdapter ? "out --adapter" : "--adapter"));
+                                        "' is for a wired instrument; leave out --adapter");
+        }
+        if (!options.isAdapter && adapter::hasFault(fault) && !wired::hasFault(fault)) {
+            throw std::invalid_argument("--fault: '" + fault + "' needs --adapter");
         }
         const std::string problem = options.isAdapter
                                         ? adapter::addFault(options.adapter.module.faults, fault)
@@ -241,6 +239,10 @@ void finish(Options& options, const Typed& typed) {
     addFaults(options, typed.faults);
     finishInstrument(options, typed);
     finishPace(options, typed);
+    options.adapter.module.delay = std::chrono::milliseconds(typed.atDelayMs);
+    options.adapter.slaves = typed.slaves.empty()
+                                 ? adapter::defaultSlaves(options.instrument)
+                                 : adapter::readSlaves(typed.slaves, options.instrument);
     options.protocol.seed = options.instrument.seed;
     options.protocol.engine.keepAlive = fromSeconds(typed.keepAliveSeconds);
     // Another program start, another session: a host of the one before must not be taken for ours.

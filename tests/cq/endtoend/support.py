@@ -46,11 +46,11 @@ class CqTest(unittest.TestCase):
         for text in [says] if isinstance(says, str) else says:
             self.assertIn(text, message)
 
-    def start(self, *arguments):
+    def start(self, *arguments, stdin=subprocess.DEVNULL):
         """Starts a command that runs on; it is ended with the test at the latest."""
         process = subprocess.Popen(
             [CQ, *map(str, arguments)],
-            stdin=subprocess.DEVNULL,
+            stdin=stdin,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
             encoding="utf-8",
@@ -68,9 +68,10 @@ class CqTest(unittest.TestCase):
         """Ctrl-C: the command must end soon with this status."""
         began = time.monotonic()
         process.send_signal(signal.SIGINT)
-        out, err = process.communicate(timeout=PATIENCE)
-        self.assertEqual(process.returncode, status, err)
+        process.wait(timeout=PATIENCE)
         self.assertLess(time.monotonic() - began, 5)
+        out, err = process.communicate()
+        self.assertEqual(process.returncode, status, err)
         return out, err
 
     def wait_for(self, condition, what):

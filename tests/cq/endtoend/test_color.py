@@ -2,6 +2,10 @@
 
 import csv
 import io
+import pathlib
+import re
+import signal
+import subprocess
 
 from support import CqTest, DATA
 
@@ -59,6 +63,17 @@ class Color(CqTest):
         percent = CHART.read_text().splitlines()[0] + "\n" + "grey," + white("50") + "\n"
         (row,) = self.rows("--from", "spectrum", "--percent", "--input", "-", stdin=percent)
         self.assertAlmostEqual(float(row["lab.L"]), 76.07, delta=0.01)
+
+    def test_can_be_interrupted_while_it_reads(self):
+        process = self.start("color", "--from", "lab", "--input", "-", stdin=subprocess.PIPE)
+        process.stdin.write("50,0,0\n")
+        process.stdin.flush()
+        # It catches the signal once it runs; the signal's mask of caught ones says so.
+        status = pathlib.Path(f"/proc/{process.pid}/status")
+        caught = lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16)
+        self.wait_for(lambda: caught() & 1 << (signal.SIGINT - 1), "the program's start")
+        out, _ = self.interrupt(process, status=130)
+        self.assertEqual(out, "")
 
     def test_bad_input(self):
         color = ("color", "--from")

@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <fstream>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <ostream>
+#include <sstream>
 
 #include "colour/ColorInput.h"
 #include "commands/Commands.h"
@@ -26,8 +27,11 @@ struct Options {
     OutputOptions output;
 };
 
-std::vector<InputColor> readTable(const Options& options) {
+std::vector<InputColor> readTable(const Options& options, Interrupt& interrupt) {
     if (options.input == "-") {
+        // Reading goes on after a signal; there is nothing here to put in order first.
+        const auto end =
+            interrupt.onInterrupt([] { std::_Exit(static_cast<int>(ExitStatus::interrupted)); });
         const std::string source = "standard input";
         return colorsOfTable(readCsv(std::cin, source), options.from, source);
     }
@@ -35,7 +39,7 @@ std::vector<InputColor> readTable(const Options& options) {
     return colorsOfTable(readCsv(content, options.input), options.from, options.input);
 }
 
-std::vector<InputColor> readColors(const Options& options) {
+std::vector<InputColor> readColors(const Options& options, Interrupt& interrupt) {
     if (options.input.empty() == options.values.empty()) {
         throw UsageError(
             options.input.empty()
@@ -44,7 +48,7 @@ std::vector<InputColor> readColors(const Options& options) {
                 : "give either --input or numbers on the command line, not both");
     }
     auto colors = options.input.empty() ? colorsOfArguments(options.values, options.from)
-                                        : readTable(options);
+                                        : readTable(options, interrupt);
     if (options.from == InputKind::spectrum) {
         if (options.isPercent) {
             convertFromPercent(colors);
@@ -91,7 +95,8 @@ void run(const Options& options, const Environment& environment) {
             "XYZ and Lab values belong to one illuminant and one observer; only spectra can be "
             "computed for several");
     }
-    const auto colors = convert(readColors(options), options.from, options.to, viewings);
+    const auto colors =
+        convert(readColors(options, environment.interrupt), options.from, options.to, viewings);
     if (options.output.json || options.format == "json") {
         environment.out << jsonOf(colors, options.to);
     } else if (options.format == "csv") {

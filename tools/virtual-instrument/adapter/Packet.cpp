@@ -5,7 +5,10 @@
 namespace vi::adapter {
 
 Bytes makePacket(std::uint8_t type, std::uint8_t cmd, ByteView payload) {
-    Bytes packet{type, cmd};
+    Bytes packet;
+    packet.reserve(kHeaderSize + payload.size());
+    packet.push_back(type);
+    packet.push_back(cmd);
     put16(packet, static_cast<std::uint32_t>(payload.size()));
     packet.insert(packet.end(), payload.begin(), payload.end());
     return packet;
