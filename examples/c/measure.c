@@ -7,10 +7,13 @@ int main(int argc, char** argv) {
     CqMeasurementRecord record;
     float spectrum[31];
     ColorData lab;
-    if (cqCalibrateWhite(instrument) == CQ_NO_ERROR && cqCalibrateBlack(instrument) == CQ_NO_ERROR &&
+    if (cqCalibrateWhite(instrument) == CQ_NO_ERROR &&
+        cqCalibrateBlack(instrument) == CQ_NO_ERROR &&
         cqMeasureStandard(instrument, &record) == CQ_NO_ERROR) {
-        memcpy(spectrum, record.bytes + 64, sizeof spectrum); /* where the virtual instrument has it */
-        cqGetColorDataFromSpectralData(spectrum, ColorSpaceLab, IlluminantD65, Observer10Degree, &lab);
+        memcpy(spectrum, record.bytes + 64,
+               sizeof spectrum); /* where the virtual instrument has it */
+        cqGetColorDataFromSpectralData(spectrum, ColorSpaceLab, IlluminantD65, Observer10Degree,
+                                       &lab);
         printf("L* %.2f  a* %.2f  b* %.2f\n", lab.values[0], lab.values[1], lab.values[2]);
     }
     cqClose(instrument);

@@ -46,8 +46,8 @@
  *    functions, and anything on another handle. Do not call a function that talks to the same
  *    instrument (it would wait for a reply that only the callback's own thread can receive, and
  *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid during the
- *    call only: copy it. Return soon: the measurement is acknowledged when the callback has ended, and
- *    an instrument may send again what is not acknowledged within a second.
+ *    call only: copy it. Return soon: the measurement is acknowledged when the callback has ended,
+ * and an instrument may send again what is not acknowledged within a second.
  *
  * 7. Times. Every request ends by itself; the longest waits are named with each function. The one
  *    exception is cqOpen on a port that opens but never answers: it waits until the port goes away.
@@ -88,26 +88,26 @@ extern "C" {
 
 /** What a function's unsigned 32-bit result means; the comment begins with the code's text. */
 enum CqResult {
-    CQ_NO_ERROR = 0,                /**< "no error" */
-    CQ_CANNOT_FOUND_DEVICE = 1,     /**< "cannot found device": no port with an instrument */
-    CQ_FAIL_TO_OPEN = 2,            /**< "fail to open": the port cannot be opened */
-    CQ_DEVICE_IS_CLOSED = 3,        /**< "device is closed": the port is closed or was unplugged */
-    CQ_NO_SESSION = 4,              /**< "no session": the instrument has ended the connection */
-    CQ_DEVICE_IS_BUSY = 5,          /**< "device is busy": another transfer is running */
-    CQ_SENDING_TIMEOUT = 6,         /**< "sending timeout": not answered in time */
-    CQ_RECEIVING_TIMEOUT = 7,       /**< "receiving timeout": no reply in time (wireless) */
-    CQ_EXECUTE_COMMAND_FAILED = 8,  /**< "execute command failed": the instrument refused */
-    CQ_SYSTEM_ERROR = 9,            /**< "system error": an operating-system call failed */
-    CQ_INVALID_PACKET = 10,         /**< "invalid packet": a reply of the wrong size or form */
-    CQ_UNEXPECTED_COMMAND = 11,     /**< "unexpected command": a reply to another command */
-    CQ_UNCALIBRATED = 12,           /**< "uncalibrated": calibrate before measuring */
-    CQ_THE_STORAGE_IS_FULL = 13,    /**< "the storage is full" */
-    CQ_FAIL_TO_CALIBRATE = 14,      /**< "fail to calibrate" */
-    CQ_NO_ENOUGH_STORAGE = 15,      /**< "no enough storage": fewer free places than records */
-    CQ_INVALID_PARAMETER = 16,      /**< "invalid parameter": a null or out-of-range argument */
-    CQ_NOT_SUPPORTED = 17,          /**< "not supported": also the answer to an unknown handle */
-    CQ_HAS_CONNECTED = 18,          /**< "has connected": also an unassigned colour space */
-    CQ_UNKNOWN_ERROR = 19           /**< "unknown error" */
+    CQ_NO_ERROR = 0,               /**< "no error" */
+    CQ_CANNOT_FOUND_DEVICE = 1,    /**< "cannot found device": no port with an instrument */
+    CQ_FAIL_TO_OPEN = 2,           /**< "fail to open": the port cannot be opened */
+    CQ_DEVICE_IS_CLOSED = 3,       /**< "device is closed": the port is closed or was unplugged */
+    CQ_NO_SESSION = 4,             /**< "no session": the instrument has ended the connection */
+    CQ_DEVICE_IS_BUSY = 5,         /**< "device is busy": another transfer is running */
+    CQ_SENDING_TIMEOUT = 6,        /**< "sending timeout": not answered in time */
+    CQ_RECEIVING_TIMEOUT = 7,      /**< "receiving timeout": no reply in time (wireless) */
+    CQ_EXECUTE_COMMAND_FAILED = 8, /**< "execute command failed": the instrument refused */
+    CQ_SYSTEM_ERROR = 9,           /**< "system error": an operating-system call failed */
+    CQ_INVALID_PACKET = 10,        /**< "invalid packet": a reply of the wrong size or form */
+    CQ_UNEXPECTED_COMMAND = 11,    /**< "unexpected command": a reply to another command */
+    CQ_UNCALIBRATED = 12,          /**< "uncalibrated": calibrate before measuring */
+    CQ_THE_STORAGE_IS_FULL = 13,   /**< "the storage is full" */
+    CQ_FAIL_TO_CALIBRATE = 14,     /**< "fail to calibrate" */
+    CQ_NO_ENOUGH_STORAGE = 15,     /**< "no enough storage": fewer free places than records */
+    CQ_INVALID_PARAMETER = 16,     /**< "invalid parameter": a null or out-of-range argument */
+    CQ_NOT_SUPPORTED = 17,         /**< "not supported": also the answer to an unknown handle */
+    CQ_HAS_CONNECTED = 18,         /**< "has connected": also an unassigned colour space */
+    CQ_UNKNOWN_ERROR = 19          /**< "unknown error" */
 };
 
 /** A count that means "all from the first index on". */
@@ -211,28 +211,28 @@ CQ_API CqHandle cqOpen(const char* portName);
  *
  * @param adapterPortName  the adapter's port, "COM7" or "/dev/ttyUSB0"; NULL or "" tries every port
  *                         of a CH340 bridge and keeps the first whose module answers.
- * @param slaveAddress     the instrument's address as cqScanBleSlaves gives it; NULL or "" scans (2 s)
- *                         and takes the one with the strongest signal.
- * @return a handle to give to cqClose, or NULL: no adapter, the port cannot be opened, no instrument
- *         within reach, or no link to it. The debug log tells.
+ * @param slaveAddress     the instrument's address as cqScanBleSlaves gives it; NULL or "" scans (2
+ * s) and takes the one with the strongest signal.
+ * @return a handle to give to cqClose, or NULL: no adapter, the port cannot be opened, no
+ * instrument within reach, or no link to it. The debug log tells.
  *
  * Takes 2 to 5 s, with a scan about 2 s more; on ports without an adapter up to 2.5 s each. An
  * instrument that is linked but does not answer is opened all the same; its calls then return
  * CQ_RECEIVING_TIMEOUT.
  *
  * Afterwards the handle is used like a wired one. Requests must not overlap on a wireless handle:
- * nothing in a reply says what it replies to. A request that does ends with CQ_DEVICE_IS_BUSY, or with
- * the other one's reply.
+ * nothing in a reply says what it replies to. A request that does ends with CQ_DEVICE_IS_BUSY, or
+ * with the other one's reply.
  */
 CQ_API CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress);
 
 /**
- * Lists the wireless instruments (and other peripherals) within reach of the adapter. Needs no handle;
- * the adapter must not be in use. Takes about 2 to 5 s.
+ * Lists the wireless instruments (and other peripherals) within reach of the adapter. Needs no
+ * handle; the adapter must not be in use. Takes about 2 to 5 s.
  *
  * @param adapterPortName  the adapter's port.
- * @param slaves           receives the list, ended by an element of zeros, to be released with cqFree;
- *                         NULL when nobody was heard or on failure.
+ * @param slaves           receives the list, ended by an element of zeros, to be released with
+ * cqFree; NULL when nobody was heard or on failure.
  * @return CQ_NO_ERROR, also when nobody was heard; CQ_INVALID_PARAMETER: no port name;
  *         CQ_FAIL_TO_OPEN: the port cannot be opened; CQ_SYSTEM_ERROR: no adapter answers on it.
  */
@@ -386,8 +386,8 @@ enum ColorSpace {
     ColorSpaceLab = 0,       /**< CIE 1976 L*, a*, b* */
     ColorSpaceXyz = 1,       /**< tristimulus values X, Y, Z; the perfect white has Y = 100 */
     ColorSpaceYxy = 2,       /**< Y, and the chromaticity coordinates x, y */
-    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360 (an angle just below 0
-                                  rounds to 360) */
+    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360; just
+                                  below 0 it rounds to 360 */
     ColorSpaceLuv = 4,       /**< CIE 1976 L*, u*, v* */
     ColorSpaceHunterLab = 5, /**< Hunter L, a, b */
     ColorSpaceSrgb = 6,      /**< R, G, B, each 0..1 */
@@ -426,7 +426,8 @@ enum Observer {
 
 /*
  * The three colour functions need no instrument, keep no state and may run on any number of threads
- * at once. They return CQ_NO_ERROR, or 18 with `color` untouched when the colour space is 7 or above
+ * at once. They return CQ_NO_ERROR, or 18 with `color` untouched when the colour space is 7 or
+ * above
  * 9. Illuminant must be 0..17 and observer 0..1; they are not checked.
  */
 

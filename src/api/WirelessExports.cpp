@@ -14,7 +14,6 @@
 
 using ovk::SlaveDevice;
 using ovk::cq::Instrument;
-using ovk::cq::InstrumentRegistry;
 
 namespace {
 

@@ -51,8 +51,7 @@ void BleDongleDevice::search() {
         if (at_.configure()) {
             break;
         }
-        at_.attachPort(nullptr);
-        port->close();
+        at_.attachPort(nullptr);  // which closes it
     }
     if (at_.port() == nullptr || !at_.port()->isOpen()) {
         at_.attachPort(nullptr);

@@ -64,6 +64,23 @@ TEST(Options, ReachTheInstrumentTheProtocolAndTheLine) {
               std::chrono::seconds(1) + options.fromHost.latency + 8 * options.fromHost.perByte);
 }
 
+TEST(Options, MakeAnAdapterWithInstrumentsThatDiffer) {
+    const Parsed parsed({"--adapter", "--at-delay", "5", "--standards", "2", "--fault", "at-blank",
+                         "--fault", "unplug:3", "--scan-ready"});
+    ASSERT_TRUE(parsed.options) << parsed.error;
+    const Options& options = *parsed.options;
+    EXPECT_TRUE(options.isAdapter);
+    EXPECT_EQ(options.adapter.module.delay, milliseconds(5));
+    EXPECT_TRUE(options.adapter.module.isScanReady);
+    EXPECT_TRUE(options.adapter.module.faults.atBlank);
+    EXPECT_EQ(options.adapter.module.faults.unplug, 3U);
+    EXPECT_FALSE(options.protocol.faults.unplug);
+    ASSERT_EQ(options.adapter.slaves.size(), 3U);
+    EXPECT_EQ(options.adapter.slaves[2].instrument.standards, 2U);
+    EXPECT_NE(options.adapter.slaves[0].instrument.serial,
+              options.adapter.slaves[1].instrument.serial);
+}
+
 TEST(Options, AreRefusedWithWhatToDo) {
     struct Case {
         std::vector<std::string> arguments;
@@ -84,6 +101,12 @@ TEST(Options, AreRefusedWithWhatToDo) {
         {{"--fault", "rust"}, "there is no fault 'rust'"},
         {{"--com", "COM6x"}, "--com"},
         {{"--colour"}, "--colour"},
+        {{"--scan-ready"}, "requires --adapter"},
+        {{"--at-delay", "5"}, "requires --adapter"},
+        {{"--adapter", "--max-packet", "64"}, "excludes --adapter"},
+        {{"--adapter", "--slaves", "/no/such/file"}, "/no/such/file: cannot be read"},
+        {{"--adapter", "--fault", "bad-crc"}, "leave out --adapter"},
+        {{"--fault", "no-link"}, "needs --adapter"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.arguments.front() + " " + c.arguments.back());
@@ -98,8 +121,8 @@ TEST(Options, HelpNamesEveryFaultAndKey) {
     const Parsed parsed({"--help"});
     EXPECT_FALSE(parsed.options);
     EXPECT_EQ(parsed.exitCode, 0);
-    for (const char* text :
-         {"wrong-sequence", "abort-send", "press the trial button", "--until-eof"}) {
+    for (const char* text : {"wrong-sequence", "abort-send", "ble-pause", "at-late",
+                             "press the trial button", "--until-eof"}) {
         EXPECT_THAT(parsed.out, testing::HasSubstr(text));
     }
 }

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "api/CommunicationException.h"
+#include "api/LogFile.h"
 #include "api/TemporaryPath.h"
 #include "ScriptedPeer.h"
 #include "serial/posix/SystemTree.h"
@@ -174,7 +175,11 @@ TEST(BleDongleDevice, connectingAgainDisconnectsFirst) {
     BleDongleDevice dongle;
     dongle.open(module.portName());
     dongle.connect("A1");
+    test::LogFile log;
+    ASSERT_TRUE(log.enable());
     dongle.connect("A2");
+    // The receiving thread must not take the module's answers.
+    EXPECT_LT(log.text().find("End receiving_thread"), log.text().find("AT+DC"));
     EXPECT_EQ(dongle.connectedSlave().address, "A2");
     EXPECT_EQ(module.finish(), ScriptedPeer::awaitedBy(script));
 }

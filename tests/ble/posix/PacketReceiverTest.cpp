@@ -206,19 +206,25 @@ TEST(PacketReceiver, whatAHandlerThrowsEndsTheThreadAndNothingElse) {
     EXPECT_EQ(line.receiver.stopReceiving(), line.port);
 }
 
+// A handler that stops receiving while another thread does so already must be refused, or the two
+// would wait for each other for ever.
 TEST(PacketReceiver, theReceivingThreadCannotStopItself) {
     Receiving line;
-    std::promise<std::error_code> refused;
+    std::promise<void> entered;
+    std::error_code refusal;
     line.receiver.setPacketHandler([&](const Packet&) {
+        entered.set_value();
+        std::this_thread::sleep_for(kBrief);
         try {
             line.receiver.stopReceiving();
         } catch (const std::system_error& error) {
-            refused.set_value(error.code());
+            refusal = error.code();
         }
     });
     line.peer.send(packetBytes(1, 4));
-    EXPECT_EQ(refused.get_future().get(), std::errc::resource_deadlock_would_occur);
+    entered.get_future().get();
     EXPECT_EQ(line.receiver.stopReceiving(), line.port);
+    EXPECT_EQ(refusal, std::errc::resource_deadlock_would_occur);
 }
 
 TEST(PacketReceiver, startingOnAnotherPortStopsReceivingOnTheFirst) {

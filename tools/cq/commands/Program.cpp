@@ -34,7 +34,9 @@ void CommandLine::addOption(const OptionText& text, std::string& value) {
 }
 
 void CommandLine::addOption(const OptionText& text, TakeText take) {
-    describe(command_.add_option_function<std::string>(text.name, take, text.description), text);
+    describe(
+        command_.add_option_function<std::string>(text.name, std::move(take), text.description),
+        text);
 }
 
 void CommandLine::addChoice(const OptionText& text, std::string& value) {
@@ -51,8 +53,8 @@ void CommandLine::addChoice(const OptionText& text, std::string& value) {
 }
 
 void CommandLine::addList(const OptionText& text, TakeTexts take) {
-    CLI::Option* option =
-        command_.add_option_function<std::vector<std::string>>(text.name, take, text.description);
+    CLI::Option* option = command_.add_option_function<std::vector<std::string>>(
+        text.name, std::move(take), text.description);
     describe(option, text);
     option->delimiter(',')->take_all()->allow_extra_args(false);
 }

@@ -60,7 +60,7 @@ std::string readFile(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     // A folder opens like a file and then yields nothing.
     const bool isReadable = stream.is_open() && !std::filesystem::is_directory(file);
-    const std::string content =
+    std::string content =
         isReadable ? std::string(std::istreambuf_iterator<char>(stream), {}) : std::string();
     if (!isReadable || stream.bad()) {
         throw Failure("cannot read " + file.string() + ": " +

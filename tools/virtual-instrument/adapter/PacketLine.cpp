@@ -56,7 +56,9 @@ TimePoint PacketLine::sendNotification(Bytes packet, TimePoint due) {
 
 TimePoint PacketLine::send(std::string_view role, Bytes packet, TimePoint due) {
     ++toHost_;
-    Outbox::Message message{.words = describe(role, packet), .bytes = std::move(packet)};
+    Outbox::Message message;
+    message.words = describe(role, packet);
+    message.bytes = std::move(packet);
     if (plan_.blePause.contains(toHost_) || plan_.bleSplit) {
         message.firstPiece = message.bytes.size() / 2;
         message.pause = plan_.blePause.contains(toHost_) ? kLongPause : kSplitPause;

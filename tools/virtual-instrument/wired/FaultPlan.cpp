@@ -62,4 +62,3 @@ std::string faultHelp() {
 }
 
 }  // namespace vi::wired
-

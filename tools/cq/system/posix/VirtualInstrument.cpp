@@ -20,7 +20,7 @@
 #include "system/Terminal.h"
 #include "text/Text.h"
 
-extern char** environ;
+extern char** environ;  // NOLINT(readability-redundant-declaration): some systems declare it
 
 namespace cqtool {
 namespace {
@@ -145,6 +145,7 @@ class VirtualInstrument::Process {
   private:
     void spawn(std::vector<std::string>& arguments) {
         std::vector<char*> argv;
+        argv.reserve(arguments.size() + 1);
         for (std::string& argument : arguments) {
             argv.push_back(argument.data());
         }
