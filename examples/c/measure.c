@@ -2,20 +2,22 @@
 #include <stdio.h>
 #include <string.h>
 
+#define SPECTRUM_OFFSET 64 /* where the virtual instrument's records have it */
+
 int main(int argc, char** argv) {
     CqHandle instrument = cqOpen(argc > 1 ? argv[1] : NULL); /* NULL: find the instrument */
     CqMeasurementRecord record;
     float spectrum[31];
     ColorData lab;
-    if (cqCalibrateWhite(instrument) == CQ_NO_ERROR &&
-        cqCalibrateBlack(instrument) == CQ_NO_ERROR &&
-        cqMeasureStandard(instrument, &record) == CQ_NO_ERROR) {
-        memcpy(spectrum, record.bytes + 64,
-               sizeof spectrum); /* where the virtual instrument has it */
-        cqGetColorDataFromSpectralData(spectrum, ColorSpaceLab, IlluminantD65, Observer10Degree,
-                                       &lab);
-        printf("L* %.2f  a* %.2f  b* %.2f\n", lab.values[0], lab.values[1], lab.values[2]);
-    }
+    uint32_t code = cqCalibrateWhite(instrument);
+    code = code == CQ_NO_ERROR ? cqCalibrateBlack(instrument) : code;
+    code = code == CQ_NO_ERROR ? cqMeasureStandard(instrument, &record) : code;
     cqClose(instrument);
+    if (code != CQ_NO_ERROR) {
+        return printf("failed with code %u\n", (unsigned)code), 1;
+    }
+    memcpy(spectrum, record.bytes + SPECTRUM_OFFSET, sizeof spectrum);
+    cqGetColorDataFromSpectralData(spectrum, ColorSpaceLab, IlluminantD65, Observer10Degree, &lab);
+    printf("L* %.2f  a* %.2f  b* %.2f\n", lab.values[0], lab.values[1], lab.values[2]);
     return 0;
 }

@@ -22,6 +22,13 @@ std::uint32_t controlWordOf(std::span<const std::uint8_t> packet) {
     return loadLittleEndian<std::uint32_t>(packet.data() + wire::kControlOffset);
 }
 
+/// What the listener is told of an abort: one that names no error is a failure all the same.
+template <class Error>
+Error abortError(Error named) {
+    constexpr Error kUnnamed = 0xFFFF;
+    return named != 0 ? named : kUnnamed;
+}
+
 /// An acknowledgement names the packet that is to come next. One that names the packet sent last,
 /// or one before it, repeats what has been said. Number 0 can repeat nothing, so it is taken as
 /// meant for the packet sent last.
@@ -142,7 +149,8 @@ void Link::handleData() {
             debuglog::write("Data transfer was aborted by remote\n");
             rx_.clear();
             state_ = State::idle;
-            listener_.dataReceived(event.operation, event.offset, {}, event.error, true);
+            listener_.dataReceived(event.operation, event.offset, {}, abortError(event.error),
+                                   true);
             return;
         case RxContext::Verdict::invalidLength:
             debuglog::write("Invalid data len: %d\r\n", packet.length());
@@ -191,9 +199,9 @@ void Link::handleAcknowledgement(TimePoint now) {
     switch (static_cast<std::uint8_t>(control >> wire::kFlagShift)) {
         case wire::kFlagAbort:
             debuglog::write("Remote aborted receiving\n");
-            listener_.transferProgress(tx_.operation(), static_cast<std::uint32_t>(tx_.totalSize()),
-                                       static_cast<std::uint16_t>(control & wire::kErrorMask),
-                                       true);
+            listener_.transferProgress(
+                tx_.operation(), static_cast<std::uint32_t>(tx_.totalSize()),
+                abortError(static_cast<std::uint16_t>(control & wire::kErrorMask)), true);
             return endSending();
         case wire::kFlagRetransmit:
             debuglog::write(GBK_REQUEST_RETRANSMISSION "operation=%d, seq=%d\r\n", tx_.operation(),

@@ -56,15 +56,19 @@ INSTANTIATE_TEST_SUITE_P(
     nameOf);
 
 TEST(Fault, ReplyAbortedByTheInstrumentIsAFailureAndTheNextOneWorks) {
-    Wired wired("--calibrated --fault abort-reply:258");
-    CqMeasurementRecord record = numberedRecord(1);
-    EXPECT_EQ(cqMeasureStandard(wired.handle, &record), CQ_EXECUTE_COMMAND_FAILED);
-    EXPECT_EQ(record, numberedRecord(1));
-    EXPECT_EQ(cqCalibrateWhite(wired.handle), CQ_NO_ERROR);
+    for (const std::string code : {"0", "258", "65535"}) {
+        Wired wired("--calibrated --standards 3 --fault abort-reply:" + code);
+        CqMeasurementRecord record = numberedRecord(1);
+        EXPECT_EQ(cqMeasureStandard(wired.handle, &record), CQ_EXECUTE_COMMAND_FAILED) << code;
+        EXPECT_EQ(cqUploadStandards(wired.handle, &record, 0, 1), CQ_EXECUTE_COMMAND_FAILED)
+            << code;
+        EXPECT_EQ(record, numberedRecord(1));
+        EXPECT_EQ(cqCalibrateWhite(wired.handle), CQ_NO_ERROR);
+    }
 }
 
 TEST(Fault, RefusedCalibrationNeverLooksLikeSuccess) {
-    for (const std::string code : {"1", "258", "65535"}) {
+    for (const std::string code : {"0", "1", "258", "65535"}) {
         Wired wired("--fault abort-send:" + code);
         EXPECT_EQ(cqCalibrateWhite(wired.handle), CQ_EXECUTE_COMMAND_FAILED) << code;
         EXPECT_EQ(cqCalibrateBlack(wired.handle), CQ_EXECUTE_COMMAND_FAILED) << code;

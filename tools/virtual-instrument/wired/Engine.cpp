@@ -222,7 +222,8 @@ Error Engine::press(Kind kind, TimePoint now) {
     if (measurement.error != Error::none) {
         return measurement.error;
     }
-    if (hasSession()) {
+    // A host that has been offered a session is told as soon as it has confirmed it.
+    if (state_ == State::offered || hasSession()) {
         Bytes transfer{kind == Kind::standard ? kMeasureStandard : kMeasureTrial};
         transfer.insert(transfer.end(), measurement.record.begin(), measurement.record.end());
         pressed_.push_back({measurement.ready, true, std::move(transfer)});
