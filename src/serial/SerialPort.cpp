@@ -4,6 +4,22 @@
 
 namespace ovk {
 
+bool SerialPort::open() {
+    if (hasHandle()) {
+        if (isOpen() || lastError() != kErrorDeviceGone) {
+            return false;
+        }
+        close();
+    }
+    const std::uint32_t error = openDevice();
+    setLastError(error);
+    if (error != 0) {
+        return false;
+    }
+    gate_.open();
+    return true;
+}
+
 bool SerialPort::hasHandle() const {
     return gate_.isOpen();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <future>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -102,7 +103,13 @@ void Spectrophotometer::connectionResult(bool /*isConnected*/) {
 }
 
 void Spectrophotometer::close() {
-    client_.close();
+    try {
+        client_.close();
+    } catch (const std::system_error&) {
+        // On the receiving thread: the port is closed all the same, and nobody is to wait any more.
+        failPending(CQ_DEVICE_IS_CLOSED);
+        throw;
+    }
     failPending(CQ_DEVICE_IS_CLOSED);
 }
 

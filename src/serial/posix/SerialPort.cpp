@@ -198,23 +198,6 @@ SerialPort::~SerialPort() {
     close();
 }
 
-bool SerialPort::open() {
-    if (hasHandle()) {
-        if (isOpen() || lastError() != kErrorDeviceGone) {
-            return false;
-        }
-        close();
-    }
-    const std::uint32_t error = openDevice();
-    setLastError(error);
-    if (error != 0) {
-        return false;
-    }
-    device_->closing.reset();
-    gate_.open();
-    return true;
-}
-
 std::uint32_t SerialPort::openDevice() {
     if (!device_->closing.isValid() || !device_->aborting.isValid()) {
         return EMFILE;
@@ -230,6 +213,7 @@ std::uint32_t SerialPort::openDevice() {
         ::close(descriptor);
         return error;
     }
+    device_->closing.reset();
     device_->descriptor = descriptor;
     return 0;
 }

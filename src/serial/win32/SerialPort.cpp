@@ -138,23 +138,6 @@ SerialPort::~SerialPort() {
     close();
 }
 
-bool SerialPort::open() {
-    if (hasHandle()) {
-        if (isOpen() || lastError() != kErrorDeviceGone) {
-            return false;
-        }
-        close();
-    }
-    const std::uint32_t error = openDevice();
-    setLastError(error);
-    if (error != ERROR_SUCCESS) {
-        return false;
-    }
-    device_->closing.reset();
-    gate_.open();
-    return true;
-}
-
 std::uint32_t SerialPort::openDevice() {
     constexpr DWORD kQueueSize = 20480;
     if (!device_->hasEvents()) {
@@ -173,6 +156,7 @@ std::uint32_t SerialPort::openDevice() {
         return error;
     }
     PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
+    device_->closing.reset();
     device_->handle = handle;
     return ERROR_SUCCESS;
 }
