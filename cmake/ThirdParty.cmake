@@ -18,6 +18,7 @@ cqapi_header_library(nlohmann_json nlohmann nlohmann/json.hpp)
 
 if(CQAPI_BUILD_TESTS)
   set(CQAPI_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources")
+  set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
   set(gtest_disable_pthreads OFF)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   add_subdirectory(${CQAPI_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/third_party/googletest

@@ -50,9 +50,9 @@
  * and an instrument may send again what is not acknowledged within a second.
  *
  * 7. Times. Every request ends by itself; the longest waits are named with each function. There are
- *    two exceptions: cqOpen on a port that opens but never answers waits until the port goes away, and
- *    a call whose bytes the port does not take any more (an instrument that has stopped reading) waits
- *    until the port goes away or the handle is closed.
+ *    two exceptions: cqOpen on a port that opens but never answers waits until the port goes away,
+ * and a call whose bytes the port does not take any more (an instrument that has stopped reading)
+ * waits until the port goes away or the handle is closed.
  *
  * Unless noted, each function that takes a handle can also return CQ_DEVICE_IS_CLOSED (the port is
  * gone), CQ_NO_SESSION (the instrument said goodbye), CQ_DEVICE_IS_BUSY, CQ_SENDING_TIMEOUT (no

@@ -51,7 +51,7 @@ void BleDongleDevice::search() {
         if (at_.configure()) {
             break;
         }
-        at_.attachPort(nullptr);  // which closes it
+        at_.attachPort(nullptr);  // the port closes as its last owner goes
     }
     if (at_.port() == nullptr || !at_.port()->isOpen()) {
         at_.attachPort(nullptr);

@@ -16,6 +16,8 @@ namespace cqtest {
 class Handle {
   public:
     explicit Handle(const char* portName) : handle_(cqOpen(portName)) {}
+    Handle(const char* adapterPortName, const char* slaveAddress)
+        : handle_(cqOpenByBleDongle(adapterPortName, slaveAddress)) {}
     ~Handle() { cqClose(handle_); }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;

@@ -49,14 +49,20 @@ std::string withDefault(const std::string& options, const std::string& name,
 
 }  // namespace
 
-VirtualInstrument::VirtualInstrument(const std::string& options) : directory_(makeDirectory()) {
+VirtualInstrument::VirtualInstrument(const std::string& options, const std::string& slaves)
+    : directory_(makeDirectory()) {
     static std::atomic<int> count{0};
     const PortPlace place = makePortPlace(directory_, count++);
     portName_ = place.name;
+    const std::string slavesFile = directory_ + "/slaves.json";
+    if (!slaves.empty()) {
+        std::ofstream(ownPath(slavesFile), std::ios::binary) << slaves;
+    }
     std::ofstream(ownPath(directory_ + "/start.sh"), std::ios::binary)
         << "mkfifo " << directory_ << "/keys\n"
         << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --log "
         << directory_ << "/line.log --noise 0 " << withDefault(options, "--measure-time", "0")
+        << (slaves.empty() ? "" : " --slaves " + slavesFile)
         << " <" << directory_ << "/keys >" << directory_ << "/printed 2>&1\n"
         << "rm " << directory_ << "/keys\n"
         << "echo >" << directory_ << "/ended\n";

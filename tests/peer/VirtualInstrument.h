@@ -6,12 +6,14 @@
 namespace cqtest {
 
 /// A virtual instrument that a test talks to: a program of its own at the other end of a serial
-/// line. It starts uncalibrated, empty, without noise, and measures at once.
+/// line. It starts uncalibrated, empty, without noise, and measures at once. With the option
+/// --adapter it is a wireless adapter with such instruments within reach.
 class VirtualInstrument {
   public:
     /// \param options added to its command line.
+    /// \param slaves JSON list of what is within an adapter's reach; empty for the usual three.
     /// \throw std::runtime_error with what it printed, when it does not start.
-    explicit VirtualInstrument(const std::string& options = {});
+    explicit VirtualInstrument(const std::string& options = {}, const std::string& slaves = {});
     /// Ends it and waits until it is gone.
     ~VirtualInstrument();
     VirtualInstrument(const VirtualInstrument&) = delete;

@@ -25,8 +25,7 @@ inline const std::string kNone = "02 01 04 00 00 00 00 00";
 class AdapterBench {
   public:
     struct Set {
-        Instrument::Settings instrument{
-            .isCalibrated = true, .noise = 0, .measureTime = milliseconds(0)};
+        Instrument::Settings instrument = quick();
         std::vector<std::string> faults;
         bool isScanReady = false;
         std::vector<adapter::Slave> slaves;  // the usual three if empty
@@ -37,12 +36,13 @@ class AdapterBench {
         std::string text;
     };
 
-    explicit AdapterBench(Set set = {})
+    AdapterBench() : AdapterBench(Set{}) {}
+    explicit AdapterBench(Set set)
         : protocol_(
               settings(std::move(set)), [] { return 1'700'000'000U; }, line_, log_,
               [this] { isUnplugged = true; }) {}
     explicit AdapterBench(std::initializer_list<std::string> faults)
-        : AdapterBench(Set{.faults = faults}) {}
+        : AdapterBench(withFaults(faults)) {}
 
     /// The host writes a line; gives the lines that come within the time, with | between them.
     std::string at(const std::string& command, milliseconds time = milliseconds(50)) {
@@ -88,9 +88,11 @@ class AdapterBench {
             all += piece.text;
         }
         std::string lines;
+        const char* separator = "";
         for (std::size_t at = all.find("\r\n"); at != std::string::npos; at = all.find("\r\n")) {
-            lines += (lines.empty() ? "" : "|") + all.substr(0, at);
+            lines += separator + all.substr(0, at);
             all.erase(0, at + 2);
+            separator = "|";
         }
         return lines + all;
     }
@@ -105,6 +107,18 @@ class AdapterBench {
     bool isUnplugged = false;
 
   private:
+    static Instrument::Settings quick() {
+        Instrument::Settings instrument;
+        instrument.isCalibrated = true;
+        instrument.noise = 0;
+        instrument.measureTime = milliseconds(0);
+        return instrument;
+    }
+    static Set withFaults(std::vector<std::string> faults) {
+        Set set;
+        set.faults = std::move(faults);
+        return set;
+    }
     static adapter::AdapterProtocol::Settings settings(Set set) {
         adapter::AdapterProtocol::Settings settings;
         settings.slaves =

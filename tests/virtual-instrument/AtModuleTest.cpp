@@ -58,17 +58,18 @@ TEST(AtModule, TellsWhatItHearsOverASecondUntilItIsToldToStop) {
 }
 
 TEST(AtModule, HasScanResultsAtHandIfItIsTold) {
-    AdapterBench bench(AdapterBench::Set{.isScanReady = true});
+    AdapterBench::Set set;
+    set.isScanReady = true;
+    AdapterBench bench(set);
     EXPECT_EQ(bench.at("AT+SC", milliseconds(2000)), "+INQE");
     EXPECT_EQ(bench.at("AT+SR"),
               "SR=0:Virtual 31 A,C4BE84A1B2C3,-67|SR=1:Virtual 31 B,C4BE84A1B2C4,-52|"
               "SR=2:Virtual 31 C,C4BE84A1B2C5,-80");
 
-    AdapterBench::Set many{.isScanReady = true};
     for (int i = 10; i < 22; ++i) {
-        many.slaves.push_back({"M", "AABBCCDDEE" + std::to_string(i), -i, {}});
+        set.slaves.push_back({"M", "AABBCCDDEE" + std::to_string(i), -i, {}});
     }
-    const std::string found = AdapterBench(many).at("AT+SR");
+    const std::string found = AdapterBench(set).at("AT+SR");
     EXPECT_THAT(found, HasSubstr("SR=9:M,AABBCCDDEE19,-19"));
     EXPECT_THAT(found, Not(HasSubstr("SR=10"))) << "ten at most";
 }

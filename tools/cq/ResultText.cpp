@@ -41,6 +41,8 @@ const char* nameOf(Operation operation) {
             return "listening for measurements";
         case Operation::computeColor:
             return "computing a colour";
+        case Operation::scan:
+            return "scanning for wireless instruments";
     }
     return "the operation";
 }
@@ -62,6 +64,22 @@ const char* adviceForRefusal(Operation operation) {
     }
 }
 
+/// A scan is the adapter's business: no instrument takes part in its failures.
+std::string adviceForScan(std::uint32_t code) {
+    switch (code) {
+        case CQ_FAIL_TO_OPEN:
+            return "plug the adapter in, end any other program that uses its port, and check the "
+                   "port's name";
+        case CQ_SYSTEM_ERROR:
+            return "no adapter answers on this port: check that it is the adapter's; unplug the "
+                   "adapter, plug it in again and repeat the scan";
+        case CQ_INVALID_PARAMETER:
+            return "name the adapter's port with --adapter";
+        default:
+            return "unplug the adapter, plug it in again and repeat the scan";
+    }
+}
+
 }  // namespace
 
 const char* resultText(std::uint32_t code) {
@@ -69,6 +87,9 @@ const char* resultText(std::uint32_t code) {
 }
 
 std::string advice(std::uint32_t code, Operation operation) {
+    if (operation == Operation::scan) {
+        return adviceForScan(code);
+    }
     switch (code) {
         case CQ_CANNOT_FOUND_DEVICE:
         case CQ_FAIL_TO_OPEN:
@@ -81,8 +102,10 @@ std::string advice(std::uint32_t code, Operation operation) {
         case CQ_DEVICE_IS_BUSY:
             return "wait until the instrument has finished and repeat the command; end any other "
                    "program that uses it";
-        case CQ_SENDING_TIMEOUT:
         case CQ_RECEIVING_TIMEOUT:
+            return "the instrument did not answer in time: wake it, bring it near the adapter and "
+                   "repeat the command";
+        case CQ_SENDING_TIMEOUT:
             return "the instrument did not answer in time: wake it, check the cable and repeat the "
                    "command";
         case CQ_EXECUTE_COMMAND_FAILED:
@@ -107,11 +130,14 @@ std::string advice(std::uint32_t code, Operation operation) {
     }
 }
 
+std::string failureText(std::uint32_t code, Operation operation) {
+    return std::string(nameOf(operation)) + " failed: " + resultText(code) + " (" +
+           std::to_string(code) + ")";
+}
+
 void check(std::uint32_t code, Operation operation) {
     if (code != CQ_NO_ERROR) {
-        throw Failure(std::string(nameOf(operation)) + " failed: " + resultText(code) + " (" +
-                          std::to_string(code) + ")",
-                      advice(code, operation));
+        throw Failure(failureText(code, operation), advice(code, operation));
     }
 }
 

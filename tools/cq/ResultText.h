@@ -15,6 +15,7 @@ enum class Operation {
     measureTrial,
     listenForMeasurements,
     computeColor,
+    scan,
 };
 
 /// The text of a result code; the library has no function that gives it.
@@ -22,6 +23,9 @@ const char* resultText(std::uint32_t code);
 
 /// What the user can do about this code from this operation. Never empty for a failure.
 std::string advice(std::uint32_t code, Operation operation);
+
+/// What failed, with the code's text and number, for a Failure.
+std::string failureText(std::uint32_t code, Operation operation);
 
 /// Throws a Failure with operation, text, code and advice unless the code is CQ_NO_ERROR.
 void check(std::uint32_t code, Operation operation);

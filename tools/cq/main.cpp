@@ -12,6 +12,8 @@ constexpr const char* kHelpEnd =
     "  cq info                      find the instrument and show what it is\n"
     "  cq calibrate white           then cq calibrate black, then cq measure standard\n"
     "  cq measure trial --json      measure, for a program to read\n"
+    "  cq scan --adapter COM7       list the wireless instruments within reach\n"
+    "  cq info --wireless           the one with the strongest signal\n"
     "  cq color --from lab 50 20 30 --to srgb\n"
     "\n"
     "cq COMMAND --help shows a command's options. Exit status: 0 done, 1 failed or refused by the\n"
@@ -31,6 +33,7 @@ int main(int argc, char** argv) {
     cqtool::addCalibrate(program, environment);
     cqtool::addMeasure(program, environment);
     cqtool::addMonitor(program, environment);
+    cqtool::addScan(program, environment);
     cqtool::addColor(program, environment);
     return static_cast<int>(program.run(argc, argv));
 }

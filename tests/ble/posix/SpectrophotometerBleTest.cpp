@@ -187,7 +187,10 @@ TEST(SpectrophotometerBle, saysGoodbyeAndHandsThePortBack) {
                                          {isAnswered ? packetBytes(1, 2) : std::string()}};
         ScriptedInstrument instrument({goodbye});
         EXPECT_EQ(instrument.driver.portName(), instrument.port->portName());
+        const auto ofTheHandler = std::make_shared<int>();
+        instrument.driver.setResultHandler([ofTheHandler](auto, const auto&) {});
         EXPECT_EQ(instrument.driver.detach(), instrument.port);
+        EXPECT_EQ(ofTheHandler.use_count(), 1);
         EXPECT_EQ(instrument.finish(), packetBytes(1, 2));
         EXPECT_TRUE(instrument.port->isOpen());
         EXPECT_FALSE(instrument.driver.isAttached());

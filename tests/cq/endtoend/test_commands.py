@@ -153,7 +153,7 @@ class CommandLine(CqTest):
     def test_help_and_version(self):
         self.assertRegex(self.cq("--version").stdout, r"^cq \d+\.\d+\.\d+\n$")
         self.assertIn("Exit status", self.cq("--help").stdout)
-        for command in ("demo", "info", "status", "calibrate", "measure", "monitor", "color"):
+        for command in ("demo", "info", "status", "calibrate", "measure", "monitor", "scan", "color"):
             self.assertIn(f"  cq {command} ", self.cq(command, "--help").stdout + " ")
 
     def test_wrong_usage(self):

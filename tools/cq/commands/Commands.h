@@ -21,6 +21,7 @@ void addStatus(Program& program, const Environment& environment);
 void addCalibrate(Program& program, const Environment& environment);
 void addMeasure(Program& program, const Environment& environment);
 void addMonitor(Program& program, const Environment& environment);
+void addScan(Program& program, const Environment& environment);
 void addColor(Program& program, const Environment& environment);
 
 }  // namespace cqtool

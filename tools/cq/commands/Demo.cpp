@@ -28,9 +28,10 @@ struct Options {
     OutputOptions output;
 };
 
-/// A virtual instrument unless a port is named, and one that does not make the user wait.
+/// A virtual instrument or adapter unless a port is named, and one that does not make the user
+/// wait.
 ConnectionOptions connectionFor(ConnectionOptions options) {
-    options.useVirtual = options.port.empty();
+    options.useVirtual = options.port.empty() && options.adapter.empty();
     if (options.virtualOptions.find(kMeasureTimeOption) == std::string::npos) {
         options.virtualOptions += std::string(" ") + kMeasureTimeOption + " 20";
     }
@@ -180,10 +181,12 @@ void run(const Options& options, const Environment& environment) {
     const CqDeviceInfo info = connection.deviceInfo();
     const ReportOrigin origin{instrumentName(info), connection.portName(), localTime(),
                               options.viewing};
-    progress.say("port        " + origin.port);
+    progress.say((connection.isWireless() ? "adapter     " : "port        ") + origin.port);
     progress.say("instrument  " + origin.instrument);
-    progress.say("stored      " + std::to_string(connection.status().totalStandards) + " of " +
-                 std::to_string(standardCapacity(info)) + " standards");
+    const std::string capacity =
+        connection.isWireless() ? std::string() : " of " + std::to_string(standardCapacity(info));
+    progress.say("stored      " + std::to_string(connection.status().totalStandards) + capacity +
+                 " standards");
     connection.calibrateWhite();
     connection.calibrateBlack();
     progress.say("calibrated  white, black");
@@ -213,10 +216,13 @@ void addDemo(Program& program, const Environment& environment) {
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
-        "Without --port a virtual instrument is started; it measures the chart's patches in their\n"
-        "order. With --port the virtual instrument that serves that port is used.\n\n"
+        "Without --port or --adapter a virtual instrument is started, with --wireless behind a\n"
+        "virtual adapter; it measures the chart's patches in their order. With --port or "
+        "--adapter\n"
+        "the virtual one that serves that port is used.\n\n"
         "Examples:\n"
         "  cq demo\n"
+        "  cq demo --wireless\n"
         "  cq demo --report chart.html --illuminant A");
     line.setAction([options, environment] { run(*options, environment); });
 }

@@ -23,7 +23,7 @@ void run(const Options& options, const Environment& environment) {
         for (const auto& [name, text] : textsOf(info)) {
             json[name] = text;
         }
-        json["standardCapacity"] = standardCapacity(info);
+        json["standardCapacity"] = connection.isWireless() ? Json() : Json(standardCapacity(info));
         environment.out << pageOfJson(json);
         return;
     }
@@ -32,8 +32,11 @@ void run(const Options& options, const Environment& environment) {
     for (const auto& [name, text] : textsOf(info)) {
         environment.out << table.line({name, text}) << '\n';
     }
-    environment.out << table.line({"standard capacity", std::to_string(standardCapacity(info))})
-                    << '\n';
+    // A wireless instrument tells its texts alone.
+    if (!connection.isWireless()) {
+        environment.out << table.line({"standard capacity", std::to_string(standardCapacity(info))})
+                        << '\n';
+    }
 }
 
 }  // namespace
@@ -43,7 +46,9 @@ void addInfo(Program& program, const Environment& environment) {
     const auto options = std::make_shared<Options>();
     addOptions(line, options->connection);
     addOptions(line, options->output);
-    line.setExamples("Examples:\n  cq info\n  cq info --port COM5 --json");
+    line.setExamples(
+        "Examples:\n  cq info\n  cq info --port COM5 --json\n  cq info --adapter COM7 --slave "
+        "C4BE84A1B2C3");
     line.setAction([options, environment] { run(*options, environment); });
 }
 

@@ -1,6 +1,8 @@
 #include "commands/Options.h"
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "system/Terminal.h"
 #include "text/Numbers.h"
@@ -12,10 +14,51 @@ constexpr const char* kColourGroup = "Colour";
 constexpr double kLeastOpenTimeout = 0.1;  // seconds
 constexpr double kMostOpenTimeout = 3600;
 
+constexpr const char* kConnectionGroup = "Connection";
+constexpr const char* kPort = "--port";
+constexpr const char* kWireless = "--wireless";
+constexpr const char* kAdapter = "--adapter";
+constexpr const char* kSlave = "--slave";
+constexpr const char* kVirtual = "--virtual";
+constexpr const char* kVirtualOptions = "--virtual-options";
+constexpr const char* kOpenTimeout = "--open-timeout";
+
 [[noreturn]] void refuseNumber(const std::string& text, const char* option, const char* what,
                                double least, double most) {
     throw UsageError(std::string(option) + " must be " + what + " from " + digitsOf(least) +
                      " to " + digitsOf(most) + ", not '" + text + "'");
+}
+
+void addAdapterOption(CommandLine& line, ConnectionOptions& options) {
+    line.addOption(
+        {kAdapter, "PORT", "The port of the adapter for wireless instruments, COM7 or /dev/ttyUSB0",
+         kConnectionGroup},
+        [&options](const std::string& text) {
+            options.adapter = text;
+            options.isWireless = true;
+        });
+}
+
+/// Behind addAdapterOption(): a named adapter is a real one.
+void addVirtualOptions(CommandLine& line, ConnectionOptions& options) {
+    line.addFlag(
+        {kVirtual, "", "Use a virtual one, started for this command alone", kConnectionGroup},
+        options.useVirtual);
+    line.addOption(
+        {kVirtualOptions, "TEXT",
+         "Use one started with these options, such as \"--calibrated --seed 7\"", kConnectionGroup},
+        [&options](const std::string& text) {
+            options.virtualOptions = text;
+            options.useVirtual = true;
+        });
+    line.exclude(kVirtual, kAdapter);
+    line.exclude(kVirtualOptions, kAdapter);
+}
+
+void addDebugLogOption(CommandLine& line, ConnectionOptions& options) {
+    line.addFlag({"--debug-log", "", "Write what goes over the line into a log beside the library",
+                  kConnectionGroup},
+                 options.writeDebugLog);
 }
 
 }  // namespace
@@ -41,34 +84,54 @@ std::uint32_t wholeNumberOf(const std::string& text, const char* option, std::ui
     return static_cast<std::uint32_t>(*number);
 }
 
+std::string slaveAddressOf(const std::string& text) {
+    std::string digits;
+    std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
+                 [](char c) { return c != ':' && c != '-'; });
+    if (digits.empty() || digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        throw UsageError(
+            "--slave must be an address of hexadecimal digits as cq scan shows it, not '" + text +
+            "'");
+    }
+    return digits;
+}
+
 void addOptions(CommandLine& line, ConnectionOptions& options) {
-    constexpr const char* kGroup = "Connection";
-    constexpr const char* kOpenTimeout = "--open-timeout";
-    line.addOption({"--port", "NAME",
+    line.addOption({kPort, "NAME",
                     "The instrument's port, COM5 or /dev/ttyACM0; without it the instrument is "
                     "looked for",
-                    kGroup},
+                    kConnectionGroup},
                    options.port);
     line.addFlag(
-        {"--virtual", "", "Use a virtual instrument, started for this command alone", kGroup},
-        options.useVirtual);
-    line.addOption(
-        {"--virtual-options", "TEXT",
-         "Use one started with these options, such as \"--calibrated --seed 7\"", kGroup},
-        [&options](const std::string& text) {
-            options.virtualOptions = text;
-            options.useVirtual = true;
-        });
-    line.exclude("--virtual", "--port");
-    line.exclude("--virtual-options", "--port");
+        {kWireless, "", "Use a wireless instrument; without --adapter the adapter is looked for",
+         kConnectionGroup},
+        options.isWireless);
+    addAdapterOption(line, options);
+    line.addOption({kSlave, "ADDRESS",
+                    "The wireless instrument with this address, see cq scan; without it the one "
+                    "with the strongest signal",
+                    kConnectionGroup},
+                   [&options](const std::string& text) {
+                       options.slave = slaveAddressOf(text);
+                       options.isWireless = true;
+                   });
+    addVirtualOptions(line, options);
+    for (const char* option : {kWireless, kAdapter, kSlave, kVirtual, kVirtualOptions}) {
+        line.exclude(option, kPort);
+    }
     addNamed(line,
-             {kOpenTimeout, "SECONDS", "How long the port may take to answer (default 5)", kGroup},
+             {kOpenTimeout, "SECONDS", "How long opening may take (default 5, wireless 15)",
+              kConnectionGroup},
              options.openTimeout, [](const std::string& text) {
                  return numberOf(text, kOpenTimeout, kLeastOpenTimeout, kMostOpenTimeout);
              });
-    line.addFlag(
-        {"--debug-log", "", "Write what goes over the line into a log beside the library", kGroup},
-        options.writeDebugLog);
+    addDebugLogOption(line, options);
+}
+
+void addAdapterOptions(CommandLine& line, ConnectionOptions& options) {
+    addAdapterOption(line, options);
+    addVirtualOptions(line, options);
+    addDebugLogOption(line, options);
 }
 
 void addOptions(CommandLine& line, OutputOptions& options) {

@@ -35,8 +35,14 @@ double numberOf(const std::string& text, const char* option, double least, doubl
 std::uint32_t wholeNumberOf(const std::string& text, const char* option, std::uint32_t least,
                             std::uint32_t most);
 
+/// The digits of a wireless instrument's address, which may be divided by colons or dashes; throws
+/// UsageError for anything else.
+std::string slaveAddressOf(const std::string& text);
+
 // Each adds the options; the value must outlive the parsing.
 void addOptions(CommandLine& line, ConnectionOptions& options);
+/// Only what concerns a wireless adapter, without an instrument.
+void addAdapterOptions(CommandLine& line, ConnectionOptions& options);
 void addOptions(CommandLine& line, OutputOptions& options);
 void addOptions(CommandLine& line, ViewOptions& options);
 void addOptions(CommandLine& line, Viewing& viewing);

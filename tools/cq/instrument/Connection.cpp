@@ -17,14 +17,33 @@
 namespace cqtool {
 namespace {
 
-using OpenFunction = std::function<CqHandle()>;
+constexpr double kWiredOpenTimeout = 5;  // seconds
+// Linking takes 2 to 5 s, finding the strongest 2 s more, and each port without an adapter 2.5 s.
+constexpr double kWirelessOpenTimeout = 15;
+
+/// What to open.
+struct Target {
+    bool isWireless;
+    std::string port;   ///< the instrument's or the adapter's; empty: to be found
+    std::string slave;  ///< as in ConnectionOptions
+
+    CqHandle open() const {
+        return isWireless ? cqOpenByBleDongle(port.c_str(), slave.c_str()) : cqOpen(port.c_str());
+    }
+};
+
+Target targetOf(const ConnectionOptions& options, const VirtualInstrument* virtualInstrument) {
+    const std::string& named = options.isWireless ? options.adapter : options.port;
+    return {options.isWireless,
+            virtualInstrument != nullptr ? virtualInstrument->portName() : named, options.slave};
+}
 
 /// Runs an open call of the library, which may never return, on a thread of its own.
 class PendingOpen {
   public:
-    explicit PendingOpen(OpenFunction open)
-        : thread_([this, open = std::move(open)] {
-              const CqHandle handle = open();
+    explicit PendingOpen(const Target& target)
+        : thread_([this, target] {
+              const CqHandle handle = target.open();
               const std::scoped_lock lock(mutex_);
               result_ = handle;
               changed_.notify_all();
@@ -57,34 +76,62 @@ class PendingOpen {
     std::_Exit(static_cast<int>(status));
 }
 
-[[noreturn]] void endWithoutAnswer(const std::string& port, double seconds) {
-    std::cerr << "cq: " << (port.empty() ? "the port that was found" : port)
-              << " opened, but nothing answered within " << fixed(seconds, 1) << " s\n"
-              << "  Try: switch the instrument on; check that the port is the instrument's; unplug "
-                 "the instrument and plug it in again; allow more time with --open-timeout\n";
+[[noreturn]] void endWithoutAnswer(const Target& target, double seconds) {
+    const std::string time = fixed(seconds, 1) + " s";
+    if (target.isWireless) {
+        std::cerr << "cq: no instrument was linked through "
+                  << (target.port.empty() ? "an adapter" : target.port) << " within " << time
+                  << "\n  Try: wake the instrument and bring it near the adapter; allow more time "
+                     "with --open-timeout\n";
+    } else {
+        std::cerr << "cq: " << (target.port.empty() ? "the port that was found" : target.port)
+                  << " opened, but nothing answered within " << time
+                  << "\n  Try: switch the instrument on; check that the port is the instrument's; "
+                     "unplug the instrument and plug it in again; allow more time with "
+                     "--open-timeout\n";
+    }
     endProcess(ExitStatus::failed);
 }
 
-CqHandle openWithin(const OpenFunction& open, const std::string& port, double seconds,
-                    Interrupt& interrupt) {
-    PendingOpen pending(open);
+CqHandle openWithin(const Target& target, double seconds, Interrupt& interrupt) {
+    PendingOpen pending(target);
     const auto handle = pending.wait(std::chrono::duration<double>(seconds), interrupt);
     if (!handle && interrupt.happened()) {
         endProcess(ExitStatus::interrupted);
     }
     if (!handle) {
-        endWithoutAnswer(port, seconds);
+        endWithoutAnswer(target, seconds);
     }
     return *handle;
 }
 
-[[noreturn]] void explainFailedOpen(const std::string& port) {
-    if (port.empty()) {
+[[noreturn]] void explainFailedWirelessOpen(const Target& target) {
+    const std::string what = target.slave.empty()
+                                 ? "no wireless instrument was linked"
+                                 : "the instrument " + target.slave + " was not linked";
+    if (target.port.empty()) {
+        throw Failure(what,
+                      "plug the adapter in and wake the instrument; name the adapter's port with "
+                      "--adapter; or try a virtual one with --virtual");
+    }
+    throw Failure(what + " through the adapter on " + target.port,
+                  portExists(target.port)
+                      ? "wake the instrument, bring it near the adapter, and see with cq scan "
+                        "whether it is within reach"
+                      : adviceForPort(target.port, PortUse::adapter));
+}
+
+[[noreturn]] void explainFailedOpen(const Target& target) {
+    if (target.isWireless) {
+        explainFailedWirelessOpen(target);
+    }
+    if (target.port.empty()) {
         throw Failure("no instrument was found",
                       "plug the instrument in and switch it on; name its port with --port; or try "
                       "a virtual one with --virtual");
     }
-    throw Failure("the instrument on " + port + " could not be opened", adviceForPort(port));
+    throw Failure("the instrument on " + target.port + " could not be opened",
+                  adviceForPort(target.port, PortUse::instrument));
 }
 
 std::string portNameOf(CqHandle handle) {
@@ -95,23 +142,33 @@ std::string portNameOf(CqHandle handle) {
 
 }  // namespace
 
-Connection::Connection(const ConnectionOptions& options, Interrupt& interrupt)
-    : interrupt_(interrupt) {
+void startDebugLog(const ConnectionOptions& options) {
     if (options.writeDebugLog && !cqEnableDebugLog()) {
         throw Failure("the debug log cannot be opened",
                       "it is written beside the library: make that folder writable");
     }
-    std::string port = options.port;
-    if (options.useVirtual) {
-        virtualInstrument_ =
-            std::make_unique<VirtualInstrument>(splitArguments(options.virtualOptions));
-        port = virtualInstrument_->portName();
-    }
-    handle_ =
-        openWithin([port] { return cqOpen(port.c_str()); }, port, options.openTimeout, interrupt_);
+}
+
+std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options) {
+    using Kind = VirtualInstrument::Kind;
+    return options.useVirtual ? std::make_unique<VirtualInstrument>(
+                                    options.isWireless ? Kind::adapter : Kind::instrument,
+                                    splitArguments(options.virtualOptions))
+                              : nullptr;
+}
+
+Connection::Connection(const ConnectionOptions& options, Interrupt& interrupt)
+    : interrupt_(interrupt), isWireless_(options.isWireless) {
+    startDebugLog(options);
+    virtualInstrument_ = startVirtual(options);
+    const Target target = targetOf(options, virtualInstrument_.get());
+    handle_ = openWithin(
+        target,
+        options.openTimeout.value_or(isWireless_ ? kWirelessOpenTimeout : kWiredOpenTimeout),
+        interrupt_);
     if (handle_ == nullptr) {
         interrupt_.throwIfHappened();
-        explainFailedOpen(port);
+        explainFailedOpen(target);
     }
     portName_ = portNameOf(handle_);
     closeOnInterrupt_ = interrupt_.onInterrupt([handle = handle_] { cqClose(handle); });

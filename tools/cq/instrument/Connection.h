@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "cqapi/CQApi.h"
@@ -14,19 +15,28 @@ namespace cqtool {
 
 /// Which instrument to use and how.
 struct ConnectionOptions {
-    std::string port;  ///< empty: the library finds it
+    std::string port;  ///< a wired instrument's; empty: the library finds it
+    bool isWireless = false;
+    std::string adapter;  ///< the port of a wireless instrument's adapter; empty: as above
+    std::string slave;    ///< a wireless instrument's address; empty: the strongest signal
     bool useVirtual = false;
-    std::string virtualOptions;  ///< as on a command line
-    double openTimeout = 5;      ///< seconds
+    std::string virtualOptions;         ///< as on a command line
+    std::optional<double> openTimeout;  ///< seconds; nothing: what suits the kind of connection
     bool writeDebugLog = false;
 };
+
+/// Starts the library's log if the options say so; throws Failure when it cannot be written.
+void startDebugLog(const ConnectionOptions& options);
+
+/// The virtual instrument or adapter that the options ask for; null if they ask for none.
+std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options);
 
 /// An open instrument, closed at the end of this object or by Ctrl-C, which makes a call that is
 /// waiting return.
 class Connection {
   public:
     /// Opens, starting a virtual instrument first if asked to.
-    /// Throws Failure, UsageError or Interrupted. When the port never answers, or on Ctrl-C while
+    /// Throws Failure, UsageError or Interrupted. When nothing answers in time, or on Ctrl-C while
     /// waiting for that, it says so on standard error and ENDS THE PROCESS: the thread that waits
     /// inside the library cannot be stopped.
     Connection(const ConnectionOptions& options, Interrupt& interrupt);
@@ -35,7 +45,9 @@ class Connection {
     Connection& operator=(const Connection&) = delete;
 
     CqHandle handle() const { return handle_; }
+    /// The port of the instrument, or of the adapter of a wireless one.
     const std::string& portName() const { return portName_; }
+    bool isWireless() const { return isWireless_; }
 
     CqDeviceInfo deviceInfo() const;
     CqInstrumentStatus status() const;
@@ -50,6 +62,7 @@ class Connection {
   private:
     Interrupt& interrupt_;
     std::unique_ptr<VirtualInstrument> virtualInstrument_;
+    bool isWireless_;
     CqHandle handle_ = nullptr;
     std::string portName_;
     std::unique_ptr<Interrupt::Registration> closeOnInterrupt_;

@@ -10,11 +10,14 @@ namespace cqtool {
 /// beside this one or on the search path, as a child whose standard input is held open.
 class VirtualInstrument {
   public:
+    /// What answers on the port: the instrument itself, or an adapter with instruments within reach.
+    enum class Kind { instrument, adapter };
+
     /// Starts it and waits until it has named its port.
     /// \param options what the program is given besides.
     /// Throws UsageError when it refuses the options, or on a system where it cannot be started
     /// from here; Failure when it is not found or does not start.
-    explicit VirtualInstrument(const std::vector<std::string>& options);
+    VirtualInstrument(Kind kind, const std::vector<std::string>& options);
     /// Ends it.
     ~VirtualInstrument();
     VirtualInstrument(const VirtualInstrument&) = delete;

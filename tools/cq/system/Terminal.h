@@ -19,8 +19,11 @@ std::filesystem::path executableFolder();
 /// False when the operating system knows no such port (any more).
 bool portExists(const std::string& port);
 
+/// What is looked for at a port, for texts about that port.
+enum class PortUse { instrument, adapter };
+
 /// Why this port cannot be opened, as far as can be told without opening it, and what to do about
 /// it.
-std::string adviceForPort(const std::string& port);
+std::string adviceForPort(const std::string& port, PortUse use);
 
 }  // namespace cqtool

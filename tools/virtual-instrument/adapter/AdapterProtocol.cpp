@@ -58,7 +58,7 @@ void AdapterProtocol::takePacket(ByteView packet) {
     if (verdict == PacketLine::Verdict::unplug) {
         return unplug_();
     }
-    if (verdict != PacketLine::Verdict::swallow) {
+    if (verdict != PacketLine::Verdict::swallow && !module_.isDropping()) {
         peripherals_[*module_.linked()]->take(packet, verdict, now_);
     }
     if (line_.mustDropLink()) {

@@ -47,8 +47,9 @@ class AtModule {
     void elapse(TimePoint now);
     std::optional<TimePoint> deadline() const;
 
-    /// The slave leaves at that time; the module tells.
+    /// The slave leaves: it hears nothing from now on, and the module tells at that time.
     void dropLink(TimePoint when) { dropAt_ = when; }
+    bool isDropping() const { return dropAt_.has_value(); }
     /// The module loses its supply.
     void powerOff();
 

@@ -36,20 +36,24 @@ bool portExists(const std::string& port) {
     return ::access(port.c_str(), F_OK) == 0;
 }
 
-std::string adviceForPort(const std::string& port) {
+std::string adviceForPort(const std::string& port, PortUse use) {
     std::error_code error;
     if (!portExists(port)) {
-        return "there is no " + port +
-               ": plug the instrument in, or leave --port out to let cq find it";
+        return "there is no " + port + ": " +
+               (use == PortUse::adapter
+                    ? "plug the adapter in and give the name of its port"
+                    : "plug the instrument in, or leave --port out to let cq find it");
     }
     if (!std::filesystem::is_character_file(port, error)) {
-        return port + " is not a serial port; a port is named like /dev/ttyACM0";
+        return port + " is not a serial port; a port is named like " +
+               (use == PortUse::adapter ? "/dev/ttyUSB0" : "/dev/ttyACM0");
     }
     if (::access(port.c_str(), R_OK | W_OK) != 0) {
         return "you may not use " + port +
                ": join the group that owns it (often dialout), then log in again";
     }
-    return "end any other program that uses " + port + "; check that it is the instrument's port";
+    return "end any other program that uses " + port + "; check that it is the " +
+           (use == PortUse::adapter ? "adapter's" : "instrument's") + " port";
 }
 
 }  // namespace cqtool

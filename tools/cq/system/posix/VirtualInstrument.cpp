@@ -84,8 +84,11 @@ std::string programPath() {
 /// The child process with its standard input and output.
 class VirtualInstrument::Process {
   public:
-    explicit Process(const std::vector<std::string>& options) {
+    Process(Kind kind, const std::vector<std::string>& options) {
         std::vector<std::string> arguments{programPath(), "--until-eof"};
+        if (kind == Kind::adapter) {
+            arguments.emplace_back("--adapter");
+        }
         arguments.insert(arguments.end(), options.begin(), options.end());
         spawn(arguments);
     }
@@ -205,8 +208,8 @@ class VirtualInstrument::Process {
     std::thread drain_;
 };
 
-VirtualInstrument::VirtualInstrument(const std::vector<std::string>& options)
-    : process_(std::make_unique<Process>(options)) {
+VirtualInstrument::VirtualInstrument(Kind kind, const std::vector<std::string>& options)
+    : process_(std::make_unique<Process>(kind, options)) {
     const std::string line = process_->firstLine();
     if (!line.starts_with(kPortPrefix)) {
         failToStart("its first line names no port: " + line);

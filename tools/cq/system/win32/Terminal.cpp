@@ -49,12 +49,15 @@ bool portExists(const std::string& port) {
     return QueryDosDeviceA(port.c_str(), target.data(), static_cast<DWORD>(target.size())) != 0;
 }
 
-std::string adviceForPort(const std::string& port) {
+std::string adviceForPort(const std::string& port, PortUse use) {
     if (!portExists(port)) {
-        return "there is no " + port +
-               ": plug the instrument in, or leave --port out to let cq find it";
+        return "there is no " + port + ": " +
+               (use == PortUse::adapter
+                    ? "plug the adapter in and give the name of its port"
+                    : "plug the instrument in, or leave --port out to let cq find it");
     }
-    return "end any other program that uses " + port + "; check that it is the instrument's port";
+    return "end any other program that uses " + port + "; check that it is the " +
+           (use == PortUse::adapter ? "adapter's" : "instrument's") + " port";
 }
 
 }  // namespace cqtool

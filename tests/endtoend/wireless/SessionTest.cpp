@@ -1,0 +1,68 @@
+// The beginning and the end of a session at the adapter.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
+
+#include "endtoend/wireless/Wireless.h"
+
+namespace cqtest {
+namespace {
+
+/// Checks that the parts stand in the text in this order.
+void expectInOrder(const std::string& text, const std::vector<std::string>& parts) {
+    std::size_t at = 0;
+    for (const std::string& part : parts) {
+        const std::size_t found = text.find(part, at);
+        ASSERT_NE(found, std::string::npos) << part << " is missing behind byte " << at << " of\n"
+                                            << text;
+        at = found + part.size();
+    }
+}
+
+const std::string kEscape = "command AT+EX=3C9A0E57B21D4F8861A7C5E09D2B74F1";
+
+TEST(WirelessSession, OpensAndClosesInOrder) {
+    Wireless wireless;
+    wireless.handle.close();
+    const std::string log = wireless.adapter.lineLog();
+    expectInOrder(log, {kEscape, "command AT+DC", "command AT+MT=1", "command AT+BY=02",
+                        "command AT+EXM=0", "command AT+EXL=16", "command AT+AR",
+                        "command AT+CT=C4BE84A1B2C3", "tells +CONNECTED>>0xC4BE84A1B2C3",
+                        "request type=1 cmd=1 (hello)", "request type=1 cmd=2 (goodbye)", kEscape,
+                        "answer BY=00", "command AT+DC", "answer +DISCONNECT"});
+    EXPECT_EQ(log.find("no packet"), std::string::npos) << log;
+}
+
+// An adapter that does not hear the end of a session keeps its link, as one whose host was killed.
+TEST(WirelessSession, LinkLeftOverIsDroppedAtTheNextOpen) {
+    Wireless wireless("--fault at-error:9");
+    std::uint32_t count = 99;
+    ASSERT_EQ(cqGetTotalStandards(wireless.handle, &count), CQ_NO_ERROR);
+    wireless.handle.close();
+    const Handle again(wireless.adapter.portName(), kFirstAddress);
+    ASSERT_NE(static_cast<CqHandle>(again), nullptr);
+    EXPECT_EQ(cqGetTotalStandards(again, &count), CQ_NO_ERROR);
+}
+
+TEST(WirelessSession, CloseWhileACallWaitsEndsTheCallWithACode) {
+    Adapter adapter("--calibrated --measure-time 3000");
+    const CqHandle handle = cqOpenByBleDongle(adapter.portName(), kFirstAddress);
+    ASSERT_NE(handle, nullptr);
+    std::uint32_t code = 99;
+    std::thread caller([&] {
+        CqMeasurementRecord record;
+        code = cqMeasureStandard(handle, &record);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const auto start = std::chrono::steady_clock::now();
+    cqClose(handle);
+    caller.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_TRUE(code == CQ_DEVICE_IS_BUSY || code == CQ_DEVICE_IS_CLOSED) << code;
+    EXPECT_FALSE(cqIsValidHandle(handle));
+}
+
+}  // namespace
+}  // namespace cqtest

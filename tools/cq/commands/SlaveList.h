@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "colour/ColorJson.h"
+#include "instrument/Slaves.h"
+#include "terminal/Palette.h"
+
+namespace cqtool {
+
+/// A line of titles, then one for each; the first, which is the strongest, is marked.
+std::vector<std::string> slaveLines(const std::vector<Slave>& slaves, const Palette& palette);
+
+/// An array; what the library could not pass on is null.
+Json slavesJson(const std::vector<Slave>& slaves);
+
+}  // namespace cqtool

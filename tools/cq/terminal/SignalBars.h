@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace cqtool {
+
+/// The strength of a received signal as four bars of rising height, such as "▂▄▆·"; a dot is a bar
+/// that is missing.
+/// \param rssi in dBm.
+std::string signalBars(std::int32_t rssi);
+
+}  // namespace cqtool
