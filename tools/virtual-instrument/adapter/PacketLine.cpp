@@ -13,13 +13,11 @@ constexpr auto kLongPause = 1200ms;
 /// The same packet with a payload of another size than its kind has.
 Bytes withWrongLength(const Bytes& packet) {
     const PacketView view(packet);
-    Bytes payload(view.payload().begin(), view.payload().end());
+    const ByteView payload = view.payload();
     if (payload.empty()) {
-        payload.push_back(0);
-    } else {
-        payload.pop_back();
+        return makePacket(view.type(), view.cmd(), std::array<std::uint8_t, 1>{});
     }
-    return makePacket(view.type(), view.cmd(), payload);
+    return makePacket(view.type(), view.cmd(), payload.first(payload.size() - 1));
 }
 
 }  // namespace
