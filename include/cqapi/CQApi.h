@@ -131,7 +131,7 @@ typedef struct CqDeviceInfo {
     char infoText6[16];
     char infoText12[16];
     uint8_t reserved[16];
-    /** The low 32 bits are how many standards the instrument can store. */
+    /** The low 32 bits are how many standards a wired instrument can store; 0 of a wireless one. */
     uint64_t trailingValue;
 } CqDeviceInfo;
 

@@ -10,7 +10,8 @@ namespace cqtool {
 /// beside this one or on the search path, as a child whose standard input is held open.
 class VirtualInstrument {
   public:
-    /// What answers on the port: the instrument itself, or an adapter with instruments within reach.
+    /// What answers on the port: the instrument itself, or an adapter with instruments within
+    /// reach.
     enum class Kind { instrument, adapter };
 
     /// Starts it and waits until it has named its port.
