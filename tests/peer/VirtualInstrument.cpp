@@ -62,8 +62,8 @@ VirtualInstrument::VirtualInstrument(const std::string& options, const std::stri
         << "mkfifo " << directory_ << "/keys\n"
         << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --log "
         << directory_ << "/line.log --noise 0 " << withDefault(options, "--measure-time", "0")
-        << (slaves.empty() ? "" : " --slaves " + slavesFile)
-        << " <" << directory_ << "/keys >" << directory_ << "/printed 2>&1\n"
+        << (slaves.empty() ? "" : " --slaves " + slavesFile) << " <" << directory_ << "/keys >"
+        << directory_ << "/printed 2>&1\n"
         << "rm " << directory_ << "/keys\n"
         << "echo >" << directory_ << "/ended\n";
     startShell(directory_ + "/start.sh");
