@@ -33,10 +33,8 @@ void CommandLine::addOption(const OptionText& text, std::string& value) {
     describe(command_.add_option(text.name, value, text.description), text);
 }
 
-void CommandLine::addOption(const OptionText& text, TakeText take) {
-    describe(
-        command_.add_option_function<std::string>(text.name, std::move(take), text.description),
-        text);
+void CommandLine::addOption(const OptionText& text, const TakeText& take) {
+    describe(command_.add_option_function<std::string>(text.name, take, text.description), text);
 }
 
 void CommandLine::addChoice(const OptionText& text, std::string& value) {
@@ -52,9 +50,9 @@ void CommandLine::addChoice(const OptionText& text, std::string& value) {
     });
 }
 
-void CommandLine::addList(const OptionText& text, TakeTexts take) {
-    CLI::Option* option = command_.add_option_function<std::vector<std::string>>(
-        text.name, std::move(take), text.description);
+void CommandLine::addList(const OptionText& text, const TakeTexts& take) {
+    CLI::Option* option =
+        command_.add_option_function<std::vector<std::string>>(text.name, take, text.description);
     describe(option, text);
     option->delimiter(',')->take_all()->allow_extra_args(false);
 }

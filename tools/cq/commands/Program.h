@@ -34,11 +34,11 @@ class CommandLine {
 
     void addFlag(const OptionText& text, bool& value);
     void addOption(const OptionText& text, std::string& value);
-    void addOption(const OptionText& text, TakeText take);
+    void addOption(const OptionText& text, const TakeText& take);
     /// Takes one of the words in the value's name, which are divided by '|'.
     void addChoice(const OptionText& text, std::string& value);
     /// Takes texts divided by commas, or from several uses of the option.
-    void addList(const OptionText& text, TakeTexts take);
+    void addList(const OptionText& text, const TakeTexts& take);
     /// Takes all arguments that belong to no option.
     void addArguments(const OptionText& text, std::vector<std::string>& values);
     /// The two options cannot be given together.
