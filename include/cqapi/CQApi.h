@@ -47,12 +47,12 @@
  *    instrument (it would wait for a reply that only the callback's own thread can receive, and
  *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid during the
  *    call only: copy it. Return soon: the measurement is acknowledged when the callback has ended,
- * and an instrument may send again what is not acknowledged within a second.
+ *    and an instrument may send again what is not acknowledged within a second.
  *
  * 7. Times. Every request ends by itself; the longest waits are named with each function. There are
  *    two exceptions: cqOpen on a port that opens but never answers waits until the port goes away,
- * and a call whose bytes the port does not take any more (an instrument that has stopped reading)
- * waits until the port goes away or the handle is closed.
+ *    and a call whose bytes the port does not take any more (an instrument that has stopped
+ *    reading) waits until the port goes away or the handle is closed.
  *
  * Unless noted, each function that takes a handle can also return CQ_DEVICE_IS_CLOSED (the port is
  * gone), CQ_NO_SESSION (the instrument said goodbye), CQ_DEVICE_IS_BUSY, CQ_SENDING_TIMEOUT (no
@@ -213,10 +213,10 @@ CQ_API CqHandle cqOpen(const char* portName);
  *
  * @param adapterPortName  the adapter's port, "COM7" or "/dev/ttyUSB0"; NULL or "" tries every port
  *                         of a CH340 bridge and keeps the first whose module answers.
- * @param slaveAddress     the instrument's address as cqScanBleSlaves gives it; NULL or "" scans (2
- * s) and takes the one with the strongest signal.
+ * @param slaveAddress     the instrument's address as cqScanBleSlaves gives it; NULL or "" scans
+ *                         (2 s) and takes the one with the strongest signal.
  * @return a handle to give to cqClose, or NULL: no adapter, the port cannot be opened, no
- * instrument within reach, or no link to it. The debug log tells.
+ *         instrument within reach, or no link to it. The debug log tells.
  *
  * Takes 2 to 5 s, with a scan about 2 s more; on ports without an adapter up to 2.5 s each. An
  * instrument that is linked but does not answer is opened all the same; its calls then return
@@ -234,7 +234,7 @@ CQ_API CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slave
  *
  * @param adapterPortName  the adapter's port.
  * @param slaves           receives the list, ended by an element of zeros, to be released with
- * cqFree; NULL when nobody was heard or on failure.
+ *                         cqFree; NULL when nobody was heard or on failure.
  * @return CQ_NO_ERROR, also when nobody was heard; CQ_INVALID_PARAMETER: no port name;
  *         CQ_FAIL_TO_OPEN: the port cannot be opened; CQ_SYSTEM_ERROR: no adapter answers on it.
  */
@@ -429,8 +429,7 @@ enum Observer {
 /*
  * The three colour functions need no instrument, keep no state and may run on any number of threads
  * at once. They return CQ_NO_ERROR, or 18 with `color` untouched when the colour space is 7 or
- * above
- * 9. Illuminant must be 0..17 and observer 0..1; they are not checked.
+ * above 9. Illuminant must be 0..17 and observer 0..1; they are not checked.
  */
 
 /** @param spectrum  31 reflectance factors at 400, 410 ... 700 nm; 1.0 is the perfect white. */
