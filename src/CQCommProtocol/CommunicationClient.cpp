@@ -1,5 +1,6 @@
 #include "CQCommProtocol/CommunicationClient.h"
 
+#include <array>
 #include <cassert>
 #include <chrono>
 #include <system_error>
@@ -26,6 +27,9 @@ constexpr auto kQuietTime = 20ms;
 /// How long to wait for a line that never gets quiet.
 constexpr auto kQuietPatience = 250ms;
 
+/// What is taken from the port at once, in bytes: as much as a terminal holds.
+constexpr std::size_t kReceiveBuffer = 4096;
+
 /// The pause after a wait that failed for another reason than a device that has gone.
 constexpr auto kFailedWaitPause = 10ms;
 
@@ -45,7 +49,7 @@ void waitUntilQuiet(SerialPort& port) {
 }  // namespace
 
 CommunicationClient::CommunicationClient(ICommunicationEventListener& listener)
-    : link_(listener, [this](std::span<const std::uint8_t> bytes) {
+    : listener_(listener), link_(listener, [this](std::span<const std::uint8_t> bytes) {
           const auto open = port();
           return open != nullptr && open->write(bytes) >= 0;
       }) {}
@@ -170,25 +174,35 @@ void CommunicationClient::setPort(std::shared_ptr<SerialPort> port) {
 
 void CommunicationClient::receivingLoop(SerialPort& port) {
     receivingThreadId_.store(std::this_thread::get_id());
-    while (port.hasHandle() && port.isOpen()) {
+    std::array<std::uint8_t, kReceiveBuffer> buffer;
+    std::size_t received = 0;
+    // A device that has just sent something need not be asked whether it is there.
+    while (port.hasHandle() && (received > 0 || port.isOpen())) {
+        received = 0;
         if (!port.waitForData(SerialPort::kInfinite)) {
             if (port.hasHandle() && port.isOpen()) {
                 std::this_thread::sleep_for(kFailedWaitPause);
             }
             continue;
         }
-        const auto bytes = port.readAvailable();
-        if (bytes.empty()) {
-            continue;
+        received = port.readSome(buffer);
+        if (received > 0) {
+            takeIn(std::span(buffer).first(received));
         }
+    }
+    // The system may give the number of a thread that has ended to another one.
+    receivingThreadId_.store(std::thread::id());
+}
+
+void CommunicationClient::takeIn(std::span<const std::uint8_t> bytes) {
+    {
         const LinkLock lock(linkMutex_);
         link_.receive(bytes, now());
         if (!link_.hasSession()) {
             sessionEnded_.notify_all();
         }
     }
-    // The system may give the number of a thread that has ended to another one.
-    receivingThreadId_.store(std::thread::id());
+    listener_.stepEnded();
 }
 
 void CommunicationClient::watchdogLoop() {

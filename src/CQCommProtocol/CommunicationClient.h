@@ -66,6 +66,7 @@ class CommunicationClient {
     std::shared_ptr<SerialPort> port() const;
     void setPort(std::shared_ptr<SerialPort> port);
     void receivingLoop(SerialPort& port);
+    void takeIn(std::span<const std::uint8_t> bytes);
     void watchdogLoop();
     LinkLock lockLinkInTime() const;
     void sayGoodbye(SerialPort& port);
@@ -73,6 +74,8 @@ class CommunicationClient {
 
     mutable std::mutex portMutex_;  // guards port_ alone
     std::shared_ptr<SerialPort> port_;
+
+    ICommunicationEventListener& listener_;
 
     mutable std::recursive_mutex linkMutex_;
     std::condition_variable_any sessionEnded_;

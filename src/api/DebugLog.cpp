@@ -17,12 +17,6 @@ std::mutex fileMutex;  // guards file
 std::ofstream file;
 std::atomic<bool> fileIsOpen{false};
 
-std::uint64_t nowInTicks() {
-    using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<Ticks>(now).count();
-}
-
 }  // namespace
 
 bool open(const std::string& fileName) {
@@ -46,6 +40,17 @@ void close() {
     file.close();
 }
 
+#ifndef CQAPI_NO_DEBUG_LOG
+namespace {
+
+std::uint64_t nowInTicks() {
+    using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<Ticks>(now).count();
+}
+
+}  // namespace
+
 bool isOpen() noexcept {
     return fileIsOpen.load(std::memory_order_relaxed);
 }
@@ -65,6 +70,7 @@ void write(const char* format, ...) noexcept {
     }
     va_end(arguments);
 }
+#endif
 
 std::string toHex(std::span<const std::uint8_t> bytes) {
     static constexpr char kDigits[] = "0123456789abcdef";

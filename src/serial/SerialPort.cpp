@@ -25,13 +25,8 @@ bool SerialPort::hasHandle() const {
 }
 
 std::vector<std::uint8_t> SerialPort::readAvailable() {
-    const auto count = queuedBytes();
-    if (!count || *count == 0) {
-        return {};
-    }
-    std::vector<std::uint8_t> bytes(*count);
-    const std::int32_t received = read(bytes);
-    bytes.resize(received > 0 ? static_cast<std::size_t>(received) : 0);
+    std::vector<std::uint8_t> bytes(queuedBytes().value_or(0));
+    bytes.resize(readSome(bytes));
     return bytes;
 }
 

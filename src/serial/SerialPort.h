@@ -66,6 +66,9 @@ class SerialPort {
     std::int32_t read(std::span<std::uint8_t> buffer);
     /// The bytes that have arrived and wait to be read; empty if there are none.
     std::vector<std::uint8_t> readAvailable();
+    /// Reads what has arrived, as far as it fits into the buffer. Returns how many bytes; 0 if there
+    /// are none, or on failure.
+    std::size_t readSome(std::span<std::uint8_t> buffer);
     /// How many bytes wait to be read; nothing if the port cannot tell.
     std::optional<std::size_t> queuedBytes();
     /// Throws away the bytes that wait to be read.

@@ -1,12 +1,12 @@
 #include "spectro/Spectrophotometer.h"
 
 #include <algorithm>
-#include <future>
+#include <condition_variable>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "api/CommunicationException.h"
 #include "api/DebugLog.h"
 #include "api/RemoteException.h"
 #include "serial/PortDiscovery.h"
@@ -31,22 +31,30 @@ bool isMeasurement(std::uint8_t operation) {
 
 }  // namespace
 
-struct Spectrophotometer::PendingReply {
-    PendingReply(std::uint8_t operationCode, std::uint64_t gatheredSize)
-        : operation(operationCode), maxSize(gatheredSize) {}
+/// A call that waits, and its outcome; guarded by pendingMutex_.
+///
+/// A promise would wake the call at once, only for it to run into the link mutex with its next
+/// request. So the outcome comes first, and the wake-up when the receiving thread has let go.
+struct Spectrophotometer::Pending {
+    explicit Pending(std::uint8_t operationCode) : operation(operationCode) {}
 
     std::uint8_t operation;
-    std::uint64_t maxSize;
-    std::promise<Bytes> promise;
-    std::future<Bytes> future = promise.get_future();
+    bool isSettled = false;
+    ResultCode code = CQ_NO_ERROR;
+    std::optional<RemoteException> refusal;  ///< the instrument's, with its own number
+    std::condition_variable wakeUp;
 };
 
-struct Spectrophotometer::PendingSend {
-    explicit PendingSend(std::uint8_t operationCode) : operation(operationCode) {}
+struct Spectrophotometer::PendingReply : Pending {
+    PendingReply(std::uint8_t operationCode, std::uint64_t gatheredSize)
+        : Pending(operationCode), maxSize(gatheredSize) {}
 
-    std::uint8_t operation;
-    std::promise<std::int32_t> promise;
-    std::future<std::int32_t> future = promise.get_future();
+    std::uint64_t maxSize;
+    Bytes reply;
+};
+
+struct Spectrophotometer::PendingSend : Pending {
+    using Pending::Pending;
 };
 
 Spectrophotometer::Spectrophotometer() : client_(*this) {}
@@ -135,15 +143,12 @@ ResultCode Spectrophotometer::request(const Command& command, BytesView data,
     if (!await(pendingReply_, pending, command.timeout)) {
         return CQ_SENDING_TIMEOUT;
     }
-    try {
-        reply = pending->future.get();
-        return CQ_NO_ERROR;
-    } catch (const RemoteException& refusal) {
-        lastInstrumentError_.store(refusal.instrumentError());
-        return CQ_EXECUTE_COMMAND_FAILED;
-    } catch (const CommunicationException& failure) {
-        return failure.code();
+    if (pending->code == CQ_NO_ERROR) {
+        reply = std::move(pending->reply);
+    } else if (pending->refusal) {
+        lastInstrumentError_.store(pending->refusal->instrumentError());
     }
+    return pending->code;
 }
 
 ResultCode Spectrophotometer::send(const Command& command, BytesView data) {
@@ -155,18 +160,17 @@ ResultCode Spectrophotometer::send(const Command& command, BytesView data) {
     if (!await(pendingSend_, pending, command.timeout)) {
         return CQ_SENDING_TIMEOUT;
     }
-    try {
-        const auto instrumentError = static_cast<std::uint32_t>(pending->future.get());
-        lastInstrumentError_.store(instrumentError);
-        return instrumentError == 0 ? CQ_NO_ERROR : CQ_EXECUTE_COMMAND_FAILED;
-    } catch (const CommunicationException& failure) {
-        return failure.code();
+    if (pending->code == CQ_NO_ERROR) {
+        lastInstrumentError_.store(0);
+    } else if (pending->refusal) {
+        lastInstrumentError_.store(pending->refusal->instrumentError());
     }
+    return pending->code;
 }
 
-template <class Pending>
-ResultCode Spectrophotometer::begin(std::shared_ptr<Pending>& slot,
-                                    const std::shared_ptr<Pending>& pending, BytesView data) {
+template <class Kind>
+ResultCode Spectrophotometer::begin(std::shared_ptr<Kind>& slot,
+                                    const std::shared_ptr<Kind>& pending, BytesView data) {
     // Until the link is let go no answer can be taken in, however soon it comes.
     const auto link = client_.lockLink();
     const ResultCode sent = client_.Send(pending->operation, data);
@@ -174,37 +178,58 @@ ResultCode Spectrophotometer::begin(std::shared_ptr<Pending>& slot,
         return sent;
     }
     const std::lock_guard lock(pendingMutex_);
-    if (const auto replaced = std::exchange(slot, pending)) {
-        replaced->promise.set_exception(
-            std::make_exception_ptr(CommunicationException(CQ_DEVICE_IS_BUSY)));
+    if (slot) {
+        settle(slot, CQ_DEVICE_IS_BUSY)->wakeUp.notify_one();
     }
+    slot = pending;
     return CQ_NO_ERROR;
 }
 
-template <class Pending>
-bool Spectrophotometer::await(std::shared_ptr<Pending>& slot,
-                              const std::shared_ptr<Pending>& pending,
+template <class Kind>
+bool Spectrophotometer::await(std::shared_ptr<Kind>& slot, const std::shared_ptr<Kind>& pending,
                               std::chrono::milliseconds timeout) {
-    if (pending->future.wait_for(timeout) == std::future_status::ready) {
-        return true;
+    std::unique_lock lock(pendingMutex_);
+    if (!pending->wakeUp.wait_for(lock, timeout, [&pending] { return pending->isSettled; })) {
+        slot.reset();  // nobody else's: who takes another's place settles it
+        return false;
     }
-    const std::lock_guard lock(pendingMutex_);
-    if (slot == pending) {
-        slot.reset();
-    }
-    // The outcome may have come in the last moment.
-    return pending->future.wait_for(0ms) == std::future_status::ready;
+    return true;
+}
+
+template <class Kind>
+std::shared_ptr<Kind> Spectrophotometer::settle(std::shared_ptr<Kind>& slot, ResultCode code) {
+    auto pending = std::exchange(slot, nullptr);
+    pending->code = code;
+    pending->isSettled = true;
+    return pending;
+}
+
+template <class Kind>
+std::shared_ptr<Kind> Spectrophotometer::settle(std::shared_ptr<Kind>& slot,
+                                                const RemoteException& refusal) {
+    slot->refusal = refusal;
+    return settle(slot, CQ_EXECUTE_COMMAND_FAILED);
 }
 
 void Spectrophotometer::failPending(ResultCode code) {
-    const auto failure = std::make_exception_ptr(CommunicationException(code));
     const std::lock_guard lock(pendingMutex_);
-    if (const auto reply = std::exchange(pendingReply_, nullptr)) {
-        reply->promise.set_exception(failure);
+    if (pendingReply_) {
+        settle(pendingReply_, code)->wakeUp.notify_one();
     }
-    if (const auto sent = std::exchange(pendingSend_, nullptr)) {
-        sent->promise.set_exception(failure);
+    if (pendingSend_) {
+        settle(pendingSend_, code)->wakeUp.notify_one();
     }
+}
+
+void Spectrophotometer::wakeSettled() {
+    for (const auto& pending : settled_) {
+        pending->wakeUp.notify_one();
+    }
+    settled_.clear();
+}
+
+void Spectrophotometer::stepEnded() {
+    wakeSettled();
 }
 
 // A goodbye of the instrument lets a call that waits run into its time-out.
@@ -231,11 +256,10 @@ std::uint16_t Spectrophotometer::dataReceived(std::uint8_t operation, std::uint3
         replyBuffer_.insert(replyBuffer_.end(), kept.begin(), kept.end());
 
         if (isReply && error != 0) {
-            std::exchange(pendingReply_, nullptr)
-                ->promise.set_exception(std::make_exception_ptr(RemoteException(error)));
+            settled_.push_back(settle(pendingReply_, RemoteException(error)));
         } else if (isReply && isLast) {
-            std::exchange(pendingReply_, nullptr)
-                ->promise.set_value(std::exchange(replyBuffer_, {}));
+            pendingReply_->reply = std::exchange(replyBuffer_, {});
+            settled_.push_back(settle(pendingReply_, CQ_NO_ERROR));
         } else if (isLast && error == 0) {
             unsolicited = std::exchange(replyBuffer_, {});
         }
@@ -254,6 +278,8 @@ void Spectrophotometer::deliverMeasurement(std::uint8_t operation, BytesView byt
         return;
     }
     std::copy(bytes.begin(), bytes.end(), record.bytes);
+    // The handler may take its time, or even wait for what a settled call is about to do.
+    wakeSettled();
     // A copy of the reference: the handler may replace itself.
     if (const auto handler = resultHandler_) {
         const bool isStandard = operation == command::kMeasureStandard.operation;
@@ -268,11 +294,11 @@ std::uint16_t Spectrophotometer::transferProgress(std::uint8_t operation, std::u
     }
     const std::lock_guard lock(pendingMutex_);
     if (pendingSend_ && pendingSend_->operation == operation) {
-        std::exchange(pendingSend_, nullptr)->promise.set_value(error);
+        settled_.push_back(error == 0 ? settle(pendingSend_, CQ_NO_ERROR)
+                                      : settle(pendingSend_, RemoteException(error)));
     }
     if (error != 0 && pendingReply_ && pendingReply_->operation == operation) {
-        std::exchange(pendingReply_, nullptr)
-            ->promise.set_exception(std::make_exception_ptr(RemoteException(error)));
+        settled_.push_back(settle(pendingReply_, RemoteException(error)));
     }
     return 0;
 }

@@ -17,6 +17,8 @@
 
 namespace ovk::cq {
 
+class RemoteException;
+
 /// Driver of a wired instrument: turns its transfers into calls that wait for their reply, and
 /// hands measurements that nobody asked for to the result handler.
 ///
@@ -80,6 +82,7 @@ class Spectrophotometer final : public ICommunicationEventListener {
     ResultCode setMeasurementParameter(std::uint8_t number, std::uint8_t value);
 
   private:
+    struct Pending;
     struct PendingReply;
     struct PendingSend;
 
@@ -91,14 +94,21 @@ class Spectrophotometer final : public ICommunicationEventListener {
                        Bytes& reply);
     ResultCode send(const Command& command, BytesView data);
     /// Begins the transfer and lets `pending` wait for its outcome.
-    template <class Pending>
-    ResultCode begin(std::shared_ptr<Pending>& slot, const std::shared_ptr<Pending>& pending,
+    template <class Kind>
+    ResultCode begin(std::shared_ptr<Kind>& slot, const std::shared_ptr<Kind>& pending,
                      BytesView data);
-    /// Waits for the outcome; true when there is one.
-    template <class Pending>
-    bool await(std::shared_ptr<Pending>& slot, const std::shared_ptr<Pending>& pending,
+    /// Waits for the outcome; false when none comes in time.
+    template <class Kind>
+    bool await(std::shared_ptr<Kind>& slot, const std::shared_ptr<Kind>& pending,
                std::chrono::milliseconds timeout);
     void failPending(ResultCode code);
+    /// Takes the call that waits out of its slot and gives it its outcome, to which a reply belongs
+    /// that is there already. Its wake-up is still to come.
+    template <class Kind>
+    std::shared_ptr<Kind> settle(std::shared_ptr<Kind>& slot, ResultCode code);
+    template <class Kind>
+    std::shared_ptr<Kind> settle(std::shared_ptr<Kind>& slot, const RemoteException& refusal);
+    void wakeSettled();
 
     // The shapes of commands.
     ResultCode requestU32(const Command& command, BytesView data, std::uint32_t& value);
@@ -115,6 +125,7 @@ class Spectrophotometer final : public ICommunicationEventListener {
                                std::uint32_t error, bool isLast) override;
     std::uint16_t transferProgress(std::uint8_t operation, std::uint32_t total, std::uint16_t error,
                                    bool isDone) override;
+    void stepEnded() override;
     bool isForPendingReply(std::uint8_t operation) const;
     void deliverMeasurement(std::uint8_t operation, BytesView bytes);
 
@@ -124,6 +135,9 @@ class Spectrophotometer final : public ICommunicationEventListener {
     std::shared_ptr<PendingReply> pendingReply_;
     std::shared_ptr<PendingSend> pendingSend_;
     Bytes replyBuffer_;
+
+    // Calls that have their outcome and are still to be woken; the receiving thread's alone.
+    std::vector<std::shared_ptr<Pending>> settled_;
 
     std::shared_ptr<const ResultHandler> resultHandler_;  // guarded by the link mutex
 

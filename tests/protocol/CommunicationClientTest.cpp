@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <functional>
 #include <future>
@@ -157,18 +158,31 @@ TEST_F(CommunicationClientTest, waitsHalfASecondForTheAnswerToItsGoodbye) {
 // The instrument is still sending to a host that was killed. The beginning of a long packet would
 // swallow everything that comes within five seconds, the answer to the shake-hands as well.
 TEST_F(CommunicationClientTest, letsTheLineGetQuietBeforeTheShakeHands) {
-    std::thread instrument([this] {
-        for (int i = 0; i < 12; ++i) {
-            std::this_thread::sleep_for(10ms);
-            terminal.send(hex("AA 55 A6 05 03 00 00 40 FF FF 01 02 03"));
+    using Clock = std::chrono::steady_clock;
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        Clock::duration longestGap{};
+        std::thread instrument([this, &longestGap] {
+            for (auto last = Clock::now(), end = last + 120ms; last < end;) {
+                terminal.send(hex("AA 55 A6 05 03 00 00 40 FF FF 01 02 03"));
+                std::this_thread::sleep_for(3ms);
+                longestGap = std::max(longestGap, Clock::now() - last);
+                last = Clock::now();
+            }
+        });
+        const bool isOpen = client.open(terminal.path());
+        instrument.join();
+        ASSERT_TRUE(isOpen);
+        if (longestGap > 15ms) {
+            client.close();  // this machine was too busy to keep the line from getting quiet
+            continue;
         }
-    });
-    ASSERT_TRUE(client.open(terminal.path()));
-    instrument.join();
-    client.shakeHands();
-    expectFromHost("55 AA A1 00 00 00 02 00 02");
-    terminal.send(hex(kShakeHandsAnswer));
-    EXPECT_TRUE(listener.hears("connected"));
+        client.shakeHands();
+        expectFromHost("55 AA A1 00 00 00 02 00 02");
+        terminal.send(hex(kShakeHandsAnswer));
+        EXPECT_TRUE(listener.hears("connected"));
+        return;
+    }
+    FAIL() << "the machine is too busy for this test";
 }
 
 TEST_F(CommunicationClientTest, noticesThatTheDeviceIsGone) {

@@ -58,6 +58,9 @@ std::uint32_t currentError() {
 
 /// The moment at which a wait ends; none for a wait without end.
 std::optional<Clock::time_point> deadlineAfter(std::chrono::milliseconds timeout) {
+    if (timeout == SerialPort::kInfinite) {
+        return std::nullopt;
+    }
     const auto now = Clock::now();
     if (timeout >=
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() - now)) {
@@ -224,7 +227,9 @@ void SerialPort::close() {
     }
     device_->closing.set();
     gate_.waitUntilEmpty();
+    // Not left to the closing: a process that this one is just starting may hold the descriptor, too.
     ioctl(device_->descriptor, TIOCNXCL);
+    flock(device_->descriptor, LOCK_UN);
     ::close(device_->descriptor);
     device_->descriptor = -1;
 }
@@ -265,6 +270,25 @@ std::int32_t SerialPort::read(std::span<std::uint8_t> buffer) {
         pass ? device_->repeat(step, buffer.size(), POLLIN, settings_.readTimeout, error) : -1;
     setLastError(error);
     return received;
+}
+
+std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
+    const OperationGate::Pass pass(gate_);
+    if (!pass || buffer.empty()) {
+        setLastError(pass ? 0 : EBADF);
+        return 0;
+    }
+    ssize_t count = 0;
+    do {
+        count = ::read(device_->descriptor, buffer.data(), buffer.size());
+    } while (count < 0 && errno == EINTR);
+    const bool isFailure = count < 0 && errno != EAGAIN;
+    const std::uint32_t error = isFailure ? currentError() : count == 0 ? kErrorDeviceGone : 0;
+    setLastError(error);
+    if (error != 0) {
+        logFailure(error);
+    }
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 std::optional<std::size_t> SerialPort::queuedBytes() {

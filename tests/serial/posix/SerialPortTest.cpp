@@ -1,7 +1,10 @@
 #include "serial/SerialPort.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -53,6 +56,21 @@ TEST_F(PosixSerialPort, opensOnceAndForOneOwner) {
     EXPECT_TRUE(second.open());
     second.close();
     EXPECT_TRUE(port.open());
+}
+
+// A process that is just being started still has every descriptor of its parent.
+TEST_F(PosixSerialPort, isFreeWhenClosedWhateverChildStillHoldsItsDescriptor) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        pause();
+        _exit(0);
+    }
+    port.close();
+    SerialPort next(terminal.path());
+    EXPECT_TRUE(next.open()) << next.lastError();
+    kill(child, SIGKILL);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
 }
 
 TEST_F(PosixSerialPort, passesEveryByteUnchangedInBothDirections) {
@@ -118,6 +136,13 @@ TEST_F(PosixSerialPort, readsWhatHasArrived) {
     ASSERT_TRUE(arrives(3));
     EXPECT_EQ(port.readAvailable(), (Bytes{'a', 'b', 'c'}));
     EXPECT_TRUE(port.readAvailable().empty());
+
+    terminal.send("def");
+    ASSERT_TRUE(arrives(3));
+    Bytes two(2);
+    EXPECT_EQ(port.readSome(two), 2U);
+    EXPECT_EQ(two, (Bytes{'d', 'e'}));
+    EXPECT_EQ(port.readAvailable(), Bytes{'f'});
 }
 
 TEST_F(PosixSerialPort, fillsTheBufferOrRunsOutOfTime) {
