@@ -12,16 +12,9 @@
 namespace vi::test {
 namespace {
 
-#ifdef _WIN32
-const std::vector<std::string> kNeeded{"--com", "COM6"};
-#else
-const std::vector<std::string> kNeeded;
-#endif
-
 struct Parsed {
     explicit Parsed(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "cq-virtual-instrument");
-        arguments.insert(arguments.end(), kNeeded.begin(), kNeeded.end());
         std::vector<char*> pointers;
         pointers.reserve(arguments.size());
         for (std::string& argument : arguments) {
@@ -100,6 +93,8 @@ TEST(Options, AreRefusedWithWhatToDo) {
         {{"--press-every", "1:button"}, "':standard' or ':trial'"},
         {{"--fault", "rust"}, "there is no fault 'rust'"},
         {{"--com", "COM6x"}, "--com"},
+        {{"--pipe", R"(\\.\pipe\x)"}, "--pipe"},
+        {{"--pipe", "x", "--com", "COM6"}, "--com"},
         {{"--colour"}, "--colour"},
         {{"--scan-ready"}, "requires --adapter"},
         {{"--at-delay", "5"}, "requires --adapter"},

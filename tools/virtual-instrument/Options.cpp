@@ -27,7 +27,7 @@ constexpr nanoseconds kOneBytePause{200'000};
 
 constexpr const char* kDescription =
     "A spectrophotometer that exists in software alone: it answers the wired protocol on a\n"
-    "pseudo-terminal (on Windows: a COM port) and measures the 24 patches of a colour chart.\n"
+    "pseudo-terminal (on Windows: a named pipe) and measures the 24 patches of a colour chart.\n"
     "With --adapter it is a wireless adapter with several such instruments within reach.\n"
     "The first line on standard output is 'port: ' and the name that the host opens.";
 
@@ -89,8 +89,11 @@ void addLineOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("--link", options.line.link,
                    "Also make this symbolic link to the pseudo-terminal; removed at the end")
         ->type_name("PATH");
+    app.add_option("--pipe", options.line.pipe,
+                   "Windows: name of the pipe; the host opens \\\\.\\pipe\\NAME")
+        ->type_name("NAME");
     app.add_option("--com", options.line.comPort,
-                   "Windows: serve on this COM port, the other end of the host's")
+                   "Windows: serve on this COM port, the other end of the host's, and no pipe")
         ->type_name("COMn");
     app.add_flag("--until-eof", options.endsWithInput, "End when standard input is closed");
     app.add_option("--max-packet", options.protocol.engine.maxPacket,

@@ -12,6 +12,7 @@ namespace vi {
 struct LineOptions {
     std::string link;     ///< path of a symbolic link to the pseudo-terminal; empty for none
     std::string comPort;  ///< "COM5"; on Windows alone
+    std::string pipe;     ///< name of a pipe; on Windows alone, where empty without a COM port: any
 };
 
 /// Where the program meets the operating system: the line, the keys and the wish to end. One file a

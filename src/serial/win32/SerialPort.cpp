@@ -7,6 +7,7 @@
 #include <regex>
 
 #include "api/DebugLog.h"
+#include "serial/win32/NamedPipe.h"
 
 namespace ovk {
 namespace {
@@ -67,6 +68,29 @@ DCB controlBlock(const SerialPortSettings& settings) {
     return block;
 }
 
+HANDLE openHandle(const std::string& path) {
+    const auto open = [&path] {
+        return CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_OVERLAPPED, nullptr);
+    };
+    const HANDLE handle = open();
+    const bool mustQueue = handle == INVALID_HANDLE_VALUE && GetLastError() == ERROR_PIPE_BUSY &&
+                           WaitNamedPipeA(path.c_str(), namedpipe::kTurnTimeMs) != FALSE;
+    return mustQueue ? open() : handle;
+}
+
+/// Returns the error, 0 when the port is set up and its queues are empty.
+DWORD setUp(HANDLE handle, const SerialPortSettings& settings) {
+    constexpr DWORD kQueueSize = 20480;
+    DCB block = controlBlock(settings);
+    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE ||
+        SetCommState(handle, &block) == FALSE) {
+        return GetLastError();
+    }
+    PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
+    return ERROR_SUCCESS;
+}
+
 }  // namespace
 
 struct SerialPort::Device {
@@ -78,6 +102,7 @@ struct SerialPort::Device {
                   DWORD& error) {
         if (error != ERROR_IO_PENDING) {
             logSystemText(error);
+            error = namedpipe::toPortError(error);
             return false;
         }
         const std::array<HANDLE, 2> events{operation.hEvent, closing.handle()};
@@ -91,7 +116,7 @@ struct SerialPort::Device {
         }
         DWORD count = 0;
         if (GetOverlappedResult(handle, &operation, &count, TRUE) == FALSE) {
-            error = GetLastError();
+            error = namedpipe::toPortError(GetLastError());
             return false;
         }
         error = isDone ? ERROR_SUCCESS : ERROR_OPERATION_ABORTED;
@@ -113,10 +138,59 @@ struct SerialPort::Device {
         }
         DWORD count = 0;
         if (GetOverlappedResult(handle, &operation, &count, FALSE) == FALSE) {
-            error = GetLastError();
+            error = namedpipe::toPortError(GetLastError());
             return -1;
         }
         return static_cast<std::int32_t>(count);
+    }
+
+    /// Asks the device whether it is there. Returns the error, 0 if it is.
+    DWORD check() const {
+        if (isPipe) {
+            DWORD count = 0;
+            return namedpipe::countReceived(handle, count);
+        }
+        DCB block{};
+        block.DCBlength = sizeof(block);
+        return GetCommState(handle, &block) == FALSE ? GetLastError() : ERROR_SUCCESS;
+    }
+
+    /// How many bytes wait to be read. Returns the error; 0 if the port has told.
+    DWORD countReceived(DWORD& count) const {
+        if (isPipe) {
+            return namedpipe::countReceived(handle, count);
+        }
+        DWORD errors = 0;
+        COMSTAT status{};
+        if (ClearCommError(handle, &errors, &status) == FALSE) {
+            return GetLastError();
+        }
+        count = status.cbInQue;
+        return ERROR_SUCCESS;
+    }
+
+    /// Asks to be told of bytes from now on.
+    void prepareToWait() const {
+        if (!isPipe) {
+            SetCommMask(handle, EV_RXCHAR | EV_ERR);
+        }
+    }
+
+    /// Starts an operation that ends when bytes have come; a pipe tells it by a read of none.
+    BOOL startWaiting(DWORD& mask, OVERLAPPED& operation) const {
+        if (isPipe) {
+            mask = EV_RXCHAR;
+            return ReadFile(handle, &mask, 0, nullptr, &operation);
+        }
+        return WaitCommEvent(handle, &mask, &operation);
+    }
+
+    void stopWaiting() const {
+        if (isPipe) {
+            CancelIo(handle);
+        } else {
+            SetCommMask(handle, 0);
+        }
     }
 
     bool hasEvents() const {
@@ -124,6 +198,7 @@ struct SerialPort::Device {
     }
 
     HANDLE handle = INVALID_HANDLE_VALUE;
+    bool isPipe = false;
     Event serialEvent;
     Event reading;
     Event writing;
@@ -139,25 +214,22 @@ SerialPort::~SerialPort() {
 }
 
 std::uint32_t SerialPort::openDevice() {
-    constexpr DWORD kQueueSize = 20480;
     if (!device_->hasEvents()) {
         return ERROR_NO_SYSTEM_RESOURCES;
     }
-    const HANDLE handle = CreateFileA(devicePath(portName_).c_str(), GENERIC_READ | GENERIC_WRITE,
-                                      0, nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    const HANDLE handle = openHandle(devicePath(portName_));
     if (handle == INVALID_HANDLE_VALUE) {
         return GetLastError();
     }
-    DCB block = controlBlock(settings_);
-    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE ||
-        SetCommState(handle, &block) == FALSE) {
-        const DWORD error = GetLastError();
+    const bool isPipe = namedpipe::isPipe(handle);
+    const DWORD error = isPipe ? ERROR_SUCCESS : setUp(handle, settings_);
+    if (error != ERROR_SUCCESS) {
         CloseHandle(handle);
         return error;
     }
-    PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
     device_->closing.reset();
     device_->handle = handle;
+    device_->isPipe = isPipe;
     return ERROR_SUCCESS;
 }
 
@@ -176,12 +248,10 @@ bool SerialPort::isOpen() {
     if (!pass) {
         return false;
     }
-    DCB block{};
-    block.DCBlength = sizeof(block);
-    if (GetCommState(device_->handle, &block) != FALSE) {
+    const DWORD error = device_->check();
+    if (error == ERROR_SUCCESS) {
         return true;
     }
-    const DWORD error = GetLastError();
     setLastError(error);
     return error != kErrorDeviceGone;
 }
@@ -218,20 +288,29 @@ std::int32_t SerialPort::read(std::span<std::uint8_t> buffer) {
     return count;
 }
 
+// A read waits until its buffer is full, so it asks first how much there is.
+std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
+    const auto count = std::min(buffer.size(), queuedBytes().value_or(0));
+    const std::int32_t received = count > 0 ? read(buffer.first(count)) : 0;
+    return received > 0 ? static_cast<std::size_t>(received) : 0;
+}
+
 std::optional<std::size_t> SerialPort::queuedBytes() {
     const OperationGate::Pass pass(gate_);
-    DWORD errors = 0;
-    COMSTAT status{};
-    if (!pass || ClearCommError(device_->handle, &errors, &status) == FALSE) {
-        setLastError(pass ? GetLastError() : ERROR_INVALID_HANDLE);
+    DWORD count = 0;
+    const DWORD error = pass ? device_->countReceived(count) : ERROR_INVALID_HANDLE;
+    if (error != ERROR_SUCCESS) {
+        setLastError(error);
         return std::nullopt;
     }
-    return status.cbInQue;
+    return count;
 }
 
 void SerialPort::discardReceived() {
     const OperationGate::Pass pass(gate_);
-    if (pass) {
+    if (pass && device_->isPipe) {
+        readAvailable();
+    } else if (pass) {
         PurgeComm(device_->handle, PURGE_RXCLEAR);
     }
 }
@@ -256,14 +335,14 @@ bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
         return false;
     }
     // Bytes that came before the mask was set raise no event, hence the second look.
-    SetCommMask(device.handle, EV_RXCHAR | EV_ERR);
+    device.prepareToWait();
     if (hasData()) {
         return true;
     }
     DWORD mask = 0;
     OVERLAPPED operation{};
     operation.hEvent = device.serialEvent.handle();
-    bool isDone = WaitCommEvent(device.handle, &mask, &operation) != FALSE;
+    bool isDone = device.startWaiting(mask, operation) != FALSE;
     DWORD error = isDone ? ERROR_SUCCESS : GetLastError();
     if (!isDone) {
         // Starting the operation has reset the event, so an abort that came before is seen here.
@@ -271,13 +350,13 @@ bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
             device.serialEvent.set();
         }
         isDone = device.complete(
-            operation, timeout, [&device] { SetCommMask(device.handle, 0); }, error);
+            operation, timeout, [&device] { device.stopWaiting(); }, error);
     }
     setLastError(error);
     if (!isDone && error == kErrorDeviceGone) {
         return false;
     }
-    SetCommMask(device.handle, 0);
+    device.stopWaiting();
     return isDone && (mask & EV_RXCHAR) != 0;
 }
 

@@ -106,8 +106,9 @@ void System::secureStandardStreams() {
 }
 
 std::string System::check(const LineOptions& options) {
-    return options.comPort.empty() ? std::string()
-                                   : "--com is for Windows; here a pseudo-terminal is made";
+    return options.comPort.empty() && options.pipe.empty()
+               ? std::string()
+               : "--com and --pipe are for Windows; here a pseudo-terminal is made";
 }
 
 System::System(LineOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}

@@ -6,28 +6,25 @@
 
 #include "Bytes.h"
 #include "win32/Handle.h"
+#include "win32/Line.h"
 
 namespace vi {
 
 /// A COM port with a read of one byte always under way: that tells when more is there to be taken.
-class ComPort {
+class ComPort : public Line {
   public:
     /// \param name "COM5".
     /// \throw std::runtime_error when the port cannot be opened or set up.
     explicit ComPort(const std::string& name);
     /// Waits for the read to end before its memory goes away.
-    ~ComPort();
-    ComPort(const ComPort&) = delete;
-    ComPort& operator=(const ComPort&) = delete;
+    ~ComPort() override;
 
-    /// Signalled when bytes have come.
-    HANDLE readEvent() const { return readEvent_.get(); }
-    /// Appends what has come and reads on.
-    /// \throw std::runtime_error when the port has gone.
-    void read(Bytes& to);
-
+    const std::string& name() const override { return name_; }
+    HANDLE readEvent() const override { return readEvent_.get(); }
+    void read(Bytes& to) override;
+    HANDLE writeEvent() const override { return nullptr; }
     /// \return how much was taken within a second.
-    std::size_t write(ByteView bytes);
+    std::size_t write(ByteView bytes) override;
 
   private:
     void startReading();

@@ -8,6 +8,7 @@
 #include "win32/ComPort.h"
 #include "win32/Handle.h"
 #include "win32/Keys.h"
+#include "win32/NamedPipe.h"
 
 #ifndef CREATE_WAITABLE_TIMER_HIGH_RESOLUTION
 #define CREATE_WAITABLE_TIMER_HIGH_RESOLUTION 0x00000002
@@ -16,7 +17,7 @@
 namespace vi {
 namespace {
 
-/// Nothing signals that a pipe has data, or that a full port takes bytes again.
+/// Nothing signals that a pipe of keys has some, or that a full port takes bytes again.
 constexpr std::chrono::milliseconds kPollPeriod{50};
 
 HANDLE endEvent = nullptr;  // of the one System; the console's handler knows no other way to it
@@ -30,6 +31,13 @@ HANDLE makeTimer() {
         nullptr, nullptr, CREATE_WAITABLE_TIMER_HIGH_RESOLUTION, TIMER_ALL_ACCESS);
     // Systems before Windows 10 1803 do not know the fine one.
     return fine != nullptr ? fine : CreateWaitableTimerExW(nullptr, nullptr, 0, TIMER_ALL_ACCESS);
+}
+
+constexpr std::size_t kMaxPipeName = 200;
+
+std::string pipeName(const LineOptions& options) {
+    return options.pipe.empty() ? "cq-virtual-instrument-" + std::to_string(GetCurrentProcessId())
+                                : options.pipe;
 }
 
 bool isComName(const std::string& name) {
@@ -62,20 +70,23 @@ struct System::Impl {
     Handle timer;
     Keys keys;
     bool isEndTold = false;
-    std::unique_ptr<ComPort> port;
+    std::unique_ptr<Line> line;
 };
 
 void System::secureStandardStreams() {}  // handles are not numbers that others could get
 
 std::string System::check(const LineOptions& options) {
     if (!options.link.empty()) {
-        return "--link is for pseudo-terminals; on Windows use --com";
+        return "--link is for pseudo-terminals; on Windows use --pipe";
     }
-    if (options.comPort.empty()) {
-        return "--com is required on Windows: name one end of a pair of linked COM ports, such as "
-               "--com COM6, and let the host open the other end";
+    if (!options.comPort.empty() && !options.pipe.empty()) {
+        return "give --com or --pipe, not both";
     }
-    return isComName(options.comPort)
+    if (options.pipe.size() > kMaxPipeName || options.pipe.find('\\') != std::string::npos) {
+        return R"(--pipe takes a name without backslashes and of at most 200 characters; the host )"
+               R"(opens \\.\pipe\NAME)";
+    }
+    return options.comPort.empty() || isComName(options.comPort)
                ? std::string()
                : "--com takes a port such as COM6, not '" + options.comPort + "'";
 }
@@ -85,31 +96,40 @@ System::System(LineOptions options) : impl_(std::make_unique<Impl>(std::move(opt
 System::~System() = default;
 
 std::string System::plugIn() {
-    impl_->port = std::make_unique<ComPort>(impl_->options.comPort);
-    return impl_->options.comPort;
+    const LineOptions& options = impl_->options;
+    if (options.comPort.empty()) {
+        impl_->line = std::make_unique<NamedPipe>(pipeName(options));
+    } else {
+        impl_->line = std::make_unique<ComPort>(options.comPort);
+    }
+    return impl_->line->name();
 }
 
 void System::unplug() {
-    impl_->port.reset();
+    impl_->line.reset();
 }
 
 bool System::isPlugged() const {
-    return impl_->port != nullptr;
+    return impl_->line != nullptr;
 }
 
 std::size_t System::write(ByteView bytes) {
-    return isPlugged() ? impl_->port->write(bytes) : bytes.size();
+    return isPlugged() ? impl_->line->write(bytes) : bytes.size();
 }
 
 System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) {
-    if (wantsWrite || impl_->keys.mustBePolled()) {
+    const HANDLE writeEvent = wantsWrite && impl_->line ? impl_->line->writeEvent() : nullptr;
+    if ((wantsWrite && writeEvent == nullptr) || impl_->keys.mustBePolled()) {
         const TimePoint next = std::chrono::steady_clock::now() + kPollPeriod;
         until = until ? std::min(*until, next) : next;
     }
-    std::array<HANDLE, 4> handles{impl_->end.get()};
+    std::array<HANDLE, 5> handles{impl_->end.get()};
     DWORD count = 1;
-    if (impl_->port) {
-        handles[count++] = impl_->port->readEvent();
+    if (impl_->line) {
+        handles[count++] = impl_->line->readEvent();
+    }
+    if (writeEvent != nullptr) {
+        handles[count++] = writeEvent;
     }
     if (impl_->keys.event() != nullptr) {
         handles[count++] = impl_->keys.event();
@@ -122,8 +142,8 @@ System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) 
 
     Happening happening;
     happening.mustEnd = WaitForSingleObject(impl_->end.get(), 0) == WAIT_OBJECT_0;
-    if (impl_->port) {
-        impl_->port->read(happening.received);
+    if (impl_->line) {
+        impl_->line->read(happening.received);
     }
     happening.keys = impl_->keys.poll();
     happening.inputEnded =
