@@ -1,5 +1,6 @@
 #include "ble/EhMc17AtInterface.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -17,6 +18,8 @@ using Lines = EhMc17AtInterface::Lines;
 constexpr std::string_view kDefaultExCodeLong =
     "3C9A0E57B21D4F8861A7C5E09D2B74F18E64B0D35A17C92F40E6D1B8753AF02C";
 constexpr std::string_view kDefaultExCode = kDefaultExCodeLong.substr(0, 32);
+
+constexpr std::string_view kExAnswer = "BY=00";
 
 constexpr std::string_view kExLength = "16";
 constexpr std::string_view kMt = "1";
@@ -102,7 +105,15 @@ std::string EhMc17AtInterface::firstLine(std::string_view command, std::string_v
 }
 
 bool EhMc17AtInterface::setExCode(std::string_view code) {
-    return firstLine("AT+EX", code.empty() ? kDefaultExCode : code, 1000ms) == "BY=00";
+    return firstLine("AT+EX", code.empty() ? kDefaultExCode : code, 1000ms) == kExAnswer;
+}
+
+/// As setExCode(), on a link that a killed host may have left in the middle of a reply: the rest of
+/// that then stands before the answer.
+bool EhMc17AtInterface::interruptLink() {
+    const Lines lines = sendCommand("AT+EX", kDefaultExCode, 1, 1000ms);
+    return std::ranges::any_of(lines,
+                               [](const std::string& line) { return line.ends_with(kExAnswer); });
 }
 
 bool EhMc17AtInterface::setExLength() {
@@ -168,7 +179,7 @@ bool EhMc17AtInterface::disconnect() {
 }
 
 bool EhMc17AtInterface::configure() {
-    if (setExCode({})) {
+    if (interruptLink()) {
         disconnect();
     }
     return setMt() && setBy() && setExMode() && setExLength();

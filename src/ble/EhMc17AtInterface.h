@@ -70,6 +70,7 @@ class EhMc17AtInterface {
     bool configure();
 
   private:
+    bool interruptLink();
     std::string firstLine(std::string_view command, std::string_view argument,
                           std::chrono::milliseconds timeout);
 

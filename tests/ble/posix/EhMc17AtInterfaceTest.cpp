@@ -140,6 +140,8 @@ TEST(EhMc17AtInterface, withoutAPortOrWithOneGoneNothingSucceeds) {
 
 TEST(EhMc17AtInterface, configuresInOrderAndStopsAtTheFirstFailure) {
     const ScriptedPeer::Step code{kExCode, {"BY=00\r\n"}};
+    const ScriptedPeer::Step codeBehindAReply{kExCode,
+                                              {"\x01\x06\r\n rest of a ", "reply\rBY=00\r\n"}};
     const ScriptedPeer::Step codeRefused{kExCode, {"ERROR\r\n"}};
     const ScriptedPeer::Step drop{"AT+DC\r\n", {"ERROR\r\n"}};
     const ScriptedPeer::Step mt{"AT+MT=1\r\n", {"MT=1\r\n"}};
@@ -156,6 +158,7 @@ TEST(EhMc17AtInterface, configuresInOrderAndStopsAtTheFirstFailure) {
     };
     const Case cases[]{
         {"with a link to drop", {code, drop, mt, by, mode, length}, true},
+        {"with one in the middle of a reply", {codeBehindAReply, drop, mt, by, mode, length}, true},
         {"without one", {codeRefused, mt, by, mode, length}, true},
         {"the first setting refused", {code, drop, mtRefused}, false},
         {"the second one", {codeRefused, mt, byRefused}, false},

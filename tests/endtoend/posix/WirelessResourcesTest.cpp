@@ -36,8 +36,10 @@ void PrintTo(const Resources& resources, std::ostream* stream) {
 
 TEST(WirelessResources, AreAllGivenBack) {
     const Adapter adapter("--calibrated");
+    // A first time without counting: sanitizers start a thread of their own with the first one.
+    cqClose(cqOpenByBleDongle(adapter.portName(), kFirstAddress));
     const Resources before = Resources::now();
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 5; ++round) {
         const Handle handle(adapter.portName(), kFirstAddress);
         CqMeasurementRecord record;
         ASSERT_EQ(cqMeasureStandard(handle, &record), CQ_NO_ERROR) << "round " << round;
