@@ -43,6 +43,28 @@ const char* nameOf(Operation operation) {
             return "computing a colour";
         case Operation::scan:
             return "scanning for wireless instruments";
+        case Operation::countRecords:
+            return "counting the stored records";
+        case Operation::readStandards:
+            return "reading stored standards";
+        case Operation::readSamples:
+            return "reading stored samples";
+        case Operation::writeStandards:
+            return "writing standards";
+        case Operation::deleteStandard:
+            return "deleting a standard";
+        case Operation::deleteSample:
+            return "deleting a sample";
+        case Operation::deleteAllRecords:
+            return "deleting all records";
+        case Operation::readWhiteBoard:
+            return "reading the white-board parameter";
+        case Operation::writeWhiteBoard:
+            return "writing the white-board parameter";
+        case Operation::readParameter:
+            return "reading a measurement parameter";
+        case Operation::writeParameter:
+            return "writing a measurement parameter";
     }
     return "the operation";
 }
@@ -116,7 +138,8 @@ std::string advice(std::uint32_t code, Operation operation) {
             return "clean the tile and the aperture, place the instrument again and recalibrate";
         case CQ_THE_STORAGE_IS_FULL:
         case CQ_NO_ENOUGH_STORAGE:
-            return "delete stored records on the instrument and repeat the command";
+            return "see with cq standards list what is stored, and make room with cq standards "
+                   "delete";
         case CQ_INVALID_PACKET:
         case CQ_UNEXPECTED_COMMAND:
             return "repeat the command; if the answer stays wrong this is a kind of instrument "

@@ -16,6 +16,17 @@ enum class Operation {
     listenForMeasurements,
     computeColor,
     scan,
+    countRecords,
+    readStandards,
+    readSamples,
+    writeStandards,
+    deleteStandard,
+    deleteSample,
+    deleteAllRecords,
+    readWhiteBoard,
+    writeWhiteBoard,
+    readParameter,
+    writeParameter,
 };
 
 /// The text of a result code; the library has no function that gives it.

@@ -28,12 +28,22 @@ int main(int argc, char** argv) {
                             CQAPI_VERSION_STRING, kHelpEnd);
     const cqtool::Environment environment{std::cout, std::cerr, interrupt};
     cqtool::addDemo(program, environment);
+    cqtool::addList(program, environment);
     cqtool::addInfo(program, environment);
     cqtool::addStatus(program, environment);
     cqtool::addCalibrate(program, environment);
     cqtool::addMeasure(program, environment);
     cqtool::addMonitor(program, environment);
+    cqtool::addStandards(program, environment);
+    cqtool::addSamples(program, environment);
+    cqtool::addWhiteBoard(program, environment);
+    cqtool::addParameter(program, environment);
     cqtool::addScan(program, environment);
     cqtool::addColor(program, environment);
+    cqtool::addReport(program, environment);
+    cqtool::addLog(program, environment);
+    cqtool::addDoctor(program, environment);
+    cqtool::addManual(program, environment);
+    cqtool::addCompletion(program, environment);
     return static_cast<int>(program.run(argc, argv));
 }

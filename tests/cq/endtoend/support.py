@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import shlex
 import signal
 import subprocess
 import tempfile
@@ -10,6 +11,7 @@ import time
 import unittest
 
 CQ = os.environ["CQ_PROGRAM"]
+COMMAND = [*shlex.split(os.environ.get("CQ_RUN_WITH", "")), CQ]  # Wine comes before the program
 DATA = pathlib.Path(os.environ["CQ_DATA"])
 
 # Long enough for a slow machine and a sanitizer; the tests themselves take far less.
@@ -25,7 +27,7 @@ class CqTest(unittest.TestCase):
     def cq(self, *arguments, status=0, stdin="", env=None):
         """Runs to the end, checks the exit status, returns the completed process."""
         done = subprocess.run(
-            [CQ, *map(str, arguments)],
+            [*COMMAND, *map(str, arguments)],
             input=stdin,
             capture_output=True,
             encoding="utf-8",
@@ -49,7 +51,7 @@ class CqTest(unittest.TestCase):
     def start(self, *arguments, stdin=subprocess.DEVNULL):
         """Starts a command that runs on; it is ended with the test at the latest."""
         process = subprocess.Popen(
-            [CQ, *map(str, arguments)],
+            [*COMMAND, *map(str, arguments)],
             stdin=stdin,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
@@ -57,6 +59,18 @@ class CqTest(unittest.TestCase):
         )
         self.addCleanup(self._end, process)
         return process
+
+    def instrument(self, *options):
+        """Starts a virtual instrument (--adapter: an adapter) that outlives commands; its port."""
+        link = self.folder / f"port{len(list(self.folder.glob('port*')))}"
+        program = pathlib.Path(CQ).with_name("cq-virtual-instrument")
+        process = subprocess.Popen(
+            [program, "--until-eof", "--link", link, "--measure-time", "1", *map(str, options)],
+            stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+        )
+        self.addCleanup(process.communicate)
+        self.wait_for(link.is_symlink, "the virtual instrument")
+        return link, process.stdin
 
     @staticmethod
     def _end(process):

@@ -37,9 +37,14 @@ class Measure(CqTest):
     def test_needs_calibration(self):
         for kind in ("standard", "trial"):
             self.refused(
-                "measure", kind, "--virtual", status=1,
+                "measure", kind, "--virtual-options", "--seed 2", status=1,
                 says=[f"measuring a {kind} failed: execute command failed (8)", "cq calibrate white"],
             )
+
+    def test_shows_a_colour_at_once(self):
+        for arguments in (("measure", "standard", "--virtual"), ("--virtual", "measure")):
+            shown = self.cq(*arguments).stdout
+            self.assertRegex(shown, r"^standard on /dev/\S+, D65/10°\n#[0-9a-f]{6}  L\* +37\.")
 
     def test_shows_colour_and_spectrum(self):
         standard = self.json("measure", "standard", *CALIBRATED, "--space", "lch")
@@ -66,6 +71,32 @@ class Measure(CqTest):
         self.assertGreater(trial["deltaEab"], 0.1)
         text = self.cq("measure", "trial", *CALIBRATED, "--against", record).stdout
         self.assertRegex(text, rf"ΔE\*ab \d\.\d\d from {record}")
+
+    def test_averages(self):
+        record = self.folder / "red.record"
+        virtual = ("--virtual-options", "--calibrated --measure-time 1 --standards 3")
+        series = self.json("measure", "trial", *virtual, "--count", 10, "--average",
+                           "--against", 0, "--output", record)
+        measurements, average = series["measurements"], series["average"]
+        self.assertEqual(
+            [(self.folder / f"red-{i:02}.record").read_bytes().hex() for i in range(1, 11)],
+            [m["record"] for m in measurements],
+        )
+        for band in (0, 30):
+            mean = sum(m["spectrum"]["values"][band] for m in measurements) / 10
+            self.assertAlmostEqual(average["spectrum"]["values"][band], mean, places=6)
+        distances = [
+            sum((m["lab"][k] - average["lab"][k]) ** 2 for k in "Lab") ** 0.5 for m in measurements
+        ]
+        self.assertAlmostEqual(average["meanDeltaEabFromAverage"], sum(distances) / 10, places=3)
+        self.assertAlmostEqual(average["largestDeltaEabFromAverage"], max(distances), places=3)
+        # The stored standard is the same patch, without noise.
+        self.assertTrue(all(0.1 < m["deltaEab"] < 2 for m in measurements))
+        self.assertLess(average["deltaEab"], min(m["deltaEab"] for m in measurements))
+        text = self.cq("measure", "trial", *virtual, "--count", 2, "--average", "--against", 0).stdout
+        self.assertRegex(text, r"\n2  #.* ΔE\*ab \d\.\d\d\naverage\n#(.*\n)+ΔE\*ab \S+ from stored standard 0\n")
+        self.refused("measure", "trial", *virtual, "--against", 3, status=1,
+                     says="no stored standard 3: the instrument holds 3")
 
     def test_bad_files(self):
         short = self.folder / "short.record"
@@ -153,16 +184,20 @@ class CommandLine(CqTest):
     def test_help_and_version(self):
         self.assertRegex(self.cq("--version").stdout, r"^cq \d+\.\d+\.\d+\n$")
         self.assertIn("Exit status", self.cq("--help").stdout)
-        for command in ("demo", "info", "status", "calibrate", "measure", "monitor", "scan", "color"):
+        for command in ("import", "delete"):
+            self.assertIn(f"  cq standards {command} ", self.cq("standards", command, "--help").stdout)
+        for command in ("demo", "info", "status", "calibrate", "measure", "monitor", "scan", "color",
+                        "list", "standards", "samples", "whiteboard", "parameter"):
             self.assertIn(f"  cq {command} ", self.cq(command, "--help").stdout + " ")
 
     def test_wrong_usage(self):
         for arguments, says in (
-            ((), "give a command; there are: demo, info"),
+            ((), "give a command; there are: demo, list, info"),
             (("frobnicate",), "no command 'frobnicate'"),
             (("--frobnicate",), "--frobnicate"),
             (("--",), "give a command"),
-            (("measure",), "kind is required"),
+            (("--virtual", "info", "extra"), "extra"),
+            (("frobnicate", "info"), "no command 'frobnicate'"),
             (("measure", "both"), "must be standard or trial, not 'both'"),
             (("calibrate", "red", "--virtual"), "must be white or black"),
             (("measure", "trial", "--illuminant", "F13"), "no illuminant is called 'F13'"),
@@ -174,6 +209,10 @@ class CommandLine(CqTest):
             (("monitor", "--count", "0"), "must be a whole number from 1 to 999999, not '0'"),
             (("monitor", "--count", "1.5"), "not '1.5'"),
             (("info", "extra"), "extra"),
+            (("standards",), "give a command of cq standards; there are: list, export, import, delete"),
+            (("samples", "import"), "no command 'import' of cq samples; there are: list, export"),
+            (("--virtual", "standards", "list", "extra"), "cq standards list --help"),
+            (("measure", "trial", "--average", "--virtual"), "--count of at least 2"),
         ):
             with self.subTest(arguments):
                 self.refused(*arguments, status=2, says=[says, "--help"])

@@ -80,7 +80,7 @@ class Instrument(CqTest):
         self.assertAlmostEqual(measured["lab"]["L"], 37.5, delta=0.3)
         self.assertEqual(len(measured["record"]), 512)
         self.refused(
-            "measure", "trial", "--wireless", "--virtual", status=1,
+            "measure", "trial", *WIRELESS, QUICK, status=1,
             says=["measuring a trial failed: execute command failed (8)", "cq calibrate white"],
         )
 

@@ -12,4 +12,16 @@ double scaleTop(const Spectrum& spectrum) {
     return top == kTops.end() ? kMostPlausible : *top;
 }
 
+Spectrum averageOf(const std::vector<Spectrum>& spectra) {
+    Spectrum average;
+    for (std::size_t i = 0; i < average.size(); ++i) {
+        double sum = 0;
+        for (const Spectrum& spectrum : spectra) {
+            sum += static_cast<double>(spectrum[i]);
+        }
+        average[i] = static_cast<float>(sum / static_cast<double>(spectra.size()));
+    }
+    return average;
+}
+
 }  // namespace cqtool

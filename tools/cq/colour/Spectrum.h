@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <vector>
 
 namespace cqtool {
 
@@ -18,6 +19,9 @@ constexpr int wavelength(std::size_t index) {
 }
 
 inline constexpr int kLastWavelength = wavelength(kWavelengthCount - 1);
+
+/// The mean at each wavelength of at least one spectrum.
+Spectrum averageOf(const std::vector<Spectrum>& spectra);
 
 // What a measurement of a real surface stays between: noise can take a dark one a little below
 // zero, a fluorescent one reflects more than it receives in a band.

@@ -22,6 +22,16 @@ void addCalibrate(Program& program, const Environment& environment);
 void addMeasure(Program& program, const Environment& environment);
 void addMonitor(Program& program, const Environment& environment);
 void addScan(Program& program, const Environment& environment);
+void addList(Program& program, const Environment& environment);
+void addStandards(Program& program, const Environment& environment);
+void addSamples(Program& program, const Environment& environment);
+void addWhiteBoard(Program& program, const Environment& environment);
+void addParameter(Program& program, const Environment& environment);
 void addColor(Program& program, const Environment& environment);
+void addReport(Program& program, const Environment& environment);
+void addLog(Program& program, const Environment& environment);
+void addDoctor(Program& program, const Environment& environment);
+void addManual(Program& program, const Environment& environment);
+void addCompletion(Program& program, const Environment& environment);
 
 }  // namespace cqtool

@@ -32,20 +32,12 @@ struct Options {
 /// wait.
 ConnectionOptions connectionFor(ConnectionOptions options) {
     options.useVirtual = options.port.empty() && options.adapter.empty();
-    if (options.virtualOptions.find(kMeasureTimeOption) == std::string::npos) {
-        options.virtualOptions += std::string(" ") + kMeasureTimeOption + " 20";
+    std::string given = options.virtualOptions.value_or("");
+    if (given.find(kMeasureTimeOption) == std::string::npos) {
+        given.append(" ").append(kMeasureTimeOption).append(" 20");
     }
+    options.virtualOptions = given;
     return options;
-}
-
-std::string instrumentName(const CqDeviceInfo& info) {
-    std::string name;
-    for (const auto& [field, text] : textsOf(info)) {
-        if (!text.empty()) {
-            name += (name.empty() ? "" : " · ") + text;
-        }
-    }
-    return name.empty() ? "an instrument without a name" : name;
 }
 
 std::string localTime() {

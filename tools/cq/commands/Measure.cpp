@@ -1,14 +1,17 @@
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <ostream>
 
 #include "commands/Commands.h"
-#include "commands/MeasurementView.h"
+#include "commands/MeasurementSeries.h"
 #include "commands/Options.h"
 #include "Failure.h"
+#include "instrument/Storage.h"
 #include "system/Files.h"
 #include "system/Terminal.h"
 #include "terminal/SpectrumPlot.h"
+#include "terminal/StatusLine.h"
 #include "text/Numbers.h"
 
 namespace cqtool {
@@ -16,15 +19,21 @@ namespace {
 
 constexpr std::size_t kPlotColumns = 48;
 constexpr std::size_t kPlotRows = 8;
+constexpr std::uint32_t kMostMeasurements = 9'999;
 
 struct Options {
-    std::string kind;
+    std::string kind = "standard";
+    std::uint32_t count = 0;  ///< 0: once
+    bool isAveraged = false;
     std::string against;
     std::string recordFile;
     std::string recordLayout;
     ConnectionOptions connection;
     OutputOptions output;
     ViewOptions view;
+
+    bool isSeries() const { return count > 0; }
+    bool isStandard() const { return kind == "standard"; }
 };
 
 CqMeasurementRecord loadRecord(const std::string& file) {
@@ -33,7 +42,8 @@ CqMeasurementRecord loadRecord(const std::string& file) {
     if (content.size() != sizeof record.bytes) {
         throw Failure(file + " is no measurement record: it has " + std::to_string(content.size()) +
                           " bytes, a record has 256",
-                      "give a file that cq measure --output has written");
+                      "give a file that cq measure --output has written, or the index of a stored "
+                      "standard");
     }
     std::memcpy(record.bytes, content.data(), content.size());
     return record;
@@ -45,88 +55,241 @@ void saveRecord(const std::string& file, const CqMeasurementRecord& record) {
     writeFile(file, content);
 }
 
-/// The saved record to compare with; its spectrum must be readable, or nothing is measured.
-std::optional<Measurement> loadReference(const Options& options, const MeasurementView& view) {
-    if (options.against.empty()) {
-        return std::nullopt;
-    }
-    Measurement reference = view.of(loadRecord(options.against), true);
-    if (!reference.spectrum) {
-        throw Failure(options.against + ": " + reference.problem,
+/// What measurements are compared with.
+struct Reference {
+    std::string name;
+    Measurement measurement;
+};
+
+/// Digits alone are the index of a stored standard.
+bool isIndex(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+Reference referenceOf(const std::string& name, const CqMeasurementRecord& record,
+                      const MeasurementView& view) {
+    Reference reference{name, view.of(record, true)};
+    // Its spectrum must be readable, or nothing is measured.
+    if (!reference.measurement.spectrum) {
+        throw Failure(name + ": " + reference.measurement.problem,
                       "give a record of the same instrument, or its --record-layout");
     }
     return reference;
 }
 
-void printText(const Options& options, const Environment& environment, const MeasurementView& view,
-               const Measurement& measurement, const std::optional<double>& difference,
-               const std::string& port) {
-    const Palette palette = options.output.palette();
-    std::ostream& out = environment.out;
-    out << palette.strong(measurement.kind()) << " on " << port << ", "
-        << viewingName(view.viewing()) << '\n';
-    if (!measurement.spectrum) {
-        environment.notes << "cq: " << measurement.problem << '\n';
-    } else {
-        out << view.line(measurement, palette) << '\n';
-        if (difference) {
-            out << "ΔE*ab " << fixed(*difference, 2) << " from " << options.against << '\n';
-        }
-        for (const std::string& line :
-             terminalFacts().isTerminal
-                 ? plotSpectrum(*measurement.spectrum, kPlotColumns, kPlotRows)
-                 : listSpectrum(*measurement.spectrum)) {
-            out << line << '\n';
+/// Measures, saves and shows what the options ask for.
+class Measuring {
+  public:
+    Measuring(const Options& options, const Environment& environment)
+        : options_(options),
+          environment_(environment),
+          view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
+          palette_(options.output.palette()) {
+        if (!options_.against.empty() && !isIndex(options_.against)) {
+            reference_ = referenceOf(options_.against, loadRecord(options_.against), view_);
         }
     }
-    if (!options.recordFile.empty()) {
-        out << "record written to " << options.recordFile << '\n';
-    }
-}
 
-void run(const Options& options, const Environment& environment) {
-    const MeasurementView view(options.view.viewing, *options.view.space,
-                               loadRecordLayout(options.recordLayout));
-    const auto reference = loadReference(options, view);
-    const Connection connection(options.connection, environment.interrupt);
-    const bool isStandard = options.kind == "standard";
-    const Measurement measurement = view.of(connection.measure(isStandard), isStandard);
-    if (!options.recordFile.empty()) {
-        saveRecord(options.recordFile, measurement.record);
+    void run() {
+        Connection connection(options_.connection, environment_.interrupt);
+        if (isIndex(options_.against)) {
+            const std::uint32_t index =
+                wholeNumberOf(options_.against, "--against", 0, CQ_ALL_RECORDS - 1);
+            reference_ = referenceOf("stored standard " + std::to_string(index),
+                                     Storage(connection).readStandard(index), view_);
+        }
+        if (options_.isSeries()) {
+            measureSeries(connection);
+        } else {
+            measureOnce(connection);
+        }
     }
-    if (reference && !measurement.spectrum) {
-        throw Failure(measurement.problem, "without a spectrum there is no ΔE*ab");
+
+  private:
+    Measurement measure(const Connection& connection, std::uint32_t number) {
+        const StatusLine status(options_.isSeries() ? "measuring " + std::to_string(number) +
+                                                          " of " + std::to_string(options_.count)
+                                                    : "measuring");
+        Measurement measurement =
+            view_.of(connection.measure(options_.isStandard()), options_.isStandard());
+        if (!options_.recordFile.empty()) {
+            saveRecord(fileOf(number), *measurement.record);
+        }
+        return measurement;
     }
-    std::optional<double> difference;
-    if (reference) {
-        difference = deltaEab(reference->lab, measurement.lab);
+
+    std::string fileOf(std::uint32_t number) const {
+        return options_.isSeries() ? numberedFile(options_.recordFile, number, options_.count)
+                                   : options_.recordFile;
     }
-    if (options.output.json) {
-        Json json{{"port", connection.portName()}};
-        json.update(view.json(measurement));
-        if (difference) {
+
+    static void requireSpectrum(const Measurement& measurement) {
+        if (!measurement.spectrum) {
+            throw Failure(measurement.problem, "without a spectrum there is no ΔE*ab");
+        }
+    }
+
+    std::optional<double> differenceOf(const Measurement& measurement) const {
+        if (!reference_) {
+            return std::nullopt;
+        }
+        requireSpectrum(measurement);
+        return deltaEab(reference_->measurement.lab, measurement.lab);
+    }
+
+    Json jsonOf(const Measurement& measurement) const {
+        Json json = view_.json(measurement);
+        if (const auto difference = differenceOf(measurement)) {
             json["deltaEab"] = *difference;
         }
-        environment.out << pageOfJson(json);
-    } else {
-        printText(options, environment, view, measurement, difference, connection.portName());
+        return json;
     }
+
+    void printTitle(const std::string& port) {
+        environment_.out << palette_.strong(options_.kind) << " on " << port << ", "
+                         << viewingName(view_.viewing()) << std::endl;
+    }
+
+    void printDifference(const Measurement& measurement) {
+        if (const auto difference = differenceOf(measurement)) {
+            environment_.out << "ΔE*ab " << fixed(*difference, 2) << " from " << reference_->name
+                             << '\n';
+        }
+    }
+
+    void printSpectrum(const Spectrum& spectrum) {
+        for (const std::string& line : terminalFacts().isTerminal
+                                           ? plotSpectrum(spectrum, kPlotColumns, kPlotRows)
+                                           : listSpectrum(spectrum)) {
+            environment_.out << line << '\n';
+        }
+    }
+
+    void measureOnce(const Connection& connection) {
+        const Measurement measurement = measure(connection, 1);
+        if (options_.output.json) {
+            Json json{{"port", connection.portName()}};
+            json.update(jsonOf(measurement));
+            environment_.out << pageOfJson(json);
+            return;
+        }
+        if (reference_) {
+            requireSpectrum(measurement);
+        }
+        printTitle(connection.portName());
+        if (!measurement.spectrum) {
+            environment_.notes << "cq: " << measurement.problem << '\n';
+        } else {
+            environment_.out << view_.line(measurement, palette_) << '\n';
+            printDifference(measurement);
+            printSpectrum(*measurement.spectrum);
+        }
+        if (!options_.recordFile.empty()) {
+            environment_.out << "record written to " << options_.recordFile << '\n';
+        }
+    }
+
+    void printOneOfSeries(const Measurement& measurement, std::uint32_t number) {
+        const std::size_t width = std::to_string(options_.count).size();
+        const std::string digits = std::to_string(number);
+        const auto difference = differenceOf(measurement);
+        environment_.out << std::string(width - digits.size(), ' ') << digits << "  "
+                         << (measurement.spectrum ? view_.line(measurement, palette_)
+                                                  : measurement.problem)
+                         << (difference ? "  ΔE*ab " + fixed(*difference, 2) : std::string())
+                         << std::endl;
+    }
+
+    void measureSeries(const Connection& connection) {
+        if (!options_.output.json) {
+            printTitle(connection.portName());
+        }
+        std::vector<Measurement> measurements;
+        for (std::uint32_t number = 1; number <= options_.count; ++number) {
+            measurements.push_back(measure(connection, number));
+            if (!options_.output.json) {
+                printOneOfSeries(measurements.back(), number);
+            }
+        }
+        if (options_.output.json) {
+            printSeriesJson(measurements, connection.portName());
+            return;
+        }
+        if (options_.isAveraged) {
+            printAverage(averageOf(measurements, view_));
+        }
+        if (!options_.recordFile.empty()) {
+            environment_.out << "records written to " << fileOf(1) << " to "
+                             << fileOf(options_.count) << '\n';
+        }
+    }
+
+    void printAverage(const Average& average) {
+        environment_.out << palette_.strong("average") << '\n'
+                         << view_.line(average.measurement, palette_) << '\n'
+                         << "ΔE*ab from the average: mean " << fixed(average.meanDeltaEab, 2)
+                         << ", largest " << fixed(average.mostDeltaEab, 2) << '\n';
+        printDifference(average.measurement);
+        printSpectrum(*average.measurement.spectrum);
+    }
+
+    void printSeriesJson(const std::vector<Measurement>& measurements, const std::string& port) {
+        Json list = Json::array();
+        for (const Measurement& measurement : measurements) {
+            list.push_back(jsonOf(measurement));
+        }
+        Json json{{"port", port}, {"measurements", std::move(list)}};
+        if (options_.isAveraged) {
+            const Average average = averageOf(measurements, view_);
+            json["average"] = jsonOf(average.measurement);
+            json["average"]["meanDeltaEabFromAverage"] = average.meanDeltaEab;
+            json["average"]["largestDeltaEabFromAverage"] = average.mostDeltaEab;
+        }
+        environment_.out << pageOfJson(json);
+    }
+
+    const Options& options_;
+    const Environment& environment_;
+    MeasurementView view_;
+    Palette palette_;
+    std::optional<Reference> reference_;
+};
+
+void run(const Options& options, const Environment& environment) {
+    if (options.isAveraged && options.count < 2) {
+        throw UsageError("--average needs a --count of at least 2");
+    }
+    Measuring(options, environment).run();
+}
+
+void addSeriesOptions(CommandLine& line, Options& options) {
+    addNamed(line, {"--count", "N", "Measure so many times, one after the other"}, options.count,
+             [](const std::string& text) {
+                 return wholeNumberOf(text, "--count", 1, kMostMeasurements);
+             });
+    line.addFlag({"--average", "", "Show the average of them, and how far they lie from it"},
+                 options.isAveraged);
+    line.addOption({"--against", "STANDARD",
+                    "What to give the colour difference from: a saved record's file, or a number, "
+                    "the index of a standard that the instrument stores"},
+                   options.against);
+    line.addOption({"--output", "FILE",
+                    "Save the record's 256 bytes in this file; with --count each in its own, "
+                    "numbered"},
+                   options.recordFile);
 }
 
 }  // namespace
 
 void addMeasure(Program& program, const Environment& environment) {
-    CommandLine line = program.add("measure", "Measure once and show the colour and its spectrum");
+    CommandLine line =
+        program.add("measure", "Measure, once or several times, and show colour and spectrum");
     const auto options = std::make_shared<Options>();
     line.addChoice({.name = "kind",
                     .valueName = "standard|trial",
-                    .description = "What the measurement is",
-                    .isRequired = true},
+                    .description = "What the measurement is (default standard)"},
                    options->kind);
-    line.addOption({"--against", "FILE", "A saved record to give the colour difference from"},
-                   options->against);
-    line.addOption({"--output", "FILE", "Save the record's 256 bytes in this file"},
-                   options->recordFile);
+    addSeriesOptions(line, *options);
     addOptions(line, options->view);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);
@@ -135,7 +298,8 @@ void addMeasure(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq measure standard --output red.record\n"
         "  cq measure trial --against red.record --illuminant A\n"
-        "  cq measure standard --virtual-options --calibrated --space lch");
+        "  cq measure trial --against 3 --count 5 --average\n"
+        "  cq measure standard --virtual --space lch");
     line.setAction([options, environment] { run(*options, environment); });
 }
 

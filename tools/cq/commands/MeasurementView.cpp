@@ -16,12 +16,24 @@ Measurement MeasurementView::of(const CqMeasurementRecord& record, bool isStanda
     const ReadSpectrum read = readSpectrum(record, layout_);
     result.spectrum = read.spectrum;
     result.problem = read.problem;
-    if (result.spectrum) {
-        result.lab = colorOfSpectrum(*result.spectrum, ColorSpaceLab, viewing_);
-        result.color = colorOfSpectrum(*result.spectrum, space_.number, viewing_);
-        result.rgb = rgbOfSpectrum(*result.spectrum, viewing_);
-    }
+    setColors(result);
     return result;
+}
+
+Measurement MeasurementView::of(const Spectrum& spectrum, bool isStandard) const {
+    Measurement result;
+    result.isStandard = isStandard;
+    result.spectrum = spectrum;
+    setColors(result);
+    return result;
+}
+
+void MeasurementView::setColors(Measurement& measurement) const {
+    if (measurement.spectrum) {
+        measurement.lab = colorOfSpectrum(*measurement.spectrum, ColorSpaceLab, viewing_);
+        measurement.color = colorOfSpectrum(*measurement.spectrum, space_.number, viewing_);
+        measurement.rgb = rgbOfSpectrum(*measurement.spectrum, viewing_);
+    }
 }
 
 Json MeasurementView::json(const Measurement& measurement) const {
@@ -36,7 +48,9 @@ Json MeasurementView::json(const Measurement& measurement) const {
     } else {
         json["problem"] = measurement.problem;
     }
-    json["record"] = hexText(measurement.record.bytes, sizeof measurement.record.bytes);
+    if (measurement.record) {
+        json["record"] = hexText(measurement.record->bytes, sizeof measurement.record->bytes);
+    }
     return json;
 }
 

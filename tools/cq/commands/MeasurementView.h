@@ -11,10 +11,10 @@
 
 namespace cqtool {
 
-/// A measurement with what can be said of its colour.
+/// A measurement, or the average of several, with what can be said of its colour.
 struct Measurement {
     bool isStandard = false;
-    CqMeasurementRecord record{};
+    std::optional<CqMeasurementRecord> record;  ///< an average has none
     std::optional<Spectrum> spectrum;
     std::string problem;  ///< why there is no spectrum
     ColorData lab{};      ///< with a spectrum only, as the members below
@@ -33,9 +33,10 @@ class MeasurementView {
     const Viewing& viewing() const { return viewing_; }
 
     Measurement of(const CqMeasurementRecord& record, bool isStandard) const;
+    Measurement of(const Spectrum& spectrum, bool isStandard) const;
 
     /// {"kind", "illuminant", "observer", "lab", the asked space, "hex", "spectrum", "record"};
-    /// "problem" in place of the colours when there is no spectrum.
+    /// "problem" in place of the colours when there is no spectrum, no "record" of an average.
     Json json(const Measurement& measurement) const;
 
     /// The values with their names: "L* 37.54  a* 14.37  b* 14.92".
@@ -45,6 +46,8 @@ class MeasurementView {
     std::string line(const Measurement& measurement, const Palette& palette) const;
 
   private:
+    void setColors(Measurement& measurement) const;
+
     Viewing viewing_;
     const SpaceInfo& space_;
     RecordLayout layout_;

@@ -16,9 +16,7 @@
 namespace cqtool {
 namespace {
 
-// Asking the instrument would take the place of a measurement that comes at that moment, so whether
-// the port is still there is all that is looked at.
-constexpr std::chrono::seconds kPortCheckInterval{1};
+constexpr std::chrono::seconds kCheckInterval{1};
 
 constexpr std::uint32_t kMostMeasurements = 999'999;
 
@@ -53,14 +51,16 @@ class PressedQueue {
     PressedQueue(const PressedQueue&) = delete;
     PressedQueue& operator=(const PressedQueue&) = delete;
 
-    /// The next measurement; nothing after Ctrl-C. Throws Failure when the port has gone.
+    /// The next measurement; nothing after Ctrl-C. Throws Failure when the port has gone or the
+    /// instrument has ended the connection.
     std::optional<Pressed> next() {
         std::unique_lock lock(mutex_);
         const auto isWoken = [this] { return !waiting_.empty() || interrupt_.happened(); };
-        while (!changed_.wait_for(lock, kPortCheckInterval, isWoken)) {
-            if (!portExists(connection_.portName())) {
-                cqtool::check(CQ_DEVICE_IS_CLOSED, Operation::listenForMeasurements);
-            }
+        while (!changed_.wait_for(lock, kCheckInterval, isWoken)) {
+            // A measurement that comes meanwhile must find the lock free, or the answer waits.
+            lock.unlock();
+            checkConnection();
+            lock.lock();
         }
         if (waiting_.empty()) {
             return std::nullopt;
@@ -71,6 +71,23 @@ class PressedQueue {
     }
 
   private:
+    void checkConnection() const {
+        if (!portExists(connection_.portName())) {
+            cqtool::check(CQ_DEVICE_IS_CLOSED, Operation::listenForMeasurements);
+        }
+        // Over the cable answers are known by their operation; over the air a measurement that
+        // comes at this moment would be taken for the answer.
+        if (connection_.isWireless()) {
+            return;
+        }
+        std::uint32_t ignored = 0;
+        const std::uint32_t code = cqGetTotalStandards(connection_.handle(), &ignored);
+        // An instrument that is busy or slow has not gone.
+        if ((code == CQ_NO_SESSION || code == CQ_DEVICE_IS_CLOSED) && !interrupt_.happened()) {
+            cqtool::check(code, Operation::listenForMeasurements);
+        }
+    }
+
     static void receive(bool isStandard, const CqMeasurementRecord* record, void* user) {
         auto& queue = *static_cast<PressedQueue*>(user);
         const std::scoped_lock lock(queue.mutex_);

@@ -23,6 +23,38 @@ void printProblem(std::string_view problem, std::string_view advice) {
     }
 }
 
+std::vector<std::string> commandNames(const CLI::App& parent) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : parent.get_subcommands({})) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
+/// The innermost command that the parsed arguments name.
+const CLI::App& chosenCommand(const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    return chosen.empty() ? app : chosenCommand(*chosen.front());
+}
+
+/// As in "cq standards list".
+std::string fullName(const CLI::App& command) {
+    const CLI::App* parent = command.get_parent();
+    return (parent == nullptr ? std::string() : fullName(*parent) + ' ') + command.get_name();
+}
+
+/// Throws UsageError, with the commands that there are, unless the parent has this one.
+void checkCommandName(const CLI::App& parent, const std::string& name) {
+    const auto names = commandNames(parent);
+    if (std::find(names.begin(), names.end(), name) == names.end()) {
+        const std::string where =
+            parent.get_parent() == nullptr ? std::string() : " of " + fullName(parent);
+        throw UsageError((name.empty() ? "give a command" + where
+                                       : "there is no command '" + name + "'" + where) +
+                         "; there are: " + joined(names, ", "));
+    }
+}
+
 }  // namespace
 
 void CommandLine::addFlag(const OptionText& text, bool& value) {
@@ -63,6 +95,11 @@ void CommandLine::addArguments(const OptionText& text, std::vector<std::string>&
 
 void CommandLine::exclude(const char* one, const char* other) {
     command_.get_option(one)->excludes(command_.get_option(other));
+}
+
+CommandLine CommandLine::addCommand(const char* name, const char* description) {
+    command_.require_subcommand(0, 1);
+    return CommandLine(*command_.add_subcommand(name, description));
 }
 
 void CommandLine::setExamples(const std::string& text) {
@@ -117,31 +154,33 @@ ExitStatus Program::run(int argc, char** argv) {
 }
 
 void Program::parse(int argc, char** argv) {
-    // What begins with a dash is an option, for the parser to know or to refuse.
-    if (argc < 2 || *argv[1] != '-') {
-        checkCommandName(argc < 2 ? "" : argv[1]);
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    if (!arguments.empty() && arguments.front().starts_with('-')) {
+        // Options belong to the command: those before it are taken as if they came last.
+        const auto names = commandNames(*app_);
+        const auto command =
+            std::find_first_of(arguments.begin(), arguments.end(), names.begin(), names.end());
+        std::rotate(arguments.begin(), command, arguments.end());
     }
-    app_->parse(argc, argv);
-    if (app_->get_subcommands().empty()) {
-        checkCommandName("");
+    // Checked beforehand, for messages that name the commands that there are.
+    const CLI::App* command = app_.get();
+    for (const std::string& argument : arguments) {
+        if (argument.starts_with('-') || command->get_subcommands({}).empty()) {
+            break;
+        }
+        checkCommandName(*command, argument);
+        command = command->get_subcommand(argument);
     }
-}
-
-void Program::checkCommandName(const std::string& name) const {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app_->get_subcommands({})) {
-        names.push_back(command->get_name());
-    }
-    if (std::find(names.begin(), names.end(), name) == names.end()) {
-        throw UsageError(
-            (name.empty() ? std::string("give a command") : "there is no command '" + name + "'") +
-            "; there are: " + joined(names, ", "));
+    std::reverse(arguments.begin(), arguments.end());  // the parser takes them from the end
+    app_->parse(arguments);
+    const CLI::App& chosen = chosenCommand(*app_);
+    if (!chosen.get_subcommands({}).empty()) {
+        checkCommandName(chosen, "");
     }
 }
 
 std::string Program::helpCommand() const {
-    const auto chosen = app_->get_subcommands();
-    return chosen.empty() ? "cq --help" : "cq " + chosen.front()->get_name() + " --help";
+    return fullName(chosenCommand(*app_)) + " --help";
 }
 
 }  // namespace cqtool

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Failure.h"
+#include "manual/Outline.h"
 
 namespace CLI {
 class App;
@@ -31,6 +32,10 @@ class CommandLine {
     using TakeTexts = std::function<void(const std::vector<std::string>&)>;
 
     explicit CommandLine(CLI::App& command) : command_(command) {}
+
+    /// A command within this one, as list is in "cq standards list". A command that has some does
+    /// nothing by itself.
+    CommandLine addCommand(const char* name, const char* description);
 
     void addFlag(const OptionText& text, bool& value);
     void addOption(const OptionText& text, std::string& value);
@@ -64,14 +69,15 @@ class Program {
 
     CommandLine add(const char* name, const char* description);
 
+    /// What has been defined so far.
+    CommandOutline outline() const;
+
     /// Does what the arguments say. Prints help and version on standard output; problems, with what
     /// to try, on standard error.
     ExitStatus run(int argc, char** argv);
 
   private:
     void parse(int argc, char** argv);
-    /// Throws UsageError with the commands that there are.
-    void checkCommandName(const std::string& name) const;
     std::string helpCommand() const;
 
     std::unique_ptr<CLI::App> app_;

@@ -11,12 +11,15 @@
 
 #include "Failure.h"
 #include "system/Terminal.h"
+#include "terminal/StatusLine.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
 namespace cqtool {
 namespace {
 
+/// It lives for one command, which could otherwise do little with it.
+constexpr const char* kUsualVirtualOptions = "--calibrated";
 constexpr double kWiredOpenTimeout = 5;  // seconds
 // Linking takes 2 to 5 s, finding the strongest 2 s more, and each port without an adapter 2.5 s.
 constexpr double kWirelessOpenTimeout = 15;
@@ -70,12 +73,6 @@ class PendingOpen {
     std::thread thread_;
 };
 
-[[noreturn]] void endProcess(ExitStatus status) {
-    std::cout.flush();
-    std::cerr.flush();
-    std::_Exit(static_cast<int>(status));
-}
-
 [[noreturn]] void endWithoutAnswer(const Target& target, double seconds) {
     const std::string time = fixed(seconds, 1) + " s";
     if (target.isWireless) {
@@ -93,9 +90,15 @@ class PendingOpen {
     endProcess(ExitStatus::failed);
 }
 
+std::string nameOf(const Target& target) {
+    return target.isWireless ? "a wireless instrument" : "the instrument";
+}
+
 CqHandle openWithin(const Target& target, double seconds, Interrupt& interrupt) {
+    StatusLine status("connecting to " + (target.port.empty() ? nameOf(target) : target.port));
     PendingOpen pending(target);
     const auto handle = pending.wait(std::chrono::duration<double>(seconds), interrupt);
+    status.clear();
     if (!handle && interrupt.happened()) {
         endProcess(ExitStatus::interrupted);
     }
@@ -142,6 +145,12 @@ std::string portNameOf(CqHandle handle) {
 
 }  // namespace
 
+void endProcess(ExitStatus status) {
+    std::cout.flush();
+    std::cerr.flush();
+    std::_Exit(static_cast<int>(status));
+}
+
 void startDebugLog(const ConnectionOptions& options) {
     if (options.writeDebugLog && !cqEnableDebugLog()) {
         throw Failure("the debug log cannot be opened",
@@ -151,10 +160,12 @@ void startDebugLog(const ConnectionOptions& options) {
 
 std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options) {
     using Kind = VirtualInstrument::Kind;
-    return options.useVirtual ? std::make_unique<VirtualInstrument>(
-                                    options.isWireless ? Kind::adapter : Kind::instrument,
-                                    splitArguments(options.virtualOptions))
-                              : nullptr;
+    if (!options.useVirtual) {
+        return nullptr;
+    }
+    return std::make_unique<VirtualInstrument>(
+        options.isWireless ? Kind::adapter : Kind::instrument,
+        splitArguments(options.virtualOptions.value_or(kUsualVirtualOptions)));
 }
 
 Connection::Connection(const ConnectionOptions& options, Interrupt& interrupt)
@@ -171,7 +182,7 @@ Connection::Connection(const ConnectionOptions& options, Interrupt& interrupt)
         explainFailedOpen(target);
     }
     portName_ = portNameOf(handle_);
-    closeOnInterrupt_ = interrupt_.onInterrupt([handle = handle_] { cqClose(handle); });
+    closeOnInterrupt();
 }
 
 Connection::~Connection() {
@@ -180,23 +191,39 @@ Connection::~Connection() {
     cqClose(handle_);
 }
 
+void Connection::closeOnInterrupt() {
+    closeOnInterrupt_ = interrupt_.onInterrupt([handle = handle_] { cqClose(handle); });
+}
+
+Connection::KeepOpen::KeepOpen(Connection& connection) : connection_(connection) {
+    connection_.closeOnInterrupt_.reset();
+}
+
+Connection::KeepOpen::~KeepOpen() {
+    connection_.closeOnInterrupt();
+}
+
 CqDeviceInfo Connection::deviceInfo() const {
+    const StatusLine status("reading the device information");
     CqDeviceInfo info{};
     check(cqGetDeviceInfo(handle_, &info), Operation::readDeviceInfo);
     return info;
 }
 
 CqInstrumentStatus Connection::status() const {
+    const StatusLine line("reading the status");
     CqInstrumentStatus status{};
     check(cqGetInstrumentStatus(handle_, &status), Operation::readStatus);
     return status;
 }
 
 void Connection::calibrateWhite() const {
+    const StatusLine status("calibrating on white");
     check(cqCalibrateWhite(handle_), Operation::calibrateWhite);
 }
 
 void Connection::calibrateBlack() const {
+    const StatusLine status("calibrating on black");
     check(cqCalibrateBlack(handle_), Operation::calibrateBlack);
 }
 

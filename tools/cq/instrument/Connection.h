@@ -7,6 +7,7 @@
 #include <string>
 
 #include "cqapi/CQApi.h"
+#include "Failure.h"
 #include "instrument/VirtualInstrument.h"
 #include "ResultText.h"
 #include "system/Interrupt.h"
@@ -20,7 +21,8 @@ struct ConnectionOptions {
     std::string adapter;  ///< the port of a wireless instrument's adapter; empty: as above
     std::string slave;    ///< a wireless instrument's address; empty: the strongest signal
     bool useVirtual = false;
-    std::string virtualOptions;         ///< as on a command line
+    /// As on a command line; nothing: as most commands need it, calibrated.
+    std::optional<std::string> virtualOptions;
     std::optional<double> openTimeout;  ///< seconds; nothing: what suits the kind of connection
     bool writeDebugLog = false;
 };
@@ -30,6 +32,9 @@ void startDebugLog(const ConnectionOptions& options);
 
 /// The virtual instrument or adapter that the options ask for; null if they ask for none.
 std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options);
+
+/// Ends the process although a thread still waits inside the library, which cannot be helped.
+[[noreturn]] void endProcess(ExitStatus status);
 
 /// An open instrument, closed at the end of this object or by Ctrl-C, which makes a call that is
 /// waiting return.
@@ -44,10 +49,24 @@ class Connection {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    /// While it lives, Ctrl-C does not close the connection: a call that runs is finished, and
+    /// isInterrupted() tells between calls. For what must not be left half-done.
+    class KeepOpen {
+      public:
+        explicit KeepOpen(Connection& connection);
+        ~KeepOpen();
+        KeepOpen(const KeepOpen&) = delete;
+        KeepOpen& operator=(const KeepOpen&) = delete;
+
+      private:
+        Connection& connection_;
+    };
+
     CqHandle handle() const { return handle_; }
     /// The port of the instrument, or of the adapter of a wireless one.
     const std::string& portName() const { return portName_; }
     bool isWireless() const { return isWireless_; }
+    bool isInterrupted() const { return interrupt_.happened(); }
 
     CqDeviceInfo deviceInfo() const;
     CqInstrumentStatus status() const;
@@ -60,6 +79,8 @@ class Connection {
     void check(std::uint32_t code, Operation operation) const;
 
   private:
+    void closeOnInterrupt();
+
     Interrupt& interrupt_;
     std::unique_ptr<VirtualInstrument> virtualInstrument_;
     bool isWireless_;

@@ -15,6 +15,16 @@ std::vector<std::pair<std::string, std::string>> textsOf(const CqDeviceInfo& inf
     };
 }
 
+std::string instrumentName(const CqDeviceInfo& info) {
+    std::string name;
+    for (const auto& [field, text] : textsOf(info)) {
+        if (!text.empty()) {
+            name += (name.empty() ? "" : " · ") + text;
+        }
+    }
+    return name.empty() ? "an instrument without a name" : name;
+}
+
 std::uint32_t standardCapacity(const CqDeviceInfo& info) {
     return static_cast<std::uint32_t>(info.trailingValue);
 }

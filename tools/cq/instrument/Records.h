@@ -13,6 +13,9 @@ namespace cqtool {
 /// print.
 std::vector<std::pair<std::string, std::string>> textsOf(const CqDeviceInfo& info);
 
+/// One line of all texts; says so when there are none.
+std::string instrumentName(const CqDeviceInfo& info);
+
 /// How many standards the instrument can store.
 std::uint32_t standardCapacity(const CqDeviceInfo& info);
 

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "ResultText.h"
 #include "system/Terminal.h"
+#include "terminal/StatusLine.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -34,6 +35,7 @@ std::vector<Slave> slavesOf(const CqBleSlave* list) {
 }
 
 std::vector<Slave> scanSlaves(const std::string& adapterPort) {
+    const StatusLine status("scanning for wireless instruments through " + adapterPort);
     CqBleSlave* found = nullptr;
     const std::uint32_t code = cqScanBleSlaves(adapterPort.c_str(), &found);
     const std::unique_ptr<CqBleSlave, Release> list(found);

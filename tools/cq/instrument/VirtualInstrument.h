@@ -6,6 +6,8 @@
 
 namespace cqtool {
 
+class ChildProcess;
+
 /// A virtual instrument that lives as long as this object: the program cq-virtual-instrument, found
 /// beside this one or on the search path, as a child whose standard input is held open.
 class VirtualInstrument {
@@ -16,8 +18,8 @@ class VirtualInstrument {
 
     /// Starts it and waits until it has named its port.
     /// \param options what the program is given besides.
-    /// Throws UsageError when it refuses the options, or on a system where it cannot be started
-    /// from here; Failure when it is not found or does not start.
+    /// Throws UsageError when it refuses the options, Failure when it is not found or does not
+    /// start.
     VirtualInstrument(Kind kind, const std::vector<std::string>& options);
     /// Ends it.
     ~VirtualInstrument();
@@ -27,9 +29,7 @@ class VirtualInstrument {
     const std::string& portName() const { return portName_; }
 
   private:
-    class Process;
-
-    std::unique_ptr<Process> process_;
+    std::unique_ptr<ChildProcess> process_;
     std::string portName_;
 };
 

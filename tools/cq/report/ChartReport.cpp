@@ -3,44 +3,11 @@
 #include <algorithm>
 
 #include "report/CurveSvg.h"
-#include "report/PageStyle.h"
+#include "report/Html.h"
 #include "text/Numbers.h"
 
 namespace cqtool {
 namespace {
-
-std::string escaped(const std::string& text) {
-    std::string result;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                result += "&amp;";
-                break;
-            case '<':
-                result += "&lt;";
-                break;
-            case '>':
-                result += "&gt;";
-                break;
-            case '"':
-                result += "&quot;";
-                break;
-            default:
-                result += c;
-        }
-    }
-    return result;
-}
-
-std::string element(const char* name, const std::string& content, const char* cssClass = "") {
-    const std::string attribute =
-        *cssClass == '\0' ? std::string() : " class=\"" + std::string(cssClass) + "\"";
-    return "<" + std::string(name) + attribute + ">" + content + "</" + name + ">";
-}
-
-std::string swatch(const Rgb& color) {
-    return "<span class=\"swatch\" style=\"background:" + hexColor(color) + "\"></span>";
-}
 
 std::string swatchPair(const PatchResult& patch) {
     return element("div", swatch(patch.standardRgb) + swatch(patch.referenceRgb), "pair");
@@ -93,10 +60,6 @@ std::string card(const PatchResult& patch, std::size_t number) {
                                   labTable(patch));
 }
 
-std::string figure(const std::string& value, const std::string& caption) {
-    return element("div", element("b", value) + element("span", caption), "figure");
-}
-
 std::string summary(const std::vector<PatchResult>& results) {
     const Differences chart = differencesOf(results, &PatchResult::deltaFromChart);
     const Differences trial = differencesOf(results, &PatchResult::deltaFromStandard);
@@ -112,13 +75,10 @@ std::string summary(const std::vector<PatchResult>& results) {
 }
 
 std::string legend() {
-    const auto key = [](const char* cssClass, const char* text) {
-        return "<span class=\"key\"><svg viewBox=\"0 0 28 8\"><polyline class=\"" +
-               std::string(cssClass) + "\" points=\"1,4 27,4\"/></svg>" + text + "</span>";
-    };
     return element("p",
-                   key("standard", "measured as a standard") + key("trial", "measured as a trial") +
-                       key("reference", "the chart’s published reflectance"),
+                   legendKey("standard", "measured as a standard") +
+                       legendKey("trial", "measured as a trial") +
+                       legendKey("reference", "the chart’s published reflectance"),
                    "legend");
 }
 
@@ -160,22 +120,21 @@ std::string chartReport(const std::vector<PatchResult>& results, const ReportOri
     const std::string viewing = viewingName(origin.viewing);
     const std::string subtitle = escaped(origin.instrument) + " on " + escaped(origin.port) + ", " +
                                  escaped(origin.time) + ", illuminant and observer " + viewing;
-    return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-           "<title>Colour chart, measured</title>\n<style>\n" +
-           std::string(kPageStyle) + "</style>\n</head>\n<body>\n<header>\n" +
-           element("h1", "Colour chart, measured") + "\n" + element("p", subtitle) + "\n" +
-           summary(results) + "\n</header>\n" +
-           element("p",
-                   "Every patch twice: on the left as it was measured, on the right as the chart’s "
-                   "published reflectance gives it, both for " +
-                       viewing + ". Where no edge is seen the two agree.") +
-           "\n" + overview(results) + "\n" + legend() + "\n<main>\n" + cards + "</main>\n<footer>" +
-           element("p",
-                   "ΔE*<sub>ab</sub> is the CIE 1976 colour difference: of “measured” from the "
-                   "chart’s values, of “trial” from the measured standard. About 1 is the smallest "
-                   "difference that is seen between patches side by side.") +
-           "</footer>\n</body>\n</html>\n";
+    const std::string header = "<header>\n" + element("h1", "Colour chart, measured") + "\n" +
+                               element("p", subtitle) + "\n" + summary(results) + "\n</header>\n";
+    const std::string explanation =
+        element("p",
+                "Every patch twice: on the left as it was measured, on the right as the chart’s "
+                "published reflectance gives it, both for " +
+                    viewing + ". Where no edge is seen the two agree.");
+    const std::string footer =
+        element("p",
+                "ΔE*<sub>ab</sub> is the CIE 1976 colour difference: of “measured” from the "
+                "chart’s values, of “trial” from the measured standard. About 1 is the smallest "
+                "difference that is seen between patches side by side.");
+    return htmlPage("Colour chart, measured", "",
+                    header + explanation + "\n" + overview(results) + "\n" + legend() +
+                        "\n<main>\n" + cards + "</main>\n" + element("footer", footer));
 }
 
 }  // namespace cqtool

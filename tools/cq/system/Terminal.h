@@ -13,6 +13,11 @@ void prepareTerminal();
 /// What standard output is, and the variables that decide about colours.
 TerminalFacts terminalFacts();
 
+enum class StandardStream { input, error };
+
+/// Whether a person is at the other end of the stream.
+bool isTerminal(StandardStream stream);
+
 /// The folder that the running program lies in.
 std::filesystem::path executableFolder();
 

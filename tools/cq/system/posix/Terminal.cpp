@@ -27,6 +27,10 @@ TerminalFacts terminalFacts() {
             variable("TERM")};
 }
 
+bool isTerminal(StandardStream stream) {
+    return ::isatty(stream == StandardStream::input ? STDIN_FILENO : STDERR_FILENO) == 1;
+}
+
 std::filesystem::path executableFolder() {
     std::error_code error;
     return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();

@@ -38,6 +38,13 @@ TerminalFacts terminalFacts() {
             variable("NO_COLOR"), variable("COLORTERM"), variable("TERM")};
 }
 
+bool isTerminal(StandardStream stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(
+               GetStdHandle(stream == StandardStream::input ? STD_INPUT_HANDLE : STD_ERROR_HANDLE),
+               &mode) != 0;
+}
+
 std::filesystem::path executableFolder() {
     std::array<wchar_t, 32768> name{};
     const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
@@ -45,6 +52,10 @@ std::filesystem::path executableFolder() {
 }
 
 bool portExists(const std::string& port) {
+    constexpr const char* kPipeFolder = R"(\\.\pipe\)";
+    if (port.starts_with(kPipeFolder)) {
+        return WaitNamedPipeA(port.c_str(), 1) != FALSE || GetLastError() == ERROR_SEM_TIMEOUT;
+    }
     std::array<char, 1024> target{};
     return QueryDosDeviceA(port.c_str(), target.data(), static_cast<DWORD>(target.size())) != 0;
 }

@@ -1,0 +1,85 @@
+#include "doctor/Findings.h"
+
+#include "Samples.h"
+
+namespace cqtool {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr UsbIdentity kInstrumentUsb{0x0483, 0x5740};
+constexpr UsbIdentity kAdapterUsb{0x1A86, 0x7523};
+
+PortInfo instrumentPort() {
+    PortInfo port;
+    port.name = "/dev/none/ttyACM0";
+    port.kind = PortKind::instrument;
+    port.usb = kInstrumentUsb;
+    return port;
+}
+
+PortFacts healthy() {
+    return {{instrumentPort()},
+            {kInstrumentUsb},
+            {true, "root", ""},
+            {"cdc_acm", true, "load it"},
+            {"ch341", true, "load it"}};
+}
+
+Finding findingAbout(const std::string& subject, const PortFacts& facts) {
+    for (const Finding& finding : portFindings(facts)) {
+        if (finding.subject == subject) {
+            return finding;
+        }
+    }
+    ADD_FAILURE() << "nothing about " << subject;
+    return {};
+}
+
+TEST(Doctor, FindsNothingWrongWithAHealthyMachine) {
+    for (const Finding& finding : portFindings(healthy())) {
+        EXPECT_NE(finding.level, Finding::Level::problem) << finding.text;
+    }
+    EXPECT_EQ(findingAbout("instrument", healthy()).level, Finding::Level::works);
+    EXPECT_EQ(findingAbout("adapter", healthy()).level, Finding::Level::note);
+    EXPECT_EQ(colorFinding().level, Finding::Level::works);
+}
+
+TEST(Doctor, NamesWhatKeepsAPortFromBeingOpened) {
+    PortFacts facts = healthy();
+    facts.ports[0].heldBy = "minicom (process 1234)";
+    Finding finding = findingAbout("instrument", facts);
+    EXPECT_EQ(finding.level, Finding::Level::problem);
+    EXPECT_THAT(finding.text, HasSubstr("in use by minicom (process 1234)"));
+
+    facts.ports[0].isAccessible = false;
+    facts.ports[0].accessProblem = "no permission";
+    finding = findingAbout("instrument", facts);
+    EXPECT_EQ(finding.level, Finding::Level::problem);
+    EXPECT_THAT(finding.text, HasSubstr("no permission"));
+    EXPECT_FALSE(finding.advice.empty());
+}
+
+TEST(Doctor, TellsAMissingDriverFromAMissingDevice) {
+    PortFacts facts = healthy();
+    facts.usb.push_back(kAdapterUsb);
+    facts.adapterDriver.isThere = false;
+    const Finding finding = findingAbout("adapter", facts);
+    EXPECT_EQ(finding.level, Finding::Level::problem);
+    EXPECT_THAT(finding.text, HasSubstr("1a86:7523 is plugged in"));
+    EXPECT_THAT(finding.text, HasSubstr("no driver ch341"));
+    EXPECT_EQ(findingAbout("drivers", facts).level, Finding::Level::note);
+}
+
+TEST(Doctor, LeavesTheLogAsItIs) {
+    const auto library = std::filesystem::temp_directory_path() / "cq-doctor-test.so";
+    auto log = library;
+    log += ".log";
+    std::filesystem::remove(log);
+    EXPECT_EQ(logFinding(library).level, Finding::Level::works);
+    EXPECT_FALSE(std::filesystem::exists(log));
+    EXPECT_THAT(logFinding(library / "none").text, HasSubstr("cannot be written"));
+}
+
+}  // namespace
+}  // namespace cqtool

@@ -1,0 +1,180 @@
+#include "exchange/Exchange.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Samples.h"
+#include "system/Files.h"
+
+namespace cqtool {
+namespace {
+
+using testing::HasSubstr;
+
+CqMeasurementRecord recordNumber(int number) {
+    CqMeasurementRecord record = recordOf(rampSpectrum());
+    record.bytes[0] = static_cast<std::uint8_t>(number);
+    record.bytes[255] = 0xA5;
+    return record;
+}
+
+/// A standard and two trials, with names that formats must take care of.
+RecordSet sampleSet() {
+    RecordSet set;
+    set.title = "Batch 7, \"red\"";
+    set.instrument = "VIRTUAL-31";
+    set.serial = "VI-000001";
+    set.time = "2024-05-01T10:00:00Z";
+    set.viewing = {IlluminantA, Observer2Degree};
+    set.entries = {entryOf(recordNumber(1), 4, true, {}, set.viewing, "Rouge, foncé"),
+                   entryOf(recordNumber(2), 5, false, {}, set.viewing, "two\twords"),
+                   entryOf(recordNumber(3), 6, false, {}, set.viewing)};
+    return set;
+}
+
+RecordSet throughFormat(const RecordSet& set, ExchangeFormat format) {
+    return parsedRecords(writtenRecords(set, format), format, "file");
+}
+
+void expectSameMeasurement(const RecordEntry& entry, const RecordEntry& expected) {
+    ASSERT_TRUE(entry.record && entry.spectrum && entry.lab);
+    EXPECT_EQ(std::memcmp(entry.record->bytes, expected.record->bytes, 256), 0);
+    EXPECT_EQ(*entry.spectrum, *expected.spectrum);
+    EXPECT_TRUE(std::ranges::equal(entry.lab->values, expected.lab->values));
+}
+
+std::string refusalOf(const std::string& content, ExchangeFormat format) {
+    return thrownBy<Failure>([&] { parsedRecords(content, format, "file"); });
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& by) {
+    const std::size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return text.replace(at, what.size(), by);
+}
+
+TEST(Exchange, GivesBackWhatWasWritten) {
+    const RecordSet set = sampleSet();
+    for (const auto format : {ExchangeFormat::csv, ExchangeFormat::json, ExchangeFormat::cgats}) {
+        SCOPED_TRACE(static_cast<int>(format));
+        const RecordSet read = throughFormat(set, format);
+        EXPECT_EQ(read.viewing.illuminant, IlluminantA);
+        EXPECT_EQ(read.viewing.observer, Observer2Degree);
+        ASSERT_EQ(read.entries.size(), 3U);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(read.entries[i].index, 4 + i);
+            EXPECT_EQ(read.entries[i].isStandard, i == 0);
+            expectSameMeasurement(read.entries[i], set.entries[i]);
+        }
+        EXPECT_EQ(read.entries[0].name, "Rouge, foncé");
+        EXPECT_EQ(read.entries[2].name, "trial 6");
+    }
+    EXPECT_EQ(throughFormat(set, ExchangeFormat::json).entries[1].name, "two\twords");
+    EXPECT_EQ(throughFormat(set, ExchangeFormat::json).title, set.title);
+    const RecordSet cgats = throughFormat(set, ExchangeFormat::cgats);
+    EXPECT_EQ(cgats.title, "Batch 7, 'red'");
+    EXPECT_EQ(cgats.serial + cgats.time + cgats.instrument, set.serial + set.time + set.instrument);
+}
+
+TEST(Exchange, RawIsTheRecordsAndNothingElse) {
+    const RecordSet set = sampleSet();
+    const std::string content = writtenRecords(set, ExchangeFormat::raw);
+    ASSERT_EQ(content.size(), 3U * 256U);
+    EXPECT_EQ(std::memcmp(content.data() + 256, set.entries[1].record->bytes, 256), 0);
+    const RecordSet read = parsedRecords(content, ExchangeFormat::raw, "file");
+    ASSERT_EQ(recordsOf(read, "file").size(), 3U);
+    EXPECT_EQ(read.entries[1].spectrum, rampSpectrum());
+    EXPECT_EQ(read.entries[1].name, "standard 1");
+    EXPECT_THAT(refusalOf(content + "x", ExchangeFormat::raw), HasSubstr("769 bytes"));
+}
+
+TEST(Exchange, LeavesOutWhatIsNotKnown) {
+    RecordSet set = sampleSet();
+    set.entries[1].record.reset();
+    set.entries[1].spectrum.reset();
+    set.entries[2].lab.reset();
+    for (const auto format : {ExchangeFormat::csv, ExchangeFormat::json}) {
+        const RecordSet read = throughFormat(set, format);
+        EXPECT_FALSE(read.entries[1].record || read.entries[1].spectrum);
+        EXPECT_TRUE(read.entries[1].lab && read.entries[2].record && !read.entries[2].lab);
+    }
+    EXPECT_THAT(thrownBy<Failure>([&] { writtenRecords(set, ExchangeFormat::cgats); }),
+                HasSubstr("'trial 6' has no L*, a*, b*"));
+    EXPECT_THAT(thrownBy<Failure>([&] { writtenRecords(set, ExchangeFormat::raw); }),
+                HasSubstr("no instrument's record for 'two\twords'"));
+}
+
+TEST(Exchange, ReadsFilesOfOtherPrograms) {
+    const RecordSet csv =
+        parsedRecords("Name;L;a;b\nred;41,5;60;30,25\n", ExchangeFormat::csv, "f");
+    EXPECT_EQ(csv.entries.at(0).name, "red");
+    EXPECT_FLOAT_EQ(csv.entries[0].lab->values[2], 30.25F);
+
+    const RecordSet cgats = parsedRecords(
+        "IT8.7/2\nORIGINATOR \"x\"\n# a remark\nNUMBER_OF_FIELDS 4\nBEGIN_DATA_FORMAT\n"
+        "SAMPLE_ID LAB_L LAB_A LAB_B\nEND_DATA_FORMAT\nNUMBER_OF_SETS 2\nBEGIN_DATA\n"
+        "A1 50 1 2\nA2 60\n3 4\nEND_DATA\n",
+        ExchangeFormat::cgats, "f");
+    ASSERT_EQ(cgats.entries.size(), 2U);
+    EXPECT_EQ(cgats.entries[1].name, "A2");
+    EXPECT_EQ(cgats.entries[1].index, 1U);
+    EXPECT_FLOAT_EQ(cgats.entries[1].lab->values[2], 4);
+    EXPECT_EQ(cgats.viewing.illuminant, IlluminantD50);
+    EXPECT_EQ(cgats.viewing.observer, Observer2Degree);
+}
+
+TEST(Exchange, SaysWhereAFileIsWrong) {
+    const RecordSet set = sampleSet();
+    const std::string csv = writtenRecords(set, ExchangeFormat::csv);
+    const std::string json = writtenRecords(set, ExchangeFormat::json);
+    const std::string cgats = writtenRecords(set, ExchangeFormat::cgats);
+    struct Case {
+        ExchangeFormat format;
+        std::string content;
+        const char* says;
+    };
+    const Case cases[] = {
+        {ExchangeFormat::csv, "", "file is empty"},
+        {ExchangeFormat::csv, "1,2,3\n", "file line 1: no column holds"},
+        {ExchangeFormat::csv, replaced(csv, "R550", "X"), "file line 1: 1 of the 31 columns"},
+        {ExchangeFormat::csv, replaced(csv, ",trial,", ",other,"), "file line 3: the kind must be"},
+        {ExchangeFormat::csv, replaced(csv, "\n5,", "\n-5,"), "file line 3: index must be a whole"},
+        {ExchangeFormat::csv, replaced(csv, "0.1,0.12", "10,12"),
+         "file line 2: R400 with 10 is no"},
+        {ExchangeFormat::csv, replaced(csv, "0.1,0.12", "x,0.12"),
+         "R400 must be a number, not 'x'"},
+        {ExchangeFormat::csv, replaced(csv, "A,2,", "A,10,"), "file line 3: '2' where line 2 has"},
+        {ExchangeFormat::csv, csv.substr(0, csv.size() - 9), "line 4: a record must be 512"},
+        {ExchangeFormat::json, json.substr(0, json.size() / 2), "this is no JSON, or it is cut"},
+        {ExchangeFormat::json, "[]", "file must be an object"},
+        {ExchangeFormat::json, "{\"title\": \"x\"}", "no array \"entries\""},
+        {ExchangeFormat::json, R"({"entries": [{"name": "x"}]})", "entries[0] has neither"},
+        {ExchangeFormat::json, replaced(json, "\"L\":", "\"M\":"), "entries[0]: lab: L must be"},
+        {ExchangeFormat::json, replaced(json, "\"observer\": 2", "\"observer\": 3"), "2 or 10"},
+        {ExchangeFormat::json, replaced(json, "\"step\": 10", "\"step\": 5"), "31 values from 400"},
+        {ExchangeFormat::cgats, "<html>", "is no CGATS file"},
+        {ExchangeFormat::cgats, cgats.substr(0, cgats.size() - 9), "ends where END_DATA is"},
+        {ExchangeFormat::cgats, replaced(cgats, "SETS\t3", "SETS\t4"), "NUMBER_OF_SETS is 4, but"},
+        {ExchangeFormat::cgats, replaced(cgats, "\ttrial\t", "\t"),
+         "a row of 38 fields is expected"},
+        {ExchangeFormat::cgats, replaced(cgats, "\"VIRTUAL-31\"", "\"VIRTUAL"), "does not end on"},
+        {ExchangeFormat::cgats, replaced(cgats, "\"A\"", "\"Z\""), "no illuminant is called 'Z'"},
+        {ExchangeFormat::html, "<html>", "not read back"},
+    };
+    for (const Case& one : cases) {
+        EXPECT_THAT(refusalOf(one.content, one.format), HasSubstr(one.says));
+    }
+}
+
+TEST(Exchange, TellsTheFormatByTheName) {
+    EXPECT_EQ(exchangeFormatFor("a/b.CSV"), ExchangeFormat::csv);
+    EXPECT_EQ(exchangeFormatFor("b.txt"), ExchangeFormat::cgats);
+    EXPECT_EQ(exchangeFormatFor("b.txt", "Json"), ExchangeFormat::json);
+    EXPECT_THAT(thrownBy<UsageError>([] { exchangeFormatFor("b.xls"); }), HasSubstr("--format"));
+    EXPECT_THAT(thrownBy<UsageError>([] { exchangeFormatFor("b.csv", "xml"); }),
+                HasSubstr("csv, json, cgats, html, raw"));
+    EXPECT_THAT(nowText(), testing::MatchesRegex("20..-..-..T..:..:..Z"));
+}
+
+}  // namespace
+}  // namespace cqtool

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "commands/MeasurementView.h"
+
+namespace cqtool {
+
+/// The average of several measurements, and how far they lie from it.
+struct Average {
+    Measurement measurement;
+    double meanDeltaEab = 0;
+    double mostDeltaEab = 0;
+};
+
+/// \param measurements at least one.
+/// Throws Failure when one has no spectrum.
+Average averageOf(const std::vector<Measurement>& measurements, const MeasurementView& view);
+
+/// The file for the measurement of this number of several: "red-03.record" for "red.record", with
+/// as many digits as the last number has.
+std::string numberedFile(const std::filesystem::path& file, std::uint32_t number,
+                         std::uint32_t last);
+
+}  // namespace cqtool

@@ -1,0 +1,95 @@
+#include "commands/PortList.h"
+
+#include "commands/SlaveList.h"
+#include "instrument/Records.h"
+#include "text/TextTable.h"
+
+namespace cqtool {
+namespace {
+
+constexpr const char* kIndent = "    ";
+
+Json orNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
+std::vector<std::string> linesBelow(const ListedPort& listed, const Palette& palette) {
+    std::vector<std::string> lines;
+    if (listed.info) {
+        lines.push_back(instrumentName(*listed.info));
+    }
+    if (listed.slaves && listed.slaves->empty()) {
+        lines.push_back("no wireless instrument is within reach");
+    } else if (listed.slaves) {
+        lines = slaveLines(*listed.slaves, palette);
+    }
+    if (!listed.problem.empty()) {
+        lines.push_back(listed.problem);
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::string obstacleOf(const PortInfo& port) {
+    if (!port.isAccessible) {
+        return port.accessProblem;
+    }
+    return port.heldBy.empty() ? std::string() : "held by " + port.heldBy;
+}
+
+std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const Palette& palette) {
+    using Align = TextTable::Align;
+    TextTable table({{"kind", Align::left},
+                     {"port", Align::left},
+                     {"USB", Align::left},
+                     {"what it is", Align::left},
+                     {"driver", Align::left},
+                     {"state", Align::left}});
+    std::vector<TextTable::Row> rows;
+    for (const ListedPort& listed : ports) {
+        const PortInfo& port = listed.port;
+        const std::string obstacle = obstacleOf(port);
+        rows.push_back({std::string(nameOf(port.kind)), port.name,
+                        port.usb ? textOf(*port.usb) : "", port.description, port.driver,
+                        obstacle.empty() ? "free" : obstacle});
+        table.fit(rows.back());
+    }
+    std::vector<std::string> lines{palette.faint(table.titles())};
+    for (std::size_t i = 0; i < ports.size(); ++i) {
+        lines.push_back(table.line(rows[i]));
+        for (const std::string& line : linesBelow(ports[i], palette)) {
+            lines.push_back(kIndent + line);
+        }
+    }
+    return lines;
+}
+
+Json portsJson(const std::vector<ListedPort>& ports) {
+    Json list = Json::array();
+    for (const ListedPort& listed : ports) {
+        const PortInfo& port = listed.port;
+        Json json{{"port", port.name},
+                  {"kind", nameOf(port.kind)},
+                  {"usb", port.usb ? Json(textOf(*port.usb)) : Json()},
+                  {"description", orNull(port.description)},
+                  {"driver", orNull(port.driver)},
+                  {"accessible", port.isAccessible},
+                  {"heldBy", orNull(port.heldBy)}};
+        if (listed.info) {
+            for (const auto& [name, text] : textsOf(*listed.info)) {
+                json["instrument"][name] = text;
+            }
+        }
+        if (listed.slaves) {
+            json["slaves"] = slavesJson(*listed.slaves);
+        }
+        if (!listed.problem.empty()) {
+            json["problem"] = listed.problem;
+        }
+        list.push_back(std::move(json));
+    }
+    return list;
+}
+
+}  // namespace cqtool

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "colour/ColorJson.h"
+#include "cqapi/CQApi.h"
+#include "instrument/Slaves.h"
+#include "system/Ports.h"
+#include "terminal/Palette.h"
+
+namespace cqtool {
+
+/// A port with what was asked about it.
+struct ListedPort {
+    PortInfo port;
+    std::optional<CqDeviceInfo> info;          ///< of the instrument that answered
+    std::optional<std::vector<Slave>> slaves;  ///< that the adapter hears
+    std::string problem;                       ///< why it could not be asked
+};
+
+/// What keeps a port from being used: "held by ...", "no permission"; empty: nothing.
+std::string obstacleOf(const PortInfo& port);
+
+/// A table of the ports, below each what was asked.
+std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const Palette& palette);
+
+/// An array of {"port", "kind", "usb", "description", "driver", "accessible", "heldBy"}, and of
+/// those that were asked "instrument", "slaves" or "problem".
+Json portsJson(const std::vector<ListedPort>& ports);
+
+}  // namespace cqtool

@@ -1,0 +1,242 @@
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "exchange/Exchange.h"
+#include "Failure.h"
+#include "report/RecordReport.h"
+#include "system/Files.h"
+#include "text/Numbers.h"
+
+namespace cqtool {
+namespace {
+
+constexpr double kMostTolerance = 100;
+constexpr std::uint32_t kMostIndex = 0xFFFFFFFE;
+
+struct Options {
+    std::string file;
+    std::string format;
+    std::string standard;
+    std::string title;
+    std::string report;
+    std::string recordLayout;
+    std::optional<std::int32_t> illuminant;
+    std::optional<std::int32_t> observer;
+    Judgement judgement;
+    OutputOptions output;
+};
+
+/// Brings files to the colours that the report is about.
+class Reader {
+  public:
+    explicit Reader(const Options& options)
+        : options_(options), layout_(loadRecordLayout(options.recordLayout)) {}
+
+    /// \param format as exchangeFormatFor() takes it.
+    /// \param viewing what to compute colours for; nothing: what the file says.
+    RecordSet read(const std::string& file, const std::string& format,
+                   const std::optional<Viewing>& viewing) const {
+        RecordSet set = loadRecords(file, exchangeFormatFor(file, format));
+        if (set.entries.empty()) {
+            throw Failure(file + " holds no measurements");
+        }
+        Viewing wanted = viewing.value_or(set.viewing);
+        if (!viewing) {
+            wanted.illuminant = options_.illuminant.value_or(wanted.illuminant);
+            wanted.observer = options_.observer.value_or(wanted.observer);
+        }
+        for (RecordEntry& entry : set.entries) {
+            color(entry, set.viewing, wanted, file);
+        }
+        set.viewing = wanted;
+        return set;
+    }
+
+  private:
+    void color(RecordEntry& entry, const Viewing& given, const Viewing& wanted,
+               const std::string& file) const {
+        std::string problem = "it has none";
+        if (!entry.spectrum && entry.record) {
+            const ReadSpectrum read = readSpectrum(*entry.record, layout_);
+            entry.spectrum = read.spectrum;
+            problem = read.problem;
+        }
+        if (entry.spectrum) {
+            entry.lab = colorOfSpectrum(*entry.spectrum, ColorSpaceLab, wanted);
+        } else if (!entry.lab) {
+            throw Failure(file + ": no colour can be given of '" + entry.name + "': " + problem);
+        } else if (viewingName(given) != viewingName(wanted)) {
+            throw Failure(file + ": '" + entry.name + "' has L*, a*, b* for " + viewingName(given) +
+                              " and no spectrum to compute them for " + viewingName(wanted),
+                          "leave --illuminant and --observer out, or give files with spectra");
+        }
+    }
+
+    const Options& options_;
+    RecordLayout layout_;
+};
+
+bool isNumber(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+/// The entry with this index, a standard if there is one, and all the others as its trials.
+std::vector<TrialGroup> groupsAround(std::uint32_t index, const RecordSet& set,
+                                     const std::string& file) {
+    const auto begin = set.entries.begin();
+    const auto end = set.entries.end();
+    auto found = std::find_if(begin, end, [index](const RecordEntry& entry) {
+        return entry.index == index && entry.isStandard;
+    });
+    if (found == end) {
+        found = std::find_if(begin, end,
+                             [index](const RecordEntry& entry) { return entry.index == index; });
+    }
+    if (found == end) {
+        throw Failure(file + " has no measurement with the index " + std::to_string(index),
+                      "the first column, or member \"index\", of the file numbers them");
+    }
+    TrialGroup group{*found, {begin, found}};
+    group.trials.insert(group.trials.end(), found + 1, end);
+    return {group};
+}
+
+std::vector<TrialGroup> groupsFor(const Options& options, const Reader& reader,
+                                  const RecordSet& set) {
+    if (options.standard.empty()) {
+        return groupsOf(set);
+    }
+    if (isNumber(options.standard)) {
+        return groupsAround(wholeNumberOf(options.standard, "--standard", 0, kMostIndex), set,
+                            options.file);
+    }
+    const RecordSet other = reader.read(options.standard, {}, set.viewing);
+    std::vector<RecordEntry> standards;
+    std::copy_if(other.entries.begin(), other.entries.end(), std::back_inserter(standards),
+                 [](const RecordEntry& entry) { return entry.isStandard; });
+    return groupsAgainst(standards.empty() ? other.entries : standards, set, options.standard);
+}
+
+Json trialJson(const TrialGroup& group, const RecordEntry& trial, const Judgement& judgement) {
+    Json json{{"index", trial.index}, {"name", trial.name}, {"standard", group.standard->name}};
+    const ColorData& standard = *group.standard->lab;
+    json["deltaEab"] = deltaEab(standard, *trial.lab);
+    json["deltaE00"] = deltaE00(standard, *trial.lab);
+    if (judgement.tolerance) {
+        json["passed"] = judgement.isPassed(difference(judgement.formula, standard, *trial.lab));
+    }
+    return json;
+}
+
+Json jsonOf(const std::vector<TrialGroup>& groups, const Judgement& judgement,
+            const TrialSummary& summary) {
+    Json trials = Json::array();
+    for (const TrialGroup& group : groups) {
+        for (const RecordEntry& trial : group.trials) {
+            if (group.standard) {
+                trials.push_back(trialJson(group, trial, judgement));
+            }
+        }
+    }
+    Json json{{"formula", nameOf(judgement.formula)}, {"trials", std::move(trials)}};
+    json["mean"] = summary.trials == 0 ? Json() : Json(summary.mean);
+    json["largest"] = summary.trials == 0 ? Json() : Json(summary.most);
+    if (judgement.tolerance) {
+        json["tolerance"] = *judgement.tolerance;
+        json["passed"] = summary.passed;
+    }
+    return json;
+}
+
+std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
+    const std::string name = judgement.formula == DifferenceFormula::ab ? "ΔE*ab" : "ΔE00";
+    if (summary.trials == 0) {
+        return "no trials with a standard to compare with\n";
+    }
+    std::string text;
+    if (judgement.tolerance) {
+        text += std::to_string(summary.passed) + " of " + std::to_string(summary.trials) +
+                " trials within " + name + " " + digitsOf(*judgement.tolerance) + "\n";
+    }
+    return text + name + ": mean " + fixed(summary.mean, 2) + ", largest " +
+           fixed(summary.most, 2) + " (" + summary.mostName + ")\n";
+}
+
+void run(const Options& options, const Environment& environment) {
+    const Reader reader(options);
+    RecordSet set = reader.read(options.file, options.format, std::nullopt);
+    if (!options.title.empty()) {
+        set.title = options.title;
+    } else if (set.title.empty()) {
+        set.title = std::filesystem::path(options.file).filename().string();
+    }
+    const auto groups = groupsFor(options, reader, set);
+    const TrialSummary summary = summaryOf(groups, options.judgement);
+    if (options.judgement.tolerance && summary.trials == 0) {
+        throw Failure(options.file + " has no trials with a standard to judge them by",
+                      "name the standard with --standard, an index or another file");
+    }
+    writeFile(options.report, recordReport(set, groups, options.judgement));
+    const std::string path = std::filesystem::absolute(options.report).string();
+    if (options.output.json) {
+        Json json = jsonOf(groups, options.judgement, summary);
+        json["report"] = path;
+        environment.out << pageOfJson(json);
+    } else {
+        environment.out << textOf(options.judgement, summary) << "Report: " << path << '\n';
+    }
+}
+
+}  // namespace
+
+void addReport(Program& program, const Environment& environment) {
+    CommandLine line =
+        program.add("report", "Write a page of colours and differences from an exported file");
+    const auto options = std::make_shared<Options>();
+    line.addOption({.name = "file",
+                    .valueName = "FILE",
+                    .description = "Measurements as cq exports them",
+                    .isRequired = true},
+                   options->file);
+    line.addOption(
+        {"--format", "csv|json|cgats|raw", "The file's format (default: its name tells)"},
+        options->format);
+    line.addOption({"--standard", "INDEX|FILE",
+                    "What to compare with: the measurement of this index, or another file's "
+                    "standards (default: each trial with the standard before it)"},
+                   options->standard);
+    addNamed(line, {"--tolerance", "DELTA", "The largest difference that passes"},
+             options->judgement.tolerance, [](const std::string& text) {
+                 return numberOf(text, "--tolerance", 0.001, kMostTolerance);
+             });
+    addNamed(line,
+             {"--formula", "ab|00", "Which difference decides: CIE 1976 or CIEDE2000 (default ab)"},
+             options->judgement.formula, differenceFormulaNamed);
+    line.addOption({.name = "--output",
+                    .valueName = "FILE",
+                    .description = "Write the report into this file",
+                    .isRequired = true},
+                   options->report);
+    line.addOption({"--title", "TEXT", "The report's title"}, options->title);
+    addNamed(line,
+             {"--illuminant", "NAME", "Illuminant to compute for (default: the file's)", "Colour"},
+             options->illuminant, illuminantNamed);
+    addNamed(line, {"--observer", "2|10", "Observer in degrees (default: the file's)", "Colour"},
+             options->observer, observerNamed);
+    addRecordLayoutOption(line, options->recordLayout);
+    addOptions(line, options->output);
+    line.setExamples(
+        "Examples:\n"
+        "  cq report batch.csv --standard 0 --tolerance 1 --output batch.html\n"
+        "  cq report batch.json --standard master.json --tolerance 0.8 --formula 00 \\\n"
+        "    --output batch.html");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

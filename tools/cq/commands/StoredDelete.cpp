@@ -1,0 +1,161 @@
+#include <iostream>
+#include <memory>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/StoredRecords.h"
+#include "Failure.h"
+#include "system/Terminal.h"
+#include "terminal/StatusLine.h"
+#include "text/IndexList.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+constexpr const char* kYes = "yes";
+
+struct Options : StoredOptions {
+    std::vector<std::string> indices;
+    bool isAll = false;
+    bool isConfirmed = false;
+};
+
+void print(const Options& options, const Environment& environment, const std::string& port,
+           std::uint32_t standards, std::uint32_t samples) {
+    if (options.output.json) {
+        environment.out << pageOfJson(
+            {{"port", port}, {"deleted", {{"standards", standards}, {"samples", samples}}}});
+    } else if (options.isAll) {
+        environment.out << standards << " standards and " << samples << " samples deleted\n";
+    } else {
+        environment.out << (options.list.isStandards ? standards : samples) << ' '
+                        << options.list.name() << " deleted\n";
+    }
+}
+
+/// Throws UsageError where nobody can be asked.
+void checkCanConfirm(const Options& options) {
+    if (!options.isConfirmed &&
+        !(isTerminal(StandardStream::input) && isTerminal(StandardStream::error))) {
+        throw UsageError(
+            "--all deletes every standard AND every sample; nobody can be asked here, so confirm "
+            "with --yes");
+    }
+}
+
+void confirm(const Environment& environment, std::uint32_t standards, std::uint32_t samples) {
+    // Reading goes on after a signal; the connection, registered earlier, is closed by then.
+    const auto end = environment.interrupt.onInterrupt([] {
+        std::cerr << "\ncq: ended by Ctrl-C; nothing was deleted\n";
+        endProcess(ExitStatus::interrupted);
+    });
+    environment.notes << "This deletes all " << standards << " standards AND all " << samples
+                      << " samples of the instrument, for good.\nType yes to delete them: "
+                      << std::flush;
+    std::string answer;
+    std::getline(std::cin, answer);
+    if (trimmed(answer) != kYes) {
+        throw Failure("nothing was deleted", "type yes, or give --yes, to delete everything");
+    }
+}
+
+void deleteAll(const Options& options, const Environment& environment) {
+    checkCanConfirm(options);
+    Connection connection(options.connection, environment.interrupt);
+    const Storage storage(connection);
+    const std::uint32_t standards = storage.count({});
+    const std::uint32_t samples = storage.count({.isStandards = false, .standard = {}});
+    if (!options.isConfirmed) {
+        confirm(environment, standards, samples);
+    }
+    {
+        const StatusLine status("deleting all records");
+        const Connection::KeepOpen keepOpen(connection);
+        storage.eraseAll();
+    }
+    print(options, environment, connection.portName(), standards, samples);
+}
+
+/// Which of the records are gone, for a deletion that was not completed.
+std::string deletions(const Options& options, const std::vector<std::uint32_t>& indices,
+                      const Change& change) {
+    std::string text = std::to_string(change.done) + " of " + std::to_string(indices.size()) + ' ' +
+                       options.list.name() + " were deleted, from the highest index down";
+    if (change.done > 0) {
+        text += " to " + std::to_string(indices[change.done - 1]);
+    }
+    if (change.unknown > 0) {
+        text += "; whether " + std::to_string(indices[change.done]) +
+                " was, the instrument has not told";
+    }
+    return text;
+}
+
+void deleteSome(const Options& options, const Environment& environment) {
+    const auto indices = indicesOf(options.indices);
+    Connection connection(options.connection, environment.interrupt);
+    Storage storage(connection);
+    const std::uint32_t stored = storage.count(options.list);
+    if (indices.front() >= stored) {
+        throw Failure("there is no index " + std::to_string(indices.front()) +
+                          ": the instrument holds " + std::to_string(stored) + ' ' +
+                          options.list.name() + "; nothing was deleted",
+                      std::string("see cq ") + options.list.name() + " list; indices begin with 0");
+    }
+    StatusLine status;
+    const Change change =
+        storage.erase(options.list, indices, [&](std::size_t done, std::size_t total) {
+            status.progress(std::string("deleting ") + options.list.name(), done, total);
+        });
+    status.clear();
+    const Operation operation =
+        options.list.isStandards ? Operation::deleteStandard : Operation::deleteSample;
+    if (change.code != CQ_NO_ERROR) {
+        throw Failure(
+            failureText(change.code, operation) + "; " + deletions(options, indices, change),
+            advice(change.code, operation));
+    }
+    if (change.isInterrupted) {
+        environment.notes << "cq: " << deletions(options, indices, change) << '\n';
+        throw Interrupted{};
+    }
+    print(options, environment, connection.portName(), options.list.isStandards ? change.done : 0,
+          options.list.isStandards ? 0 : change.done);
+}
+
+void run(const Options& options, const Environment& environment) {
+    if (options.isAll != options.indices.empty()) {
+        throw UsageError(options.isAll ? "give either indices or --all"
+                                       : "give the indices to delete, or --all");
+    }
+    if (options.isAll) {
+        deleteAll(options, environment);
+    } else {
+        deleteSome(options, environment);
+    }
+}
+
+}  // namespace
+
+void addStoredDelete(CommandLine& group, const Environment& environment, bool isStandards) {
+    const auto options = std::make_shared<Options>();
+    options->list.isStandards = isStandards;
+    const std::string name = options->list.name();
+    CommandLine line =
+        group.addCommand("delete", isStandards ? "Delete stored standards, or all records"
+                                               : "Delete stored samples, or all records");
+    line.addArguments({"indices", "INDEX", "Indices and ranges, such as 3 or 7-9"},
+                      options->indices);
+    line.addFlag({"--all", "", "Delete every standard AND every sample; asks before it does"},
+                 options->isAll);
+    line.addFlag({"--yes", "", "Do not ask; required with --all where nobody can be asked"},
+                 options->isConfirmed);
+    addOptions(line, *options);
+    line.setExamples("Indices are those of cq " + name +
+                     " list; what comes behind a deleted record moves up.\n\nExamples:\n  cq " +
+                     name + " delete 3 7-9\n  cq " + name + " delete --all --yes");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

@@ -1,0 +1,102 @@
+#include <filesystem>
+#include <memory>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/StoredRecords.h"
+#include "exchange/Exchange.h"
+#include "Failure.h"
+#include "instrument/Records.h"
+#include "system/Files.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+constexpr const char* kStandardOutput = "-";
+
+struct Options : StoredOptions {
+    std::string file;
+    std::string format;
+    std::string recordLayout;
+    Viewing viewing;
+};
+
+RecordSet recordSetOf(const Options& options, const CqDeviceInfo& info,
+                      const std::vector<CqMeasurementRecord>& records) {
+    // By convention the third text is the model, the fourth the serial number.
+    RecordSet set;
+    set.instrument = printableText(info.infoText3, sizeof info.infoText3);
+    set.serial = printableText(info.infoText4, sizeof info.infoText4);
+    set.title = (options.list.isStandards ? "Standards of " : "Samples of ") +
+                (set.instrument.empty() ? "an instrument" : set.instrument);
+    set.time = nowText();
+    set.viewing = options.viewing;
+    const RecordLayout layout = loadRecordLayout(options.recordLayout);
+    std::uint32_t index = options.first;
+    for (const CqMeasurementRecord& record : records) {
+        set.entries.push_back(
+            entryOf(record, index++, options.list.isStandards, layout, options.viewing));
+    }
+    return set;
+}
+
+void run(const Options& options, const Environment& environment) {
+    const bool isToOutput = options.file == kStandardOutput;
+    if (isToOutput && (options.format.empty() || options.output.json)) {
+        throw UsageError(options.format.empty()
+                             ? "--output - needs a --format: " + exchangeFormatNames()
+                             : "--json reports about a file; with --output - use --format json");
+    }
+    const ExchangeFormat format = exchangeFormatFor(options.file, options.format);
+    Connection connection(options.connection, environment.interrupt);
+    const CqDeviceInfo info = connection.deviceInfo();
+    const auto records = readStored(Storage(connection), options);
+    const std::string content = writtenRecords(recordSetOf(options, info, records), format);
+    if (isToOutput) {
+        environment.out << content;
+        return;
+    }
+    writeFile(options.file, content);
+    if (options.output.json) {
+        environment.out << pageOfJson({{"port", connection.portName()},
+                                       {"list", options.list.name()},
+                                       {"file", options.file},
+                                       {"records", records.size()}});
+    } else {
+        environment.out << records.size() << ' ' << options.list.name() << " written to "
+                        << options.file << '\n';
+    }
+}
+
+}  // namespace
+
+void addStoredExport(CommandLine& group, const Environment& environment, bool isStandards) {
+    const auto options = std::make_shared<Options>();
+    options->list.isStandards = isStandards;
+    const std::string name = options->list.name();
+    CommandLine line =
+        group.addCommand("export", isStandards ? "Write the stored standards into a file"
+                                               : "Write the stored samples into a file");
+    line.addOption({.name = "--output",
+                    .valueName = "FILE",
+                    .description = "The file to write; '-' writes to standard output",
+                    .isRequired = true},
+                   options->file);
+    line.addOption(
+        {"--format", "NAME", exchangeFormatNames() + " (default: what the file's extension means)"},
+        options->format);
+    addRangeOptions(line, *options);
+    addOptions(line, options->viewing);
+    addRecordLayoutOption(line, options->recordLayout);
+    addOptions(line, *options);
+    line.setExamples(
+        "The file is written when all records have come; until then what was there "
+        "stays.\n\nExamples:\n  cq " +
+        name + " export --output " + name + ".csv\n  cq " + name + " export --output " + name +
+        ".txt --format cgats --illuminant D50\n  cq " + name +
+        " export --output - --format json --count 10");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

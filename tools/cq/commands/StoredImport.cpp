@@ -1,0 +1,124 @@
+#include <algorithm>
+#include <memory>
+#include <ostream>
+
+#include "colour/ColorJson.h"
+#include "commands/StoredRecords.h"
+#include "exchange/Exchange.h"
+#include "Failure.h"
+#include "terminal/StatusLine.h"
+#include "text/IndexList.h"
+
+namespace cqtool {
+namespace {
+
+struct Options : StoredOptions {
+    std::string file;
+    std::string format;
+};
+
+std::vector<CqMeasurementRecord> loadStandards(const Options& options) {
+    const RecordSet set =
+        loadRecords(options.file, exchangeFormatFor(options.file, options.format));
+    const auto sample = std::find_if(set.entries.begin(), set.entries.end(),
+                                     [](const RecordEntry& entry) { return !entry.isStandard; });
+    if (sample != set.entries.end()) {
+        throw Failure(options.file + ": entry " + std::to_string(sample - set.entries.begin() + 1) +
+                          " is a trial; an instrument takes standards alone",
+                      "leave only standards in the file");
+    }
+    auto records = recordsOf(set, options.file);
+    if (records.empty()) {
+        throw Failure(options.file + " holds no standards", "give a file that has some");
+    }
+    return records;
+}
+
+void checkRoom(const Storage& storage, std::size_t wanted) {
+    const auto room = storage.room();
+    if (room && wanted > *room) {
+        throw Failure("the instrument has room for " + std::to_string(*room) +
+                          " more standards, the file holds " + std::to_string(wanted) +
+                          "; nothing was written",
+                      "make room with cq standards delete, or give a smaller file");
+    }
+}
+
+/// How many standards have arrived, in words that are true whatever the instrument did.
+std::string arrivals(const Change& change, std::size_t total, std::uint32_t first) {
+    std::string text =
+        std::to_string(change.done) + " of " + std::to_string(total) + " standards arrived";
+    if (change.done > 0) {
+        text += " (" + rangeText(first, change.done) + ")";
+    }
+    if (change.unknown > 0) {
+        text += "; whether any of the next " + std::to_string(change.unknown) +
+                " did, the instrument has not told";
+    }
+    return text;
+}
+
+std::string adviceAfter(const Change& change, std::uint32_t first) {
+    const std::string cause = advice(change.code, Operation::writeStandards);
+    return change.done == 0 || change.unknown > 0
+               ? cause + "; see with cq standards list what is stored"
+               : cause + "; cq standards delete " + std::to_string(first) + "-" +
+                     std::to_string(first + change.done - 1) + " takes back what arrived";
+}
+
+void run(const Options& options, const Environment& environment) {
+    const auto standards = loadStandards(options);
+    Connection connection(options.connection, environment.interrupt);
+    Storage storage(connection);
+    checkRoom(storage, standards.size());
+    const std::uint32_t first = storage.count(options.list);
+    StatusLine status;
+    const Change change = storage.write(standards, [&status](std::size_t done, std::size_t total) {
+        status.progress("writing standards", done, total);
+    });
+    status.clear();
+    if (change.code != CQ_NO_ERROR) {
+        throw Failure(failureText(change.code, Operation::writeStandards) + "; " +
+                          arrivals(change, standards.size(), first),
+                      adviceAfter(change, first));
+    }
+    if (change.isInterrupted) {
+        environment.notes << "cq: " << arrivals(change, standards.size(), first) << '\n';
+        throw Interrupted{};
+    }
+    if (options.output.json) {
+        environment.out << pageOfJson({{"port", connection.portName()},
+                                       {"file", options.file},
+                                       {"written", change.done},
+                                       {"firstIndex", first}});
+    } else {
+        environment.out << change.done << " standards written, indices "
+                        << rangeText(first, change.done) << '\n';
+    }
+}
+
+}  // namespace
+
+void addStandardsImport(CommandLine& group, const Environment& environment) {
+    const auto options = std::make_shared<Options>();
+    CommandLine line = group.addCommand("import", "Write standards from a file to the instrument");
+    line.addOption({.name = "file",
+                    .valueName = "FILE",
+                    .description = "What cq standards export has written, with the records",
+                    .isRequired = true},
+                   options->file);
+    line.addOption(
+        {"--format", "NAME", "csv, json, cgats or raw (default: what the file's extension means)"},
+        options->format);
+    addOptions(line, *options);
+    line.setExamples(
+        "The standards come behind those that are stored. Nothing is written unless the whole "
+        "file\n"
+        "can be read and, as far as the instrument tells its capacity, fits.\n\n"
+        "Examples:\n"
+        "  cq standards import standards.csv\n"
+        "  cq standards import backup.bin --port COM5");
+    line.setAction([options, environment] { run(*options, environment); });
+}
+
+}  // namespace cqtool

@@ -1,0 +1,126 @@
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "Failure.h"
+#include "instrument/WhiteBoard.h"
+#include "system/Files.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+constexpr const char* kStandardOutput = "-";
+
+struct Options {
+    std::string file = kStandardOutput;
+    ConnectionOptions connection;
+    OutputOptions output;
+};
+
+/// The extension tells: .bin is the bytes, anything else JSON.
+bool isBytes(const std::string& file) {
+    return lowerCase(std::filesystem::path(file).extension().string()) == ".bin";
+}
+
+CqWhiteBoardParameter readFrom(const Connection& connection) {
+    CqWhiteBoardParameter parameter{};
+    connection.check(cqGetWhiteBoardParameter(connection.handle(), &parameter),
+                     Operation::readWhiteBoard);
+    return parameter;
+}
+
+void report(const Options& options, const Environment& environment, const std::string& port,
+            const std::string& sentence) {
+    if (options.output.json) {
+        environment.out << pageOfJson({{"port", port}, {"file", options.file}});
+    } else {
+        environment.out << sentence << '\n';
+    }
+}
+
+void get(const Options& options, const Environment& environment) {
+    const Connection connection(options.connection, environment.interrupt);
+    const CqWhiteBoardParameter parameter = readFrom(connection);
+    if (options.file == kStandardOutput) {
+        environment.out << pageOfJson(whiteBoardJson(parameter));
+        return;
+    }
+    writeFile(options.file, isBytes(options.file) ? whiteBoardBytes(parameter)
+                                                  : pageOfJson(whiteBoardJson(parameter)));
+    report(options, environment, connection.portName(),
+           "white-board parameter written to " + options.file);
+}
+
+void set(const Options& options, const Environment& environment) {
+    if (options.connection.isWireless) {
+        throw UsageError(
+            "the white-board parameter cannot be written wirelessly: after the text the library "
+            "sends the address of the data in this machine's memory, never the data; connect the "
+            "instrument by its cable");
+    }
+    const std::string content = readFile(options.file);
+    const CqWhiteBoardParameter parameter = isBytes(options.file)
+                                                ? whiteBoardOfBytes(content, options.file)
+                                                : whiteBoardOfJson(content, options.file);
+    Connection connection(options.connection, environment.interrupt);
+    CqWhiteBoardParameter stored{};
+    {
+        const Connection::KeepOpen keepOpen(connection);
+        connection.check(cqSetWhiteBoardParameter(connection.handle(), &parameter),
+                         Operation::writeWhiteBoard);
+        stored = readFrom(connection);
+    }
+    if (std::memcmp(&stored, &parameter, sizeof parameter) != 0) {
+        throw Failure("the instrument has not kept the white-board parameter as it was written",
+                      "see with cq whiteboard get what it holds");
+    }
+    report(options, environment, connection.portName(),
+           "white-board parameter of " + options.file + " written and read back");
+}
+
+}  // namespace
+
+void addWhiteBoard(Program& program, const Environment& environment) {
+    CommandLine group =
+        program.add("whiteboard", "Read or write the reference values of the white tile");
+    group.setExamples(
+        "Examples:\n"
+        "  cq whiteboard get tile.json\n"
+        "  cq whiteboard set tile.json");
+
+    CommandLine getting = group.addCommand("get", "Read the reference values");
+    const auto getOptions = std::make_shared<Options>();
+    getting.addOption({"file", "FILE",
+                       "Where to write them: .bin the 280 bytes, else JSON; '-', and without a "
+                       "file: JSON on standard output"},
+                      getOptions->file);
+    addOptions(getting, getOptions->connection);
+    addOptions(getting, getOptions->output);
+    getting.setExamples(
+        "Examples:\n  cq whiteboard get\n  cq whiteboard get tile.json\n  cq whiteboard get "
+        "tile.bin --wireless");
+    getting.setAction([getOptions, environment] { get(*getOptions, environment); });
+
+    CommandLine setting = group.addCommand("set", "Write the reference values, and read them back");
+    const auto setOptions = std::make_shared<Options>();
+    setting.addOption({.name = "file",
+                       .valueName = "FILE",
+                       .description = "What cq whiteboard get has written: .bin, else JSON",
+                       .isRequired = true},
+                      setOptions->file);
+    addOptions(setting, setOptions->connection);
+    addOptions(setting, setOptions->output);
+    setting.setExamples(
+        "Every later white calibration goes by these values: keep the old ones first. Over the\n"
+        "cable alone.\n\n"
+        "Examples:\n"
+        "  cq whiteboard get old.bin\n"
+        "  cq whiteboard set tile.json");
+    setting.setAction([setOptions, environment] { set(*setOptions, environment); });
+}
+
+}  // namespace cqtool

@@ -1,0 +1,171 @@
+#include "doctor/Findings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <system_error>
+
+#include "colour/ColorMath.h"
+#include "Failure.h"
+#include "system/PortTraits.h"
+#include "system/Terminal.h"
+#include "text/Numbers.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+using Level = Finding::Level;
+
+constexpr double kColorAccuracy = 0.01;
+
+/// A port, as in "/dev/ttyACM0 (0483:5740, Meter)".
+std::string describe(const PortInfo& port) {
+    std::vector<std::string> traits;
+    if (port.usb) {
+        traits.push_back(textOf(*port.usb));
+    }
+    if (!port.description.empty()) {
+        traits.push_back(port.description);
+    }
+    return port.name + (traits.empty() ? std::string() : " (" + joined(traits, ", ") + ")");
+}
+
+Finding findingOf(const PortInfo& port) {
+    const std::string subject(nameOf(port.kind));
+    const PortUse use = port.kind == PortKind::adapter ? PortUse::adapter : PortUse::instrument;
+    if (!port.isAccessible) {
+        return {Level::problem, subject, describe(port) + ": " + port.accessProblem,
+                adviceForPort(port.name, use)};
+    }
+    if (!port.heldBy.empty()) {
+        return {Level::problem, subject, describe(port) + " is in use by " + port.heldBy,
+                "end that program: a port can be open in one program only"};
+    }
+    return {Level::works, subject, describe(port), {}};
+}
+
+/// What can be said when no port is of this kind.
+Finding withoutPort(PortKind kind, const PortFacts& facts) {
+    const std::string subject(nameOf(kind));
+    const PortDriver& driver =
+        kind == PortKind::adapter ? facts.adapterDriver : facts.instrumentDriver;
+    const auto device =
+        std::find_if(facts.usb.begin(), facts.usb.end(),
+                     [kind](const UsbIdentity& usb) { return kindOf(usb, {}) == kind; });
+    if (device != facts.usb.end()) {
+        return {Level::problem, subject,
+                textOf(*device) + " is plugged in, but the system has made no serial port of it" +
+                    (driver.isThere == false ? ": there is no driver " + driver.name : ""),
+                driver.advice};
+    }
+    return {Level::note, subject, "none is plugged in", {}};
+}
+
+Finding driverFinding(const PortFacts& facts) {
+    std::vector<std::string> there;
+    std::vector<std::string> missing;
+    std::vector<std::string> advice;
+    for (const PortDriver* driver : {&facts.instrumentDriver, &facts.adapterDriver}) {
+        if (driver->isThere == false) {
+            missing.push_back(driver->name);
+            advice.push_back(driver->advice);
+        } else if (driver->isThere == true) {
+            there.push_back(driver->name);
+        }
+    }
+    if (!missing.empty()) {
+        return {Level::note, "drivers", "missing: " + joined(missing, ", "), joined(advice, "; ")};
+    }
+    return there.empty() ? Finding{Level::note, "drivers", "the system does not tell", {}}
+                         : Finding{Level::works, "drivers", joined(there, ", "), {}};
+}
+
+Finding usbFinding(const std::vector<UsbIdentity>& usb) {
+    std::vector<std::string> identities;
+    for (const UsbIdentity& device : usb) {
+        identities.push_back(textOf(device));
+    }
+    std::sort(identities.begin(), identities.end());
+    return {Level::works, "usb", identities.empty() ? "no devices" : joined(identities, ", "), {}};
+}
+
+}  // namespace
+
+const char* nameOf(Finding::Level level) {
+    switch (level) {
+        case Level::works:
+            return "ok";
+        case Level::note:
+            return "note";
+        case Level::problem:
+            break;
+    }
+    return "problem";
+}
+
+PortFacts portFacts() {
+    return {listPorts(), usbDevices(), portPermission(), driverFor(PortKind::instrument),
+            driverFor(PortKind::adapter)};
+}
+
+std::vector<Finding> portFindings(const PortFacts& facts) {
+    std::vector<Finding> findings{usbFinding(facts.usb)};
+    for (const PortKind kind : {PortKind::instrument, PortKind::adapter}) {
+        const std::size_t before = findings.size();
+        for (const PortInfo& port : facts.ports) {
+            if (port.kind == kind) {
+                findings.push_back(findingOf(port));
+            }
+        }
+        if (findings.size() == before) {
+            findings.push_back(withoutPort(kind, facts));
+        }
+    }
+    findings.push_back(driverFinding(facts));
+    // Where a port cannot be opened that is said of the port.
+    findings.push_back({facts.permission.isGranted ? Level::works : Level::note, "permission",
+                        facts.permission.text, facts.permission.advice});
+    return findings;
+}
+
+Finding colorFinding() {
+    constexpr Viewing kViewing{IlluminantD65, Observer10Degree};
+    Spectrum white;
+    white.fill(1.0F);
+    const ColorData lab = colorOfSpectrum(white, ColorSpaceLab, kViewing);
+    // Of L* 50 the inverse of ISO/CIE 11664-4 gives Y = 100 * ((50 + 16) / 116)^3.
+    const ColorData xyz = colorOfLab({{50, 0, 0}}, ColorSpaceXyz, kViewing);
+    const double expected = 100 * std::pow(66.0 / 116.0, 3);
+    const bool isRight = deltaEab(lab, {{100, 0, 0}}) < kColorAccuracy &&
+                         std::abs(xyz.values[1] - expected) < kColorAccuracy;
+    if (!isRight) {
+        return {Level::problem, "colours",
+                "the perfect white has L* " + fixed(lab.values[0], 2) + " a* " +
+                    fixed(lab.values[1], 2) + " b* " + fixed(lab.values[2], 2) +
+                    ", and L* 50 has Y " + fixed(xyz.values[1], 3),
+                "install program and library again, from one package"};
+    }
+    return {Level::works, "colours", "the library computes what is known", {}};
+}
+
+Finding logFinding(const std::filesystem::path& library) {
+    if (library.empty()) {
+        return {Level::note, "log", "where the library lies cannot be told", {}};
+    }
+    std::filesystem::path file = library;
+    file += ".log";
+    std::error_code error;
+    const bool existed = std::filesystem::exists(file, error);
+    const bool isWritable = std::ofstream(file, std::ios::app).is_open();
+    if (!existed) {
+        std::filesystem::remove(file, error);
+    }
+    return isWritable
+               ? Finding{Level::works, "log", file.string() + " can be written", {}}
+               : Finding{Level::note, "log", file.string() + " cannot be written",
+                         "for --debug-log make the library's folder writable, or use a copy of "
+                         "program and library in a folder of your own"};
+}
+
+}  // namespace cqtool

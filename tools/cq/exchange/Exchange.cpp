@@ -1,0 +1,223 @@
+#include "exchange/Exchange.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "colour/ColorMath.h"
+#include "exchange/Formats.h"
+#include "Failure.h"
+#include "report/RecordReport.h"
+#include "system/Files.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+constexpr std::size_t kRecordSize = sizeof(CqMeasurementRecord::bytes);
+
+struct FormatName {
+    ExchangeFormat format;
+    std::string_view name;
+    std::vector<std::string_view> extensions;
+};
+
+const std::vector<FormatName>& formatNames() {
+    static const std::vector<FormatName> kFormats{
+        {ExchangeFormat::csv, "csv", {".csv"}},
+        {ExchangeFormat::json, "json", {".json"}},
+        {ExchangeFormat::cgats, "cgats", {".cgats", ".txt"}},
+        {ExchangeFormat::html, "html", {".html", ".htm"}},
+        {ExchangeFormat::raw, "raw", {".raw", ".bin", ".record"}},
+    };
+    return kFormats;
+}
+
+bool contains(const std::vector<std::string_view>& texts, std::string_view wanted) {
+    return std::find(texts.begin(), texts.end(), wanted) != texts.end();
+}
+
+ExchangeFormat formatNamed(const std::string& name) {
+    for (const FormatName& format : formatNames()) {
+        if (format.name == lowerCase(name)) {
+            return format.format;
+        }
+    }
+    throw UsageError("no format is called '" + name + "'; there are: " + exchangeFormatNames());
+}
+
+std::string rawOf(const RecordSet& set) {
+    std::string content;
+    for (const CqMeasurementRecord& record : recordsOf(set, "the export")) {
+        content.append(reinterpret_cast<const char*>(record.bytes), kRecordSize);
+    }
+    return content;
+}
+
+RecordSet recordsOfRaw(std::string_view content, const std::string& source) {
+    if (content.empty() || content.size() % kRecordSize != 0) {
+        throw Failure(source + " is no file of raw records: it has " +
+                          std::to_string(content.size()) + " bytes, records have 256 each",
+                      "give a file of whole records, or name its format with --format");
+    }
+    RecordSet set;
+    for (std::size_t at = 0; at < content.size(); at += kRecordSize) {
+        CqMeasurementRecord record;
+        std::memcpy(record.bytes, content.data() + at, kRecordSize);
+        set.entries.push_back(
+            entryOf(record, static_cast<std::uint32_t>(at / kRecordSize), true, {}, set.viewing));
+    }
+    return set;
+}
+
+}  // namespace
+
+std::string exchangeFormatNames() {
+    std::vector<std::string> names;
+    for (const FormatName& format : formatNames()) {
+        names.emplace_back(format.name);
+    }
+    return joined(names, ", ");
+}
+
+ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name) {
+    if (!name.empty()) {
+        return formatNamed(name);
+    }
+    const std::string extension = lowerCase(file.extension().string());
+    for (const FormatName& format : formatNames()) {
+        if (contains(format.extensions, extension)) {
+            return format.format;
+        }
+    }
+    throw UsageError("the name " + file.string() +
+                     " does not tell the format; give --format, one of " + exchangeFormatNames());
+}
+
+std::string nowText() {
+    using namespace std::chrono;
+    const auto now = floor<seconds>(system_clock::now());
+    const auto day = floor<days>(now);
+    const year_month_day date(day);
+    const hh_mm_ss time(now - day);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    return text;
+}
+
+std::string defaultName(std::uint32_t index, bool isStandard) {
+    return (isStandard ? "standard " : "trial ") + std::to_string(index);
+}
+
+RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index, bool isStandard,
+                    const RecordLayout& layout, const Viewing& viewing, const std::string& name) {
+    RecordEntry entry;
+    entry.index = index;
+    entry.name = name.empty() ? defaultName(index, isStandard) : name;
+    entry.isStandard = isStandard;
+    entry.record = record;
+    entry.spectrum = readSpectrum(record, layout).spectrum;
+    if (entry.spectrum) {
+        entry.lab = colorOfSpectrum(*entry.spectrum, ColorSpaceLab, viewing);
+    }
+    return entry;
+}
+
+std::string writtenRecords(const RecordSet& set, ExchangeFormat format) {
+    switch (format) {
+        case ExchangeFormat::csv:
+            return csvOf(set);
+        case ExchangeFormat::json:
+            return jsonOf(set);
+        case ExchangeFormat::cgats:
+            return cgatsOf(set);
+        case ExchangeFormat::html:
+            return recordReport(set, groupsOf(set), {});
+        case ExchangeFormat::raw:
+            break;
+    }
+    return rawOf(set);
+}
+
+RecordSet parsedRecords(std::string_view content, ExchangeFormat format,
+                        const std::string& source) {
+    switch (format) {
+        case ExchangeFormat::csv:
+            return recordsOfCsv(content, source);
+        case ExchangeFormat::json:
+            return recordsOfJson(content, source);
+        case ExchangeFormat::cgats:
+            return recordsOfCgats(content, source);
+        case ExchangeFormat::html:
+            throw Failure(source + " is a report, which is for people and not read back",
+                          "export as csv, json, cgats or raw");
+        case ExchangeFormat::raw:
+            break;
+    }
+    return recordsOfRaw(content, source);
+}
+
+RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format) {
+    return parsedRecords(readFile(file), format, file.string());
+}
+
+std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::string& source) {
+    std::vector<CqMeasurementRecord> records;
+    for (const RecordEntry& entry : set.entries) {
+        if (!entry.record) {
+            throw Failure(source + " has no instrument's record for '" + entry.name + "'",
+                          "an instrument takes its own records alone: use a file that was exported "
+                          "with them");
+        }
+        records.push_back(*entry.record);
+    }
+    return records;
+}
+
+bool isStandardOf(std::string_view kind, const std::string& where) {
+    const std::string word = lowerCase(kind);
+    if (word != "standard" && word != "trial") {
+        throw Failure(where + ": the kind must be standard or trial, not '" + std::string(kind) +
+                      "'");
+    }
+    return word == "standard";
+}
+
+CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& where) {
+    static constexpr std::string_view kDigits = "0123456789abcdef";
+    const std::string text = lowerCase(digits);
+    if (text.size() != 2 * kRecordSize || text.find_first_not_of(kDigits) != std::string::npos) {
+        throw Failure(where + ": a record must be 512 hexadecimal digits, here are " +
+                      std::to_string(text.size()) + " characters");
+    }
+    CqMeasurementRecord record;
+    for (std::size_t i = 0; i < kRecordSize; ++i) {
+        record.bytes[i] = static_cast<std::uint8_t>(kDigits.find(text[2 * i]) << 4 |
+                                                    kDigits.find(text[2 * i + 1]));
+    }
+    return record;
+}
+
+void checkReflectance(double value, const std::string& where) {
+    if (!(value >= kLeastPlausible && value <= kMostPlausible)) {
+        throw Failure(where + " is no reflectance",
+                      "spectra must be fractions: 1 is the perfect white, not 100");
+    }
+}
+
+Viewing viewingOf(const std::string& illuminant, const std::string& observer,
+                  const std::string& where) {
+    try {
+        return {illuminantNamed(illuminant), observerNamed(observer)};
+    } catch (const UsageError& error) {
+        throw Failure(where + ": " + error.what());
+    }
+}
+
+}  // namespace cqtool

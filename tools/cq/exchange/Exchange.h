@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "colour/ColorNames.h"
+#include "colour/Spectrum.h"
+#include "cqapi/CQApi.h"
+#include "instrument/RecordLayout.h"
+
+namespace cqtool {
+
+/// One measurement as it is passed between programs. What is not known is left out.
+struct RecordEntry {
+    std::uint32_t index = 0;  ///< where the instrument stores it, or a count from 0
+    std::string name;
+    bool isStandard = true;
+    std::optional<Spectrum> spectrum;
+    std::optional<ColorData> lab;               ///< for the set's viewing
+    std::optional<CqMeasurementRecord> record;  ///< the instrument's own bytes
+
+    const char* kind() const { return isStandard ? "standard" : "trial"; }
+};
+
+/// Measurements with where they come from. Texts are UTF-8; an empty one is not known.
+struct RecordSet {
+    std::string title;
+    std::string instrument;
+    std::string serial;
+    std::string time;  ///< of the export, as nowText() writes it
+    Viewing viewing;   ///< that the entries' L*, a*, b* are for
+    std::vector<RecordEntry> entries;
+};
+
+/// csv: a line a measurement, with a header. json: stable member names. cgats: the text form of
+/// ANSI CGATS.17. raw: the records' 256 bytes, one after the other. html: a report; it is not read
+/// back.
+enum class ExchangeFormat { csv, json, cgats, html, raw };
+
+/// The names that can be given: "csv, json, cgats, html, raw".
+std::string exchangeFormatNames();
+
+/// The format called so; without a name the one that the file's extension means (.csv, .json, .txt
+/// and .cgats, .html and .htm, .bin, .raw and .record). Throws UsageError when neither tells.
+ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name = {});
+
+/// The time now as in "2024-05-01T10:00:00Z".
+std::string nowText();
+
+/// An entry from an instrument's record: spectrum and L*, a*, b* too if the layout finds a
+/// plausible spectrum in it.
+/// \param name empty: "standard 3" or "trial 3", from kind and index.
+RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index, bool isStandard,
+                    const RecordLayout& layout, const Viewing& viewing,
+                    const std::string& name = {});
+
+/// The content of a file in this format.
+/// Throws Failure when the format cannot hold an entry, with what could: raw without its record,
+/// cgats when some entries have a spectrum, L*a*b* or a record and others have not.
+std::string writtenRecords(const RecordSet& set, ExchangeFormat format);
+
+/// Reads what writtenRecords() gives, and files of other programs as far as they have what is
+/// needed. A raw file holds records alone: they become standards with the default layout's spectra.
+/// \param source what messages call the content.
+/// Throws Failure, with the line (in JSON the member), for what is no such content, and for html.
+RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const std::string& source);
+
+/// The same from a file.
+RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format);
+
+/// The record of every entry, in order; throws Failure naming the first that has none. \param
+/// source as above.
+std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::string& source);
+
+}  // namespace cqtool

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "exchange/Exchange.h"
+
+/// \file
+/// The formats one by one, for Exchange.cpp. Contracts are those of writtenRecords() and
+/// parsedRecords().
+
+namespace cqtool {
+
+std::string csvOf(const RecordSet& set);
+RecordSet recordsOfCsv(std::string_view content, const std::string& source);
+
+std::string jsonOf(const RecordSet& set);
+RecordSet recordsOfJson(std::string_view content, const std::string& source);
+
+std::string cgatsOf(const RecordSet& set);
+RecordSet recordsOfCgats(std::string_view content, const std::string& source);
+
+/// A member or cell that names a kind; throws Failure, beginning with `where`, for another word.
+bool isStandardOf(std::string_view kind, const std::string& where);
+
+/// A record from its 512 hexadecimal digits; throws Failure as above.
+CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& where);
+
+/// Throws Failure, beginning with `where`, for a value that is no reflectance, most often because
+/// it is in percent.
+void checkReflectance(double value, const std::string& where);
+
+/// An illuminant and observer by their names; throws Failure as above.
+Viewing viewingOf(const std::string& illuminant, const std::string& observer,
+                  const std::string& where);
+
+/// The name that an entry without one gets.
+std::string defaultName(std::uint32_t index, bool isStandard);
+
+}  // namespace cqtool

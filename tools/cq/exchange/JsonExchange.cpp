@@ -1,0 +1,196 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "colour/ColorJson.h"
+#include "colour/ColorMath.h"
+#include "exchange/Formats.h"
+#include "Failure.h"
+
+namespace cqtool {
+namespace {
+
+Json entryJson(const RecordEntry& entry, const Viewing& viewing) {
+    Json json{{"index", entry.index}, {"kind", entry.kind()}, {"name", entry.name}};
+    if (entry.lab) {
+        json["lab"] = colorJson(*entry.lab, colorSpace(ColorSpaceLab));
+        json["hex"] = hexColor(rgbOfLab(*entry.lab, viewing));
+    }
+    if (entry.spectrum) {
+        json["spectrum"] = spectrumJson(*entry.spectrum);
+    }
+    if (entry.record) {
+        json["record"] = hexText(entry.record->bytes, sizeof entry.record->bytes);
+    }
+    return json;
+}
+
+/// Takes members out of an object, with errors that name file and member.
+class Member {
+  public:
+    /// \param where the object's own place: "records.json", "records.json: entries[2]".
+    Member(const Json& object, std::string where) : object_(object), where_(std::move(where)) {
+        if (!object.is_object()) {
+            throw Failure(where_ + " must be an object");
+        }
+    }
+
+    const std::string& where() const { return where_; }
+    std::string placeOf(const char* name) const { return where_ + ": " + name; }
+
+    /// Null when there is no such member.
+    const Json* find(const char* name) const {
+        const auto found = object_.find(name);
+        return found == object_.end() || found->is_null() ? nullptr : &*found;
+    }
+
+    std::string text(const char* name) const {
+        const Json* member = find(name);
+        if (member != nullptr && !member->is_string()) {
+            throw Failure(placeOf(name) + " must be a text, not " + member->dump());
+        }
+        return member == nullptr ? std::string() : member->get<std::string>();
+    }
+
+    std::uint32_t index(std::uint32_t otherwise) const {
+        const Json* member = find("index");
+        if (member != nullptr && (!member->is_number_unsigned() || *member > 0xFFFFFFFFU)) {
+            throw Failure(placeOf("index") + " must be a whole number from 0, not " +
+                          member->dump());
+        }
+        return member == nullptr ? otherwise : member->get<std::uint32_t>();
+    }
+
+    float number(const char* name) const {
+        const Json* member = find(name);
+        if (member == nullptr || !member->is_number()) {
+            throw Failure(placeOf(name) + " must be a number");
+        }
+        const double value = member->get<double>();
+        if (!(std::abs(value) <= std::numeric_limits<float>::max())) {
+            throw Failure(placeOf(name) + " is too large: " + member->dump());
+        }
+        return static_cast<float>(value);
+    }
+
+  private:
+    const Json& object_;
+    std::string where_;
+};
+
+ColorData labOf(const Json& json, const std::string& where) {
+    const Member lab(json, where);
+    return {{lab.number("L"), lab.number("a"), lab.number("b")}};
+}
+
+Spectrum spectrumOf(const Json& json, const std::string& where) {
+    const Member object(json, where);
+    const Json* values = object.find("values");
+    const bool isOnGrid =
+        (object.find("start") == nullptr || *object.find("start") == kFirstWavelength) &&
+        (object.find("step") == nullptr || *object.find("step") == kWavelengthStep);
+    if (values == nullptr || !values->is_array() || values->size() != kWavelengthCount ||
+        !isOnGrid) {
+        throw Failure(where + " must have 31 values from 400 nm in steps of 10 nm");
+    }
+    Spectrum spectrum;
+    for (std::size_t i = 0; i < spectrum.size(); ++i) {
+        const Json& value = (*values)[i];
+        const std::string place = where + ": values[" + std::to_string(i) + "]";
+        if (!value.is_number()) {
+            throw Failure(place + " must be a number, not " + value.dump());
+        }
+        checkReflectance(value.get<double>(), place + " with " + value.dump());
+        spectrum[i] = value.get<float>();
+    }
+    return spectrum;
+}
+
+RecordEntry entryOfJson(const Member& member, std::uint32_t count) {
+    RecordEntry entry;
+    entry.index = member.index(count);
+    const std::string kind = member.text("kind");
+    entry.isStandard = kind.empty() || isStandardOf(kind, member.where());
+    entry.name = member.text("name");
+    if (entry.name.empty()) {
+        entry.name = defaultName(entry.index, entry.isStandard);
+    }
+    if (const Json* lab = member.find("lab")) {
+        entry.lab = labOf(*lab, member.placeOf("lab"));
+    }
+    if (const Json* spectrum = member.find("spectrum")) {
+        entry.spectrum = spectrumOf(*spectrum, member.placeOf("spectrum"));
+    }
+    if (const std::string record = member.text("record"); !record.empty()) {
+        entry.record = recordOfHex(record, member.where());
+    }
+    if (!entry.lab && !entry.spectrum && !entry.record) {
+        throw Failure(member.where() + " has neither \"spectrum\" nor \"lab\" nor \"record\"");
+    }
+    return entry;
+}
+
+Viewing viewingOfJson(const Member& root) {
+    if (root.find("illuminant") == nullptr && root.find("observer") == nullptr) {
+        return {};
+    }
+    const Json* observer = root.find("observer");
+    return viewingOf(
+        root.text("illuminant"),
+        observer == nullptr || observer->is_string() ? root.text("observer") : observer->dump(),
+        root.where());
+}
+
+Json parsed(std::string_view content, const std::string& source) {
+    try {
+        return Json::parse(content);
+    } catch (const Json::parse_error& error) {
+        const auto end =
+            content.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, content.size()));
+        throw Failure(source + " line " +
+                          std::to_string(1 + std::count(content.begin(), end, '\n')) +
+                          ": this is no JSON, or it is cut off",
+                      "give a file that cq has exported, or name its format with --format");
+    } catch (const Json::exception&) {
+        throw Failure(source + " holds a number that is too large");
+    }
+}
+
+}  // namespace
+
+std::string jsonOf(const RecordSet& set) {
+    Json entries = Json::array();
+    for (const RecordEntry& entry : set.entries) {
+        entries.push_back(entryJson(entry, set.viewing));
+    }
+    return pageOfJson({{"title", set.title},
+                       {"instrument", set.instrument},
+                       {"serial", set.serial},
+                       {"time", set.time},
+                       {"illuminant", illuminantName(set.viewing.illuminant)},
+                       {"observer", observerDegrees(set.viewing.observer)},
+                       {"entries", std::move(entries)}});
+}
+
+RecordSet recordsOfJson(std::string_view content, const std::string& source) {
+    const Json document = parsed(content, source);
+    const Member root(document, source);
+    const Json* entries = root.find("entries");
+    if (entries == nullptr || !entries->is_array()) {
+        throw Failure(source + " has no array \"entries\"",
+                      "give a file that cq has exported as JSON");
+    }
+    RecordSet set;
+    set.title = root.text("title");
+    set.instrument = root.text("instrument");
+    set.serial = root.text("serial");
+    set.time = root.text("time");
+    set.viewing = viewingOfJson(root);
+    for (std::size_t i = 0; i < entries->size(); ++i) {
+        const Member member((*entries)[i], source + ": entries[" + std::to_string(i) + "]");
+        set.entries.push_back(entryOfJson(member, static_cast<std::uint32_t>(i)));
+    }
+    return set;
+}
+
+}  // namespace cqtool

@@ -1,0 +1,182 @@
+#include "instrument/Storage.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "Failure.h"
+#include "instrument/Records.h"
+
+namespace cqtool {
+namespace {
+
+// A portion takes well below a second: over USB in one transfer, wireless record by record.
+constexpr std::uint32_t kWiredPortion = 50;
+constexpr std::uint32_t kWirelessPortion = 5;
+
+/// The selection of the samples of all standards.
+constexpr std::uint32_t kAllStandards = 0xFFFFFFFF;
+
+// No record consists of this byte alone, so it shows which places the library has left untouched.
+constexpr std::uint8_t kUntouched = 0xA5;
+
+bool consistsOf(const CqMeasurementRecord& record, std::uint8_t byte) {
+    return std::all_of(std::begin(record.bytes), std::end(record.bytes),
+                       [byte](std::uint8_t other) { return other == byte; });
+}
+
+std::uint32_t selectionOf(const RecordList& list) {
+    return list.standard.value_or(kAllStandards);
+}
+
+Operation readingOf(const RecordList& list) {
+    return list.isStandards ? Operation::readStandards : Operation::readSamples;
+}
+
+[[noreturn]] void refuseShort(const RecordList& list, std::size_t got, std::size_t wanted) {
+    throw Failure("reading stored " + std::string(list.name()) + " failed: the instrument gave " +
+                      std::to_string(got) + " of " + std::to_string(wanted) + " records",
+                  "leave the instrument's buttons alone and repeat the command");
+}
+
+}  // namespace
+
+std::uint32_t Storage::count(const RecordList& list) const {
+    std::uint32_t count = 0;
+    const CqHandle handle = connection_.handle();
+    connection_.check(list.isStandards ? cqGetTotalStandards(handle, &count)
+                      : list.standard  ? cqGetSampleCount(handle, *list.standard, &count)
+                                       : cqGetTotalSamples(handle, &count),
+                      Operation::countRecords);
+    return count;
+}
+
+std::optional<std::uint32_t> Storage::room() const {
+    if (connection_.isWireless()) {
+        return std::nullopt;
+    }
+    const std::uint32_t capacity = standardCapacity(connection_.deviceInfo());
+    const std::uint32_t stored = count({});
+    return capacity > stored ? capacity - stored : 0;
+}
+
+std::uint32_t Storage::portionSize() const {
+    return connection_.isWireless() ? kWirelessPortion : kWiredPortion;
+}
+
+/// How many records have come.
+std::uint32_t Storage::readPortion(const RecordList& list, std::span<CqMeasurementRecord> portion,
+                                   std::uint32_t first) const {
+    const auto count = static_cast<std::uint32_t>(portion.size());
+    std::memset(portion.data(), kUntouched, portion.size_bytes());
+    connection_.check(list.isStandards
+                          ? cqUploadStandards(connection_.handle(), portion.data(), first, count)
+                          : cqUploadSamples(connection_.handle(), portion.data(), selectionOf(list),
+                                            first, count),
+                      readingOf(list));
+    // The library clears the places of samples that have not come.
+    const std::uint8_t missing = list.isStandards ? kUntouched : std::uint8_t{0};
+    const auto end = std::find_if(portion.begin(), portion.end(), [missing](const auto& record) {
+        return consistsOf(record, missing);
+    });
+    return static_cast<std::uint32_t>(end - portion.begin());
+}
+
+std::vector<CqMeasurementRecord> Storage::read(const RecordList& list, std::uint32_t first,
+                                               std::uint32_t most, const Progress& progress) const {
+    const std::uint32_t stored = count(list);
+    const std::uint32_t wanted = stored > first ? std::min(stored - first, most) : 0;
+    std::vector<CqMeasurementRecord> records(wanted);
+    const std::span all(records);
+    for (std::uint32_t done = 0; done < wanted;) {
+        progress(done, wanted);
+        const auto portion = all.subspan(done, std::min(wanted - done, portionSize()));
+        const std::uint32_t got = readPortion(list, portion, first + done);
+        done += got;
+        if (got < portion.size()) {
+            // A wired instrument counts the samples of all standards, whichever is asked for.
+            if (!list.standard || connection_.isWireless()) {
+                refuseShort(list, done, wanted);
+            }
+            records.resize(done);
+            break;
+        }
+    }
+    progress(records.size(), records.size());
+    return records;
+}
+
+CqMeasurementRecord Storage::readStandard(std::uint32_t index) const {
+    const RecordList standards;
+    const auto records = read(standards, index, 1, [](std::size_t, std::size_t) {});
+    if (records.empty()) {
+        throw Failure("there is no stored standard " + std::to_string(index) +
+                          ": the instrument "
+                          "holds " +
+                          std::to_string(count(standards)),
+                      "see cq standards list; indices begin with 0");
+    }
+    return records.front();
+}
+
+Change Storage::write(std::span<const CqMeasurementRecord> standards, const Progress& progress) {
+    const std::uint32_t before = count({});
+    const Connection::KeepOpen keepOpen(connection_);
+    Change change;
+    while (change.done < standards.size() && !change.isInterrupted) {
+        progress(change.done, standards.size());
+        const auto portion = standards.subspan(
+            change.done, std::min<std::size_t>(standards.size() - change.done, portionSize()));
+        const auto size = static_cast<std::uint32_t>(portion.size());
+        change.code = cqDownloadStandards(connection_.handle(), portion.data(), size);
+        if (change.code != CQ_NO_ERROR) {
+            settle(change, before, size);
+            return change;
+        }
+        change.done += size;
+        change.isInterrupted = change.done < standards.size() && connection_.isInterrupted();
+    }
+    progress(change.done, standards.size());
+    return change;
+}
+
+/// Asks the instrument how much of a portion that failed it has stored all the same.
+void Storage::settle(Change& change, std::uint32_t before, std::uint32_t underWay) const {
+    std::uint32_t after = 0;
+    const bool isToldNow = cqGetTotalStandards(connection_.handle(), &after) == CQ_NO_ERROR;
+    if (isToldNow && after >= before) {
+        change.done = std::max(after - before, change.done);
+    } else {
+        change.unknown = underWay;
+    }
+}
+
+Change Storage::erase(const RecordList& list, std::span<const std::uint32_t> indices,
+                      const Progress& progress) {
+    const Connection::KeepOpen keepOpen(connection_);
+    Change change;
+    for (const std::uint32_t index : indices) {
+        change.isInterrupted = connection_.isInterrupted();
+        if (change.isInterrupted) {
+            break;
+        }
+        progress(change.done, indices.size());
+        change.code = list.isStandards
+                          ? cqDeleteStandard(connection_.handle(), index)
+                          : cqDeleteSample(connection_.handle(), selectionOf(list), index);
+        if (change.code != CQ_NO_ERROR) {
+            change.unknown =
+                change.code == CQ_EXECUTE_COMMAND_FAILED || change.code == CQ_INVALID_PARAMETER ? 0
+                                                                                                : 1;
+            break;
+        }
+        ++change.done;
+    }
+    return change;
+}
+
+void Storage::eraseAll() const {
+    connection_.check(cqDeleteAllRecords(connection_.handle()), Operation::deleteAllRecords);
+}
+
+}  // namespace cqtool

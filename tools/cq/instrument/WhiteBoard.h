@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "colour/ColorJson.h"
+#include "cqapi/CQApi.h"
+
+namespace cqtool {
+
+/// The reference values of a white tile as JSON:
+///
+///     {"text": "WT-0001", "reserved": [16 bytes], "firstBlock": [31 numbers],
+///      "secondBlock": [31 numbers]}
+///
+/// The blocks are 31 little-endian 32-bit floats each, which the numbers give exactly; one that is
+/// not-a-number or infinite is null. Bytes of the text that cannot be printed become '?', and what
+/// stands behind its NUL is left out: the 280 bytes alone are always exact.
+Json whiteBoardJson(const CqWhiteBoardParameter& parameter);
+
+/// Reads the same; "reserved" may be left out and is 0 then. Throws Failure, with the source's name
+/// and the member, for anything else.
+CqWhiteBoardParameter whiteBoardOfJson(std::string_view content, const std::string& source);
+
+/// The 280 bytes as they are.
+std::string whiteBoardBytes(const CqWhiteBoardParameter& parameter);
+/// Throws Failure for another number of bytes.
+CqWhiteBoardParameter whiteBoardOfBytes(std::string_view content, const std::string& source);
+
+}  // namespace cqtool

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+#include "manual/Outline.h"
+
+namespace cqtool {
+
+/// A script that completes cq's command line: commands, options, and the values that can be known,
+/// which are words, files and serial ports.
+/// \param shell "bash", "zsh" or "fish".
+std::string completionScript(const CommandOutline& program, const std::string& shell);
+
+}  // namespace cqtool

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+
+#include "colour/ColorMath.h"
+
+namespace cqtool {
+
+/// The text with the characters that mean something in HTML replaced.
+std::string escaped(const std::string& text);
+
+/// \param content HTML. \param cssClass none when empty.
+std::string element(const char* name, const std::string& content, const char* cssClass = "");
+
+/// A field of this colour.
+std::string swatch(const Rgb& color);
+
+/// A number, or a word, that stands out, over what it is. \param caption HTML.
+std::string figure(const std::string& value, const std::string& caption);
+
+/// An item of a legend: a line as the style sheet draws this class, then the text.
+std::string legendKey(const char* cssClass, const std::string& text);
+
+/// A whole page that needs nothing else. \param style what the page adds to the common style sheet.
+/// \param body HTML.
+std::string htmlPage(const std::string& title, const std::string& style, const std::string& body);
+
+}  // namespace cqtool

@@ -1,0 +1,355 @@
+#include "report/RecordReport.h"
+
+#include <algorithm>
+
+#include "Failure.h"
+#include "report/AbPlotSvg.h"
+#include "report/CurveSvg.h"
+#include "report/Html.h"
+#include "report/RecordStyle.h"
+#include "text/Numbers.h"
+#include "text/Text.h"
+
+namespace cqtool {
+namespace {
+
+/// An entry and a colour on the page.
+Rgb rgbOf(const RecordEntry& entry, const Viewing& viewing) {
+    return entry.spectrum ? rgbOfSpectrum(*entry.spectrum, viewing)
+           : entry.lab    ? rgbOfLab(*entry.lab, viewing)
+                          : Rgb{};
+}
+
+AbOffset placeOf(const ColorData& lab) {
+    return {lab.values[1], lab.values[2]};
+}
+
+std::string signedNumber(double value) {
+    const std::string text = fixed(value, 2);
+    return value > 0 && text != "0.00" ? "+" + text : text;
+}
+
+std::string differenceTitle(DifferenceFormula formula) {
+    return formula == DifferenceFormula::ab ? "ΔE*<sub>ab</sub>" : "ΔE<sub>00</sub>";
+}
+
+/// Writes the parts of a page about one set.
+class Page {
+  public:
+    Page(const RecordSet& set, const Judgement& judgement)
+        : viewing_(set.viewing), judgement_(judgement) {}
+
+    /// A standard with its trials: curves, places and a table of differences.
+    std::string group(const TrialGroup& group) const {
+        const RecordEntry& standard = *group.standard;
+        std::string rows;
+        for (const RecordEntry& trial : group.trials) {
+            rows += trialRow(standard, trial);
+        }
+        const std::string drawings =
+            element("div", groupCurves(group) + groupPlane(group), "drawings");
+        return element("section",
+                       element("h2", heading(standard)) + drawings +
+                           element("div", element("table", tableHead() + element("tbody", rows)),
+                                   "wide"),
+                       "group") +
+               "\n";
+    }
+
+    /// An entry that is compared with nothing.
+    std::string card(const RecordEntry& entry) const {
+        std::string content = element("h2", heading(entry));
+        if (entry.lab) {
+            content += element("div", swatch(rgbOf(entry, viewing_)), "pair");
+        }
+        if (entry.spectrum) {
+            content += curveSvg({{*entry.spectrum, entry.kind()}}, curvesOf(entry));
+        }
+        return element("article", content + element("p", valuesOf(entry), "values")) + "\n";
+    }
+
+    /// All entries where they lie in the plane of a* and b*.
+    std::string overview(const std::vector<TrialGroup>& groups) const {
+        AbPlot plot{{}, {}, "a*", "b*"};
+        for (const TrialGroup& group : groups) {
+            if (group.standard && group.standard->lab && !group.trials.empty()) {
+                addOutline(plot, *group.standard->lab, placeOf(*group.standard->lab));
+            }
+            for (const RecordEntry& trial : group.trials) {
+                addMark(plot, trial, {}, markClass(group, trial));
+            }
+            if (group.standard) {
+                addMark(plot, *group.standard, {}, "standard");
+            }
+        }
+        return abPlotSvg(plot, "All colours in the plane of a* and b*");
+    }
+
+  private:
+    static std::string heading(const RecordEntry& entry) {
+        return element("span", std::to_string(entry.index)) + escaped(entry.name);
+    }
+
+    static std::string curvesOf(const RecordEntry& entry) {
+        return "Reflectance from 400 to 700 nm of " + escaped(entry.name);
+    }
+
+    static std::string valuesOf(const RecordEntry& entry) {
+        if (!entry.lab) {
+            return "no plausible spectrum in this record";
+        }
+        return "L* " + fixed(entry.lab->values[0], 2) + "&ensp; a* " +
+               fixed(entry.lab->values[1], 2) + "&ensp; b* " + fixed(entry.lab->values[2], 2);
+    }
+
+    std::string groupCurves(const TrialGroup& group) const {
+        std::vector<SvgCurve> curves;
+        for (const RecordEntry& trial : group.trials) {
+            if (trial.spectrum) {
+                curves.push_back({*trial.spectrum, "trial"});
+            }
+        }
+        if (group.standard->spectrum) {
+            curves.push_back({*group.standard->spectrum, "standard"});
+        }
+        return curves.empty() ? std::string() : curveSvg(curves, curvesOf(*group.standard));
+    }
+
+    /// The trials around their standard, which is in the middle.
+    std::string groupPlane(const TrialGroup& group) const {
+        if (!group.standard->lab) {
+            return {};
+        }
+        const AbOffset middle = placeOf(*group.standard->lab);
+        AbPlot plot{{}, {}, "Δa*", "Δb*"};
+        addOutline(plot, *group.standard->lab, {0, 0});
+        addMark(plot, *group.standard, middle, "standard");
+        for (const RecordEntry& trial : group.trials) {
+            addMark(plot, trial, middle, markClass(group, trial));
+        }
+        return abPlotSvg(plot, "Differences in a* and b* from " + escaped(group.standard->name));
+    }
+
+    void addMark(AbPlot& plot, const RecordEntry& entry, const AbOffset& middle,
+                 const std::string& cssClass) const {
+        if (entry.lab) {
+            const AbOffset place = placeOf(*entry.lab);
+            plot.marks.push_back({{place[0] - middle[0], place[1] - middle[1]},
+                                  rgbOf(entry, viewing_),
+                                  cssClass,
+                                  entry.name});
+        }
+    }
+
+    void addOutline(AbPlot& plot, const ColorData& standard, const AbOffset& middle) const {
+        if (judgement_.tolerance) {
+            auto outline = toleranceOutline(judgement_.formula, standard, *judgement_.tolerance);
+            for (AbOffset& place : outline) {
+                place = {place[0] + middle[0], place[1] + middle[1]};
+            }
+            plot.outlines.push_back(std::move(outline));
+        }
+    }
+
+    bool isOut(const TrialGroup& group, const RecordEntry& trial) const {
+        return judgement_.tolerance && group.standard && group.standard->lab && trial.lab &&
+               !judgement_.isPassed(
+                   difference(judgement_.formula, *group.standard->lab, *trial.lab));
+    }
+
+    std::string markClass(const TrialGroup& group, const RecordEntry& trial) const {
+        return isOut(group, trial) ? "trial out" : "trial";
+    }
+
+    std::string tableHead() const {
+        std::string cells = element("th", "") + element("th", "trial");
+        for (const char* title : {"L*", "a*", "b*", "ΔL*", "Δa*", "Δb*"}) {
+            cells += element("th", title);
+        }
+        for (const DifferenceFormula formula :
+             {DifferenceFormula::ab, DifferenceFormula::ciede2000}) {
+            cells += element("th", differenceTitle(formula));
+        }
+        cells += judgement_.tolerance ? element("th", "") : std::string();
+        return element("thead", element("tr", cells));
+    }
+
+    std::string trialRow(const RecordEntry& standard, const RecordEntry& trial) const {
+        const std::string name = element("th", escaped(trial.name));
+        if (!standard.lab || !trial.lab) {
+            const std::string columns = judgement_.tolerance ? "9" : "8";
+            return element("tr", element("td", "") + name + "<td colspan=\"" + columns + "\">" +
+                                     "no plausible spectrum</td>");
+        }
+        std::string cells =
+            element(
+                "td",
+                element("div", swatch(rgbOf(standard, viewing_)) + swatch(rgbOf(trial, viewing_)),
+                        "pair")) +
+            name;
+        for (const float value : trial.lab->values) {
+            cells += element("td", fixed(value, 2));
+        }
+        for (std::size_t i = 0; i < 3; ++i) {
+            cells +=
+                element("td", signedNumber(double{trial.lab->values[i]} - standard.lab->values[i]));
+        }
+        for (const DifferenceFormula formula :
+             {DifferenceFormula::ab, DifferenceFormula::ciede2000}) {
+            cells += element("td", fixed(difference(formula, *standard.lab, *trial.lab), 2),
+                             formula == judgement_.formula ? "difference" : "");
+        }
+        if (judgement_.tolerance) {
+            const bool isPassed =
+                judgement_.isPassed(difference(judgement_.formula, *standard.lab, *trial.lab));
+            cells += element("td", isPassed ? "pass" : "fail", isPassed ? "pass" : "fail");
+        }
+        return element("tr", cells);
+    }
+
+    Viewing viewing_;
+    Judgement judgement_;
+};
+
+std::string figures(const std::vector<TrialGroup>& groups, const Judgement& judgement) {
+    const auto standards = std::count_if(groups.begin(), groups.end(), [](const TrialGroup& group) {
+        return group.standard.has_value();
+    });
+    std::size_t trials = 0;
+    for (const TrialGroup& group : groups) {
+        trials += group.trials.size();
+    }
+    std::string content = figure(std::to_string(standards), "standards");
+    content += trials == 0 ? std::string() : figure(std::to_string(trials), "trials");
+    const TrialSummary summary = summaryOf(groups, judgement);
+    if (summary.trials == 0) {
+        return element("div", content, "figures");
+    }
+    const std::string title = differenceTitle(judgement.formula);
+    if (judgement.tolerance) {
+        const std::size_t failed = summary.trials - summary.passed;
+        content += element("div",
+                           element("b", failed == 0 ? "pass" : "fail") +
+                               element("span", std::to_string(summary.passed) + " of " +
+                                                   std::to_string(summary.trials) + " within " +
+                                                   title + " " + digitsOf(*judgement.tolerance)),
+                           failed == 0 ? "figure pass" : "figure fail");
+    }
+    return element(
+        "div",
+        content + figure(fixed(summary.mean, 2), "mean " + title) +
+            figure(fixed(summary.most, 2), "largest (" + escaped(summary.mostName) + ")"),
+        "figures");
+}
+
+std::string legend(const Judgement& judgement) {
+    std::string keys = legendKey("standard", "standard") + legendKey("trial", "trial");
+    if (judgement.tolerance) {
+        keys += legendKey("tolerance", differenceTitle(judgement.formula) + " " +
+                                           digitsOf(*judgement.tolerance) +
+                                           " at the standard’s lightness");
+    }
+    return element("p", keys, "legend");
+}
+
+std::string subtitleOf(const RecordSet& set) {
+    std::vector<std::string> parts;
+    for (const std::string& text : {set.instrument, set.serial, set.time}) {
+        if (!text.empty()) {
+            parts.push_back(escaped(text));
+        }
+    }
+    parts.push_back("illuminant and observer " + viewingName(set.viewing));
+    return joined(parts, ", ");
+}
+
+}  // namespace
+
+std::vector<TrialGroup> groupsOf(const RecordSet& set) {
+    std::vector<TrialGroup> groups;
+    for (const RecordEntry& entry : set.entries) {
+        if (entry.isStandard) {
+            groups.push_back({entry, {}});
+            continue;
+        }
+        if (groups.empty()) {
+            groups.emplace_back();
+        }
+        groups.back().trials.push_back(entry);
+    }
+    return groups;
+}
+
+std::vector<TrialGroup> groupsAgainst(const std::vector<RecordEntry>& standards,
+                                      const RecordSet& set, const std::string& source) {
+    if (standards.size() == 1) {
+        return {{standards.front(), set.entries}};
+    }
+    if (standards.size() != set.entries.size()) {
+        throw Failure(source + " has " + std::to_string(standards.size()) + " standards for " +
+                          std::to_string(set.entries.size()) + " measurements",
+                      "give a file with one standard, or with as many as there are measurements");
+    }
+    std::vector<TrialGroup> groups;
+    for (std::size_t i = 0; i < standards.size(); ++i) {
+        groups.push_back({standards[i], {set.entries[i]}});
+    }
+    return groups;
+}
+
+TrialSummary summaryOf(const std::vector<TrialGroup>& groups, const Judgement& judgement) {
+    TrialSummary summary;
+    for (const TrialGroup& group : groups) {
+        for (const RecordEntry& trial : group.trials) {
+            if (!group.standard || !group.standard->lab || !trial.lab) {
+                continue;
+            }
+            const double value = difference(judgement.formula, *group.standard->lab, *trial.lab);
+            if (summary.trials == 0 || value > summary.most) {
+                summary.most = value;
+                summary.mostName = trial.name;
+            }
+            ++summary.trials;
+            summary.mean += (value - summary.mean) / static_cast<double>(summary.trials);
+            summary.passed += judgement.tolerance && judgement.isPassed(value) ? 1 : 0;
+        }
+    }
+    return summary;
+}
+
+std::string recordReport(const RecordSet& set, const std::vector<TrialGroup>& groups,
+                         const Judgement& judgement) {
+    const Page page(set, judgement);
+    std::string sections;
+    std::string cards;
+    for (const TrialGroup& group : groups) {
+        if (group.standard && !group.trials.empty()) {
+            sections += page.group(group);
+            continue;
+        }
+        cards += group.standard ? page.card(*group.standard) : std::string();
+        for (const RecordEntry& trial : group.trials) {
+            cards += page.card(trial);
+        }
+    }
+    const std::string title = set.title.empty() ? "Measurements" : set.title;
+    std::string body =
+        "<header>\n" + element("h1", escaped(title)) + "\n" + element("p", subtitleOf(set)) + "\n" +
+        figures(groups, judgement) + "\n</header>\n" +
+        element("div", page.overview(groups) + (sections.empty() ? "" : legend(judgement)),
+                "overview") +
+        "\n" + sections;
+    if (!cards.empty()) {
+        body += element("main", "\n" + cards) + "\n";
+    }
+    return htmlPage(
+        title, kRecordStyle,
+        body + element("footer",
+                       element("p",
+                               "ΔE*<sub>ab</sub> is the CIE 1976 colour difference, "
+                               "ΔE<sub>00</sub> is CIEDE2000 (ISO/CIE 11664-6) with all parametric "
+                               "factors 1. A line of tolerance in a plane of a* and b* is that of "
+                               "colours as light as the standard; what decides is the number.")));
+}
+
+}  // namespace cqtool

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cqtool {
+
+/// Another program, started by this one: its standard input is held open for as long as this object
+/// lives and ends with this process at the latest, its standard output is read here, its standard
+/// error is this program's.
+class ChildProcess {
+  public:
+    /// A program that lies beside this one; else its name alone, to be found on the search path.
+    static std::filesystem::path locate(const std::string& name);
+
+    /// Throws std::system_error when it cannot be started.
+    ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+    /// Ends its standard input, gives it 2 s to end, and then ends it.
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    /// The next line that it prints; nothing when its output has ended or the time is over.
+    std::optional<std::string> readLine(std::chrono::milliseconds timeout);
+    /// Whether its output ended in readLine().
+    bool hasOutputEnded() const;
+    /// Waits for its end, 2 s at most. Returns its exit status, nothing if it has none.
+    std::optional<int> waitForEnd();
+
+    /// From here on what it prints is read and dropped, or it would stop at a full pipe.
+    void drainOutput();
+
+  private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace cqtool

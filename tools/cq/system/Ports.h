@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cqtool {
+
+/// What is behind a serial port, as far as its USB identity tells.
+enum class PortKind {
+    instrument,  ///< a wired instrument
+    adapter,     ///< the bridge that an adapter for wireless instruments is connected through
+    other
+};
+
+/// How texts and JSON call a kind: "instrument", "adapter", "other".
+std::string_view nameOf(PortKind kind);
+
+struct UsbIdentity {
+    std::uint16_t vendor = 0;
+    std::uint16_t product = 0;
+
+    bool operator==(const UsbIdentity&) const = default;
+};
+
+/// As in "0483:5740".
+std::string textOf(const UsbIdentity& identity);
+
+/// A serial port of this machine. Texts are safe to print.
+struct PortInfo {
+    std::string name;  ///< to give to --port or --adapter: "COM5", "/dev/ttyACM0"
+    PortKind kind = PortKind::other;
+    std::optional<UsbIdentity> usb;  ///< nothing for a port that is not on USB
+    std::string description;         ///< what the device calls itself; may be empty
+    std::string driver;              ///< the system's driver; empty if it cannot be told
+    bool isAccessible = true;        ///< this user may open it
+    std::string accessProblem;       ///< why not; empty if it is accessible
+    /// Who has it open, "minicom (process 1234)"; "another program" if that is all that can be
+    /// told; empty if nobody has, or it cannot be told.
+    std::string heldBy;
+};
+
+/// The ports that the system knows, without opening one: instruments, then adapters, then others,
+/// each in the order of their names. Throws Failure when the system cannot list them.
+std::vector<PortInfo> listPorts();
+
+/// What can be told of one port, which may be of any kind, such as a pseudo-terminal or a link to a
+/// port. Throws Failure when the system knows no such port.
+PortInfo describePort(const std::string& name);
+
+}  // namespace cqtool

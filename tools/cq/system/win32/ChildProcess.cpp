@@ -1,0 +1,206 @@
+#include "system/ChildProcess.h"
+
+#include <windows.h>
+
+#include <array>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "system/Terminal.h"
+
+namespace cqtool {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr DWORD kEndTimeoutMs = 2000;
+constexpr std::chrono::milliseconds kPollInterval{2};  // nothing signals that a pipe has data
+
+[[noreturn]] void fail() {
+    throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
+}
+
+class Handle {
+  public:
+    explicit Handle(HANDLE value = nullptr) : value_(value) {}
+    ~Handle() { close(); }
+    Handle(Handle&& other) noexcept : value_(std::exchange(other.value_, nullptr)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+
+    HANDLE get() const { return value_; }
+    void close() {
+        if (value_ != nullptr && value_ != INVALID_HANDLE_VALUE) {
+            CloseHandle(std::exchange(value_, nullptr));
+        }
+    }
+
+  private:
+    HANDLE value_;
+};
+
+struct Pipe {
+    Handle readEnd;
+    Handle writeEnd;
+};
+
+Pipe makePipe() {
+    HANDLE readEnd = nullptr;
+    HANDLE writeEnd = nullptr;
+    if (CreatePipe(&readEnd, &writeEnd, nullptr, 0) == FALSE) {
+        fail();
+    }
+    return {Handle(readEnd), Handle(writeEnd)};
+}
+
+/// A copy that a child gets; without one when there is nothing to copy.
+Handle inheritable(HANDLE handle) {
+    HANDLE copy = nullptr;
+    DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, TRUE,
+                    DUPLICATE_SAME_ACCESS);
+    return Handle(copy);
+}
+
+/// Arguments come to this program in the system's code page.
+std::wstring wide(const std::string& text) {
+    const int size = static_cast<int>(text.size());
+    const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), size, nullptr, 0);
+    std::wstring result(static_cast<std::size_t>(length), L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text.data(), size, result.data(), length);
+    return result;
+}
+
+/// Written so that the child's run-time library reads the same argument again: backslashes count
+/// double before a quotation mark.
+std::wstring quoted(const std::wstring& argument) {
+    std::wstring result = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t letter : argument) {
+        if (letter == L'"') {
+            result.append(backslashes + 1, L'\\');
+        }
+        backslashes = letter == L'\\' ? backslashes + 1 : 0;
+        result += letter;
+    }
+    return result.append(backslashes, L'\\') + L'"';
+}
+
+std::wstring commandLine(const std::filesystem::path& program,
+                         const std::vector<std::string>& arguments) {
+    std::wstring line = quoted(program.wstring());
+    for (const std::string& argument : arguments) {
+        line += L' ' + quoted(wide(argument));
+    }
+    return line;
+}
+
+}  // namespace
+
+struct ChildProcess::Impl {
+    void start(std::wstring line) {
+        Handle childInput = inheritable(input.readEnd.get());
+        Handle childOutput = inheritable(output.writeEnd.get());
+        Handle childError = inheritable(GetStdHandle(STD_ERROR_HANDLE));
+        STARTUPINFOW startup{};
+        startup.cb = sizeof(startup);
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = childInput.get();
+        startup.hStdOutput = childOutput.get();
+        startup.hStdError = childError.get();
+        // In a process group of its own Ctrl-C does not reach it: it must outlive the farewell. And
+        // it must not open a window where this program has none.
+        const DWORD flags =
+            CREATE_NEW_PROCESS_GROUP | (GetConsoleWindow() == nullptr ? CREATE_NO_WINDOW : 0);
+        PROCESS_INFORMATION information{};
+        if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr,
+                           &startup, &information) == FALSE) {
+            fail();
+        }
+        CloseHandle(information.hThread);
+        process = Handle(information.hProcess);
+        input.readEnd.close();
+        output.writeEnd.close();
+    }
+
+    Pipe input = makePipe();
+    Pipe output = makePipe();
+    Handle process;
+    bool hasOutputEnded = false;
+    std::thread drain;
+};
+
+std::filesystem::path ChildProcess::locate(const std::string& name) {
+    const auto beside = executableFolder() / (name + ".exe");
+    std::error_code ignored;
+    return std::filesystem::exists(beside, ignored) ? beside : beside.filename();
+}
+
+ChildProcess::ChildProcess(const std::filesystem::path& program,
+                           const std::vector<std::string>& arguments)
+    : impl_(std::make_unique<Impl>()) {
+    impl_->start(commandLine(program, arguments));
+}
+
+ChildProcess::~ChildProcess() {
+    impl_->input.writeEnd.close();
+    const HANDLE process = impl_->process.get();
+    if (WaitForSingleObject(process, kEndTimeoutMs) != WAIT_OBJECT_0) {
+        TerminateProcess(process, 1);
+        WaitForSingleObject(process, INFINITE);
+    }
+    if (impl_->drain.joinable()) {
+        impl_->drain.join();
+    }
+}
+
+std::optional<std::string> ChildProcess::readLine(std::chrono::milliseconds timeout) {
+    std::string line;
+    const HANDLE output = impl_->output.readEnd.get();
+    const auto deadline = Clock::now() + timeout;
+    while (Clock::now() < deadline) {
+        DWORD available = 0;
+        char letter = 0;
+        DWORD count = 0;
+        if (PeekNamedPipe(output, nullptr, 0, nullptr, &available, nullptr) == FALSE) {
+            impl_->hasOutputEnded = true;
+            return std::nullopt;
+        }
+        if (available == 0) {
+            std::this_thread::sleep_for(kPollInterval);
+        } else if (ReadFile(output, &letter, 1, &count, nullptr) != FALSE && count == 1) {
+            if (letter == '\n') {
+                return line;
+            }
+            line += letter;
+        }
+    }
+    return std::nullopt;
+}
+
+bool ChildProcess::hasOutputEnded() const {
+    return impl_->hasOutputEnded;
+}
+
+std::optional<int> ChildProcess::waitForEnd() {
+    DWORD status = 0;
+    const HANDLE process = impl_->process.get();
+    return WaitForSingleObject(process, kEndTimeoutMs) == WAIT_OBJECT_0 &&
+                   GetExitCodeProcess(process, &status) != FALSE
+               ? std::optional<int>(static_cast<int>(status))
+               : std::nullopt;
+}
+
+void ChildProcess::drainOutput() {
+    impl_->drain = std::thread([output = impl_->output.readEnd.get()] {
+        std::array<char, 4096> dropped;
+        DWORD count = 0;
+        while (ReadFile(output, dropped.data(), static_cast<DWORD>(dropped.size()), &count,
+                        nullptr) != FALSE) {
+        }
+    });
+}
+
+}  // namespace cqtool
