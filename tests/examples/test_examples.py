@@ -3,16 +3,24 @@
 import os
 import re
 import subprocess
+import time
 import unittest
 
 
 class VirtualInstrument:
+    def __init__(self, *options):
+        self.options = options
+
     def __enter__(self):
         self.process = subprocess.Popen(
-            [os.environ["CQ_VIRTUAL_INSTRUMENT"], "--until-eof", "--measure-time", "10"],
+            [os.environ["CQ_VIRTUAL_INSTRUMENT"], "--until-eof", "--measure-time", "10", *self.options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         self.port = self.process.stdout.readline().removeprefix("port: ").strip()
         return self
+
+    def press(self, keys):
+        self.process.stdin.write(keys)
+        self.process.stdin.flush()
 
     def __exit__(self, *_):
         self.process.stdin.close()
@@ -26,13 +34,51 @@ def source(name):
 
 
 class Examples(unittest.TestCase):
+    def run_example(self, name, port, **options):
+        program = os.path.join(os.environ["CQ_EXAMPLES"], "example-" + name)
+        done = subprocess.run([program, port], capture_output=True, text=True, timeout=30,
+                              check=True, **options)
+        return done.stdout
+
     def test_c_measure_prints_the_first_patch(self):
         with VirtualInstrument() as instrument:
-            done = subprocess.run([os.environ["CQ_EXAMPLE_C_MEASURE"], instrument.port],
-                                  capture_output=True, text=True, timeout=30, check=True)
-        values = [float(value) for value in re.findall(r"-?\d+\.\d+", done.stdout)]
+            printed = self.run_example("c-measure", instrument.port)
+        values = [float(value) for value in re.findall(r"-?\d+\.\d+", printed)]
         for value, expected in zip(values, (37.5, 12.4, 13.0), strict=True):
             self.assertAlmostEqual(value, expected, delta=0.5)
+
+    def test_c_callback_receives_what_is_pressed(self):
+        with VirtualInstrument("--calibrated", "--press-every", "0.2") as instrument:
+            program = os.path.join(os.environ["CQ_EXAMPLES"], "example-c-callback")
+            with subprocess.Popen([program, instrument.port], stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, text=True) as process:
+                time.sleep(1.5)
+                printed, _ = process.communicate("\n", timeout=20)
+        self.assertGreater(int(re.search(r"received: (\d+)", printed)[1]), 0)
+
+    def test_c_reads_stored_standards_in_portions(self):
+        with VirtualInstrument("--standards", "120") as instrument:
+            self.assertIn("standards read: 120",
+                          self.run_example("c-stored_records", instrument.port))
+
+    def test_c_opens_the_nearest_wireless_instrument(self):
+        with VirtualInstrument("--adapter", "--battery", "57") as adapter:
+            printed = self.run_example("c-wireless", adapter.port)
+        self.assertIn("C4BE84A1B2C4", printed)
+        self.assertIn("battery 57 %", printed)
+
+    def test_c_gives_a_code_its_text(self):
+        with VirtualInstrument() as instrument:
+            self.assertIn("measuring: execute command failed (8)",
+                          self.run_example("c-result_text", instrument.port))
+
+    def test_c_writes_the_debug_log(self):
+        with VirtualInstrument() as instrument:
+            self.assertIn("code 0", self.run_example("c-debug_log", instrument.port))
+
+    def test_cpp_opens_patiently(self):
+        with VirtualInstrument() as instrument:
+            self.assertIn("connected", self.run_example("cpp-open_patiently", instrument.port))
 
     def test_readme_shows_the_c_example(self):
         self.assertIn("```c\n" + source("examples/c/measure.c") + "```", source("README.md"))

@@ -1,0 +1,69 @@
+using System;
+
+namespace CQApi
+{
+    /// <summary>What a function of the library returns; see CqResult in CQApi.h.</summary>
+    public enum ResultCode : uint
+    {
+        NoError = 0,
+        CannotFoundDevice = 1,
+        FailToOpen = 2,
+        DeviceIsClosed = 3,
+        NoSession = 4,
+        DeviceIsBusy = 5,
+        SendingTimeout = 6,
+        ReceivingTimeout = 7,
+        ExecuteCommandFailed = 8,
+        SystemError = 9,
+        InvalidPacket = 10,
+        UnexpectedCommand = 11,
+        Uncalibrated = 12,
+        TheStorageIsFull = 13,
+        FailToCalibrate = 14,
+        NoEnoughStorage = 15,
+        InvalidParameter = 16,
+        NotSupported = 17,
+        HasConnected = 18,
+        UnknownError = 19
+    }
+
+    /// <summary>A call of the library that failed.</summary>
+    public class CQException : Exception
+    {
+        private static readonly string[] Texts =
+        {
+            "no error", "cannot found device", "fail to open", "device is closed", "no session",
+            "device is busy", "sending timeout", "receiving timeout", "execute command failed",
+            "system error", "invalid packet", "unexpected command", "uncalibrated",
+            "the storage is full", "fail to calibrate", "no enough storage", "invalid parameter",
+            "not supported", "has connected", "unknown error"
+        };
+
+        /// <param name="code">Why it failed.</param>
+        /// <param name="call">What was called; begins the message.</param>
+        public CQException(ResultCode code, string call)
+            : base(call + ": " + TextOf(code) + " (" + (uint)code + ")")
+        {
+            Code = code;
+        }
+
+        public ResultCode Code { get; }
+
+        /// <summary>The code's text alone.</summary>
+        public string Text => TextOf(Code);
+
+        /// <summary>The text of a code; codes beyond the table share that of UnknownError.</summary>
+        public static string TextOf(ResultCode code)
+        {
+            return Texts[Math.Min((uint)code, (uint)Texts.Length - 1)];
+        }
+
+        internal static void ThrowUnlessNoError(uint code, string call)
+        {
+            if (code != (uint)ResultCode.NoError)
+            {
+                throw new CQException((ResultCode)code, call);
+            }
+        }
+    }
+}

@@ -1,0 +1,137 @@
+using System;
+using System.Runtime.InteropServices;
+
+namespace CQApi
+{
+    /// <summary>The library's functions as CQApi.h declares them. Records cross as structures, arrays of
+    /// measurement records as their bytes.</summary>
+    internal static class NativeMethods
+    {
+        private const string Library = "CQApi"; // CQApi.dll, libCQApi.so
+
+        [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
+        internal delegate void MeasurementResultReceived(
+            [MarshalAs(UnmanagedType.I1)] bool isStandard, IntPtr record, IntPtr user);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi,
+            BestFitMapping = false, ThrowOnUnmappableChar = true)]
+        internal static extern InstrumentHandle cqOpen(string portName);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi,
+            BestFitMapping = false, ThrowOnUnmappableChar = true)]
+        internal static extern InstrumentHandle cqOpenByBleDongle(
+            string adapterPortName, string slaveAddress);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi,
+            BestFitMapping = false, ThrowOnUnmappableChar = true)]
+        internal static extern uint cqScanBleSlaves(string adapterPortName, out IntPtr slaves);
+
+        // Not with a safe handle: its owner closes with it.
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern void cqClose(IntPtr handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        [return: MarshalAs(UnmanagedType.I1)]
+        internal static extern bool cqIsValidHandle(InstrumentHandle handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetPortName(
+            InstrumentHandle handle, [In, Out] byte[] buffer, int size);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern void cqFree(IntPtr memory);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        [return: MarshalAs(UnmanagedType.I1)]
+        internal static extern bool cqEnableDebugLog();
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        [return: MarshalAs(UnmanagedType.I1)]
+        internal static extern bool cqDiableDebugLog();
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetDeviceInfo(InstrumentHandle handle, out DeviceInfo info);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetInstrumentStatus(
+            InstrumentHandle handle, ref InstrumentStatus status);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqCalibrateWhite(InstrumentHandle handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqCalibrateBlack(InstrumentHandle handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqMeasureStandard(
+            InstrumentHandle handle, [In, Out] byte[] record);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqMeasureTrial(
+            InstrumentHandle handle, [In, Out] byte[] record);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqSetMeasurementResultReceivedCallback(
+            InstrumentHandle handle, MeasurementResultReceived callback, IntPtr user);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetTotalStandards(InstrumentHandle handle, out uint count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetTotalSamples(InstrumentHandle handle, out uint count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetSampleCount(
+            InstrumentHandle handle, uint standardIndex, out uint count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqUploadStandards(
+            InstrumentHandle handle, [In, Out] byte[] records, uint firstIndex, uint count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqUploadSamples(InstrumentHandle handle,
+            [In, Out] byte[] records, uint standardIndex, uint firstIndex, uint count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqDownloadStandards(
+            InstrumentHandle handle, byte[] records, uint count);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqDeleteStandard(InstrumentHandle handle, uint standardIndex);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqDeleteAllRecords(InstrumentHandle handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqDeleteSample(
+            InstrumentHandle handle, uint standardIndex, uint sampleIndex);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetWhiteBoardParameter(
+            InstrumentHandle handle, ref WhiteBoardParameter parameter);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqSetWhiteBoardParameter(
+            InstrumentHandle handle, ref WhiteBoardParameter parameter);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetMeasurementParameter(
+            InstrumentHandle handle, byte number, out uint value);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqSetMeasurementParameter(
+            InstrumentHandle handle, byte number, byte value);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetColorDataFromSpectralData(
+            float[] spectrum, uint colorSpace, int illuminant, int observer, out ColorData color);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetColorDataFromXyz(
+            int illuminant, int observer, float[] xyz, uint colorSpace, out ColorData color);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetColorDataFromLab(
+            int illuminant, int observer, float[] lab, uint colorSpace, out ColorData color);
+    }
+}

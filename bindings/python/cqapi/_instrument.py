@@ -1,0 +1,279 @@
+"""An open instrument, and the search for wireless ones."""
+
+from __future__ import annotations
+
+import ctypes
+import weakref
+from collections.abc import Callable, Sequence
+from types import TracebackType
+from typing import Any, Optional, TypeVar, Union
+
+from ._errors import ResultCode, error_of
+from ._library import Callback, check, load_library
+from ._records import (
+    BleSlave,
+    DeviceInfo,
+    InstrumentStatus,
+    MeasurementRecord,
+    Record,
+    WhiteBoardParameter,
+)
+
+#: Receives (is_standard, record) of a measurement made with the instrument's own button.
+MeasurementHandler = Callable[[bool, MeasurementRecord], object]
+
+_ALL_RECORDS = 0xFFFFFFFF
+_RECORD_SIZE = ctypes.sizeof(MeasurementRecord)
+_PORT_NAME_SIZE = 4096  # longer than any path
+_AnyRecord = TypeVar("_AnyRecord", bound=Record)
+
+
+def _encoded(text: str | None) -> bytes | None:
+    if text is None:
+        return None
+    if "\0" in text:
+        raise ValueError(f"a NUL in the name {text!r}")
+    return text.encode("utf-8", "surrogateescape")
+
+
+def _number(value: int, what: str, last: int = _ALL_RECORDS - 1) -> int:
+    """The value, if it is in range: ctypes would cut off what is too large, and -1 as an index would
+    stand for all records."""
+    if not 0 <= value <= last:
+        raise ValueError(f"{what} is 0 to {last}, not {value}")
+    return value
+
+
+class _HandlerSlot:
+    """Holds the handler behind the one function that the library is given. A handler may replace
+    itself: what runs is kept by the call."""
+
+    def __init__(self) -> None:
+        self.handler: Optional[MeasurementHandler] = None
+        self.function = Callback(self._receive)
+
+    def _receive(self, is_standard: bool, record: Any, _user: Any) -> None:
+        handler = self.handler
+        if handler is not None:
+            handler(is_standard, MeasurementRecord.from_buffer_copy(record.contents))
+
+
+class Instrument:
+    """An open instrument; a context manager that closes it. Made by open() and open_wireless().
+
+    An instrument handles one request at a time: give each one thread, or a lock. Different
+    instruments run in parallel. Each call can raise CQError; see CQApi.h for the codes and for how
+    long each takes at most.
+    """
+
+    def __init__(self, handle: int) -> None:
+        """Takes over a handle that cqOpen or cqOpenByBleDongle has given."""
+        self._library = load_library()
+        self._handle: Optional[int] = handle
+        self._slot: Optional[_HandlerSlot] = None
+        self._closer = weakref.finalize(self, self._library.cqClose, handle)
+
+    @classmethod
+    def open(cls, port: str | None = None) -> Instrument:
+        """Opens a wired instrument on a port such as "COM5" or "/dev/ttyACM0", or on the first port
+        with the instrument's USB identity that answers.
+
+        Waits without a limit on a port that opens but never answers. Raises CQConnectionError; the
+        library does not tell why opening failed, its debug log does. The code is CANNOT_FOUND_DEVICE
+        after a search, FAIL_TO_OPEN for a named port."""
+        return cls._opened(load_library().cqOpen(_encoded(port)), "an instrument", port)
+
+    @classmethod
+    def open_wireless(cls, adapter: str | None = None, slave: str | None = None) -> Instrument:
+        """Opens a wireless instrument through the Bluetooth LE adapter on a port, or on the first
+        port that may be an adapter's; the one with this address, or else with the strongest signal.
+        Takes 2 to 5 s, with a search for the strongest about 2 s more. Raises as open()."""
+        handle = load_library().cqOpenByBleDongle(_encoded(adapter), _encoded(slave))
+        return cls._opened(handle, "a wireless instrument", adapter)
+
+    @classmethod
+    def _opened(cls, handle: int | None, what: str, port: str | None) -> Instrument:
+        if handle is not None:
+            return cls(handle)
+        if port:
+            raise error_of(ResultCode.FAIL_TO_OPEN, f"opening {what} on {port}")
+        raise error_of(ResultCode.CANNOT_FOUND_DEVICE, f"searching the ports for {what}")
+
+    def close(self) -> None:
+        """Says goodbye and closes; does nothing the second time. May be called while another thread's
+        call runs, which then raises. Not from within the instrument's own handler."""
+        self._handle = None
+        self._closer()
+
+    def __enter__(self) -> Instrument:
+        return self
+
+    def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
+                 trace: TracebackType | None) -> None:
+        self.close()
+
+    def __repr__(self) -> str:
+        return f"<Instrument on {self.port_name}>" if self.is_open else "<Instrument, closed>"
+
+    @property
+    def is_open(self) -> bool:
+        """False once closed. Does not ask the instrument whether it is still there."""
+        return bool(self._library.cqIsValidHandle(self._handle))
+
+    @property
+    def port_name(self) -> str:
+        """The port that the instrument is connected through."""
+        name = ctypes.create_string_buffer(_PORT_NAME_SIZE + 1)
+        self._call("cqGetPortName", name, _PORT_NAME_SIZE)
+        return name.value.decode("utf-8", "surrogateescape")
+
+    def _call(self, name: str, *arguments: Any) -> None:
+        check(getattr(self._library, name)(self._handle, *arguments), name)
+
+    def _read(self, name: str, kind: type[_AnyRecord]) -> _AnyRecord:
+        record = kind()
+        self._call(name, ctypes.byref(record))
+        return record
+
+    def _count(self, name: str, *arguments: Any) -> int:
+        count = ctypes.c_uint32()
+        self._call(name, *arguments, ctypes.byref(count))
+        return count.value
+
+    def device_info(self) -> DeviceInfo:
+        return self._read("cqGetDeviceInfo", DeviceInfo)
+
+    def status(self) -> InstrumentStatus:
+        """Bytes that a wireless instrument does not tell are 0."""
+        return self._read("cqGetInstrumentStatus", InstrumentStatus)
+
+    def calibrate_white(self) -> None:
+        self._call("cqCalibrateWhite")
+
+    def calibrate_black(self) -> None:
+        self._call("cqCalibrateBlack")
+
+    def measure_standard(self) -> MeasurementRecord:
+        return self._read("cqMeasureStandard", MeasurementRecord)
+
+    def measure_trial(self) -> MeasurementRecord:
+        return self._read("cqMeasureTrial", MeasurementRecord)
+
+    def set_measurement_handler(self, handler: MeasurementHandler | None) -> None:
+        """Sets what receives measurements made with the instrument's own button, in place of any
+        earlier handler; None removes it.
+
+        It runs on a thread of the library, with a record of its own, and must not call this
+        instrument, except to set another handler; return soon. What it raises goes to
+        sys.unraisablehook. When the call returns, an earlier handler has ended and will not be
+        called again, unless the call is made from within it."""
+        if handler is not None and not callable(handler):
+            raise TypeError(f"a function is needed, or None, not {handler!r}")
+        if self._slot is None:
+            self._slot = _HandlerSlot()
+        self._slot.handler = handler
+        function = self._slot.function if handler is not None else Callback(0)
+        self._call("cqSetMeasurementResultReceivedCallback", function, None)
+
+    def total_standards(self) -> int:
+        return self._count("cqGetTotalStandards")
+
+    def total_samples(self) -> int:
+        return self._count("cqGetTotalSamples")
+
+    def sample_count(self, standard: int) -> int:
+        """A wired instrument counts the samples of all standards, whatever the index."""
+        return self._count("cqGetSampleCount", _number(standard, "the index of a standard"))
+
+    def upload_standards(self, first: int = 0, count: int | None = None) -> list[MeasurementRecord]:
+        """Reads at most `count` standards from index `first` on, as many as there are; asks for
+        their number first."""
+        return self._upload(self.total_standards, "cqUploadStandards", (), first, count)
+
+    def upload_samples(self, standard: int, first: int = 0,
+                       count: int | None = None) -> list[MeasurementRecord]:
+        """Reads at most `count` samples of a standard from index `first` on, as many as there are;
+        asks for their number first. All of them must come within 5 s: over a slow link read them in
+        portions."""
+        return self._upload(lambda: self.sample_count(standard), "cqUploadSamples", (standard,),
+                            first, count)
+
+    def _upload(self, total: Callable[[], int], name: str, of: tuple[int, ...], first: int,
+                count: int | None) -> list[MeasurementRecord]:
+        _number(first, "the first index")
+        if count is not None:
+            _number(count, "a number of records")
+        # The number is fixed here: one that the instrument gains meanwhile must not be written beyond
+        # the array's end.
+        size = max(0, total() - first)
+        size = size if count is None else min(size, count)
+        records = (MeasurementRecord * size)()
+        if size:
+            self._call(name, records, *of, first, size)
+        return list(records)
+
+    def download_standards(
+            self, records: Union[Sequence[MeasurementRecord], bytes, bytearray, memoryview, Any]
+    ) -> None:
+        """Appends standards to those that the instrument holds: records, or a buffer such as bytes or
+        an array of numpy that holds whole records one after another. Does nothing for none."""
+        data = self._bytes_of(records)
+        count, rest = divmod(len(data), _RECORD_SIZE)
+        if rest:
+            raise ValueError(f"whole records of {_RECORD_SIZE} bytes are needed, not {len(data)} bytes")
+        if count:
+            self._call("cqDownloadStandards", (MeasurementRecord * count).from_buffer_copy(data), count)
+
+    @staticmethod
+    def _bytes_of(records: Any) -> bytes:
+        try:
+            return memoryview(records).tobytes()
+        except TypeError:  # not a buffer
+            records = list(records)
+        if not all(isinstance(record, MeasurementRecord) for record in records):
+            raise TypeError("records are needed, or a buffer of them")
+        return b"".join(bytes(record) for record in records)
+
+    def delete_standard(self, standard: int) -> None:
+        self._call("cqDeleteStandard", _number(standard, "the index of a standard"))
+
+    def delete_all_records(self) -> None:
+        """Deletes every stored standard and sample."""
+        self._call("cqDeleteAllRecords")
+
+    def delete_sample(self, standard: int, sample: int) -> None:
+        self._call("cqDeleteSample", _number(standard, "the index of a standard"),
+                   _number(sample, "the index of a sample"))
+
+    def white_board_parameter(self) -> WhiteBoardParameter:
+        return self._read("cqGetWhiteBoardParameter", WhiteBoardParameter)
+
+    def set_white_board_parameter(self, parameter: WhiteBoardParameter) -> None:
+        """For wired instruments; a wireless one takes the text alone."""
+        self._call("cqSetWhiteBoardParameter", ctypes.byref(parameter))
+
+    def measurement_parameter(self, number: int) -> int:
+        """The value, 0 to 255, of a parameter, 0 to 255. Wired instruments only, as is setting one:
+        CQNotSupportedError else."""
+        return self._count("cqGetMeasurementParameter", _number(number, "a parameter's number", 255))
+
+    def set_measurement_parameter(self, number: int, value: int) -> None:
+        self._call("cqSetMeasurementParameter", _number(number, "a parameter's number", 255),
+                   _number(value, "a parameter's value", 255))
+
+
+def scan(adapter: str) -> list[BleSlave]:
+    """Lists the wireless instruments within reach of the adapter on this port, which must not be in
+    use. Takes about 2 to 5 s. Nobody within reach is no error."""
+    library = load_library()
+    found = ctypes.POINTER(BleSlave)()
+    code = library.cqScanBleSlaves(_encoded(adapter), ctypes.byref(found))
+    try:
+        check(code, "cqScanBleSlaves")
+        slaves: list[BleSlave] = []
+        end = BleSlave()
+        while found and found[len(slaves)] != end:
+            slaves.append(BleSlave.from_buffer_copy(found[len(slaves)]))
+        return slaves
+    finally:
+        library.cqFree(found)

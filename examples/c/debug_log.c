@@ -1,0 +1,18 @@
+/* Writes what goes over the line into the debug log. */
+#include <cqapi/CQApi.h>
+#include <stdio.h>
+
+int main(int argc, char** argv) {
+    CqHandle instrument;
+    CqInstrumentStatus status;
+    uint32_t code;
+    if (!cqEnableDebugLog()) {
+        puts("no log: the folder of the library cannot be written to");
+    }
+    instrument = cqOpen(argc > 1 ? argv[1] : NULL);
+    code = cqGetInstrumentStatus(instrument, &status);
+    cqClose(instrument);
+    cqDiableDebugLog();
+    printf("code %u\n", (unsigned)code);
+    return code != CQ_NO_ERROR;
+}

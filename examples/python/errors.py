@@ -1,0 +1,22 @@
+"""What to do about a call that fails: errors.py PORT"""
+import sys
+
+import cqapi
+
+try:
+    instrument = cqapi.Instrument.open(sys.argv[1])
+except cqapi.CQConnectionError as error:
+    sys.exit(f"{error}\nIs the instrument plugged in and switched on? The library's debug log tells more.")
+
+with instrument:
+    try:
+        instrument.measure_standard()
+    except cqapi.CQRefusedError:  # not calibrated, very likely
+        instrument.calibrate_white()
+        instrument.calibrate_black()
+        instrument.measure_standard()
+        print("measured, after calibrating")
+    except cqapi.CQTimeoutError:
+        print("the instrument does not answer")
+    except cqapi.CQError as error:
+        print(f"failed with code {error.code}: {error.text}")

@@ -1,0 +1,24 @@
+"""Measures the 24 patches of a colour chart and plots their spectra: measure_chart.py PORT PICTURE"""
+import sys
+
+import matplotlib
+matplotlib.use("Agg")  # draws into a file, without a window
+from matplotlib import pyplot
+
+import cqapi
+from cqapi import ColorSpace
+
+SPECTRUM_OFFSET = 64  # where the virtual instrument's records have it
+
+with cqapi.Instrument.open(sys.argv[1]) as instrument:
+    instrument.calibrate_white()
+    instrument.calibrate_black()
+    for patch in range(24):
+        spectrum = instrument.measure_standard().spectrum(SPECTRUM_OFFSET)
+        srgb = cqapi.color_from_spectrum(spectrum, ColorSpace.SRGB)
+        pyplot.plot(range(400, 701, 10), spectrum, color=[min(max(c, 0), 1) for c in srgb])
+        print("patch %2d  L* %6.2f  a* %6.2f  b* %6.2f" % (patch + 1, *cqapi.color_from_spectrum(spectrum)))
+
+pyplot.xlabel("wavelength in nm")
+pyplot.ylabel("reflectance factor")
+pyplot.savefig(sys.argv[2])

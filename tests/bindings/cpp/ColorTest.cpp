@@ -1,0 +1,47 @@
+// The typed colour functions: that each argument arrives in its place, and that nothing reaches the
+// library that it would not check.
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "cqapi/Color.hpp"
+
+namespace {
+
+using cqapi::Color;
+
+void expectNear(const Color& color, const Color& expected, float tolerance) {
+    for (std::size_t i = 0; i < color.size(); ++i) {
+        EXPECT_NEAR(color[i], expected[i], tolerance) << i;
+    }
+}
+
+// White points: CIE 15:2018, table for each illuminant and observer.
+TEST(CppColor, ArgumentsReachTheirPlaces) {
+    cqapi::Spectrum white;
+    white.fill(1.0F);
+    expectNear(cqapi::colorFromSpectrum(white, ColorSpaceXyz), {94.81F, 100.0F, 107.32F}, 0.05F);
+    expectNear(cqapi::colorFromSpectrum(white, ColorSpaceXyz, IlluminantA, Observer2Degree),
+               {109.85F, 100.0F, 35.58F}, 0.05F);
+    expectNear(cqapi::colorFromXyz({94.811F, 100.0F, 107.304F}, ColorSpaceLab), {100, 0, 0}, 0.05F);
+    expectNear(cqapi::colorFromXyz({109.85F, 100.0F, 35.585F}, ColorSpaceLab, IlluminantA,
+                                   Observer2Degree),
+               {100, 0, 0}, 0.05F);
+    expectNear(cqapi::colorFromLab({50, 30, 40}, ColorSpaceLch), {50, 50, 53.13F}, 0.01F);
+    expectNear(cqapi::colorFromLab({100, 0, 0}, ColorSpaceYxy, IlluminantD50, Observer2Degree),
+               {100, 0.3457F, 0.3585F}, 0.001F);
+}
+
+TEST(CppColor, RefusesWhatTheLibraryWouldNotCheck) {
+    const cqapi::Spectrum spectrum{};
+    for (const int unassigned : {7, 10}) {
+        const auto space = static_cast<ColorSpace>(unassigned);
+        EXPECT_THROW(cqapi::colorFromSpectrum(spectrum, space), std::invalid_argument);
+        EXPECT_THROW(cqapi::colorFromLab({}, space), std::invalid_argument);
+    }
+    const auto unknown = static_cast<Illuminant>(IlluminantF12 + 1);
+    EXPECT_THROW(cqapi::colorFromXyz({}, ColorSpaceLab, unknown), std::invalid_argument);
+}
+
+}  // namespace

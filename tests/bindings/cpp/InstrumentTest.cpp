@@ -1,0 +1,204 @@
+// A wired instrument through the C++ classes.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+#include <type_traits>
+
+#include "cqapi/CQApi.hpp"
+#include "peer/VirtualInstrument.h"
+
+namespace {
+
+using cqapi::Instrument;
+using cqapi::MeasurementRecord;
+using cqtest::VirtualInstrument;
+
+static_assert(std::is_nothrow_move_constructible_v<Instrument> &&
+              std::is_nothrow_move_assignable_v<Instrument> &&
+              !std::is_copy_constructible_v<Instrument>);
+
+/// The code that the call throws; CQ_NO_ERROR when it throws nothing.
+template <class Call>
+std::uint32_t codeOf(Call call) {
+    try {
+        call();
+    } catch (const cqapi::Error& error) {
+        return error.code();
+    }
+    return CQ_NO_ERROR;
+}
+
+/// Numbers of a virtual instrument's record: which of its kind it is.
+int numberOf(const MeasurementRecord& record) {
+    return record.bytes[8];
+}
+
+MeasurementRecord filledRecord(std::uint8_t value) {
+    MeasurementRecord record;
+    std::fill(std::begin(record.bytes), std::end(record.bytes), value);
+    return record;
+}
+
+TEST(CppInstrument, TellsWhatItIs) {
+    const VirtualInstrument peer("--serial 123456789012345 --capacity 300 --battery 55");
+    Instrument instrument = Instrument::open(peer.portName());
+    EXPECT_TRUE(instrument.isOpen());
+    EXPECT_EQ(instrument.portName(), peer.portName());
+    const cqapi::DeviceInfo info = instrument.deviceInfo();
+    EXPECT_EQ(info.infoText3, "VIRTUAL-31");
+    EXPECT_EQ(info.infoText11, "HW 1.0");
+    EXPECT_EQ(info.infoText4, "123456789012345");
+    EXPECT_EQ(info.infoText7, "Virtual spectrophotometer");
+    EXPECT_EQ(info.infoText6, "FW 1.0");
+    EXPECT_EQ(info.infoText12, "WT-0001");
+    EXPECT_EQ(info.standardCapacity, 300U);
+    EXPECT_EQ(instrument.status().item14, 55);
+}
+
+TEST(CppInstrument, MeasuresOnceCalibrated) {
+    const VirtualInstrument peer;
+    Instrument instrument = Instrument::open(peer.portName());
+    try {
+        instrument.measureStandard();
+        FAIL() << "not calibrated";
+    } catch (const cqapi::Error& error) {
+        EXPECT_EQ(error.code(), CQ_EXECUTE_COMMAND_FAILED);
+        EXPECT_STREQ(error.text(), "execute command failed");
+        EXPECT_STREQ(error.what(), "cqMeasureStandard: execute command failed (8)");
+    }
+    instrument.calibrateWhite();
+    EXPECT_EQ(instrument.status().item0, 0);
+    instrument.calibrateBlack();
+    EXPECT_EQ(instrument.status().item0, 1);
+    const MeasurementRecord standard = instrument.measureStandard();
+    EXPECT_EQ(standard.bytes[6], 0);
+    EXPECT_EQ(instrument.measureTrial().bytes[6], 1);
+
+    const cqapi::Color lab =
+        cqapi::colorFromSpectrum(cqapi::spectrumAt(standard, 64), ColorSpaceLab);
+    EXPECT_NEAR(lab[0], 37.5, 0.5);  // the chart's first patch
+    EXPECT_NO_THROW(cqapi::spectrumAt(standard, 132));
+    EXPECT_THROW(cqapi::spectrumAt(standard, 133), std::invalid_argument);
+}
+
+TEST(CppInstrument, UploadsAsManyAsThereAre) {
+    const VirtualInstrument peer("--standards 7 --samples 5");
+    Instrument instrument = Instrument::open(peer.portName());
+    EXPECT_EQ(instrument.totalStandards(), 7U);
+    EXPECT_EQ(instrument.totalSamples(), 5U);
+    EXPECT_EQ(instrument.sampleCount(3), 5U);
+
+    const auto numbers = [](const std::vector<MeasurementRecord>& records) {
+        std::vector<int> result;
+        std::transform(records.begin(), records.end(), std::back_inserter(result), numberOf);
+        return result;
+    };
+    EXPECT_EQ(numbers(instrument.uploadStandards()), (std::vector{1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(numbers(instrument.uploadStandards(5)), (std::vector{6, 7}));
+    EXPECT_EQ(numbers(instrument.uploadStandards(1, 3)), (std::vector{2, 3, 4}));
+    EXPECT_EQ(numbers(instrument.uploadStandards(6, 100)), (std::vector{7}));
+    EXPECT_EQ(numbers(instrument.uploadStandards(7)), std::vector<int>{});
+    EXPECT_EQ(numbers(instrument.uploadSamples(0, 3)), (std::vector{4, 5}));
+    EXPECT_EQ(numbers(instrument.uploadSamples(0, 0, 2)), (std::vector{1, 2}));
+
+    std::array<MeasurementRecord, 9> places;
+    places.fill(filledRecord(0xEE));
+    instrument.uploadStandards(std::span(places).first<8>(), 1);
+    EXPECT_EQ(numberOf(places[5]), 7);
+    EXPECT_EQ(numberOf(places[6]), 0xEE) << "what the instrument does not hold is left alone";
+    instrument.uploadSamples(std::span(places).first<8>(), 0, 1);
+    EXPECT_EQ(numberOf(places[3]), 5);
+    EXPECT_EQ(numberOf(places[4]), 0);
+    EXPECT_EQ(numberOf(places[8]), 0xEE);
+}
+
+TEST(CppInstrument, WritesAndDeletes) {
+    const VirtualInstrument peer("--standards 2 --samples 3 --capacity 4");
+    Instrument instrument = Instrument::open(peer.portName());
+    const std::vector<MeasurementRecord> written{filledRecord(0x11), filledRecord(0x22)};
+    instrument.downloadStandards({});
+    instrument.downloadStandards(written);
+    EXPECT_EQ(codeOf([&] { instrument.downloadStandards(written); }), CQ_NO_ENOUGH_STORAGE);
+    ASSERT_EQ(instrument.totalStandards(), 4U);
+    EXPECT_EQ(instrument.uploadStandards(3).at(0).bytes[255], 0x22);
+
+    instrument.deleteStandard(2);
+    EXPECT_EQ(instrument.uploadStandards(2).at(0).bytes[255], 0x22);
+    instrument.deleteSample(0, 0);
+    EXPECT_EQ(instrument.totalSamples(), 2U);
+    EXPECT_THROW(instrument.deleteStandard(static_cast<std::uint32_t>(-1)), std::invalid_argument);
+    EXPECT_EQ(instrument.totalStandards(), 3U) << "a wrong index must not erase everything";
+    instrument.deleteAllRecords();
+    EXPECT_EQ(instrument.totalStandards() + instrument.totalSamples(), 0U);
+}
+
+TEST(CppInstrument, KeepsParameters) {
+    const VirtualInstrument peer;
+    Instrument instrument = Instrument::open(peer.portName());
+    instrument.setMeasurementParameter(200, 255);
+    EXPECT_EQ(instrument.measurementParameter(200), 255);
+    EXPECT_EQ(instrument.measurementParameter(199), 0);
+
+    cqapi::WhiteBoardParameter parameter = instrument.whiteBoardParameter();
+    EXPECT_EQ(cqapi::fieldText(parameter.text), "WT-0001");
+    std::memcpy(parameter.text, "WT-0002", 8);
+    parameter.secondBlock[123] ^= 0x55;
+    instrument.setWhiteBoardParameter(parameter);
+    const cqapi::WhiteBoardParameter again = instrument.whiteBoardParameter();
+    EXPECT_EQ(std::memcmp(&again, &parameter, sizeof parameter), 0);
+    EXPECT_EQ(instrument.deviceInfo().infoText12, "WT-0002");
+}
+
+TEST(CppInstrument, OpeningFailsWithTheReason) {
+    try {
+        Instrument::open("/dev/no-such-port");
+        FAIL();
+    } catch (const cqapi::Error& error) {
+        EXPECT_EQ(error.code(), CQ_FAIL_TO_OPEN);
+        EXPECT_STREQ(error.what(), "opening an instrument on /dev/no-such-port: fail to open (2)");
+    }
+}
+
+TEST(CppInstrument, OwnsItsHandle) {
+    const VirtualInstrument first;
+    const VirtualInstrument second;
+    Instrument instrument = Instrument::open(first.portName());
+    Instrument other = Instrument::open(second.portName());
+    const CqHandle replaced = instrument.handle();
+    const CqHandle kept = other.handle();
+    instrument = std::move(other);
+    EXPECT_FALSE(cqIsValidHandle(replaced)) << "what is assigned to is closed first";
+    EXPECT_EQ(instrument.portName(), second.portName());
+    EXPECT_FALSE(other.isOpen());  // NOLINT(bugprone-use-after-move): it is told to say so
+    EXPECT_EQ(codeOf([&] { other.status(); }), CQ_NOT_SUPPORTED);
+    EXPECT_EQ(codeOf([&] { other.setMeasurementHandler([](bool, const auto&) {}); }),
+              CQ_NOT_SUPPORTED);
+    EXPECT_NO_THROW(other.rethrowHandlerException());
+
+    instrument.close();
+    instrument.close();
+    EXPECT_FALSE(cqIsValidHandle(kept));
+    EXPECT_EQ(codeOf([&] { instrument.portName(); }), CQ_NOT_SUPPORTED);
+    EXPECT_TRUE(Instrument::open(second.portName()).isOpen()) << "the port is free again";
+    EXPECT_TRUE(Instrument::open(second.portName()).isOpen()) << "and at the end of its scope, too";
+}
+
+TEST(CppInstrument, ClosingBreaksARunningCallOff) {
+    const VirtualInstrument peer("--calibrated --measure-time 14000");
+    Instrument instrument = Instrument::open(peer.portName());
+    const auto began = std::chrono::steady_clock::now();
+    auto measuring = std::async(std::launch::async,
+                                [&] { return codeOf([&] { instrument.measureStandard(); }); });
+    while (peer.lineLog().find("last operation=0x23") == std::string::npos) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        ASSERT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(10));
+    }
+    instrument.close();
+    EXPECT_NE(measuring.get(), CQ_NO_ERROR);
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(10));
+}
+
+}  // namespace

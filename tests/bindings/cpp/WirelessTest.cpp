@@ -1,0 +1,55 @@
+// A wireless instrument through the C++ classes.
+
+#include <gtest/gtest.h>
+
+#include "cqapi/CQApi.hpp"
+#include "peer/VirtualInstrument.h"
+
+namespace {
+
+using cqapi::Instrument;
+using cqtest::VirtualInstrument;
+
+constexpr const char* kQuick = "--adapter --at-delay 2 --scan-ready --calibrated";
+
+TEST(CppWireless, ScansWhoIsThere) {
+    const VirtualInstrument peer(kQuick,
+                                 R"([{"name": "Far", "address": "AA01", "rssi": -90},
+            {"name": "A name of twenty-six letters", "address": "AA02", "rssi": -41}])");
+    const std::vector<cqapi::Slave> slaves = cqapi::scan(peer.portName());
+    ASSERT_EQ(slaves.size(), 2U);
+    EXPECT_EQ(slaves[0].name, "Far");
+    EXPECT_EQ(slaves[0].address, "AA01");
+    EXPECT_EQ(slaves[0].rssi, -90);
+    EXPECT_EQ(slaves[1].name, "") << "longer than its field, and not the end of the list";
+    EXPECT_EQ(slaves[1].address, "AA02");
+}
+
+TEST(CppWireless, NobodyIsNoError) {
+    const VirtualInstrument peer(kQuick, "[]");
+    EXPECT_TRUE(cqapi::scan(peer.portName()).empty());
+    EXPECT_THROW(cqapi::scan("/dev/no-such-port"), cqapi::Error);
+    EXPECT_THROW(Instrument::openWireless("/dev/no-such-port"), cqapi::Error);
+}
+
+TEST(CppWireless, IsUsedLikeAWiredOne) {
+    const VirtualInstrument peer(kQuick);
+    Instrument instrument = Instrument::openWireless(peer.portName(), "C4BE84A1B2C5");
+    EXPECT_EQ(instrument.deviceInfo().infoText4, "VI-000003");
+    EXPECT_EQ(instrument.deviceInfo().standardCapacity, 0U);
+    EXPECT_EQ(instrument.status().item18, 1);
+    EXPECT_EQ(instrument.measureTrial().bytes[6], 1);
+    try {
+        instrument.measurementParameter(1);
+        FAIL();
+    } catch (const cqapi::Error& error) {
+        EXPECT_EQ(error.code(), CQ_NOT_SUPPORTED);
+    }
+}
+
+TEST(CppWireless, TakesTheStrongest) {
+    const VirtualInstrument peer(kQuick);
+    EXPECT_EQ(Instrument::openWireless(peer.portName()).deviceInfo().infoText4, "VI-000002");
+}
+
+}  // namespace
