@@ -1,0 +1,259 @@
+"""Installs what ./package has made into empty places and uses it as a stranger would.
+
+Usage: check_packages.py FILE...    (.deb and .zip files)
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+EXAMPLES = SOURCE / "examples"
+PACKAGES = [pathlib.Path(name).resolve() for name in sys.argv[1:]]
+DEBS = [path for path in PACKAGES if path.suffix == ".deb"]
+ZIPS = [path for path in PACKAGES if path.suffix == ".zip"]
+
+# The first patch of the chart, which a virtual instrument measures first, is a dark skin.
+FIRST_PATCH = (37.5, 12.4, 13.0)
+LAB = re.compile(r"L\* +(-?\d+\.\d+) +a\* +(-?\d+\.\d+) +b\* +(-?\d+\.\d+)")
+LARGEST_DLL = 1_500_000
+SYSTEM_DLLS = {
+    "advapi32", "kernel32", "msvcrt", "ole32", "setupapi", "shell32", "shlwapi", "user32",
+}
+STRANGERS_PATIENCE = 60  # seconds from the download to a colour
+
+
+def run(*command, cwd=None, env=None, patience=300, status=0):
+    """Runs to the end; the exit status must be this one. Returns what it printed."""
+    done = subprocess.run(
+        [str(word) for word in command], cwd=cwd, env={**os.environ, **(env or {})},
+        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+        encoding="utf-8", errors="replace", timeout=patience,
+    )
+    if done.returncode != status:
+        raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}")
+    return done.stdout
+
+
+class PackageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory(prefix="cqapi-package-")
+        cls.addClassCleanup(folder.cleanup)
+        cls.folder = pathlib.Path(folder.name)
+
+    def assert_files(self, root, *names):
+        missing = [name for name in names if not (root / name).exists()]
+        self.assertEqual(missing, [], f"missing in {root}")
+
+    def assert_first_patch(self, text):
+        found = LAB.search(text)
+        self.assertIsNotNone(found, f"no colour in:\n{text}")
+        for value, expected in zip(map(float, found.groups()), FIRST_PATCH):
+            self.assertAlmostEqual(value, expected, delta=0.5)
+
+    def instrument(self, *command, env=None):
+        """Starts a virtual instrument that lives as long as the test; returns its port."""
+        process = subprocess.Popen(
+            [str(word) for word in command] + ["--until-eof", "--measure-time", "10"],
+            env={**os.environ, **(env or {})}, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL, encoding="utf-8",
+        )
+        self.addCleanup(process.wait, 10)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.terminate)  # in Wine it does not notice the end of its input
+        self.addCleanup(process.stdin.close)
+        return process.stdout.readline().strip().removeprefix("port: ")
+
+    def build_consumer(self, *options):
+        """Builds the example that finds the library with CMake; returns the build folder."""
+        build = self.folder / "consumer"
+        run("cmake", "-S", EXAMPLES / "cmake-consumer", "-B", build, "-G", "Ninja", *options)
+        run("cmake", "--build", build)
+        return build
+
+    @staticmethod
+    def program_in(folder, suffix=""):
+        return next(path for path in sorted(folder.iterdir())
+                    if path.is_file() and path.suffix == suffix and os.access(path, os.X_OK))
+
+
+@unittest.skipUnless(DEBS, "no Debian packages are given")
+class Debs(PackageTest):
+    """Unpacked into an empty folder, not installed."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.root = cls.folder / "root"
+        for package in DEBS:
+            run("dpkg-deb", "-x", package, cls.root)
+        cls.libraries = next((cls.root / "usr" / "lib").glob("*-linux-gnu"))
+        cls.programs = cls.root / "usr" / "bin"
+        cls.env = {"LD_LIBRARY_PATH": str(cls.libraries)}
+
+    def fields(self, package):
+        text = run("dpkg-deb", "-f", next(path for path in DEBS if path.name.startswith(package)))
+        return dict(re.findall(r"^([\w-]+): (.*)$", text, re.MULTILINE))
+
+    def test_contain_what_they_should(self):
+        self.assert_files(
+            self.root / "usr", "bin/cq", "bin/cq-virtual-instrument", "include/cqapi/CQApi.h",
+            "lib/udev/rules.d/70-cqapi.rules", "share/doc/libcqapi-dev/virtual-instrument.md",
+        )
+        self.assert_files(self.libraries, "libCQApi.so", "libCQApi.so.1", "pkgconfig/cqapi.pc",
+                          "cmake/CQApi/CQApiConfig.cmake")
+        version = self.fields("libcqapi1")["Version"]
+        for package in "libcqapi-dev", "cqapi-tools":
+            self.assertIn(f"libcqapi1 (= {version})", self.fields(package)["Depends"])
+        self.assertRegex(self.fields("libcqapi1")["Depends"], r"libc6 \(>= [\d.]+\)")
+        for file in self.programs / "cq", self.libraries / "libCQApi.so.1":
+            self.assertNotIn(" .symtab", run("readelf", "-SW", file), f"{file} is not stripped")
+
+    def test_device_rules_name_both_devices(self):
+        rules = (self.root / "usr/lib/udev/rules.d/70-cqapi.rules").read_text(encoding="utf-8")
+        for vendor, product in ("0483", "5740"), ("1a86", "7523"):
+            line = next(line for line in rules.splitlines() if f'=="{product}"' in line)
+            self.assertIn(f'ATTRS{{idVendor}}=="{vendor}"', line)
+            self.assertIn('TAG+="uaccess"', line)
+
+    def test_cmake_finds_the_library(self):
+        program = self.program_in(self.build_consumer(f"-DCMAKE_PREFIX_PATH={self.root / 'usr'}"))
+        port = self.instrument(self.programs / "cq-virtual-instrument")
+        self.assert_first_patch(run(program, port, env=self.env))
+
+    def test_cmake_refuses_another_major_version(self):
+        source = self.folder / "other-version"
+        source.mkdir()
+        (source / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.25)\nproject(other LANGUAGES C)\n"
+            "find_package(CQApi 2.0 REQUIRED)\n", encoding="utf-8")
+        printed = run("cmake", "-S", source, "-B", source / "build",
+                      f"-DCMAKE_PREFIX_PATH={self.root / 'usr'}", status=1)
+        self.assertIn("CQApiConfig.cmake, version: 1.", printed)
+
+    def test_pkg_config_finds_the_library(self):
+        flags = run("pkg-config", "--cflags", "--libs", "cqapi",
+                    env={"PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}).split()
+        program = self.folder / "measure"
+        run("cc", EXAMPLES / "c" / "measure.c", "-o", program, *flags)
+        port = self.instrument(self.programs / "cq-virtual-instrument")
+        self.assert_first_patch(run(program, port, env=self.env))
+
+
+def debian_mirror():
+    """Where this machine gets its packages from; nothing if that is not Debian."""
+    try:
+        text = run("apt-get", "indextargets", "--format", "$(SITE) $(RELEASE)",
+                   "Created-By: Packages")
+    except (OSError, AssertionError):
+        return None
+    lines = [line.split() for line in text.splitlines() if len(line.split()) == 2]
+    return next(((site, release) for site, release in lines if "-" not in release), None)
+
+
+@unittest.skipUnless(DEBS, "no Debian packages are given")
+class FreshDebian(PackageTest):
+    """Installed into a Debian system that has nothing else."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        mirror = debian_mirror()
+        if os.geteuid() != 0 or not shutil.which("debootstrap") or mirror is None:
+            raise unittest.SkipTest("needs root's rights, debootstrap and a Debian mirror")
+        site, release = mirror
+        cls.root = cls.folder / "debian"
+        run("debootstrap", "--variant=minbase", release, cls.root, site, patience=900)
+        for package in DEBS:
+            shutil.copy(package, cls.root / "tmp")
+
+    def inside(self, script):
+        """Runs a script in the system, with its own /proc and terminals for the time being."""
+        mounts = ("mount -t proc proc $0/proc && "
+                  "mount -t devpts -o newinstance,ptmxmode=0666 devpts $0/dev/pts && "
+                  "ln -sf pts/ptmx $0/dev/ptmx && exec chroot $0 sh -ec \"$1\"")
+        return run("unshare", "--mount", "--pid", "--fork", "sh", "-c", mounts, self.root, script)
+
+    def test_stranger_sees_a_colour_within_a_minute(self):
+        began = time.monotonic()
+        printed = self.inside(
+            "apt-get install -y -qq /tmp/libcqapi1_*.deb /tmp/cqapi-tools_*.deb >/tmp/log 2>&1 ||"
+            " { cat /tmp/log; exit 1; }\n cq measure standard --virtual")
+        seconds = time.monotonic() - began
+        self.assert_first_patch(printed)
+        self.assertLess(seconds, STRANGERS_PATIENCE)
+        print(f"  from the packages to a colour on a fresh Debian: {seconds:.1f} s")
+
+        self.inside("apt-get remove -y -qq libcqapi1 >/dev/null 2>&1")
+        left = [path for folder in ("bin", "lib", "include") for path
+                in (self.root / "usr" / folder).rglob("*") if "cqapi" in path.name.lower()]
+        self.assertEqual(left, [])
+
+
+@unittest.skipUnless(ZIPS, "no Windows package is given")
+class Zip(PackageTest):
+    """Unpacked into an empty folder and used in Wine."""
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        shutil.unpack_archive(ZIPS[0], cls.folder)
+        (cls.root,) = cls.folder.iterdir()
+        cls.wine = [SOURCE / "tests/wine/run-in-wine", SOURCE / "build/package/wine-prefix", ""]
+        # The first program starts Wine's services, which would keep the pipes of a test open.
+        subprocess.run([*cls.wine, "cmd.exe", "/c", "exit"], stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+
+    def run_in_wine(self, program, *arguments):
+        return run(*self.wine, program, *arguments)
+
+    def test_contains_what_it_should(self):
+        self.assert_files(
+            self.root, "README.txt", "bin/CQApi.dll", "bin/cq.exe", "bin/cq-virtual-instrument.exe",
+            "include/cqapi/CQApi.h", "lib/libCQApi.dll.a", "lib/CQApi.def", "doc/cq.md",
+            "examples/c/measure.c", "lib/cmake/CQApi/CQApiConfig.cmake",
+        )
+        self.assertLessEqual((self.root / "bin/CQApi.dll").stat().st_size, LARGEST_DLL)
+
+    def test_needs_system_dlls_alone(self):
+        for file in (self.root / "bin").iterdir():
+            headers = run("x86_64-w64-mingw32-objdump", "-p", file)
+            needed = {name.lower() for name in re.findall(r"DLL Name: (.*)\.dll", headers, re.I)}
+            self.assertLessEqual(needed - {"cqapi"}, SYSTEM_DLLS, file.name)
+            self.assertGreater(len(needed), 0, file.name)
+
+    def test_stranger_sees_a_colour(self):
+        self.assert_first_patch(
+            self.run_in_wine(self.root / "bin/cq.exe", "measure", "standard", "--virtual"))
+
+    def test_c_program_is_built_and_measures(self):
+        program = self.root / "bin" / "measure.exe"
+        self.addCleanup(program.unlink)
+        run("x86_64-w64-mingw32-gcc-posix", f"-I{self.root / 'include'}",
+            EXAMPLES / "c" / "measure.c", "-o", program, self.root / "lib" / "libCQApi.dll.a")
+        port = self.instrument(*self.wine, self.root / "bin/cq-virtual-instrument.exe")
+        self.assertTrue(port.startswith("\\\\.\\pipe\\"), port)
+        self.assert_first_patch(self.run_in_wine(program, port))
+
+    def test_cmake_finds_the_library(self):
+        build = self.build_consumer(
+            f"-DCMAKE_TOOLCHAIN_FILE={SOURCE / 'cmake/mingw-w64-x86_64.cmake'}",
+            f"-DCQApi_DIR={self.root / 'lib/cmake/CQApi'}",  # outside the compiler's own root
+            "-DCMAKE_EXE_LINKER_FLAGS=-static")
+        program = shutil.copy(self.program_in(build, ".exe"), self.root / "bin")
+        self.addCleanup(os.unlink, program)
+        port = self.instrument(*self.wine, self.root / "bin/cq-virtual-instrument.exe")
+        self.assert_first_patch(self.run_in_wine(program, port))
+
+
+if __name__ == "__main__":
+    if not PACKAGES or DEBS + ZIPS != PACKAGES and ZIPS + DEBS != PACKAGES:
+        sys.exit(__doc__)
+    unittest.main(argv=sys.argv[:1], verbosity=2)
