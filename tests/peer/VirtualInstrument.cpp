@@ -60,8 +60,9 @@ VirtualInstrument::VirtualInstrument(const std::string& options, const std::stri
     }
     std::ofstream(ownPath(directory_ + "/start.sh"), std::ios::binary)
         << "mkfifo " << directory_ << "/keys\n"
-        << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --log "
-        << directory_ << "/line.log --noise 0 " << withDefault(options, "--measure-time", "0")
+        << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --noise 0 "
+        << withDefault(withDefault(options, "--measure-time", "0"), "--log",
+                       directory_ + "/line.log")
         << (slaves.empty() ? "" : " --slaves " + slavesFile) << " <" << directory_ << "/keys >"
         << directory_ << "/printed 2>&1\n"
         << "rm " << directory_ << "/keys\n"

@@ -10,7 +10,7 @@ namespace cqtest {
 /// --adapter it is a wireless adapter with such instruments within reach.
 class VirtualInstrument {
   public:
-    /// \param options added to its command line.
+    /// \param options added to its command line; with --log the line's log goes elsewhere.
     /// \param slaves JSON list of what is within an adapter's reach; empty for the usual three.
     /// \throw std::runtime_error with what it printed, when it does not start.
     explicit VirtualInstrument(const std::string& options = {}, const std::string& slaves = {});

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "cqapi/CQApi.h"
+#include "faults/Matrix.h"
+
+namespace cqtest::faults {
+
+/// The first wireless instrument within reach has the serial number of the wired one.
+inline CqHandle connect(Kind kind, const char* portName) {
+    return kind == Kind::wired ? cqOpen(portName) : cqOpenByBleDongle(portName, "C4BE84A1B2C3");
+}
+
+}  // namespace cqtest::faults

@@ -1,0 +1,102 @@
+#include "faults/Contents.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace cqtest::faults {
+namespace {
+
+constexpr std::uint64_t kCapacity = 1000;
+
+template <std::size_t Size>
+void put(char (&field)[Size], const std::string& text) {
+    std::fill_n(field, Size, '\0');
+    std::copy_n(text.begin(), std::min(text.size(), Size - 1), field);
+}
+
+void putReflectance(std::uint8_t* place, float level) {
+    for (int band = 0; band < 31; ++band) {
+        const float value = level - 0.06F / static_cast<float>(1 + band);
+        std::memcpy(place, &value, sizeof(value));
+        place += sizeof(value);
+    }
+}
+
+}  // namespace
+
+CqMeasurementRecord writtenRecord(std::uint32_t number) {
+    CqMeasurementRecord record;
+    for (std::size_t i = 0; i < sizeof(record.bytes); ++i) {
+        record.bytes[i] = static_cast<std::uint8_t>(number * 31 + i * 3);
+    }
+    return record;
+}
+
+Texts expectedTexts(const Session& session) {
+    Texts texts;
+    const std::string& fault = session.expected->textFault;
+    if (fault.empty()) {
+        return texts;
+    }
+    const std::array<std::string*, 6> inOrder{&texts.serial,      &texts.model,    &texts.firmware,
+                                              &texts.description, &texts.hardware, &texts.tile};
+    std::string& struck = *inOrder.at(session.expected->struckStep);
+    struck = fault == "short" ? struck.substr(0, struck.size() - 1) : fault;
+    return texts;
+}
+
+CqDeviceInfo expectedInfo(const Session& session) {
+    const Texts texts = expectedTexts(session);
+    CqDeviceInfo info{};
+    put(info.infoText3, texts.model);
+    put(info.infoText11, texts.hardware);
+    put(info.infoText4, texts.serial);
+    put(info.infoText7, texts.description);
+    put(info.infoText6, texts.firmware);
+    put(info.infoText12, texts.tile);
+    info.trailingValue = session.isWired() ? kCapacity : 0;
+    return info;
+}
+
+CqInstrumentStatus expectedStatus(const Session& session, std::uint8_t background) {
+    CqInstrumentStatus status;
+    std::memset(&status, session.isWired() ? 0 : background, sizeof(status));
+    status.item16 = 0;
+    status.item17 = 8;
+    status.item15 = 1;
+    status.item14 = 100;
+    status.item18 = 1;
+    status.item20 = 0;
+    status.item19 = 1;
+    status.totalStandards = static_cast<std::uint16_t>(Stored().standards);
+    status.item0 = 1;
+    return status;
+}
+
+CqWhiteBoardParameter expectedWhiteBoard(const Session& session, std::uint8_t background) {
+    CqWhiteBoardParameter board{};
+    // A wireless text is copied with its NUL, what is behind it stays.
+    std::memset(board.text, session.isWired() ? 0 : background, sizeof(board.text));
+    std::memset(board.reserved, session.isWired() ? 0 : background, sizeof(board.reserved));
+    std::string text = Texts().tile;
+    if (const std::string& fault = session.expected->textFault; !fault.empty()) {
+        text = fault == "short" ? text.substr(0, text.size() - 1) : fault;
+    }
+    std::memcpy(board.text, text.c_str(), text.size() + 1);
+    putReflectance(board.firstBlock, 0.94F);
+    putReflectance(board.secondBlock, 0.90F);
+    return board;
+}
+
+CqWhiteBoardParameter writtenWhiteBoard() {
+    CqWhiteBoardParameter board{};
+    put(board.text, "WT-4711");
+    for (std::size_t i = 0; i < sizeof(board.firstBlock); ++i) {
+        board.firstBlock[i] = static_cast<std::uint8_t>(i);
+        board.secondBlock[i] = static_cast<std::uint8_t>(200 - i);
+    }
+    return board;
+}
+
+}  // namespace cqtest::faults

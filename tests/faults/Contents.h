@@ -1,0 +1,46 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "cqapi/CQApi.h"
+#include "faults/Matrix.h"
+#include "faults/MeasuredRecord.h"
+
+/// \file
+/// What a virtual instrument that starts calibrated, with the records of Stored and without noise,
+/// answers (docs/virtual-instrument.md, "Records byte by byte").
+
+namespace cqtest::faults {
+
+/// A record whose bytes tell which one it is.
+CqMeasurementRecord writtenRecord(std::uint32_t number);
+
+/// The texts, in the order in which a wireless instrument is asked for them.
+struct Texts {
+    std::string serial = "VI-000001";
+    std::string model = "VIRTUAL-31";
+    std::string firmware = "FW 1.0";
+    std::string description = "Virtual spectrophotometer";
+    std::string hardware = "HW 1.0";
+    std::string tile = "WT-0001";
+};
+
+/// As the session's fault leaves them.
+Texts expectedTexts(const Session& session);
+
+CqDeviceInfo expectedInfo(const Session& session);
+/// \param background what bytes hold that a wireless instrument says nothing about.
+CqInstrumentStatus expectedStatus(const Session& session, std::uint8_t background);
+CqWhiteBoardParameter expectedWhiteBoard(const Session& session, std::uint8_t background);
+CqWhiteBoardParameter writtenWhiteBoard();
+
+template <class T>
+bool isSame(const T& left, const T& right) {
+    const auto* const l = reinterpret_cast<const unsigned char*>(&left);
+    const auto* const r = reinterpret_cast<const unsigned char*>(&right);
+    return std::equal(l, l + sizeof(T), r);
+}
+
+}  // namespace cqtest::faults

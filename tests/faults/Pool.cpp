@@ -1,0 +1,128 @@
+// Runs cells side by side, each in a child process: a cell mostly waits, and what it leaves behind
+// or breaks is its own.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+
+#include "faults/Matrix.h"
+
+namespace cqtest::faults {
+namespace {
+
+/// A child that has not ended by itself by then is ended; in seconds.
+constexpr unsigned kPatience = 150;
+
+struct Child {
+    std::size_t cell;
+    int reading;
+};
+
+/// Outcome, time and problems, a line each. Less than a pipe holds, so that writing never waits.
+std::string toText(const Result& result) {
+    std::string text = result.outcome + '\n' + std::to_string(result.taken.count()) + '\n';
+    for (const std::string& problem : result.problems) {
+        text += problem + '\n';
+    }
+    return text.substr(0, 4000);
+}
+
+Result fromText(const std::string& text) {
+    std::istringstream lines(text);
+    Result result;
+    std::string line;
+    std::getline(lines, result.outcome);
+    std::getline(lines, line);
+    result.taken = milliseconds(std::atoll(line.c_str()));
+    while (std::getline(lines, line)) {
+        result.problems.push_back(line);
+    }
+    return result;
+}
+
+[[noreturn]] void runChild(const Cell& cell, int writing) {
+    alarm(kPatience);
+    Result result;
+    try {
+        result = runCell(cell);
+    } catch (const std::exception& failure) {
+        result.problems.push_back(failure.what());
+    }
+    const std::string text = toText(result);
+    const bool isWritten = write(writing, text.data(), text.size()) >= 0;
+    std::exit(isWritten ? 0 : 1);  // through the leak checker, if there is one
+}
+
+Child startChild(const std::vector<Cell>& cells, std::size_t cell, pid_t& process) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+        throw std::runtime_error("no pipe for another cell; try fewer --jobs");
+    }
+    std::fflush(nullptr);
+    process = fork();
+    if (process < 0) {
+        throw std::runtime_error("no process for another cell; try fewer --jobs");
+    }
+    if (process == 0) {
+        close(ends[0]);
+        runChild(cells[cell], ends[1]);
+    }
+    close(ends[1]);
+    return {cell, ends[0]};
+}
+
+Result resultOf(const Child& child, int status) {
+    std::string text;
+    char buffer[4096];
+    for (ssize_t size = 0; (size = read(child.reading, buffer, sizeof(buffer))) > 0;) {
+        text.append(buffer, static_cast<std::size_t>(size));
+    }
+    close(child.reading);
+    Result result = fromText(text);
+    if (WIFSIGNALED(status)) {
+        result.problems.push_back("the process was ended by signal " +
+                                  std::to_string(WTERMSIG(status)));
+    } else if (WEXITSTATUS(status) != 0) {
+        result.problems.push_back("the process ended with exit code " +
+                                  std::to_string(WEXITSTATUS(status)));
+    }
+    return result;
+}
+
+void showProgress(std::size_t done, std::size_t total) {
+    if (isatty(STDERR_FILENO) != 0) {
+        std::fprintf(stderr, "\r%zu of %zu cells%s", done, total, done == total ? "\n" : "");
+    }
+}
+
+}  // namespace
+
+std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
+    std::vector<Result> results(cells.size());
+    std::map<pid_t, Child> running;
+    std::size_t next = 0;
+    std::size_t done = 0;
+    while (done < cells.size()) {
+        while (next < cells.size() && running.size() < jobs) {
+            pid_t process = -1;
+            const Child child = startChild(cells, next++, process);
+            running.emplace(process, child);
+        }
+        int status = 0;
+        const pid_t ended = waitpid(-1, &status, 0);
+        const auto child = running.find(ended);
+        if (child != running.end()) {
+            results[child->second.cell] = resultOf(child->second, status);
+            running.erase(child);
+            showProgress(++done, cells.size());
+        }
+    }
+    return results;
+}
+
+}  // namespace cqtest::faults
