@@ -30,7 +30,8 @@ if(CQAPI_SANITIZE)
   target_link_options(cqapi_options INTERFACE -fsanitize=${CQAPI_SANITIZE})
 endif()
 if(CQAPI_COVERAGE)
-  target_compile_options(cqapi_options INTERFACE --coverage -O0)
+  # The counters are shared by threads.
+  target_compile_options(cqapi_options INTERFACE --coverage -fprofile-update=atomic -O0)
   target_link_options(cqapi_options INTERFACE --coverage)
 endif()
 
