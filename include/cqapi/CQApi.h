@@ -1,4 +1,4 @@
-/*
+/** @file
  * CQApi: drives a spectrophotometer and computes colour data.
  *
  * This header is the library's whole surface and its manual. It is plain C99 and C++ and needs
@@ -27,7 +27,9 @@
  *
  * 3. Memory. The caller owns every record, array and text that it passes; the library uses it
  *    during the call only and keeps no pointer to it. Unless a function says otherwise, an output
- *    is written only when the result is CQ_NO_ERROR. No function tests a record pointer for NULL.
+ *    is written only when the result is CQ_NO_ERROR; device information, status and white-board
+ *    parameter of a wireless instrument, which come in several replies, may be filled in part
+ *    before a failure. No function tests a record pointer for NULL.
  *    cqFree releases memory that the library hands out.
  *
  * 4. Widths. Integers have the widths written here, a bool is one byte, a handle is a pointer.
@@ -197,9 +199,9 @@ CQ_CHECK_SIZE(ColorData, 12);
 /**
  * Opens a wired instrument.
  *
- * @param portName  "COM5" on Windows, a terminal's path such as "/dev/ttyACM0" elsewhere; NULL or
- *                  "" tries every port that carries the instrument's USB identity (0483:5740) and
- *                  keeps the first that answers.
+ * @param portName  "COM5" or a named pipe ("\\\\.\\pipe\\bench" in C) on Windows, a terminal's path
+ *                  such as "/dev/ttyACM0" elsewhere; NULL or "" tries every port that carries the
+ *                  instrument's USB identity (0483:5740) and keeps the first that answers.
  * @return a handle to give to cqClose, or NULL: no instrument found, the port cannot be opened
  *         (in use, no permission), or the instrument refused the connection. The debug log tells.
  *
@@ -241,7 +243,8 @@ CQ_API CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slave
 CQ_API uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves);
 
 /** Says goodbye to the instrument, closes its port and forgets the handle. Takes at most about half
- *  a second more than the callback, if that is running. An unknown or null handle is ignored. Not
+ *  a second (2.5 s when a wireless adapter no longer answers) more than the callback, if that is
+ *  running. An unknown or null handle is ignored. Not
  *  from the handle's own callback. */
 CQ_API void cqClose(CqHandle handle);
 
@@ -276,10 +279,12 @@ CQ_API bool cqDiableDebugLog(void);
 
 /* ------------------------------------------------------------------------ identity and state */
 
-/** Reads the device information. Waits up to 5 s. */
+/** Reads the device information. Waits up to 5 s; a wireless instrument is asked 6 times, up to 2 s
+ *  each. */
 CQ_API uint32_t cqGetDeviceInfo(CqHandle handle, CqDeviceInfo* info);
 
-/** Reads the instrument's status. Waits up to 5 s. Can also return CQ_UNKNOWN_ERROR. */
+/** Reads the instrument's status. Waits up to 5 s; a wireless instrument is asked 9 times, up to 2 s
+ *  each. Can also return CQ_UNKNOWN_ERROR. */
 CQ_API uint32_t cqGetInstrumentStatus(CqHandle handle, CqInstrumentStatus* status);
 
 /* ------------------------------------------------------------------------ measuring */
@@ -358,13 +363,13 @@ CQ_API uint32_t cqUploadSamples(CqHandle handle, CqMeasurementRecord* records,
 CQ_API uint32_t cqDownloadStandards(CqHandle handle, const CqMeasurementRecord* records,
                                     uint32_t count);
 
-/** Deletes one standard. Waits up to 5 s. */
+/** Deletes one standard. Waits up to 5 s, wireless up to 10 s. */
 CQ_API uint32_t cqDeleteStandard(CqHandle handle, uint32_t standardIndex);
 
 /** Deletes every stored standard and sample. Waits up to 30 s. */
 CQ_API uint32_t cqDeleteAllRecords(CqHandle handle);
 
-/** Deletes one sample of a standard. Waits up to 5 s. */
+/** Deletes one sample of a standard. Waits up to 5 s, wireless up to 10 s. */
 CQ_API uint32_t cqDeleteSample(CqHandle handle, uint32_t standardIndex, uint32_t sampleIndex);
 
 /* ------------------------------------------------------------------------ parameters */
