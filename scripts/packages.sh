@@ -3,7 +3,15 @@
 
 native_packages="g++ cmake ninja-build python3 libcli11-dev nlohmann-json3-dev googletest"
 windows_packages="g++-mingw-w64-x86-64-posix wine wine64"
+bench_packages="g++ cmake ninja-build libbenchmark-dev liblcms2-dev libcli11-dev nlohmann-json3-dev"
+deb_packages="dpkg-dev file pkg-config"
+zip_packages="zip"
 lint_packages="clang-format clang-tidy shellcheck"
+# Optional: without them the Python and C# bindings, and their examples, are tested in part or not at all.
+bindings_packages="python3-numpy python3-matplotlib python3-pip python3-setuptools python3-wheel mono-mcs mono-runtime libmono-system4.0-cil libmono-system-core4.0-cil"
+coverage_packages="gcovr"
+fuzz_packages="clang libclang-rt-14-dev llvm g++ cmake ninja-build python3"
+site_packages="doxygen doxygen-awesome-css python3"
 
 # need PACKAGE...: installs those that are missing, asking for root's rights if need be.
 need() {
