@@ -159,6 +159,7 @@ TEST_F(CommunicationClientTest, waitsHalfASecondForTheAnswerToItsGoodbye) {
 // swallow everything that comes within five seconds, the answer to the shake-hands as well.
 TEST_F(CommunicationClientTest, letsTheLineGetQuietBeforeTheShakeHands) {
     using Clock = std::chrono::steady_clock;
+    ASSERT_TRUE(SerialPort(terminal.path()).open());  // from now on the terminal echoes nothing
     for (int attempt = 0; attempt < 20; ++attempt) {
         Clock::duration longestGap{};
         std::thread instrument([this, &longestGap] {

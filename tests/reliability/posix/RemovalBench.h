@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "endtoend/Wired.h"
+
+namespace cqtest {
+
+/// An operation of the library. Its code tells how it went.
+struct Operation {
+    const char* name;
+    std::uint32_t (*run)(CqHandle handle);
+    /// How long it may wait for an instrument that is no longer there.
+    std::chrono::milliseconds patience;
+};
+
+/// How an instrument is reached.
+struct Reach {
+    std::string options;  ///< of the virtual instrument
+    CqHandle (*open)(const char* portName);
+    std::string packetMark;  ///< what a line of the log has that tells a packet of the host
+    int packetsOfOpening;
+    std::vector<std::uint32_t> codesOfRemoval;
+};
+
+/// Pulls an instrument at every packet of every operation, all cases side by side, and checks that
+/// calls end in their time, that waiting costs no processor, and that the instrument is opened again
+/// and works once it is back.
+void pullAtEveryPacket(const Reach& reach, const std::vector<Operation>& operations);
+
+/// Waits until the port is there again and opens it, once.
+CqHandle openOnReturn(const Reach& reach, VirtualInstrument& instrument);
+
+}  // namespace cqtest
