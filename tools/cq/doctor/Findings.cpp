@@ -83,6 +83,7 @@ Finding driverFinding(const PortFacts& facts) {
 
 Finding usbFinding(const std::vector<UsbIdentity>& usb) {
     std::vector<std::string> identities;
+    identities.reserve(usb.size());
     for (const UsbIdentity& device : usb) {
         identities.push_back(textOf(device));
     }
