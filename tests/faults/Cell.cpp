@@ -96,7 +96,7 @@ void open(Session& session, int attempts) {
             std::this_thread::sleep_for(50ms);
         }
     }
-    session.check(session.handle != nullptr, "it could not be opened");
+    session.check(session.handle != nullptr, Result::kNotOpened);
 }
 
 void recover(Session& session, const Operation& operation) {

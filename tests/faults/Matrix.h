@@ -144,6 +144,10 @@ struct Result {
 
     /// How a problem begins that is one of time alone.
     static inline const std::string kTime = "time: ";
+    /// The instrument could not even be opened: if this comes first, the cell has not been tried.
+    static inline const std::string kNotOpened = "it could not be opened";
+
+    bool isUntried() const { return !problems.empty() && problems.front() == kNotOpened; }
     bool isWrongInTimeAlone() const {
         return !problems.empty() && std::ranges::all_of(problems, [](const std::string& problem) {
             return problem.starts_with(kTime);

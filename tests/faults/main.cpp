@@ -71,10 +71,11 @@ std::vector<Result> run(const std::vector<Cell>& cells, std::size_t jobs) {
     return results;
 }
 
-/// Side by side cells may be late because there is too much else to do: alone they may not.
+/// Side by side cells may be late, or a scan's answers too late to open an instrument, because there
+/// is too much else to do: alone they may not.
 void judgeTimesAgain(const std::vector<Cell>& cells, std::vector<Result>& results) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        if (results[i].isWrongInTimeAlone()) {
+        if (results[i].isWrongInTimeAlone() || results[i].isUntried()) {
             std::printf("run again alone: %s/%s (%s)\n", cells[i].fault.c_str(),
                         cells[i].operation.c_str(), results[i].problems.front().c_str());
             results[i] = runAll({cells[i]}, 1).front();

@@ -55,6 +55,10 @@ void confirm(const Environment& environment, std::uint32_t standards, std::uint3
                       << std::flush;
     std::string answer;
     std::getline(std::cin, answer);
+    if (environment.interrupt.happened()) {  // the signal has ended the reading
+        environment.notes << "\ncq: nothing was deleted\n";
+        environment.interrupt.throwIfHappened();
+    }
     if (trimmed(answer) != kYes) {
         throw Failure("nothing was deleted", "type yes, or give --yes, to delete everything");
     }
