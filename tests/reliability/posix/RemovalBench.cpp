@@ -155,6 +155,40 @@ void expectIdleProcessor() {
 
 }  // namespace
 
+std::uint32_t deviceInfo(CqHandle handle) {
+    CqDeviceInfo info;
+    return cqGetDeviceInfo(handle, &info);
+}
+
+std::uint32_t status(CqHandle handle) {
+    CqInstrumentStatus status;
+    return cqGetInstrumentStatus(handle, &status);
+}
+
+std::uint32_t measureTrial(CqHandle handle) {
+    CqMeasurementRecord record;
+    return cqMeasureTrial(handle, &record);
+}
+
+std::uint32_t countSamples(CqHandle handle) {
+    std::uint32_t count = 0;
+    return cqGetTotalSamples(handle, &count);
+}
+
+std::uint32_t uploadStandards(CqHandle handle) {
+    CqMeasurementRecord records[kRecords];
+    return cqUploadStandards(handle, records, 0, kRecords);
+}
+
+std::uint32_t downloadStandards(CqHandle handle) {
+    return cqDownloadStandards(handle, numberedRecords(kRecords).data(), kRecords);
+}
+
+std::uint32_t readWhiteBoard(CqHandle handle) {
+    CqWhiteBoardParameter parameter;
+    return cqGetWhiteBoardParameter(handle, &parameter);
+}
+
 CqHandle openOnReturn(const Reach& reach, VirtualInstrument& instrument) {
     for (int wait = 0; wait < 5000 && !std::filesystem::exists(instrument.portName()); ++wait) {
         std::this_thread::sleep_for(2ms);

@@ -18,6 +18,18 @@ struct Operation {
     std::chrono::milliseconds patience;
 };
 
+/// How many records the operations below transfer.
+inline constexpr std::uint32_t kRecords = 3;
+
+// Operations that wired and wireless instruments have alike.
+std::uint32_t deviceInfo(CqHandle handle);
+std::uint32_t status(CqHandle handle);
+std::uint32_t measureTrial(CqHandle handle);
+std::uint32_t countSamples(CqHandle handle);
+std::uint32_t uploadStandards(CqHandle handle);
+std::uint32_t downloadStandards(CqHandle handle);
+std::uint32_t readWhiteBoard(CqHandle handle);
+
 /// How an instrument is reached.
 struct Reach {
     std::string options;  ///< of the virtual instrument

@@ -14,51 +14,15 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr std::uint32_t kRecords = 3;
-
 const Reach kWired{"--calibrated --standards 6 --samples 6",
                    &cqOpen,
                    " host > ",
                    2,
                    {CQ_DEVICE_IS_CLOSED, CQ_SENDING_TIMEOUT}};
 
-std::uint32_t deviceInfo(CqHandle handle) {
-    CqDeviceInfo info;
-    return cqGetDeviceInfo(handle, &info);
-}
-
-std::uint32_t status(CqHandle handle) {
-    CqInstrumentStatus status;
-    return cqGetInstrumentStatus(handle, &status);
-}
-
-std::uint32_t measureTrial(CqHandle handle) {
-    CqMeasurementRecord record;
-    return cqMeasureTrial(handle, &record);
-}
-
-std::uint32_t countSamples(CqHandle handle) {
-    std::uint32_t count = 0;
-    return cqGetTotalSamples(handle, &count);
-}
-
-std::uint32_t uploadStandards(CqHandle handle) {
-    CqMeasurementRecord records[kRecords];
-    return cqUploadStandards(handle, records, 0, kRecords);
-}
-
 std::uint32_t uploadAllSamples(CqHandle handle) {
     CqMeasurementRecord records[6];
     return cqUploadSamples(handle, records, 0, 4, CQ_ALL_RECORDS);
-}
-
-std::uint32_t downloadStandards(CqHandle handle) {
-    return cqDownloadStandards(handle, numberedRecords(kRecords).data(), kRecords);
-}
-
-std::uint32_t readWhiteBoard(CqHandle handle) {
-    CqWhiteBoardParameter parameter;
-    return cqGetWhiteBoardParameter(handle, &parameter);
 }
 
 std::uint32_t writeWhiteBoard(CqHandle handle) {

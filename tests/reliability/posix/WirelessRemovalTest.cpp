@@ -17,8 +17,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr std::uint32_t kRecords = 3;
-
 CqHandle openFirst(const char* portName) {
     return cqOpenByBleDongle(portName, kFirstAddress);
 }
@@ -28,40 +26,6 @@ const Reach kWireless{"--adapter --at-delay 2 --calibrated --standards 6 --sampl
                       " host > request",
                       1,
                       {CQ_DEVICE_IS_CLOSED, CQ_RECEIVING_TIMEOUT, CQ_SYSTEM_ERROR}};
-
-std::uint32_t deviceInfo(CqHandle handle) {
-    CqDeviceInfo info;
-    return cqGetDeviceInfo(handle, &info);
-}
-
-std::uint32_t status(CqHandle handle) {
-    CqInstrumentStatus status;
-    return cqGetInstrumentStatus(handle, &status);
-}
-
-std::uint32_t measureTrial(CqHandle handle) {
-    CqMeasurementRecord record;
-    return cqMeasureTrial(handle, &record);
-}
-
-std::uint32_t countSamples(CqHandle handle) {
-    std::uint32_t count = 0;
-    return cqGetTotalSamples(handle, &count);
-}
-
-std::uint32_t uploadStandards(CqHandle handle) {
-    CqMeasurementRecord records[kRecords];
-    return cqUploadStandards(handle, records, 0, kRecords);
-}
-
-std::uint32_t downloadStandards(CqHandle handle) {
-    return cqDownloadStandards(handle, numberedRecords(kRecords).data(), kRecords);
-}
-
-std::uint32_t readWhiteBoard(CqHandle handle) {
-    CqWhiteBoardParameter parameter;
-    return cqGetWhiteBoardParameter(handle, &parameter);
-}
 
 std::uint32_t deleteStandard(CqHandle handle) {
     return cqDeleteStandard(handle, 0);
