@@ -155,7 +155,7 @@ Result runCell(const Cell& cell) {
     {
         Session session{cell.kind, instrument.get(), nullptr, &cell.expected, &result.problems};
         if (operation.name != "open" && operation.name != "scan") {
-            open(session, cell.expected.opensByChance ? kAttempts : 1);
+            open(session, 1);
         }
         std::this_thread::sleep_for(cell.expected.settle);
         runOperation(session, operation, result);

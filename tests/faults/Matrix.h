@@ -116,7 +116,6 @@ struct Expectation {
     std::string next;        ///< what the handle then answers, if it does not work; any if empty
     milliseconds settle{0};  ///< to wait before the operation
     milliseconds pause{0};   ///< to wait after it
-    bool opensByChance = false;  ///< opening may take several attempts
     std::size_t struckStep = 0;  ///< of a wireless operation
     std::string textFault;       ///< what the fault has done to a text
 };

@@ -35,7 +35,6 @@ inline Cell toCell(Kind kind, const Special& special) {
         cell.expected.recovery = Recovery::handle;  // nothing has befallen it
     }
     cell.expected.pause = special.pause;
-    cell.expected.opensByChance = std::string(special.row) == "one-byte";
     return cell;
 }
 

@@ -50,6 +50,10 @@ TEST(DelayLine, ByteByByteNeverGivesTwo) {
     DelayLine line({.perByte = microseconds(200), .isByteByByte = true});
     line.push(hex("01 02"), kStart);
     EXPECT_EQ(hexText(line.due(kStart + milliseconds(9))), "01");
+
+    DelayLine quick({});
+    EXPECT_EQ(quick.push(hex("01 02"), kStart, true), kStart + 2 * DelayLine::kBytePause);
+    EXPECT_EQ(hexText(quick.due(kStart + milliseconds(9))), "01");
 }
 
 TEST(DelayLine, ClearForgetsWhatIsOnItsWay) {

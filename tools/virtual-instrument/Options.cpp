@@ -23,7 +23,6 @@ constexpr double kMaxLineRate = 100e6;
 constexpr double kMaxLatencyMs = 60'000;
 constexpr int kMaxAtDelayMs = 60'000;
 constexpr int kBitsPerByte = 10;  // a start bit, eight data bits, a stop bit
-constexpr nanoseconds kOneBytePause{200'000};
 
 constexpr const char* kDescription =
     "A spectrophotometer that exists in software alone: it answers the wired protocol on a\n"
@@ -187,7 +186,6 @@ void finishPace(Options& options, const Typed& typed) {
     options.toHost = pace;
     if (options.protocol.faults.oneByte || options.adapter.module.faults.oneByte) {
         options.toHost.isByteByByte = true;
-        options.toHost.perByte = std::max(pace.perByte, kOneBytePause);
     }
     constexpr int kAcknowledgementSize = 8;
     options.protocol.engine.acknowledgementPatience +=

@@ -30,6 +30,7 @@ struct FaultPlan {
     std::set<std::uint32_t> bleJoined;
     std::set<std::uint32_t> blePause;
     bool bleSplit = false;
+    bool bleBytes = false;
     std::chrono::milliseconds bleLate{0};
 
     bool oneByte = false;

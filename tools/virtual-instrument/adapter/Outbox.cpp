@@ -15,11 +15,12 @@ TimePoint Outbox::send(Message message, TimePoint due) {
     const ByteView rest = whole.subspan(first.size());
     Bytes firstBytes(first.begin(), first.end());
     Bytes restBytes(rest.begin(), rest.end());
-    pieces_.push_back(
-        {due, std::move(firstBytes), std::move(message.words), std::move(message.bytes)});
+    const bool isByteByByte = message.isByteByByte;
+    pieces_.push_back({due, std::move(firstBytes), std::move(message.words),
+                       std::move(message.bytes), isByteByByte});
     if (!restBytes.empty()) {
         due += message.pause;
-        pieces_.push_back({due, std::move(restBytes), {}, {}});
+        pieces_.push_back({due, std::move(restBytes), {}, {}, isByteByByte});
     }
     return due;
 }
@@ -30,7 +31,7 @@ void Outbox::elapse(TimePoint now) {
         if (!piece.whole.empty()) {
             log_.packet(TrafficLog::Direction::toHost, piece.words, piece.whole, now);
         }
-        quietSince_ = line_.push(piece.bytes, now);
+        quietSince_ = line_.push(piece.bytes, now, piece.isByteByByte);
         pieces_.pop_front();
     }
 }

@@ -20,6 +20,7 @@ class Outbox {
         Bytes bytes;
         std::size_t firstPiece = 0;         ///< so many bytes go first; 0 for all at once
         std::chrono::nanoseconds pause{0};  ///< between the two pieces
+        bool isByteByByte = false;
     };
 
     /// \param line and log must live as long as the outbox.
@@ -48,6 +49,7 @@ class Outbox {
         Bytes bytes;
         std::string words;  // for the log, with the first piece
         Bytes whole;
+        bool isByteByByte = false;
     };
 
     DelayLine& line_;

@@ -61,6 +61,7 @@ TimePoint PacketLine::send(std::string_view role, Bytes packet, TimePoint due) {
         message.firstPiece = message.bytes.size() / 2;
         message.pause = plan_.blePause.contains(toHost_) ? kLongPause : kSplitPause;
     }
+    message.isByteByByte = plan_.bleBytes;
     return outbox_.send(std::move(message), due);
 }
 

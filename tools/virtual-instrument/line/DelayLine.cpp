@@ -1,6 +1,7 @@
 #include "line/DelayLine.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace vi {
 namespace {
@@ -8,24 +9,24 @@ namespace {
 /// A slow line lets its bytes out in pieces of about this duration, as a receiving driver would.
 constexpr std::chrono::milliseconds kPieceDuration{1};
 
-}  // namespace
-
-std::size_t DelayLine::pieceSize(std::size_t available) const {
-    if (pace_.isByteByByte) {
-        return 1;
-    }
-    if (pace_.perByte.count() == 0) {
-        return available;
-    }
-    const auto size = std::max<std::int64_t>(kPieceDuration / pace_.perByte, 1);
-    return std::min(available, static_cast<std::size_t>(size));
+std::size_t pieceSize(std::chrono::nanoseconds perByte) {
+    return perByte.count() == 0
+               ? std::numeric_limits<std::size_t>::max()
+               : static_cast<std::size_t>(std::max<std::int64_t>(kPieceDuration / perByte, 1));
 }
 
-TimePoint DelayLine::push(ByteView bytes, TimePoint now) {
+}  // namespace
+
+TimePoint DelayLine::push(ByteView bytes, TimePoint now, bool isByteByByte) {
+    isByteByByte = isByteByByte || pace_.isByteByByte;
+    const auto perByte = isByteByByte
+                             ? std::max<std::chrono::nanoseconds>(pace_.perByte, kBytePause)
+                             : pace_.perByte;
+    const std::size_t most = isByteByByte ? 1 : pieceSize(perByte);
     freeAt_ = std::max(freeAt_, now);
     while (!bytes.empty()) {
-        const std::size_t size = pieceSize(bytes.size());
-        freeAt_ += pace_.perByte * static_cast<std::int64_t>(size);
+        const std::size_t size = std::min(most, bytes.size());
+        freeAt_ += perByte * static_cast<std::int64_t>(size);
         const TimePoint due = freeAt_ + pace_.latency;
         if (pieces_.empty() || pieces_.back().due != due) {
             pieces_.push_back({due, {}});

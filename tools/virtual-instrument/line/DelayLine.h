@@ -18,10 +18,14 @@ class DelayLine {
         bool isByteByByte = false;  ///< never let two bytes out at once
     };
 
+    /// Between bytes that come one by one, unless the pace makes it longer.
+    static constexpr std::chrono::microseconds kBytePause{200};
+
     explicit DelayLine(Pace pace) : pace_(pace) {}
 
+    /// \param isByteByByte as in the pace, for these bytes.
     /// \return when the last of the bytes comes out.
-    TimePoint push(ByteView bytes, TimePoint now);
+    TimePoint push(ByteView bytes, TimePoint now, bool isByteByByte = false);
 
     /// When the next bytes come out; nothing while the line is empty.
     std::optional<TimePoint> next() const;
@@ -39,8 +43,6 @@ class DelayLine {
         TimePoint due;
         Bytes bytes;
     };
-
-    std::size_t pieceSize(std::size_t available) const;
 
     Pace pace_;
     std::deque<Piece> pieces_;
