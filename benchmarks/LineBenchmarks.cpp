@@ -141,9 +141,9 @@ void addLineBenchmarks() {
     add("status", 100, requestStatus);
     for (const bool isUpload : {true, false}) {
         const std::string direction = isUpload ? "upload" : "download";
-        add(direction + "/64", 5,
+        add(direction + "/64", 15,
             [isUpload](benchmark::State& state) { transfer(state, isUpload, kSmallPacket, 0.9); });
-        add(direction + "/1024", 15,
+        add(direction + "/1024", 61,
             [isUpload](benchmark::State& state) { transfer(state, isUpload, kLargePacket, 0.8); });
         add(direction + "/allocations", 1, [isUpload](benchmark::State& state) {
             allocationsPerPacket(state, isUpload, isUpload ? 0.1 : 2.1);

@@ -1,5 +1,6 @@
 #include "CQCommProtocol/CommunicationClient.h"
 
+#include <algorithm>
 #include <array>
 #include <cassert>
 #include <chrono>
@@ -20,7 +21,7 @@ constexpr auto kGoodbyeRound = 50ms;
 
 /// How long a close waits for a callback or a stuck write before it goes on without a goodbye.
 constexpr auto kLinkPatience = 500ms;
-constexpr auto kLinkPollPause = 5ms;
+constexpr auto kLinkPollPause = 2ms;
 
 /// A line counts as quiet when nothing has come for so long.
 constexpr auto kQuietTime = 20ms;
@@ -37,6 +38,11 @@ Link::TimePoint now() {
     return std::chrono::steady_clock::now();
 }
 
+/// In whole milliseconds, none when it is past.
+std::chrono::milliseconds timeUntil(Link::TimePoint deadline) {
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(deadline - now()), 0ms);
+}
+
 /// Throws away what the instrument is still sending to a host that was killed: the rest of a packet
 /// could otherwise swallow the answer to the shake-hands.
 void waitUntilQuiet(SerialPort& port) {
@@ -48,10 +54,27 @@ void waitUntilQuiet(SerialPort& port) {
 
 }  // namespace
 
+/// An open port, what has been read from it and not taken in yet, and what an exchange is still to
+/// send: the latter two belong to who has the turn to receive.
+struct CommunicationClient::Line {
+    explicit Line(const std::string& portName) : port(portName) {}
+
+    bool isThere() { return port.hasHandle() && port.isOpen(); }
+
+    SerialPort port;
+    std::array<std::uint8_t, kReceiveBuffer> received{};
+    std::size_t count = 0;
+    std::vector<std::uint8_t> unsent;
+};
+
 CommunicationClient::CommunicationClient(ICommunicationEventListener& listener)
-    : listener_(listener), link_(listener, [this](std::span<const std::uint8_t> bytes) {
-          const auto open = port();
-          return open != nullptr && open->write(bytes) >= 0;
+    : link_(listener, [this](std::span<const std::uint8_t> bytes) {
+          if (isHoldingBack_) {
+              heldBack_.insert(heldBack_.end(), bytes.begin(), bytes.end());
+              return true;
+          }
+          const auto open = line();
+          return open != nullptr && open->port.write(bytes) >= 0;
       }) {}
 
 CommunicationClient::~CommunicationClient() {
@@ -64,13 +87,13 @@ bool CommunicationClient::open(const std::string& portName) {
         return false;
     }
     close();  // what is left of a device that has gone
-    const auto opened = std::make_shared<SerialPort>(portName);
-    if (!opened->open()) {
+    const auto opened = std::make_shared<Line>(portName);
+    if (!opened->port.open()) {
         debuglog::write("Open %s failed\r\n", portName.c_str());
         return false;
     }
-    waitUntilQuiet(*opened);
-    setPort(opened);
+    waitUntilQuiet(opened->port);
+    setLine(opened);
     assert(receivingThread_ == nullptr && "receiving_thread_ == nullptr");
     watchdogMustStop_ = false;
     receivingThread_ = std::make_unique<std::thread>([this, opened] { receivingLoop(*opened); });
@@ -93,9 +116,10 @@ ResultCode CommunicationClient::Send(std::uint8_t operation, std::span<const std
 }
 
 void CommunicationClient::close() {
-    if (const auto open = port()) {
-        sayGoodbye(*open);
-        open->close();
+    if (const auto open = line()) {
+        sayGoodbye(open->port);
+        open->port.close();
+        turn_.endReserve();
     }
     stopWatchdog();
     if (isReceivingThread()) {
@@ -111,14 +135,13 @@ void CommunicationClient::close() {
         watchdogThread_->join();
         watchdogThread_.reset();
     }
-    setPort(nullptr);
+    setLine(nullptr);
     const LinkLock lock(linkMutex_);
     link_.endSession();
 }
 
 /// Empty when somebody else has held the link mutex for too long.
-CommunicationClient::LinkLock CommunicationClient::lockLinkInTime() const {
-    const auto deadline = now() + kLinkPatience;
+CommunicationClient::LinkLock CommunicationClient::lockLinkUntil(Link::TimePoint deadline) const {
     LinkLock lock(linkMutex_, std::try_to_lock);
     while (!lock && now() < deadline) {
         std::this_thread::sleep_for(kLinkPollPause);
@@ -128,19 +151,20 @@ CommunicationClient::LinkLock CommunicationClient::lockLinkInTime() const {
 }
 
 void CommunicationClient::sayGoodbye(SerialPort& port) {
-    LinkLock lock = lockLinkInTime();
+    LinkLock lock = lockLinkUntil(now() + kLinkPatience);
     if (!lock || !port.isOpen() || !link_.hasSession()) {
         return;
     }
     link_.requestDisconnect(now());
+    turn_.endReserve();
     for (int round = 0; round < kGoodbyeRounds && link_.hasSession() && port.isOpen(); ++round) {
         sessionEnded_.wait_for(lock, kGoodbyeRound, [this] { return !link_.hasSession(); });
     }
 }
 
 bool CommunicationClient::isConnected() const {
-    const auto open = port();
-    return open != nullptr && open->isOpen();
+    const auto open = line();
+    return open != nullptr && open->port.isOpen();
 }
 
 bool CommunicationClient::hasSession() const {
@@ -153,8 +177,8 @@ bool CommunicationClient::isReceivingThread() const {
 }
 
 std::string CommunicationClient::portName() const {
-    const auto open = port();
-    return open != nullptr ? open->portName() : std::string();
+    const auto open = line();
+    return open != nullptr ? open->port.portName() : std::string();
 }
 
 void CommunicationClient::setRawDataListener(IRawDataListener* listener, bool isEnabled) {
@@ -162,47 +186,163 @@ void CommunicationClient::setRawDataListener(IRawDataListener* listener, bool is
     link_.setRawDataListener(listener, isEnabled);
 }
 
-std::shared_ptr<SerialPort> CommunicationClient::port() const {
-    const std::lock_guard lock(portMutex_);
-    return port_;
+std::shared_ptr<CommunicationClient::Line> CommunicationClient::line() const {
+    const std::lock_guard lock(lineMutex_);
+    return line_;
 }
 
-void CommunicationClient::setPort(std::shared_ptr<SerialPort> port) {
-    const std::lock_guard lock(portMutex_);
-    port_.swap(port);
+void CommunicationClient::setLine(std::shared_ptr<Line> line) {
+    const std::lock_guard lock(lineMutex_);
+    line_.swap(line);
 }
 
-void CommunicationClient::receivingLoop(SerialPort& port) {
+void CommunicationClient::receivingLoop(Line& line) {
     receivingThreadId_.store(std::this_thread::get_id());
-    std::array<std::uint8_t, kReceiveBuffer> buffer;
-    std::size_t received = 0;
-    // A device that has just sent something need not be asked whether it is there.
-    while (port.hasHandle() && (received > 0 || port.isOpen())) {
-        received = 0;
-        if (!port.waitForData(SerialPort::kInfinite)) {
-            if (port.hasHandle() && port.isOpen()) {
-                std::this_thread::sleep_for(kFailedWaitPause);
-            }
-            continue;
-        }
-        received = port.readSome(buffer);
-        if (received > 0) {
-            takeIn(std::span(buffer).first(received));
+    for (bool isThere = line.port.isOpen(); isThere;) {
+        const bool isMyTurn = turn_.takeForThread();
+        runPosted();
+        if (isMyTurn) {
+            isThere = receive(line);
+            turn_.leave();
         }
     }
     // The system may give the number of a thread that has ended to another one.
     receivingThreadId_.store(std::thread::id());
 }
 
-void CommunicationClient::takeIn(std::span<const std::uint8_t> bytes) {
-    {
-        const LinkLock lock(linkMutex_);
-        link_.receive(bytes, now());
-        if (!link_.hasSession()) {
-            sessionEnded_.notify_all();
+/// The receiving thread's share: one step. False when the port has been closed or its device has
+/// gone.
+bool CommunicationClient::receive(Line& line) {
+    if (line.count == 0 && line.port.waitForData(SerialPort::kInfinite)) {
+        line.count = line.port.readSome(line.received);
+    }
+    if (line.count > 0) {
+        takeIn(line, LinkLock(linkMutex_), now());
+        return true;
+    }
+    line.port.clearAbort();
+    const bool isThere = line.isThere();
+    if (isThere) {
+        std::this_thread::sleep_for(kFailedWaitPause);
+    }
+    return isThere;
+}
+
+/// The share of a call that waits, which somebody else's hold on the link must not keep beyond its
+/// time. False as above.
+///
+/// Within a transfer, between what is sent and the wait for the answer nothing else is done: the
+/// instrument is woken by the one, and what this thread then still does keeps a processor from it.
+bool CommunicationClient::receive(Line& line, const std::atomic<bool>& isOver,
+                                  Link::TimePoint deadline) {
+    SerialPort& port = line.port;
+    for (auto time = now(); !isOver.load() && time < deadline;) {
+        if (line.count == 0 && deadline - time > SerialPort::kMoment) {
+            line.count = port.exchange(line.unsent, line.received);
+            line.unsent.clear();
+        }
+        if (line.count == 0 && sendUnsent(line) && port.waitForData(timeUntil(deadline))) {
+            line.count = port.readSome(line.received);
+        }
+        time = now();
+        if (line.count > 0) {
+            if (const LinkLock lock = lockLinkUntil(deadline)) {
+                takeInHoldingBack(line, lock, time);
+            }
+            turn_.wakeOtherCalls();
+            continue;
+        }
+        port.clearAbort();
+        if (!line.isThere()) {
+            return false;
+        }
+        if (!isOver.load() && time < deadline) {
+            std::this_thread::sleep_for(kFailedWaitPause);
         }
     }
-    listener_.stepEnded();
+    sendUnsent(line);
+    return true;
+}
+
+void CommunicationClient::takeIn(Line& line, const LinkLock& /*held*/, Link::TimePoint time) {
+    const std::size_t count = std::exchange(line.count, 0);
+    if (!line.port.hasHandle()) {
+        return;  // closed, and another one may have been opened since
+    }
+    link_.receive(std::span(line.received).first(count), time);
+    if (!link_.hasSession()) {
+        sessionEnded_.notify_all();
+    }
+}
+
+/// What the link sends in a transfer is left to the exchange that follows: nobody else can send
+/// meanwhile, but for a goodbye, which may overtake it.
+void CommunicationClient::takeInHoldingBack(Line& line, const LinkLock& held,
+                                            Link::TimePoint time) {
+    struct HoldingBack {
+        explicit HoldingBack(bool& flag) : isOn(flag) { isOn = true; }
+        ~HoldingBack() { isOn = false; }
+        HoldingBack(const HoldingBack&) = delete;
+        HoldingBack& operator=(const HoldingBack&) = delete;
+        bool& isOn;
+    };
+    {
+        const HoldingBack holdingBack(isHoldingBack_);
+        takeIn(line, held, time);
+    }
+    line.unsent.swap(heldBack_);
+    if (!link_.isTransferring()) {
+        sendUnsent(line);
+    }
+}
+
+bool CommunicationClient::sendUnsent(Line& line) {
+    const bool isSent = line.unsent.empty() || line.port.write(line.unsent) >= 0;
+    line.unsent.clear();
+    return isSent;
+}
+
+bool CommunicationClient::await(const std::atomic<bool>& isOver,
+                                std::chrono::milliseconds timeout) {
+    const auto deadline = now() + timeout;
+    const auto open = line();
+    // In the callback the receiving thread is in the middle of a step.
+    if (open == nullptr || isReceivingThread()) {
+        return turn_.await(isOver, deadline, nullptr);
+    }
+    return turn_.await(isOver, deadline, [&] { return receive(*open, isOver, deadline); });
+}
+
+void CommunicationClient::wakeCalls() {
+    turn_.wakeCalls();
+    const auto open = line();
+    if (open != nullptr && turn_.isWithCall()) {
+        open->port.signalAbort();
+    }
+}
+
+void CommunicationClient::runOnReceivingThread(std::function<void()> task) {
+    if (isReceivingThread()) {
+        task();
+        return;
+    }
+    {
+        const std::lock_guard lock(postedMutex_);
+        posted_.push_back(std::move(task));
+    }
+    turn_.wakeThread();
+}
+
+void CommunicationClient::runPosted() {
+    std::vector<std::function<void()>> tasks;
+    {
+        const std::lock_guard lock(postedMutex_);
+        tasks.swap(posted_);
+    }
+    for (const auto& task : tasks) {
+        const LinkLock lock(linkMutex_);
+        task();
+    }
 }
 
 void CommunicationClient::watchdogLoop() {

@@ -1,24 +1,29 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <istream>
 #include <memory>
 #include <mutex>
 #include <span>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "CQCommProtocol/Link.h"
+#include "CQCommProtocol/ReceivingTurn.h"
 #include "serial/SerialPort.h"
 
 namespace ovk {
 
 /// Runs the wired protocol over a serial port: brings together the port, the link and their two
-/// threads, one that receives and one that watches over the end of a session.
+/// threads, one that receives and one that watches over the end of a session. A call that waits for
+/// what the instrument sends receives in the receiving thread's place, see ReceivingTurn.
 ///
 /// Every operation may be called from any thread; open() must not run beside others. The listener's
-/// operations run with the link mutex held. See docs/architecture.md for the locks.
+/// operations run on the thread that receives, with the link mutex held. See docs/architecture.md for the locks.
 class CommunicationClient {
   public:
     using LinkLock = std::unique_lock<std::recursive_mutex>;
@@ -42,6 +47,19 @@ class CommunicationClient {
     ResultCode Send(std::uint8_t operation, std::span<const std::uint8_t> data,
                     std::shared_ptr<std::istream> stream = nullptr);
 
+    /// Waits until an operation of the listener has set `isOver` and receives meanwhile, unless
+    /// another thread does. A device that goes away does not end the wait.
+    /// \return isOver, false when the time is up.
+    bool await(const std::atomic<bool>& isOver, std::chrono::milliseconds timeout);
+    /// For who sets an `isOver` outside the listener's operations, or is about to wait in one: lets
+    /// the calls that wait look at it.
+    void wakeCalls();
+
+    /// Has the receiving thread run the task, with the link mutex held, or runs it now if this is
+    /// the receiving thread. To be called by the listener's operations. What a port has brought is
+    /// run before its closing ends.
+    void runOnReceivingThread(std::function<void()> task);
+
     /// Says goodbye, waits up to half a second for the answer, closes the port, and ends the
     /// threads and the session. \throw std::system_error when called on the receiving thread, which
     /// cannot wait for its own
@@ -52,7 +70,7 @@ class CommunicationClient {
     /// True while a port is open whose device is there.
     bool isConnected() const;
     bool hasSession() const;
-    /// True on the receiving thread, as in the listener's operations.
+    /// True on the receiving thread, and so in a task that was given to it.
     bool isReceivingThread() const;
     /// The open port's name; empty without one.
     std::string portName() const;
@@ -63,23 +81,34 @@ class CommunicationClient {
     void setRawDataListener(IRawDataListener* listener, bool isEnabled);
 
   private:
-    std::shared_ptr<SerialPort> port() const;
-    void setPort(std::shared_ptr<SerialPort> port);
-    void receivingLoop(SerialPort& port);
-    void takeIn(std::span<const std::uint8_t> bytes);
+    struct Line;
+
+    std::shared_ptr<Line> line() const;
+    void setLine(std::shared_ptr<Line> line);
+    void receivingLoop(Line& line);
+    bool receive(Line& line);
+    bool receive(Line& line, const std::atomic<bool>& isOver, Link::TimePoint deadline);
+    void takeIn(Line& line, const LinkLock& lock, Link::TimePoint time);
+    static bool sendUnsent(Line& line);
+    void takeInHoldingBack(Line& line, const LinkLock& lock, Link::TimePoint time);
+    void runPosted();
     void watchdogLoop();
-    LinkLock lockLinkInTime() const;
+    LinkLock lockLinkUntil(Link::TimePoint deadline) const;
     void sayGoodbye(SerialPort& port);
     void stopWatchdog();
 
-    mutable std::mutex portMutex_;  // guards port_ alone
-    std::shared_ptr<SerialPort> port_;
-
-    ICommunicationEventListener& listener_;
+    mutable std::mutex lineMutex_;  // guards line_ alone
+    std::shared_ptr<Line> line_;
 
     mutable std::recursive_mutex linkMutex_;
     std::condition_variable_any sessionEnded_;
     Link link_;
+    bool isHoldingBack_ = false;  // what the link sends
+    std::vector<std::uint8_t> heldBack_;
+
+    ReceivingTurn turn_;
+    std::mutex postedMutex_;  // guards posted_ alone
+    std::vector<std::function<void()>> posted_;
 
     std::mutex closeMutex_;  // guards the threads against two closes at once
     std::unique_ptr<std::thread> receivingThread_;

@@ -5,9 +5,9 @@
 
 namespace ovk {
 
-/// Hears what happens on a wired link. All operations run on the client's receiving thread and, but
-/// for stepEnded(), with its link mutex held; disconnected() also on the watchdog's or the closing
-/// thread.
+/// Hears what happens on a wired link. All operations run with the client's link mutex held, on the
+/// thread that receives at the moment: the receiving thread or a call that waits; disconnected()
+/// also on the watchdog's or the closing thread.
 class ICommunicationEventListener {
   public:
     virtual ~ICommunicationEventListener() = default;
@@ -32,9 +32,6 @@ class ICommunicationEventListener {
     /// \return non-zero to abort the transfer, while it is not done.
     virtual std::uint16_t transferProgress(std::uint8_t operation, std::uint32_t total,
                                            std::uint16_t error, bool isDone) = 0;
-
-    /// What has arrived so far has been dealt with, and the link mutex let go.
-    virtual void stepEnded() {}
 };
 
 /// Hears the bytes that belong to no packet.

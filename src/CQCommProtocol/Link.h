@@ -74,6 +74,8 @@ class Link {
     State state() const { return state_; }
     std::uint8_t session() const { return session_; }
     bool hasSession() const { return session_ != 0; }
+    /// True while a transfer runs in either direction, and nobody can begin another one.
+    bool isTransferring() const { return state_ == State::sending || state_ == State::receiving; }
     InstrumentValues instrumentValues() const { return instrumentValues_; }
 
     /// \param listener hears the bytes that belong to no packet, while enabled; may be null.

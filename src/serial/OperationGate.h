@@ -1,7 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
-#include <cstddef>
+#include <cstdint>
 #include <mutex>
 
 namespace ovk {
@@ -29,48 +30,41 @@ class OperationGate {
     };
 
     /// Lets threads in.
-    void open() {
-        const std::lock_guard guard(mutex_);
-        isOpen_ = true;
-    }
+    void open() { state_.fetch_and(~kShut); }
 
     /// Lets nobody in any more. Returns false if the gate was shut already.
-    bool shut() {
-        const std::lock_guard guard(mutex_);
-        const bool wasOpen = isOpen_;
-        isOpen_ = false;
-        return wasOpen;
-    }
+    bool shut() { return (state_.fetch_or(kShut) & kShut) == 0; }
 
     /// Returns when the last thread has left. The gate must be shut, and the caller outside.
     void waitUntilEmpty() {
         std::unique_lock lock(mutex_);
-        emptied_.wait(lock, [this] { return inside_ == 0; });
+        emptied_.wait(lock, [this] { return state_.load() == kShut; });
     }
 
-    bool isOpen() const {
-        const std::lock_guard guard(mutex_);
-        return isOpen_;
-    }
+    bool isOpen() const { return (state_.load() & kShut) == 0; }
 
   private:
+    /// Beside it in the state: how many threads are inside.
+    static constexpr std::uint32_t kShut = 0x8000'0000;
+
     bool enter() {
-        const std::lock_guard guard(mutex_);
-        inside_ += isOpen_ ? 1 : 0;
-        return isOpen_;
+        const bool isIn = (state_.fetch_add(1) & kShut) == 0;
+        if (!isIn) {
+            leave();
+        }
+        return isIn;
     }
 
     void leave() {
-        const std::lock_guard guard(mutex_);
-        if (--inside_ == 0 && !isOpen_) {
+        if (state_.fetch_sub(1) == kShut + 1) {
+            const std::lock_guard guard(mutex_);  // the waiting thread has looked, or is asleep
             emptied_.notify_all();
         }
     }
 
-    mutable std::mutex mutex_;
+    std::atomic<std::uint32_t> state_{kShut};
+    std::mutex mutex_;
     std::condition_variable emptied_;
-    std::size_t inside_ = 0;
-    bool isOpen_ = false;
 };
 
 }  // namespace ovk

@@ -1,7 +1,7 @@
 #include "spectro/Spectrophotometer.h"
 
 #include <algorithm>
-#include <condition_variable>
+#include <atomic>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -31,18 +31,15 @@ bool isMeasurement(std::uint8_t operation) {
 
 }  // namespace
 
-/// A call that waits, and its outcome; guarded by pendingMutex_.
-///
-/// A promise would wake the call at once, only for it to run into the link mutex with its next
-/// request. So the outcome comes first, and the wake-up when the receiving thread has let go.
+/// A call that waits, and its outcome: guarded by pendingMutex_ until it is settled, the call's own
+/// from then on.
 struct Spectrophotometer::Pending {
     explicit Pending(std::uint8_t operationCode) : operation(operationCode) {}
 
     std::uint8_t operation;
-    bool isSettled = false;
+    std::atomic<bool> isSettled{false};
     ResultCode code = CQ_NO_ERROR;
     std::optional<RemoteException> refusal;  ///< the instrument's, with its own number
-    std::condition_variable wakeUp;
 };
 
 struct Spectrophotometer::PendingReply : Pending {
@@ -179,7 +176,8 @@ ResultCode Spectrophotometer::begin(std::shared_ptr<Kind>& slot,
     }
     const std::lock_guard lock(pendingMutex_);
     if (slot) {
-        settle(slot, CQ_DEVICE_IS_BUSY)->wakeUp.notify_one();
+        settle(slot, CQ_DEVICE_IS_BUSY);
+        client_.wakeCalls();
     }
     slot = pending;
     return CQ_NO_ERROR;
@@ -188,48 +186,41 @@ ResultCode Spectrophotometer::begin(std::shared_ptr<Kind>& slot,
 template <class Kind>
 bool Spectrophotometer::await(std::shared_ptr<Kind>& slot, const std::shared_ptr<Kind>& pending,
                               std::chrono::milliseconds timeout) {
-    std::unique_lock lock(pendingMutex_);
-    if (!pending->wakeUp.wait_for(lock, timeout, [&pending] { return pending->isSettled; })) {
-        slot.reset();  // nobody else's: who takes another's place settles it
-        return false;
+    if (client_.await(pending->isSettled, timeout)) {
+        return true;
     }
-    return true;
+    const std::lock_guard lock(pendingMutex_);
+    if (pending->isSettled.load()) {
+        return true;
+    }
+    slot.reset();  // nobody else's: who takes another's place settles it
+    return false;
 }
 
 template <class Kind>
-std::shared_ptr<Kind> Spectrophotometer::settle(std::shared_ptr<Kind>& slot, ResultCode code) {
-    auto pending = std::exchange(slot, nullptr);
+void Spectrophotometer::settle(std::shared_ptr<Kind>& slot, ResultCode code) {
+    const auto pending = std::exchange(slot, nullptr);
     pending->code = code;
-    pending->isSettled = true;
-    return pending;
+    pending->isSettled.store(true);
 }
 
 template <class Kind>
-std::shared_ptr<Kind> Spectrophotometer::settle(std::shared_ptr<Kind>& slot,
-                                                const RemoteException& refusal) {
+void Spectrophotometer::settle(std::shared_ptr<Kind>& slot, const RemoteException& refusal) {
     slot->refusal = refusal;
-    return settle(slot, CQ_EXECUTE_COMMAND_FAILED);
+    settle(slot, CQ_EXECUTE_COMMAND_FAILED);
 }
 
 void Spectrophotometer::failPending(ResultCode code) {
-    const std::lock_guard lock(pendingMutex_);
-    if (pendingReply_) {
-        settle(pendingReply_, code)->wakeUp.notify_one();
+    {
+        const std::lock_guard lock(pendingMutex_);
+        if (pendingReply_) {
+            settle(pendingReply_, code);
+        }
+        if (pendingSend_) {
+            settle(pendingSend_, code);
+        }
     }
-    if (pendingSend_) {
-        settle(pendingSend_, code)->wakeUp.notify_one();
-    }
-}
-
-void Spectrophotometer::wakeSettled() {
-    for (const auto& pending : settled_) {
-        pending->wakeUp.notify_one();
-    }
-    settled_.clear();
-}
-
-void Spectrophotometer::stepEnded() {
-    wakeSettled();
+    client_.wakeCalls();
 }
 
 // A goodbye of the instrument lets a call that waits run into its time-out.
@@ -256,21 +247,24 @@ std::uint16_t Spectrophotometer::dataReceived(std::uint8_t operation, std::uint3
         replyBuffer_.insert(replyBuffer_.end(), kept.begin(), kept.end());
 
         if (isReply && error != 0) {
-            settled_.push_back(settle(pendingReply_, RemoteException(error)));
+            settle(pendingReply_, RemoteException(error));
         } else if (isReply && isLast) {
             pendingReply_->reply = std::exchange(replyBuffer_, {});
-            settled_.push_back(settle(pendingReply_, CQ_NO_ERROR));
+            settle(pendingReply_, CQ_NO_ERROR);
         } else if (isLast && error == 0) {
             unsolicited = std::exchange(replyBuffer_, {});
         }
     }
     if (!unsolicited.empty() && isMeasurement(operation)) {
-        deliverMeasurement(operation, unsolicited);
+        const bool isStandard = operation == command::kMeasureStandard.operation;
+        const auto type = isStandard ? RECORD_TYPE::standard : RECORD_TYPE::trial;
+        client_.runOnReceivingThread(
+            [this, type, bytes = std::move(unsolicited)] { deliverMeasurement(type, bytes); });
     }
     return 0;
 }
 
-void Spectrophotometer::deliverMeasurement(std::uint8_t operation, BytesView bytes) {
+void Spectrophotometer::deliverMeasurement(RECORD_TYPE type, BytesView bytes) {
     CqMeasurementRecord record;
     if (bytes.size() != sizeof(record)) {
         debuglog::write("expect size: %d, received: %d", static_cast<int>(sizeof(record)),
@@ -278,12 +272,11 @@ void Spectrophotometer::deliverMeasurement(std::uint8_t operation, BytesView byt
         return;
     }
     std::copy(bytes.begin(), bytes.end(), record.bytes);
-    // The handler may take its time, or even wait for what a settled call is about to do.
-    wakeSettled();
+    // The handler may take its time, or even wait for what a call is about to do that has its outcome.
+    client_.wakeCalls();
     // A copy of the reference: the handler may replace itself.
     if (const auto handler = resultHandler_) {
-        const bool isStandard = operation == command::kMeasureStandard.operation;
-        (*handler)(isStandard ? RECORD_TYPE::standard : RECORD_TYPE::trial, record);
+        (*handler)(type, record);
     }
 }
 
@@ -294,11 +287,14 @@ std::uint16_t Spectrophotometer::transferProgress(std::uint8_t operation, std::u
     }
     const std::lock_guard lock(pendingMutex_);
     if (pendingSend_ && pendingSend_->operation == operation) {
-        settled_.push_back(error == 0 ? settle(pendingSend_, CQ_NO_ERROR)
-                                      : settle(pendingSend_, RemoteException(error)));
+        if (error == 0) {
+            settle(pendingSend_, CQ_NO_ERROR);
+        } else {
+            settle(pendingSend_, RemoteException(error));
+        }
     }
     if (error != 0 && pendingReply_ && pendingReply_->operation == operation) {
-        settled_.push_back(settle(pendingReply_, RemoteException(error)));
+        settle(pendingReply_, RemoteException(error));
     }
     return 0;
 }

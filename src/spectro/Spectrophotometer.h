@@ -103,12 +103,11 @@ class Spectrophotometer final : public ICommunicationEventListener {
                std::chrono::milliseconds timeout);
     void failPending(ResultCode code);
     /// Takes the call that waits out of its slot and gives it its outcome, to which a reply belongs
-    /// that is there already. Its wake-up is still to come.
+    /// that is there already. The client wakes it.
     template <class Kind>
-    std::shared_ptr<Kind> settle(std::shared_ptr<Kind>& slot, ResultCode code);
+    static void settle(std::shared_ptr<Kind>& slot, ResultCode code);
     template <class Kind>
-    std::shared_ptr<Kind> settle(std::shared_ptr<Kind>& slot, const RemoteException& refusal);
-    void wakeSettled();
+    static void settle(std::shared_ptr<Kind>& slot, const RemoteException& refusal);
 
     // The shapes of commands.
     ResultCode requestU32(const Command& command, BytesView data, std::uint32_t& value);
@@ -125,9 +124,8 @@ class Spectrophotometer final : public ICommunicationEventListener {
                                std::uint32_t error, bool isLast) override;
     std::uint16_t transferProgress(std::uint8_t operation, std::uint32_t total, std::uint16_t error,
                                    bool isDone) override;
-    void stepEnded() override;
     bool isForPendingReply(std::uint8_t operation) const;
-    void deliverMeasurement(std::uint8_t operation, BytesView bytes);
+    void deliverMeasurement(RECORD_TYPE type, BytesView bytes);
 
     // Held for moments only, never while waiting or calling the handler; taken after the link mutex
     // where both are held.
@@ -135,9 +133,6 @@ class Spectrophotometer final : public ICommunicationEventListener {
     std::shared_ptr<PendingReply> pendingReply_;
     std::shared_ptr<PendingSend> pendingSend_;
     Bytes replyBuffer_;
-
-    // Calls that have their outcome and are still to be woken; the receiving thread's alone.
-    std::vector<std::shared_ptr<Pending>> settled_;
 
     std::shared_ptr<const ResultHandler> resultHandler_;  // guarded by the link mutex
 

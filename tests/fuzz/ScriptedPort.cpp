@@ -103,6 +103,12 @@ std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
     return count;
 }
 
+std::size_t SerialPort::exchange(std::span<const std::uint8_t> bytes,
+                                 std::span<std::uint8_t> answer) {
+    const bool isWritten = bytes.empty() || write(bytes) >= 0;
+    return isWritten && waitForData(kMoment) ? readSome(answer) : 0;
+}
+
 std::optional<std::size_t> SerialPort::queuedBytes() {
     const OperationGate::Pass pass(gate_);
     if (!pass) {

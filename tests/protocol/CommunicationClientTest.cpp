@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <functional>
 #include <future>
@@ -220,6 +221,81 @@ TEST_F(CommunicationClientTest, knowsItsReceivingThread) {
     for (std::future<bool>& answer : answers) {
         EXPECT_FALSE(answer.get());
     }
+}
+
+// The thread that waits need not be woken by another one: it takes in its answer itself. Tasks for the
+// receiving thread are run there all the same, and what comes afterwards is taken in there.
+TEST_F(CommunicationClientTest, letsACallReceiveWhatItWaitsFor) {
+    constexpr auto kData = "AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A";
+    std::atomic<bool> isOver{false};
+    std::atomic<std::thread::id> dataThread{};
+    std::array<std::promise<bool>, 2> isOnReceivingThread;
+    std::size_t count = 0;  // guarded by the link
+    listener.onData = [&] {
+        dataThread = std::this_thread::get_id();
+        client.runOnReceivingThread([this, &isRun = isOnReceivingThread.at(count++)] {
+            isRun.set_value(client.isReceivingThread());
+        });
+        isOver = true;
+    };
+    const auto ranThere = [&](std::size_t task) {
+        auto result = isOnReceivingThread.at(task).get_future();
+        return result.wait_for(kPatience) == std::future_status::ready && result.get();
+    };
+    connect();
+    ASSERT_EQ(client.Send(0x21, {}), CQ_NO_ERROR);
+    expectFromHost("55 AA A6 07 00 00 00 00 03 00 21 B3 D5");
+    auto instrument = std::async(std::launch::async, [&] {
+        terminal.send(hex("AA 55 A7 07 01 00 00 00"));
+        EXPECT_TRUE(listener.hears("progress"));  // the receiving thread has handed the turn on
+        std::this_thread::sleep_for(20ms);
+        terminal.send(hex(kData));
+    });
+    EXPECT_TRUE(client.await(isOver, kPatience));
+    EXPECT_EQ(dataThread.load(), std::this_thread::get_id());
+    EXPECT_TRUE(ranThere(0));
+    expectFromHost("55 AA A7 07 01 00 00 00");
+
+    terminal.send(hex(kData));
+    EXPECT_TRUE(ranThere(1));
+    EXPECT_NE(dataThread.load(), std::this_thread::get_id());
+}
+
+// Whoever settles a call finds it asleep, in a read, or in the wait for bytes.
+TEST_F(CommunicationClientTest, endsACallWhoseOutcomeComesFromElsewhere) {
+    connect();
+    for (const bool hasTurn : {false, true}) {
+        for (const auto delay : {10ms, 150ms}) {
+            std::atomic<bool> isOver{false};
+            auto call = std::async(std::launch::async, [&] { return client.await(isOver, 60s); });
+            if (hasTurn) {
+                std::this_thread::sleep_for(20ms);
+                terminal.send("noise");  // after which the turn is the call's
+            }
+            std::this_thread::sleep_for(delay);
+            isOver = true;
+            client.wakeCalls();
+            ASSERT_EQ(call.wait_for(kPatience), std::future_status::ready) << hasTurn;
+            EXPECT_TRUE(call.get());
+        }
+    }
+}
+
+// As a callback that takes its time: the call gets back in time, and what came is not lost.
+TEST_F(CommunicationClientTest, waitsNoLongerThanItsTimeForTheLink) {
+    connect();
+    const std::atomic<bool> isOver{false};
+    {
+        auto call = std::async(std::launch::async, [&] { return client.await(isOver, 300ms); });
+        std::this_thread::sleep_for(20ms);
+        terminal.send("noise");
+        std::this_thread::sleep_for(50ms);
+        const auto held = client.lockLink();
+        terminal.send(hex("AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A"));
+        ASSERT_EQ(call.wait_for(kPatience), std::future_status::ready);
+        EXPECT_FALSE(call.get());
+    }
+    EXPECT_TRUE(listener.hears("data 10"));
 }
 
 TEST_F(CommunicationClientTest, sendsFromTheListenerWithoutADeadlock) {

@@ -21,6 +21,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr cc_t kReadTenths = 1;
+static_assert(std::chrono::duration<int, std::deci>(kReadTenths) == SerialPort::kMoment);
+
 /// A file descriptor that becomes readable when it is set, and stays so until it is reset. Without
 /// one when the process has no descriptor left.
 class Event {
@@ -96,6 +99,14 @@ tcflag_t toByteSizeFlag(std::uint32_t byteSize) {
     return kFlags[std::clamp<std::uint32_t>(byteSize, 5, 8) - 5];
 }
 
+ssize_t readOnce(int descriptor, std::span<std::uint8_t> buffer) {
+    ssize_t count = 0;
+    do {
+        count = ::read(descriptor, buffer.data(), buffer.size());
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
 void logFailure(std::uint32_t error) {
     if (debuglog::isOpen()) {
         debuglog::write("%s\r\n", std::generic_category().message(static_cast<int>(error)).c_str());
@@ -118,6 +129,8 @@ bool configure(int descriptor, const SerialPortSettings& settings) {
     if (settings.stopBits != kOneStopBit) {
         attributes.c_cflag |= CSTOPB;
     }
+    attributes.c_cc[VMIN] = 0;
+    attributes.c_cc[VTIME] = kReadTenths;  // of a reader that waits
     const speed_t speed = toSpeed(settings.baudRate);
     if (speed == B0) {
         errno = EINVAL;
@@ -189,7 +202,16 @@ struct SerialPort::Device {
         return static_cast<std::int32_t>(total);
     }
 
+    std::int32_t write(std::span<const std::uint8_t> bytes, std::chrono::milliseconds timeout,
+                       std::uint32_t& error) {
+        const auto step = [this, bytes](std::size_t done) {
+            return ::write(descriptor, bytes.data() + done, bytes.size() - done);
+        };
+        return repeat(step, bytes.size(), POLLOUT, timeout, error);
+    }
+
     int descriptor = -1;
+    int waitingReader = -1;  // the same terminal, not non-blocking
     Event closing;
     Event aborting;
 };
@@ -209,15 +231,21 @@ std::uint32_t SerialPort::openDevice() {
     if (descriptor < 0) {
         return currentError();
     }
+    int waitingReader = -1;
     // The terminal's own exclusive mode does not keep out a privileged process; the lock does.
-    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0 || ioctl(descriptor, TIOCEXCL) != 0 ||
-        !configure(descriptor, settings_) || tcflush(descriptor, TCIOFLUSH) != 0) {
+    if (flock(descriptor, LOCK_EX | LOCK_NB) != 0 || !configure(descriptor, settings_) ||
+        (waitingReader = ::open(portName_.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC)) < 0 ||
+        ioctl(descriptor, TIOCEXCL) != 0 || tcflush(descriptor, TCIOFLUSH) != 0) {
         const std::uint32_t error = currentError();
+        if (waitingReader >= 0) {
+            ::close(waitingReader);
+        }
         ::close(descriptor);
         return error;
     }
     device_->closing.reset();
     device_->descriptor = descriptor;
+    device_->waitingReader = waitingReader;
     return 0;
 }
 
@@ -230,8 +258,10 @@ void SerialPort::close() {
     // Not left to the closing: a process that this one is just starting may hold the descriptor, too.
     ioctl(device_->descriptor, TIOCNXCL);
     flock(device_->descriptor, LOCK_UN);
+    ::close(device_->waitingReader);
     ::close(device_->descriptor);
     device_->descriptor = -1;
+    device_->waitingReader = -1;
 }
 
 bool SerialPort::isOpen() {
@@ -251,11 +281,7 @@ bool SerialPort::isOpen() {
 std::int32_t SerialPort::write(std::span<const std::uint8_t> bytes) {
     const OperationGate::Pass pass(gate_);
     std::uint32_t error = pass ? 0 : EBADF;
-    const auto step = [this, bytes](std::size_t done) {
-        return ::write(device_->descriptor, bytes.data() + done, bytes.size() - done);
-    };
-    const auto written =
-        pass ? device_->repeat(step, bytes.size(), POLLOUT, settings_.writeTimeout, error) : -1;
+    const auto written = pass ? device_->write(bytes, settings_.writeTimeout, error) : -1;
     setLastError(error);
     return written;
 }
@@ -278,16 +304,27 @@ std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
         setLastError(pass ? 0 : EBADF);
         return 0;
     }
-    ssize_t count = 0;
-    do {
-        count = ::read(device_->descriptor, buffer.data(), buffer.size());
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = readOnce(device_->descriptor, buffer);
     const bool isFailure = count < 0 && errno != EAGAIN;
     const std::uint32_t error = isFailure ? currentError() : count == 0 ? kErrorDeviceGone : 0;
     setLastError(error);
     if (error != 0) {
         logFailure(error);
     }
+    return count > 0 ? static_cast<std::size_t>(count) : 0;
+}
+
+std::size_t SerialPort::exchange(std::span<const std::uint8_t> bytes,
+                                 std::span<std::uint8_t> answer) {
+    const OperationGate::Pass pass(gate_);
+    std::uint32_t error = pass ? 0 : EBADF;
+    if (!pass || device_->write(bytes, settings_.writeTimeout, error) < 0) {
+        setLastError(error);
+        return 0;
+    }
+    // No byte may mean that the time was up, or that the terminal was hung up.
+    const ssize_t count = readOnce(device_->waitingReader, answer);
+    setLastError(count < 0 ? currentError() : 0);
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 

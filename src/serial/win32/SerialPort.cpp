@@ -295,6 +295,12 @@ std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
     return received > 0 ? static_cast<std::size_t>(received) : 0;
 }
 
+std::size_t SerialPort::exchange(std::span<const std::uint8_t> bytes,
+                                 std::span<std::uint8_t> answer) {
+    const bool isWritten = bytes.empty() || write(bytes) >= 0;
+    return isWritten && waitForData(kMoment) ? readSome(answer) : 0;
+}
+
 std::optional<std::size_t> SerialPort::queuedBytes() {
     const OperationGate::Pass pass(gate_);
     DWORD count = 0;
