@@ -48,8 +48,9 @@
  *    functions, and anything on another handle. Do not call a function that talks to the same
  *    instrument (it would wait for a reply that only the callback's own thread can receive, and
  *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid during the
- *    call only: copy it. Return soon: the measurement is acknowledged when the callback has ended,
- *    and an instrument may send again what is not acknowledged within a second.
+ *    call only: copy it. Return soon: unless another call was just waiting, the measurement is
+ *    acknowledged when the callback has ended, and an instrument may send again what is not
+ *    acknowledged within a second.
  *
  * 7. Times. Every request ends by itself; the longest waits are named with each function. There are
  *    two exceptions: cqOpen on a port that opens but never answers waits until the port goes away,

@@ -21,6 +21,8 @@ constexpr auto kGoodbyeRound = 50ms;
 
 /// How long a close waits for a callback or a stuck write before it goes on without a goodbye.
 constexpr auto kLinkPatience = 500ms;
+/// Mostly another call is just sending its request: worth a few looks before it is a pause.
+constexpr int kLinkYields = 100;
 constexpr auto kLinkPollPause = 2ms;
 
 /// A line counts as quiet when nothing has come for so long.
@@ -143,8 +145,12 @@ void CommunicationClient::close() {
 /// Empty when somebody else has held the link mutex for too long.
 CommunicationClient::LinkLock CommunicationClient::lockLinkUntil(Link::TimePoint deadline) const {
     LinkLock lock(linkMutex_, std::try_to_lock);
-    while (!lock && now() < deadline) {
-        std::this_thread::sleep_for(kLinkPollPause);
+    for (int attempt = 0; !lock && now() < deadline; ++attempt) {
+        if (attempt < kLinkYields) {
+            std::this_thread::yield();
+        } else {
+            std::this_thread::sleep_for(kLinkPollPause);
+        }
         lock.try_lock();
     }
     return lock;
@@ -206,6 +212,7 @@ void CommunicationClient::receivingLoop(Line& line) {
             turn_.leave();
         }
     }
+    runPosted();
     // The system may give the number of a thread that has ended to another one.
     receivingThreadId_.store(std::thread::id());
 }

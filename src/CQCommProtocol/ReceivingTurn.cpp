@@ -61,7 +61,7 @@ class ReceivingTurn::CallsTurn {
 
 bool ReceivingTurn::takeForThread() {
     Lock lock(mutex_);
-    std::uint32_t endedBefore = ended_ - 1;
+    std::uint32_t endedBefore = ended_ - 1;  // so that the first sleep is a short one
     while (!isThreadWanted_) {
         if (!isTaken_ && calls_ == 0 && Clock::now() >= reservedUntil_) {
             isTaken_ = true;
