@@ -16,6 +16,13 @@ inline double median(std::vector<double> values) {
     return *middle;
 }
 
+/// The value that a tenth of the values do not reach: what work takes when nothing gets in its way.
+inline double quickTenth(std::vector<double> values) {
+    const auto tenth = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 10);
+    std::nth_element(values.begin(), tenth, values.end());
+    return *tenth;
+}
+
 template <class Work>
 double secondsOf(Work&& work) {
     const auto start = std::chrono::steady_clock::now();

@@ -149,7 +149,7 @@ void addLineBenchmarks() {
             allocationsPerPacket(state, isUpload, isUpload ? 0.1 : 2.1);
         });
         for (const std::uint32_t count : {1'000U, kManyStandards}) {
-            add(direction + "/growth/" + std::to_string(count), count == kManyStandards ? 3 : 15,
+            add(direction + "/growth/" + std::to_string(count), count == kManyStandards ? 9 : 31,
                 [isUpload, count](benchmark::State& state) { growth(state, isUpload, count); });
         }
     }

@@ -59,11 +59,12 @@ void logOff(benchmark::State& state) {
         measure(withoutLog, peersSeconds);
         state.SetIterationTime(oursSeconds.back());
     }
+    // Medians tell how busy the machine was rather than what the log costs.
     results().push_back({.what = "upload, debug log compiled in and off",
                          .unit = "us a record",
-                         .figure = median(oursSeconds) / kStandards * 1e6,
+                         .figure = quickTenth(oursSeconds) / kStandards * 1e6,
                          .peerName = "compiled without its calls",
-                         .peer = median(peersSeconds) / kStandards * 1e6,
+                         .peer = quickTenth(peersSeconds) / kStandards * 1e6,
                          .bound = Bound::atMost,
                          .goal = 1.01});
 }

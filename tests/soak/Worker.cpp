@@ -8,6 +8,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// As a host does, calls come in bursts with pauses between them: some too short for the library to
+// notice, some long enough for it to go to sleep. On average, and in milliseconds.
+constexpr std::size_t kBurst = 20;
+constexpr std::size_t kLongestPause = 60;
+
 std::string optionsFor(const Worker::Settings& settings) {
     const std::string stored = std::to_string(kStoredAtStart);
     const std::string common = "--calibrated --log /dev/null --capacity " +
@@ -67,6 +72,9 @@ void Worker::run() {
             perform({Kind::open, 0, &Worker::open});
         } else {
             perform(choose());
+        }
+        if (chance(kBurst) == 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(chance(kLongestPause)));
         }
     }
     cqClose(handle_);
