@@ -100,7 +100,14 @@ class Host {
             default:
                 send(number);
         }
-        checkMeasurements();
+    }
+
+    /// The callback runs on a thread of the library, but not after closing.
+    void close() {
+        cqClose(handle_);
+        handle_ = nullptr;
+        require(received_ == peer_.takeMeasurements(),
+                "measurements of the right size reach the callback once");
     }
 
   private:
@@ -269,12 +276,6 @@ class Host {
         self.received_.emplace_back(std::begin(record->bytes), std::end(record->bytes));
     }
 
-    void checkMeasurements() {
-        require(received_ == peer_.takeMeasurements(),
-                "measurements of the right size reach the callback once");
-        received_.clear();
-    }
-
     Script& script_;
     WiredPeer peer_;
     CqHandle handle_ = nullptr;
@@ -288,6 +289,7 @@ void runWired(Script& script) {
     for (unsigned calls = 0; calls < kMostCalls && !script.isAtEnd(); ++calls) {
         host.call();
     }
+    host.close();
 }
 
 }  // namespace ovk::fuzz
