@@ -255,10 +255,13 @@ TEST_F(CommunicationClientTest, letsACallReceiveWhatItWaitsFor) {
     EXPECT_EQ(dataThread.load(), std::this_thread::get_id());
     EXPECT_TRUE(ranThere(0));
     expectFromHost("55 AA A7 07 01 00 00 00");
+    instrument.get();
 
     terminal.send(hex(kData));
     EXPECT_TRUE(ranThere(1));
     EXPECT_NE(dataThread.load(), std::this_thread::get_id());
+    terminal.hangUp();
+    client.close();  // the listener may still be at work with what ends here
 }
 
 // Whoever settles a call finds it asleep, in a read, or in the wait for bytes.
