@@ -56,8 +56,15 @@ class OperationGate {
     }
 
     void leave() {
+        std::uint32_t state = state_.load();
+        while ((state & kShut) == 0) {
+            if (state_.compare_exchange_weak(state, state - 1)) {
+                return;
+            }
+        }
+        // Who waits may destroy the gate as soon as it is empty: the mutex keeps it until then.
+        const std::lock_guard guard(mutex_);
         if (state_.fetch_sub(1) == kShut + 1) {
-            const std::lock_guard guard(mutex_);  // the waiting thread has looked, or is asleep
             emptied_.notify_all();
         }
     }
