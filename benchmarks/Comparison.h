@@ -3,24 +3,27 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace cqbench {
 
 using Seconds = std::chrono::duration<double>;
 
-/// The middle of the values, which are not empty.
-inline double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+/// The value that one in `parts` of the values, which are not empty, do not reach.
+inline double quantile(std::vector<double> values, std::size_t parts) {
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(values.size() / parts);
+    std::nth_element(values.begin(), place, values.end());
+    return *place;
 }
 
-/// The value that a tenth of the values do not reach: what work takes when nothing gets in its way.
+inline double median(std::vector<double> values) {
+    return quantile(std::move(values), 2);
+}
+
+/// What work takes when nothing gets in its way.
 inline double quickTenth(std::vector<double> values) {
-    const auto tenth = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 10);
-    std::nth_element(values.begin(), tenth, values.end());
-    return *tenth;
+    return quantile(std::move(values), 10);
 }
 
 template <class Work>

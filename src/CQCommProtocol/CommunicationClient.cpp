@@ -61,8 +61,6 @@ void waitUntilQuiet(SerialPort& port) {
 struct CommunicationClient::Line {
     explicit Line(const std::string& portName) : port(portName) {}
 
-    bool isThere() { return port.hasHandle() && port.isOpen(); }
-
     SerialPort port;
     std::array<std::uint8_t, kReceiveBuffer> received{};
     std::size_t count = 0;
@@ -71,8 +69,8 @@ struct CommunicationClient::Line {
 
 CommunicationClient::CommunicationClient(ICommunicationEventListener& listener)
     : link_(listener, [this](std::span<const std::uint8_t> bytes) {
-          if (isHoldingBack_) {
-              heldBack_.insert(heldBack_.end(), bytes.begin(), bytes.end());
+          if (heldBack_ != nullptr) {
+              heldBack_->insert(heldBack_->end(), bytes.begin(), bytes.end());
               return true;
           }
           const auto open = line();
@@ -228,7 +226,7 @@ bool CommunicationClient::receive(Line& line) {
         return true;
     }
     line.port.clearAbort();
-    const bool isThere = line.isThere();
+    const bool isThere = line.port.isOpen();
     if (isThere) {
         std::this_thread::sleep_for(kFailedWaitPause);
     }
@@ -260,7 +258,7 @@ bool CommunicationClient::receive(Line& line, const std::atomic<bool>& isOver,
             continue;
         }
         port.clearAbort();
-        if (!line.isThere()) {
+        if (!port.isOpen()) {
             return false;
         }
         if (!isOver.load() && time < deadline) {
@@ -287,17 +285,14 @@ void CommunicationClient::takeIn(Line& line, const LinkLock& /*held*/, Link::Tim
 void CommunicationClient::takeInHoldingBack(Line& line, const LinkLock& held,
                                             Link::TimePoint time) {
     struct HoldingBack {
-        explicit HoldingBack(bool& flag) : isOn(flag) { isOn = true; }
-        ~HoldingBack() { isOn = false; }
-        HoldingBack(const HoldingBack&) = delete;
-        HoldingBack& operator=(const HoldingBack&) = delete;
-        bool& isOn;
+        CommunicationClient& client;
+        ~HoldingBack() { client.heldBack_ = nullptr; }
     };
     {
-        const HoldingBack holdingBack(isHoldingBack_);
+        const HoldingBack holdingBack{*this};
+        heldBack_ = &line.unsent;
         takeIn(line, held, time);
     }
-    line.unsent.swap(heldBack_);
     if (!link_.isTransferring()) {
         sendUnsent(line);
     }
@@ -330,6 +325,7 @@ void CommunicationClient::wakeCalls() {
 
 void CommunicationClient::runOnReceivingThread(std::function<void()> task) {
     if (isReceivingThread()) {
+        turn_.wakeCalls();
         task();
         return;
     }

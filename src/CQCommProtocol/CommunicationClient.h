@@ -23,7 +23,8 @@ namespace ovk {
 /// what the instrument sends receives in the receiving thread's place, see ReceivingTurn.
 ///
 /// Every operation may be called from any thread; open() must not run beside others. The listener's
-/// operations run on the thread that receives, with the link mutex held. See docs/architecture.md for the locks.
+/// operations run on the thread that receives, with the link mutex held. See docs/architecture.md
+/// for the locks.
 class CommunicationClient {
   public:
     using LinkLock = std::unique_lock<std::recursive_mutex>;
@@ -51,13 +52,13 @@ class CommunicationClient {
     /// another thread does. A device that goes away does not end the wait.
     /// \return isOver, false when the time is up.
     bool await(const std::atomic<bool>& isOver, std::chrono::milliseconds timeout);
-    /// For who sets an `isOver` outside the listener's operations, or is about to wait in one: lets
-    /// the calls that wait look at it.
+    /// For who sets an `isOver` outside the listener's operations: makes the calls that wait look.
     void wakeCalls();
 
     /// Has the receiving thread run the task, with the link mutex held, or runs it now if this is
     /// the receiving thread. To be called by the listener's operations. What a port has brought is
-    /// run before its closing ends.
+    /// run before its closing ends. The task may take its time, or even wait for what a call is about
+    /// to do that has its outcome.
     void runOnReceivingThread(std::function<void()> task);
 
     /// Says goodbye, waits up to half a second for the answer, closes the port, and ends the
@@ -103,8 +104,8 @@ class CommunicationClient {
     mutable std::recursive_mutex linkMutex_;
     std::condition_variable_any sessionEnded_;
     Link link_;
-    bool isHoldingBack_ = false;  // what the link sends
-    std::vector<std::uint8_t> heldBack_;
+    // Where what the link sends is held back, instead of going to the port.
+    std::vector<std::uint8_t>* heldBack_ = nullptr;
 
     ReceivingTurn turn_;
     std::mutex postedMutex_;  // guards posted_ alone

@@ -41,14 +41,12 @@ class ReceivingTurn::Call {
 class ReceivingTurn::CallsTurn {
   public:
     CallsTurn(ReceivingTurn& turn, Lock& lock) : turn_(turn), lock_(lock) {
-        turn_.isTaken_ = true;
-        turn_.isWithCall_ = true;
+        turn_.holder_ = Holder::call;
         lock_.unlock();
     }
     ~CallsTurn() {
         lock_.lock();
-        turn_.isTaken_ = false;
-        turn_.isWithCall_ = false;
+        turn_.holder_ = Holder::nobody;
         turn_.callsSleep_.notify_all();
     }
     CallsTurn(const CallsTurn&) = delete;
@@ -63,8 +61,8 @@ bool ReceivingTurn::takeForThread() {
     Lock lock(mutex_);
     std::uint32_t endedBefore = ended_ - 1;  // so that the first sleep is a short one
     while (!isThreadWanted_) {
-        if (!isTaken_ && calls_ == 0 && Clock::now() >= reservedUntil_) {
-            isTaken_ = true;
+        if (holder_ == Holder::nobody && calls_ == 0 && Clock::now() >= reservedUntil_) {
+            holder_ = Holder::thread;
             return true;
         }
         if (calls_ == 0) {
@@ -85,7 +83,7 @@ bool ReceivingTurn::takeForThread() {
 
 void ReceivingTurn::leave() {
     const Lock lock(mutex_);
-    isTaken_ = false;
+    holder_ = Holder::nobody;
     callsSleep_.notify_all();
 }
 
@@ -110,7 +108,7 @@ bool ReceivingTurn::await(const std::atomic<bool>& isOver, Clock::time_point dea
     Lock lock(mutex_);
     Call call(*this, receive != nullptr);
     while (!isOver.load() && Clock::now() < deadline) {
-        if (!call.canReceive() || isTaken_) {
+        if (!call.canReceive() || holder_ != Holder::nobody) {
             callsSleep_.wait_until(lock, deadline);
         } else if (!receiveInTurn(lock, receive)) {
             call.stopReceiving();
@@ -131,7 +129,7 @@ void ReceivingTurn::wakeCalls() {
 
 bool ReceivingTurn::isWithCall() const {
     const Lock lock(mutex_);
-    return isWithCall_;
+    return holder_ == Holder::call;
 }
 
 }  // namespace ovk

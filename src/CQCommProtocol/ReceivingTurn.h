@@ -53,6 +53,7 @@ class ReceivingTurn {
   private:
     class Call;
     class CallsTurn;
+    enum class Holder { nobody, thread, call };
     using Lock = std::unique_lock<std::mutex>;
 
     bool receiveInTurn(Lock& lock, const std::function<bool()>& receive);
@@ -60,8 +61,7 @@ class ReceivingTurn {
     mutable std::mutex mutex_;
     std::condition_variable threadsSleep_;
     std::condition_variable callsSleep_;
-    bool isTaken_ = false;
-    bool isWithCall_ = false;
+    Holder holder_ = Holder::nobody;
     bool isThreadWanted_ = false;
     bool isThreadIdle_ = false;  // sleeps until the last call has ended
     std::uint32_t calls_ = 0;    // that can receive

@@ -272,8 +272,6 @@ void Spectrophotometer::deliverMeasurement(RECORD_TYPE type, BytesView bytes) {
         return;
     }
     std::copy(bytes.begin(), bytes.end(), record.bytes);
-    // The handler may take its time, or even wait for what a call is about to do that has its outcome.
-    client_.wakeCalls();
     // A copy of the reference: the handler may replace itself.
     if (const auto handler = resultHandler_) {
         (*handler)(type, record);
