@@ -72,7 +72,7 @@ void logOff(benchmark::State& state) {
 }  // namespace
 
 void addLogBenchmark() {
-    add("log-off", 30, logOff);
+    add("log-off", 100, logOff);
 }
 
 }  // namespace cqbench

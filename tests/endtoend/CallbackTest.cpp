@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 #include "endtoend/Received.h"
@@ -13,6 +12,13 @@ namespace {
 
 std::uint32_t setCallback(CqHandle handle, Received& received) {
     return cqSetMeasurementResultReceivedCallback(handle, &Received::callback, &received);
+}
+
+/// None while a measurement that comes in stands in the way.
+std::uint32_t countStandards(CqHandle handle) {
+    std::uint32_t count = 0;
+    cqGetTotalStandards(handle, &count);
+    return count;
 }
 
 TEST(Callback, ReceivesPressedMeasurementsOnceAndInOrder) {
@@ -81,11 +87,7 @@ TEST(Callback, RemovedOrReplacedCallbackIsNotCalledAnyMore) {
     ASSERT_EQ(cqSetMeasurementResultReceivedCallback(wired.handle, nullptr, nullptr), CQ_NO_ERROR);
     wired.instrument.pressStandard();
     // The instrument stores the measurement once the library has taken it.
-    std::uint32_t count = 0;
-    for (int attempt = 0; attempt < 1000 && count < 2; ++attempt) {
-        cqGetTotalStandards(wired.handle, &count);
-    }
-    EXPECT_EQ(count, 2U);
+    EXPECT_TRUE(waitUntil([&] { return countStandards(wired.handle) == 2; }));
     EXPECT_EQ(first.waitFor(1).size(), 1U);
     EXPECT_EQ(second.waitFor(1).size(), 1U);
 }
@@ -120,16 +122,7 @@ TEST(Callback, MayReplaceAndRemoveItself) {
               CQ_NO_ERROR);
     wired.instrument.pressStandard();
     wired.instrument.pressStandard();
-    // The instrument answers a request after what was pressed before it.
-    std::uint32_t count = 0;
-    std::uint32_t code = CQ_NO_ERROR;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    do {
-        code = cqGetTotalStandards(wired.handle, &count);  // busy while a measurement comes in
-    } while ((code != CQ_NO_ERROR || count < 2 || state.calls == 0) &&
-             std::chrono::steady_clock::now() < deadline);
-    EXPECT_EQ(code, CQ_NO_ERROR);
-    EXPECT_EQ(count, 2U);
+    EXPECT_TRUE(waitUntil([&] { return countStandards(wired.handle) == 2 && state.calls > 0; }));
     EXPECT_EQ(state.calls, 1);
 }
 

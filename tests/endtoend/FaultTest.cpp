@@ -81,7 +81,9 @@ TEST(Fault, AbortedPressedMeasurementNeverReachesTheCallback) {
     ASSERT_EQ(cqSetMeasurementResultReceivedCallback(wired.handle, &Received::callback, &received),
               CQ_NO_ERROR);
     wired.instrument.pressStandard();
-    EXPECT_EQ(cqCalibrateWhite(wired.handle), CQ_NO_ERROR);
+    ASSERT_TRUE(wired.instrument.waitUntilLogged(" abort 0x0001"));
+    // What is on the line before the answer has been taken in by then.
+    EXPECT_EQ(onceFree([&] { return cqCalibrateWhite(wired.handle); }), CQ_NO_ERROR);
     cqSetMeasurementResultReceivedCallback(wired.handle, nullptr, nullptr);
     EXPECT_TRUE(received.waitFor(0).empty());
 }

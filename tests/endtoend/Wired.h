@@ -9,6 +9,7 @@
 #include "cqapi/CQApi.h"
 #include "endtoend/NumberedRecords.h"
 #include "peer/VirtualInstrument.h"
+#include "peer/WaitUntil.h"
 
 namespace cqtest {
 
@@ -47,6 +48,17 @@ struct Wired {
     VirtualInstrument instrument;
     Handle handle;
 };
+
+/// The result of a call that is repeated while a transfer of the instrument's stands in its way.
+template <typename Call>
+std::uint32_t onceFree(Call call) {
+    std::uint32_t code = CQ_DEVICE_IS_BUSY;
+    waitUntil([&] {
+        code = call();
+        return code != CQ_DEVICE_IS_BUSY;
+    });
+    return code;
+}
 
 }  // namespace cqtest
 

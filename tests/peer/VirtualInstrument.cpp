@@ -1,34 +1,18 @@
 #include "peer/VirtualInstrument.h"
 
 #include <atomic>
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <iterator>
 #include <random>
 #include <stdexcept>
-#include <thread>
 
 #include "peer/StartShell.h"
+#include "peer/WaitUntil.h"
 
 namespace cqtest {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
-
-constexpr auto kPatience = 10s;
-
-bool waitUntil(const std::function<bool()>& isTrue) {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (!isTrue()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(2ms);
-    }
-    return true;
-}
 
 std::string readFile(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
@@ -98,6 +82,10 @@ std::string VirtualInstrument::printed() const {
 
 std::string VirtualInstrument::lineLog() const {
     return readFile(ownPath(directory_ + "/line.log"));
+}
+
+bool VirtualInstrument::waitUntilLogged(const std::string& text, std::size_t from) const {
+    return waitUntil([&] { return lineLog().find(text, from) != std::string::npos; });
 }
 
 }  // namespace cqtest

@@ -31,6 +31,9 @@ class VirtualInstrument {
 
     /// What has gone over the line, a packet a line.
     std::string lineLog() const;
+    /// Waits until the line's log has the text after its first `from` characters; false after ten
+    /// seconds.
+    bool waitUntilLogged(const std::string& text, std::size_t from = 0) const;
 
   private:
     void press(char key);

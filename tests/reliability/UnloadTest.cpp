@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
 
 #include "cqapi/CQApi.h"
 #include "peer/VirtualInstrument.h"
+#include "peer/WaitUntil.h"
 #include "reliability/SharedLibrary.h"
 
 namespace cqtest {
@@ -20,10 +20,10 @@ const std::string kLibrary = CQAPI_TEST_LIBRARY;
 /// The system may show a thread for a moment after it was joined.
 std::size_t threadsAfterAMoment(std::size_t expected) {
     std::size_t count = countThreads();
-    for (int wait = 0; wait < 100 && count != expected; ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    waitUntil([&] {
         count = countThreads();
-    }
+        return count == expected;
+    });
     return count;
 }
 

@@ -54,10 +54,10 @@ TEST(Removal, InstrumentThatComesBackIsOpenedAgain) {
     wired.handle.close();
     wired.instrument.plugIn();
     CqHandle again = nullptr;
-    for (int attempt = 0; attempt < 100 && again == nullptr; ++attempt) {
+    waitUntil([&] {
         again = cqOpen(wired.instrument.portName());
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+        return again != nullptr;
+    });
     ASSERT_NE(again, nullptr);
     CqMeasurementRecord record;
     EXPECT_EQ(cqMeasureStandard(again, &record), CQ_NO_ERROR);

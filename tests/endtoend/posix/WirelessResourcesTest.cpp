@@ -5,10 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <iterator>
-#include <thread>
 
 #include "endtoend/wireless/Wireless.h"
 
@@ -46,9 +44,7 @@ TEST(WirelessResources, AreAllGivenBack) {
         EXPECT_GT(Resources::now().descriptors, before.descriptors);
     }
     // The system may show a thread for a moment after it was joined.
-    for (int wait = 0; wait < 100 && Resources::now() != before; ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    waitUntil([&] { return Resources::now() == before; });
     EXPECT_EQ(Resources::now(), before);
 }
 
@@ -83,10 +79,10 @@ TEST(WirelessResources, AdapterPulledOutIsToldAndOpenedAgain) {
 
     wireless.adapter.plugIn();
     CqHandle again = nullptr;
-    for (int attempt = 0; attempt < 100 && again == nullptr; ++attempt) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    waitUntil([&] {
         again = cqOpenByBleDongle(wireless.adapter.portName(), kFirstAddress);
-    }
+        return again != nullptr;
+    });
     EXPECT_EQ(cqGetTotalStandards(again, &count), CQ_NO_ERROR);
     cqClose(again);
 }

@@ -18,15 +18,9 @@ std::uint32_t setCallback(CqHandle handle, Received& received) {
 
 /// Presses, waits until the notification has gone out, and gives the library time to take it.
 void pressUnheard(Wireless& wireless) {
-    const std::string mark = "host < notification";
-    const std::string before = wireless.adapter.lineLog();
+    const std::size_t before = wireless.adapter.lineLog().size();
     wireless.adapter.pressStandard();
-    std::string log = before;
-    for (int wait = 0; wait < 500 && log.find(mark, before.size()) == log.npos; ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        log = wireless.adapter.lineLog();
-    }
-    EXPECT_NE(log.find(mark, before.size()), log.npos);
+    EXPECT_TRUE(wireless.adapter.waitUntilLogged("host < notification", before));
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
 }
 

@@ -190,9 +190,7 @@ std::uint32_t readWhiteBoard(CqHandle handle) {
 }
 
 CqHandle openOnReturn(const Reach& reach, VirtualInstrument& instrument) {
-    for (int wait = 0; wait < 5000 && !std::filesystem::exists(instrument.portName()); ++wait) {
-        std::this_thread::sleep_for(2ms);
-    }
+    waitUntil([&] { return std::filesystem::exists(instrument.portName()); });
     return reach.open(instrument.portName());
 }
 
