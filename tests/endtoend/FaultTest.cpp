@@ -82,7 +82,7 @@ TEST(Fault, AbortedPressedMeasurementNeverReachesTheCallback) {
               CQ_NO_ERROR);
     wired.instrument.pressStandard();
     ASSERT_TRUE(wired.instrument.waitUntilLogged(" abort 0x0001"));
-    // What is on the line before the answer has been taken in by then.
+    // The abort goes over the line before the answer, and so has been taken in by then.
     EXPECT_EQ(onceFree([&] { return cqCalibrateWhite(wired.handle); }), CQ_NO_ERROR);
     cqSetMeasurementResultReceivedCallback(wired.handle, nullptr, nullptr);
     EXPECT_TRUE(received.waitFor(0).empty());

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
@@ -20,10 +21,12 @@ const std::string kLibrary = CQAPI_TEST_LIBRARY;
 /// The system may show a thread for a moment after it was joined.
 std::size_t threadsAfterAMoment(std::size_t expected) {
     std::size_t count = countThreads();
-    waitUntil([&] {
-        count = countThreads();
-        return count == expected;
-    });
+    waitUntil(
+        [&] {
+            count = countThreads();
+            return count == expected;
+        },
+        std::chrono::seconds(1));
     return count;
 }
 

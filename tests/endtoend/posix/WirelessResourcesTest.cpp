@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <iterator>
 
@@ -44,7 +45,7 @@ TEST(WirelessResources, AreAllGivenBack) {
         EXPECT_GT(Resources::now().descriptors, before.descriptors);
     }
     // The system may show a thread for a moment after it was joined.
-    waitUntil([&] { return Resources::now() == before; });
+    waitUntil([&] { return Resources::now() == before; }, std::chrono::seconds(1));
     EXPECT_EQ(Resources::now(), before);
 }
 
