@@ -17,6 +17,8 @@ if(MSVC)
 else()
   target_compile_options(cqapi_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    # Files that are compiled together count as headers, whose types must not use an unnamed namespace.
+    $<$<AND:$<COMPILE_LANG_AND_ID:CXX,GNU>,$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wno-subobject-linkage>
     # A fused multiply-add would round the colour formulas differently from one machine to another.
     -ffp-contract=off)
 endif()

@@ -8,13 +8,13 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct CalibrateOptions {
     std::string target;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runCalibrate(const CalibrateOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     if (options.target == "white") {
         connection.calibrateWhite();
@@ -35,7 +35,7 @@ void run(const Options& options, const Environment& environment) {
 void addCalibrate(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "calibrate", "Calibrate on the white tile or the black trap, where the instrument must be");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CalibrateOptions>();
     line.addChoice({.name = "target",
                     .valueName = "white|black",
                     .description = "What the instrument stands on",
@@ -44,7 +44,7 @@ void addCalibrate(Program& program, const Environment& environment) {
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples("Examples:\n  cq calibrate white\n  cq calibrate black --port /dev/ttyACM0");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runCalibrate(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -15,7 +15,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct ColorOptions {
     InputKind from = InputKind::spectrum;
     std::vector<const SpaceInfo*> to{&colorSpace(ColorSpaceLab)};
     std::vector<std::int32_t> illuminants{IlluminantD65};
@@ -27,7 +27,7 @@ struct Options {
     OutputOptions output;
 };
 
-std::vector<InputColor> readTable(const Options& options, Interrupt& interrupt) {
+std::vector<InputColor> readTable(const ColorOptions& options, Interrupt& interrupt) {
     if (options.input == "-") {
         // Reading goes on after a signal; there is nothing here to put in order first.
         const auto end =
@@ -39,7 +39,7 @@ std::vector<InputColor> readTable(const Options& options, Interrupt& interrupt) 
     return colorsOfTable(readCsv(content, options.input), options.from, options.input);
 }
 
-std::vector<InputColor> readColors(const Options& options, Interrupt& interrupt) {
+std::vector<InputColor> readColors(const ColorOptions& options, Interrupt& interrupt) {
     if (options.input.empty() == options.values.empty()) {
         throw UsageError(
             options.input.empty()
@@ -78,7 +78,7 @@ std::vector<const SpaceInfo*> spacesNamed(const std::vector<std::string>& names)
     return spaces;
 }
 
-std::vector<Viewing> viewingsOf(const Options& options) {
+std::vector<Viewing> viewingsOf(const ColorOptions& options) {
     std::vector<Viewing> viewings;
     for (const std::int32_t illuminant : options.illuminants) {
         for (const std::int32_t observer : options.observers) {
@@ -88,7 +88,7 @@ std::vector<Viewing> viewingsOf(const Options& options) {
     return viewings;
 }
 
-void run(const Options& options, const Environment& environment) {
+void runColor(const ColorOptions& options, const Environment& environment) {
     const auto viewings = viewingsOf(options);
     if (options.from != InputKind::spectrum && viewings.size() > 1) {
         throw UsageError(
@@ -121,7 +121,7 @@ void addNames(CommandLine& line, const OptionText& text, std::vector<Value>& val
 void addColor(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("color", "Compute colours from spectra, XYZ or Lab; needs no instrument");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ColorOptions>();
     addNamed(line,
              {.name = "--from",
               .valueName = "spectrum|xyz|lab",
@@ -153,7 +153,7 @@ void addColor(Program& program, const Environment& environment) {
         "  cq color --from lab 50 -20 30 --to xyz,srgb --illuminant D50 --observer 2\n"
         "  cq color --from spectrum --input spectra.csv --illuminant D65,A,F11\n"
         "  cq color --from xyz --to all --format csv --input - < colours.txt");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runColor(*options, environment); });
 }
 
 }  // namespace cqtool

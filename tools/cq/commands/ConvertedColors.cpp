@@ -7,8 +7,6 @@
 namespace cqtool {
 namespace {
 
-constexpr std::size_t kSwatchWidth = 6;
-
 ColorData colorOf(const InputColor& input, InputKind kind, std::uint32_t space,
                   const Viewing& viewing) {
     if (kind == InputKind::spectrum) {
@@ -55,7 +53,7 @@ std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const
     std::vector<TextTable::Row> rows;
     TextTable table(std::move(columns));
     for (const ConvertedColor& color : colors) {
-        const std::string swatch = palette.swatch(color.rgb, kSwatchWidth);
+        const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
         TextTable::Row row{color.name, viewingName(color.viewing),
                            swatch.empty() ? hexColor(color.rgb) : swatch};
         for (std::size_t i = 0; i < spaces.size(); ++i) {

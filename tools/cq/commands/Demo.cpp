@@ -17,10 +17,10 @@
 namespace cqtool {
 namespace {
 
-constexpr std::size_t kSwatchWidth = 4;
+constexpr std::size_t kHalfSwatchWidth = 4;
 constexpr const char* kMeasureTimeOption = "--measure-time";
 
-struct Options {
+struct DemoOptions {
     std::string report;
     std::string recordLayout;
     Viewing viewing;
@@ -50,14 +50,14 @@ std::string localTime() {
 /// Shows a demonstration to a person as it goes on, or nothing until its end for a program.
 class Progress {
   public:
-    Progress(const Options& options, const Environment& environment)
+    Progress(const DemoOptions& options, const Environment& environment)
         : out_(environment.out),
           palette_(options.output.palette()),
           isSilent_(options.output.json) {
         using Align = TextTable::Align;
         std::vector<TextTable::Column> columns{{"", Align::right, 2}, {"patch", Align::left, 21}};
         if (palette_.hasColors()) {
-            columns.push_back({"measured|chart", Align::left, 2 * kSwatchWidth});
+            columns.push_back({"measured|chart", Align::left, 2 * kHalfSwatchWidth});
         }
         columns.insert(columns.end(), {{"sRGB", Align::left, 7},
                                        {"L*", Align::right, 6},
@@ -79,8 +79,8 @@ class Progress {
     void row(std::size_t number, const PatchResult& patch) {
         TextTable::Row row{std::to_string(number), patch.name};
         if (palette_.hasColors()) {
-            row.push_back(palette_.swatch(patch.standardRgb, kSwatchWidth) +
-                          palette_.swatch(patch.referenceRgb, kSwatchWidth));
+            row.push_back(palette_.swatch(patch.standardRgb, kHalfSwatchWidth) +
+                          palette_.swatch(patch.referenceRgb, kHalfSwatchWidth));
         }
         row.push_back(hexColor(patch.standardRgb));
         for (const float value : patch.standardLab.values) {
@@ -165,7 +165,7 @@ std::string writeReport(const std::string& file, const std::vector<PatchResult>&
     return std::filesystem::absolute(path).lexically_normal().string();
 }
 
-void run(const Options& options, const Environment& environment) {
+void runDemo(const DemoOptions& options, const Environment& environment) {
     const RecordLayout layout = loadRecordLayout(options.recordLayout);
     Progress progress(options, environment);
     const Connection connection(connectionFor(options.connection), environment.interrupt);
@@ -199,7 +199,7 @@ void run(const Options& options, const Environment& environment) {
 void addDemo(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "demo", "Measure a chart of 24 patches with a virtual instrument and show the colours");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DemoOptions>();
     line.addOption(
         {"--report", "FILE", "Write a page of HTML with swatches, curves and differences"},
         options->report);
@@ -216,7 +216,7 @@ void addDemo(Program& program, const Environment& environment) {
         "  cq demo\n"
         "  cq demo --wireless\n"
         "  cq demo --report chart.html --illuminant A");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runDemo(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -10,12 +10,12 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct InfoOptions {
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runInfo(const InfoOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     const CqDeviceInfo info = connection.deviceInfo();
     if (options.output.json) {
@@ -43,13 +43,13 @@ void run(const Options& options, const Environment& environment) {
 
 void addInfo(Program& program, const Environment& environment) {
     CommandLine line = program.add("info", "Show what the instrument says it is");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<InfoOptions>();
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
         "Examples:\n  cq info\n  cq info --port COM5 --json\n  cq info --adapter COM7 --slave "
         "C4BE84A1B2C3");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runInfo(*options, environment); });
 }
 
 }  // namespace cqtool

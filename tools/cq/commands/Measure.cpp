@@ -21,7 +21,7 @@ constexpr std::size_t kPlotColumns = 48;
 constexpr std::size_t kPlotRows = 8;
 constexpr std::uint32_t kMostMeasurements = 9'999;
 
-struct Options {
+struct MeasureOptions {
     std::string kind = "standard";
     std::uint32_t count = 0;  ///< 0: once
     bool isAveraged = false;
@@ -80,7 +80,7 @@ Reference referenceOf(const std::string& name, const CqMeasurementRecord& record
 /// Measures, saves and shows what the options ask for.
 class Measuring {
   public:
-    Measuring(const Options& options, const Environment& environment)
+    Measuring(const MeasureOptions& options, const Environment& environment)
         : options_(options),
           environment_(environment),
           view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
@@ -248,21 +248,21 @@ class Measuring {
         environment_.out << pageOfJson(json);
     }
 
-    const Options& options_;
+    const MeasureOptions& options_;
     const Environment& environment_;
     MeasurementView view_;
     Palette palette_;
     std::optional<Reference> reference_;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runMeasure(const MeasureOptions& options, const Environment& environment) {
     if (options.isAveraged && options.count < 2) {
         throw UsageError("--average needs a --count of at least 2");
     }
     Measuring(options, environment).run();
 }
 
-void addSeriesOptions(CommandLine& line, Options& options) {
+void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
     addNamed(line, {"--count", "N", "Measure so many times, one after the other"}, options.count,
              [](const std::string& text) {
                  return wholeNumberOf(text, "--count", 1, kMostMeasurements);
@@ -284,7 +284,7 @@ void addSeriesOptions(CommandLine& line, Options& options) {
 void addMeasure(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("measure", "Measure, once or several times, and show colour and spectrum");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<MeasureOptions>();
     line.addChoice({.name = "kind",
                     .valueName = "standard|trial",
                     .description = "What the measurement is (default standard)"},
@@ -300,7 +300,7 @@ void addMeasure(Program& program, const Environment& environment) {
         "  cq measure trial --against red.record --illuminant A\n"
         "  cq measure trial --against 3 --count 5 --average\n"
         "  cq measure standard --virtual --space lch");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runMeasure(*options, environment); });
 }
 
 }  // namespace cqtool

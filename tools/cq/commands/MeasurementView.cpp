@@ -3,12 +3,6 @@
 #include "text/Numbers.h"
 
 namespace cqtool {
-namespace {
-
-constexpr std::size_t kSwatchWidth = 6;
-
-}  // namespace
-
 Measurement MeasurementView::of(const CqMeasurementRecord& record, bool isStandard) const {
     Measurement result;
     result.isStandard = isStandard;
@@ -65,7 +59,7 @@ std::string MeasurementView::values(const Measurement& measurement) const {
 }
 
 std::string MeasurementView::line(const Measurement& measurement, const Palette& palette) const {
-    const std::string swatch = palette.swatch(measurement.rgb, kSwatchWidth);
+    const std::string swatch = palette.swatch(measurement.rgb, Palette::kSwatchWidth);
     return (swatch.empty() ? hexColor(measurement.rgb) : swatch) + "  " + values(measurement);
 }
 

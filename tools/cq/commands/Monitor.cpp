@@ -18,9 +18,9 @@ namespace {
 
 constexpr std::chrono::seconds kCheckInterval{1};
 
-constexpr std::uint32_t kMostMeasurements = 999'999;
+constexpr std::uint32_t kMostAwaited = 999'999;
 
-struct Options {
+struct MonitorOptions {
     std::uint32_t count = 0;  ///< 0: until Ctrl-C
     std::string recordLayout;
     ConnectionOptions connection;
@@ -113,7 +113,7 @@ std::string timeOfDay() {
 /// Prints measurements as they come, each trial with its difference from the standard before it.
 class Reporter {
   public:
-    Reporter(const Options& options, const Environment& environment)
+    Reporter(const MonitorOptions& options, const Environment& environment)
         : environment_(environment),
           view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
           palette_(options.output.palette()),
@@ -154,7 +154,7 @@ class Reporter {
     std::optional<Measurement> standard_;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runMonitor(const MonitorOptions& options, const Environment& environment) {
     Reporter reporter(options, environment);
     const Connection connection(options.connection, environment.interrupt);
     PressedQueue queue(connection, environment.interrupt);
@@ -174,7 +174,7 @@ void run(const Options& options, const Environment& environment) {
 }
 
 std::uint32_t countOf(const std::string& text) {
-    return wholeNumberOf(text, "--count", 1, kMostMeasurements);
+    return wholeNumberOf(text, "--count", 1, kMostAwaited);
 }
 
 }  // namespace
@@ -182,7 +182,7 @@ std::uint32_t countOf(const std::string& text) {
 void addMonitor(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "monitor", "Show measurements started with the instrument's button, until Ctrl-C");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<MonitorOptions>();
     addNamed(line, {"--count", "N", "End after this many measurements"}, options->count, countOf);
     addOptions(line, options->view);
     addRecordLayoutOption(line, options->recordLayout);
@@ -193,7 +193,7 @@ void addMonitor(Program& program, const Environment& environment) {
         "  cq monitor --port /dev/ttyACM0\n"
         "  cq monitor --count 10 --json\n"
         "  cq monitor --virtual-options \"--calibrated --press-every 1:standard\"");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runMonitor(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -10,6 +10,9 @@
 
 namespace cqtool {
 
+/// In place of a file's name: standard output.
+constexpr const char* kStandardOutput = "-";
+
 /// How results are shown.
 struct OutputOptions {
     bool json = false;

@@ -19,7 +19,7 @@ namespace {
 constexpr double kMostTolerance = 100;
 constexpr std::uint32_t kMostIndex = 0xFFFFFFFE;
 
-struct Options {
+struct ReportOptions {
     std::string file;
     std::string format;
     std::string standard;
@@ -35,7 +35,7 @@ struct Options {
 /// Brings files to the colours that the report is about.
 class Reader {
   public:
-    explicit Reader(const Options& options)
+    explicit Reader(const ReportOptions& options)
         : options_(options), layout_(loadRecordLayout(options.recordLayout)) {}
 
     /// \param format as exchangeFormatFor() takes it.
@@ -78,7 +78,7 @@ class Reader {
         }
     }
 
-    const Options& options_;
+    const ReportOptions& options_;
     RecordLayout layout_;
 };
 
@@ -107,7 +107,7 @@ std::vector<TrialGroup> groupsAround(std::uint32_t index, const RecordSet& set,
     return {group};
 }
 
-std::vector<TrialGroup> groupsFor(const Options& options, const Reader& reader,
+std::vector<TrialGroup> groupsFor(const ReportOptions& options, const Reader& reader,
                                   const RecordSet& set) {
     if (options.standard.empty()) {
         return groupsOf(set);
@@ -168,7 +168,7 @@ std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
            fixed(summary.most, 2) + " (" + summary.mostName + ")\n";
 }
 
-void run(const Options& options, const Environment& environment) {
+void runReport(const ReportOptions& options, const Environment& environment) {
     const Reader reader(options);
     RecordSet set = reader.read(options.file, options.format, std::nullopt);
     if (!options.title.empty()) {
@@ -198,7 +198,7 @@ void run(const Options& options, const Environment& environment) {
 void addReport(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("report", "Write a page of colours and differences from an exported file");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ReportOptions>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
                     .description = "Measurements as cq exports them",
@@ -236,7 +236,7 @@ void addReport(Program& program, const Environment& environment) {
         "  cq report batch.csv --standard 0 --tolerance 1 --output batch.html\n"
         "  cq report batch.json --standard master.json --tolerance 0.8 --formula 00 \\\n"
         "    --output batch.html");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runReport(*options, environment); });
 }
 
 }  // namespace cqtool

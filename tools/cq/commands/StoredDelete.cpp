@@ -15,14 +15,14 @@ namespace {
 
 constexpr const char* kYes = "yes";
 
-struct Options : StoredOptions {
+struct StoredDeleteOptions : StoredOptions {
     std::vector<std::string> indices;
     bool isAll = false;
     bool isConfirmed = false;
 };
 
-void print(const Options& options, const Environment& environment, const std::string& port,
-           std::uint32_t standards, std::uint32_t samples) {
+void print(const StoredDeleteOptions& options, const Environment& environment,
+           const std::string& port, std::uint32_t standards, std::uint32_t samples) {
     if (options.output.json) {
         environment.out << pageOfJson(
             {{"port", port}, {"deleted", {{"standards", standards}, {"samples", samples}}}});
@@ -35,7 +35,7 @@ void print(const Options& options, const Environment& environment, const std::st
 }
 
 /// Throws UsageError where nobody can be asked.
-void checkCanConfirm(const Options& options) {
+void checkCanConfirm(const StoredDeleteOptions& options) {
     if (!options.isConfirmed &&
         !(isTerminal(StandardStream::input) && isTerminal(StandardStream::error))) {
         throw UsageError(
@@ -64,7 +64,7 @@ void confirm(const Environment& environment, std::uint32_t standards, std::uint3
     }
 }
 
-void deleteAll(const Options& options, const Environment& environment) {
+void deleteAll(const StoredDeleteOptions& options, const Environment& environment) {
     checkCanConfirm(options);
     Connection connection(options.connection, environment.interrupt);
     const Storage storage(connection);
@@ -82,7 +82,7 @@ void deleteAll(const Options& options, const Environment& environment) {
 }
 
 /// Which of the records are gone, for a deletion that was not completed.
-std::string deletions(const Options& options, const std::vector<std::uint32_t>& indices,
+std::string deletions(const StoredDeleteOptions& options, const std::vector<std::uint32_t>& indices,
                       const Change& change) {
     std::string text = std::to_string(change.done) + " of " + std::to_string(indices.size()) + ' ' +
                        options.list.name() + " were deleted, from the highest index down";
@@ -96,7 +96,7 @@ std::string deletions(const Options& options, const std::vector<std::uint32_t>& 
     return text;
 }
 
-void deleteSome(const Options& options, const Environment& environment) {
+void deleteSome(const StoredDeleteOptions& options, const Environment& environment) {
     const auto indices = indicesOf(options.indices);
     Connection connection(options.connection, environment.interrupt);
     Storage storage(connection);
@@ -128,7 +128,7 @@ void deleteSome(const Options& options, const Environment& environment) {
           options.list.isStandards ? 0 : change.done);
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredDelete(const StoredDeleteOptions& options, const Environment& environment) {
     if (options.isAll != options.indices.empty()) {
         throw UsageError(options.isAll ? "give either indices or --all"
                                        : "give the indices to delete, or --all");
@@ -143,7 +143,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStoredDelete(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredDeleteOptions>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -159,7 +159,7 @@ void addStoredDelete(CommandLine& group, const Environment& environment, bool is
     line.setExamples("Indices are those of cq " + name +
                      " list; what comes behind a deleted record moves up.\n\nExamples:\n  cq " +
                      name + " delete 3 7-9\n  cq " + name + " delete --all --yes");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredDelete(*options, environment); });
 }
 
 }  // namespace cqtool

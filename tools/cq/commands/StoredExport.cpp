@@ -13,16 +13,14 @@
 namespace cqtool {
 namespace {
 
-constexpr const char* kStandardOutput = "-";
-
-struct Options : StoredOptions {
+struct StoredExportOptions : StoredOptions {
     std::string file;
     std::string format;
     std::string recordLayout;
     Viewing viewing;
 };
 
-RecordSet recordSetOf(const Options& options, const CqDeviceInfo& info,
+RecordSet recordSetOf(const StoredExportOptions& options, const CqDeviceInfo& info,
                       const std::vector<CqMeasurementRecord>& records) {
     // By convention the third text is the model, the fourth the serial number.
     RecordSet set;
@@ -41,7 +39,7 @@ RecordSet recordSetOf(const Options& options, const CqDeviceInfo& info,
     return set;
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredExport(const StoredExportOptions& options, const Environment& environment) {
     const bool isToOutput = options.file == kStandardOutput;
     if (isToOutput && (options.format.empty() || options.output.json)) {
         throw UsageError(options.format.empty()
@@ -72,7 +70,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStoredExport(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredExportOptions>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -96,7 +94,7 @@ void addStoredExport(CommandLine& group, const Environment& environment, bool is
         name + " export --output " + name + ".csv\n  cq " + name + " export --output " + name +
         ".txt --format cgats --illuminant D50\n  cq " + name +
         " export --output - --format json --count 10");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredExport(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -8,15 +8,15 @@
 namespace cqtool {
 namespace {
 
-struct Options : StoredOptions {
+struct StoredListOptions : StoredOptions {
     std::string recordLayout;
     ViewOptions view;
 };
 
 using Measurements = std::vector<Measurement>;
 
-void printText(const Options& options, const Environment& environment, const MeasurementView& view,
-               const Measurements& measurements) {
+void printText(const StoredListOptions& options, const Environment& environment,
+               const MeasurementView& view, const Measurements& measurements) {
     if (measurements.empty()) {
         environment.out << "no " << options.list.name() << " are stored";
         if (options.first > 0) {
@@ -38,7 +38,7 @@ void printText(const Options& options, const Environment& environment, const Mea
     }
 }
 
-Json jsonOf(const Options& options, const std::string& port, const MeasurementView& view,
+Json jsonOf(const StoredListOptions& options, const std::string& port, const MeasurementView& view,
             const Measurements& measurements) {
     Json records = Json::array();
     std::uint32_t index = options.first;
@@ -50,7 +50,7 @@ Json jsonOf(const Options& options, const std::string& port, const MeasurementVi
     return {{"port", port}, {"list", options.list.name()}, {"records", std::move(records)}};
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredList(const StoredListOptions& options, const Environment& environment) {
     const MeasurementView view(options.view.viewing, *options.view.space,
                                loadRecordLayout(options.recordLayout));
     Connection connection(options.connection, environment.interrupt);
@@ -68,7 +68,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStoredList(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredListOptions>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -81,7 +81,7 @@ void addStoredList(CommandLine& group, const Environment& environment, bool isSt
     line.setExamples("Examples:\n  cq " + name + " list\n  cq " + name +
                      " list --first 100 --count 20 --space lch --json" +
                      (isStandards ? "" : "\n  cq samples list --wireless --standard 3"));
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredList(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -21,7 +21,7 @@ _cq_ports() {
 }
 )sh";
 
-std::string actionFor(const CompletionValue& value) {
+std::string bashActionFor(const CompletionValue& value) {
     switch (value.kind) {
         case CompletionValue::Kind::words:
             return "_cq_words \"" + joined(value.words, " ") + "\" \"$current\"";
@@ -48,7 +48,7 @@ std::string valueBranches(const std::vector<CompletionPath>& paths) {
         for (const OptionOutline& option : path.command->options) {
             const CompletionValue value = completionValueOf(option);
             if (!option.isArgument && value.kind != CompletionValue::Kind::none) {
-                places[actionFor(value)].push_back(path.words + ": " + option.name);
+                places[bashActionFor(value)].push_back(path.words + ": " + option.name);
             }
         }
     }

@@ -17,7 +17,7 @@ std::string literal(const std::string& text) {
     return result;
 }
 
-std::string actionFor(const CompletionValue& value) {
+std::string zshActionFor(const CompletionValue& value) {
     switch (value.kind) {
         case CompletionValue::Kind::words:
             return "(" + joined(value.words, " ") + ")";
@@ -34,7 +34,7 @@ std::string actionFor(const CompletionValue& value) {
 
 std::string specificationOf(const OptionOutline& option) {
     const CompletionValue value = completionValueOf(option);
-    const std::string what = literal(option.valueName) + ":" + actionFor(value);
+    const std::string what = literal(option.valueName) + ":" + zshActionFor(value);
     if (option.isArgument) {
         return std::string("'") + (option.takesSeveral ? "*" : "") + ":" + what + "'";
     }

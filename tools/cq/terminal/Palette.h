@@ -36,6 +36,9 @@ class Palette {
 
     bool hasColors() const { return depth_ != ColorDepth::none; }
 
+    /// The width of a patch in a line or table of results, in columns.
+    static constexpr std::size_t kSwatchWidth = 6;
+
     /// A patch of the colour, this many columns wide; empty without colours.
     std::string swatch(const Rgb& color, std::size_t width) const;
 

@@ -18,7 +18,7 @@ constexpr std::size_t kMaxLine = 1024;
 constexpr std::size_t kMaxScanResults = 10;
 constexpr auto kScanDuration = 1000ms;
 constexpr auto kConnectDuration = 150ms;
-constexpr auto kSplitPause = 30ms;
+constexpr auto kAnswerSplitPause = 30ms;
 
 bool isHexText(std::string_view text) {
     return std::ranges::all_of(
@@ -213,7 +213,7 @@ void AtModule::tell(const std::string& words, const std::string& text, TimePoint
                             .bytes = toBytes(text + std::string(kLineEnd))};
     if (settings_.faults.atSplit) {
         message.firstPiece = message.bytes.size() / 2;
-        message.pause = kSplitPause;
+        message.pause = kAnswerSplitPause;
     }
     outbox_.send(std::move(message), due);
 }

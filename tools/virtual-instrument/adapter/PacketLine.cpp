@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kSplitPause = 100ms;
+constexpr auto kPacketSplitPause = 100ms;
 constexpr auto kLongPause = 1200ms;
 
 /// The same packet with a payload of another size than its kind has.
@@ -59,7 +59,7 @@ TimePoint PacketLine::send(std::string_view role, Bytes packet, TimePoint due) {
     message.bytes = std::move(packet);
     if (plan_.blePause.contains(toHost_) || plan_.bleSplit) {
         message.firstPiece = message.bytes.size() / 2;
-        message.pause = plan_.blePause.contains(toHost_) ? kLongPause : kSplitPause;
+        message.pause = plan_.blePause.contains(toHost_) ? kLongPause : kPacketSplitPause;
     }
     message.isByteByByte = plan_.bleBytes;
     return outbox_.send(std::move(message), due);
