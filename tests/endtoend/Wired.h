@@ -49,15 +49,10 @@ struct Wired {
     Handle handle;
 };
 
-/// The result of a call that is repeated while a transfer of the instrument's stands in its way.
-template <typename Call>
-std::uint32_t onceFree(Call call) {
-    std::uint32_t code = CQ_DEVICE_IS_BUSY;
-    waitUntil([&] {
-        code = call();
-        return code != CQ_DEVICE_IS_BUSY;
-    });
-    return code;
+inline std::uint32_t totalStandards(CqHandle handle) {
+    std::uint32_t count = 99;
+    EXPECT_EQ(cqGetTotalStandards(handle, &count), CQ_NO_ERROR);
+    return count;
 }
 
 }  // namespace cqtest

@@ -6,8 +6,8 @@
 #include <future>
 #include <thread>
 
+#include "endtoend/Received.h"
 #include "endtoend/win32/PipeInstrument.h"
-#include "endtoend/Wired.h"
 
 namespace cqtest {
 namespace {
@@ -81,17 +81,14 @@ TEST(Pipe, IsClosedWhileACallWaits) {
 }
 
 TEST(Pipe, BringsWhatIsMeasuredWithTheButton) {
+    Received received;
     PipeInstrument instrument(kCalibrated);
     const Handle handle(instrument.portName());
-    std::promise<bool> measured;
-    const auto onMeasured = [](bool isStandard, const CqMeasurementRecord*, void* user) {
-        static_cast<std::promise<bool>*>(user)->set_value(isStandard);
-    };
-    ASSERT_EQ(cqSetMeasurementResultReceivedCallback(handle, onMeasured, &measured), CQ_NO_ERROR);
+    received.listenTo(handle);
     instrument.press('t');
-    auto isStandard = measured.get_future();
-    ASSERT_EQ(isStandard.wait_for(5s), std::future_status::ready);
-    EXPECT_FALSE(isStandard.get());
+    const auto measured = received.waitFor(1);
+    ASSERT_EQ(measured.size(), 1U);
+    EXPECT_FALSE(measured[0].first);
 }
 
 TEST(Pipe, LeadsToAnAdapter) {

@@ -35,17 +35,6 @@ TEST(WirelessSession, OpensAndClosesInOrder) {
     EXPECT_EQ(log.find("no packet"), std::string::npos) << log;
 }
 
-// An adapter that does not hear the end of a session keeps its link, as one whose host was killed.
-TEST(WirelessSession, LinkLeftOverIsDroppedAtTheNextOpen) {
-    Wireless wireless("--fault at-error:9");
-    std::uint32_t count = 99;
-    ASSERT_EQ(cqGetTotalStandards(wireless.handle, &count), CQ_NO_ERROR);
-    wireless.handle.close();
-    const Handle again(wireless.adapter.portName(), kFirstAddress);
-    ASSERT_NE(static_cast<CqHandle>(again), nullptr);
-    EXPECT_EQ(cqGetTotalStandards(again, &count), CQ_NO_ERROR);
-}
-
 TEST(WirelessSession, CloseWhileACallWaitsEndsTheCallWithACode) {
     Adapter adapter("--calibrated --measure-time 3000");
     const CqHandle handle = cqOpenByBleDongle(adapter.portName(), kFirstAddress);
