@@ -74,26 +74,16 @@ TEST(Callback, RemovedOrReplacedCallbackIsNotCalledAnyMore) {
     EXPECT_EQ(second.waitFor(1).size(), 1U);
 }
 
-TEST(Callback, MayReplaceAndRemoveItself) {
-    struct State {
-        CqHandle handle;
-        std::atomic<int> calls{0};
-    };
+TEST(Callback, MayAskForThePortAndRemoveItself) {
     Wired wired("--calibrated");
-    State state{wired.handle};
-    ASSERT_EQ(cqSetMeasurementResultReceivedCallback(
-                  wired.handle,
-                  [](bool, const CqMeasurementRecord*, void* user) {
-                      auto* const inside = static_cast<State*>(user);
-                      cqSetMeasurementResultReceivedCallback(inside->handle, nullptr, nullptr);
-                      ++inside->calls;
-                  },
-                  &state),
+    CalledOnce user{wired.handle, {}};
+    ASSERT_EQ(cqSetMeasurementResultReceivedCallback(wired.handle, &CalledOnce::callback, &user),
               CQ_NO_ERROR);
     wired.instrument.pressStandard();
     wired.instrument.pressStandard();
-    EXPECT_TRUE(waitUntil([&] { return countStandards(wired.handle) == 2 && state.calls > 0; }));
-    EXPECT_EQ(state.calls, 1);
+    EXPECT_TRUE(waitUntil([&] { return countStandards(wired.handle) == 2 && user.calls > 0; }));
+    EXPECT_EQ(user.calls, 1);
+    EXPECT_EQ(user.port, wired.instrument.portName());
 }
 
 // Not allowed, but it must not bring the host down.

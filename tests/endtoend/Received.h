@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -39,6 +41,22 @@ class Received {
     std::mutex mutex_;
     std::condition_variable arrived_;
     std::vector<Measurement> measurements_;
+};
+
+/// The user data of a callback that asks for the port's name and removes itself.
+struct CalledOnce {
+    CqHandle handle;
+    std::string port;
+    std::atomic<int> calls{0};
+
+    static void callback(bool, const CqMeasurementRecord*, void* user) {
+        auto& self = *static_cast<CalledOnce*>(user);
+        char name[256] = {};
+        cqGetPortName(self.handle, name, sizeof(name) - 1);
+        cqSetMeasurementResultReceivedCallback(self.handle, nullptr, nullptr);
+        self.port = name;
+        ++self.calls;
+    }
 };
 
 /// Presses three times: each measurement comes once, in its order, and as the instrument keeps it;

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cqapi/CQApi.h"
@@ -48,6 +51,22 @@ struct Wired {
     VirtualInstrument instrument;
     Handle handle;
 };
+
+/// Closes the handle while a measurement waits, and gives what that came to.
+inline std::uint32_t closeWhileMeasuring(CqHandle handle) {
+    std::atomic<std::uint32_t> code{99};
+    std::thread caller([&] {
+        CqMeasurementRecord record;
+        code = cqMeasureStandard(handle, &record);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const auto start = std::chrono::steady_clock::now();
+    cqClose(handle);
+    caller.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_FALSE(cqIsValidHandle(handle));
+    return code;
+}
 
 inline std::uint32_t totalStandards(CqHandle handle) {
     std::uint32_t count = 99;

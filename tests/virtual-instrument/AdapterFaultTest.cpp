@@ -65,8 +65,8 @@ TEST(AdapterFault, CutsPacketsAndLinesInTwo) {
     EXPECT_EQ(paused.packet(kCount), kNone) << "once";
 
     AdapterBench split({"ble-split", "at-split"});
-    EXPECT_EQ(split.at("AT+MT=1", milliseconds(20)), "MT=");
-    EXPECT_EQ(AdapterBench::text(split.after(milliseconds(30))), "1");
+    EXPECT_EQ(split.at("AT+MT=1", milliseconds(49)), "MT=");
+    EXPECT_EQ(AdapterBench::text(split.after(milliseconds(1))), "1");
     split.linked().packet(kHello, milliseconds(500));
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(split.packet(kCount, milliseconds(99)), half);

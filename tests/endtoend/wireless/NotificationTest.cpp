@@ -63,30 +63,14 @@ TEST(Notification, KeepsApartFromTheRepliesToAnotherThread) {
 }
 
 TEST(Notification, CallbackMayAskForThePortAndRemoveItself) {
-    struct State {
-        CqHandle handle = nullptr;
-        std::string port;
-        std::atomic<int> calls{0};
-    };
-    State state;
     Wireless wireless("--calibrated");
-    state.handle = wireless.handle;
-    ASSERT_EQ(cqSetMeasurementResultReceivedCallback(
-                  wireless.handle,
-                  [](bool, const CqMeasurementRecord*, void* user) {
-                      auto* const inside = static_cast<State*>(user);
-                      char name[256] = {};
-                      cqGetPortName(inside->handle, name, sizeof(name) - 1);
-                      cqSetMeasurementResultReceivedCallback(inside->handle, nullptr, nullptr);
-                      inside->port = name;
-                      ++inside->calls;
-                  },
-                  &state),
+    CalledOnce user{wireless.handle, {}};
+    ASSERT_EQ(cqSetMeasurementResultReceivedCallback(wireless.handle, &CalledOnce::callback, &user),
               CQ_NO_ERROR);
     pressUnheard(wireless);
     pressUnheard(wireless);
-    EXPECT_EQ(state.calls, 1);
-    EXPECT_EQ(state.port, wireless.adapter.portName());
+    EXPECT_EQ(user.calls, 1);
+    EXPECT_EQ(user.port, wireless.adapter.portName());
 }
 
 }  // namespace
