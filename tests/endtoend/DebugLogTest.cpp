@@ -44,19 +44,6 @@ TEST_F(DebugLog, TellsTheConversationWhileItRuns) {
         std::regex_search(log, std::regex(R"(\[([89]|[12]\d|3[01]):\d+:\d+\.\d+\]RECEIVED)")));
 }
 
-TEST_F(DebugLog, IsEmptiedAtEveryStartAndSilentWhenStopped) {
-    Wired wired;
-    std::uint32_t count = 0;
-    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
-    ASSERT_FALSE(readLog().empty());
-
-    ASSERT_TRUE(cqEnableDebugLog());
-    EXPECT_EQ(readLog(), "");
-    ASSERT_TRUE(cqDiableDebugLog());
-    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
-    EXPECT_EQ(readLog(), "");
-}
-
 TEST_F(DebugLog, TellsWhyAnOpenFailed) {
     EXPECT_EQ(cqOpen("cqapi-no-such-port"), nullptr);
     EXPECT_NE(readLog().find("Open cqapi-no-such-port failed\r\n"), std::string::npos);

@@ -16,55 +16,35 @@ Records uploadStandards(CqHandle handle, std::uint32_t first, std::uint32_t coun
     return records;
 }
 
-struct Transfer {
-    int maxPacket;
-    std::uint32_t records;
-};
-
-void PrintTo(const Transfer& transfer, std::ostream* stream) {
-    *stream << transfer.records << " records in packets of " << transfer.maxPacket;
-}
-
-class RecordTransfer : public testing::TestWithParam<Transfer> {};
-
-TEST_P(RecordTransfer, BringsStandardsThereAndBackByteForByte) {
-    Wired wired("--max-packet " + std::to_string(GetParam().maxPacket));
-    const std::uint32_t count = GetParam().records;
-    const Records written = numberedRecords(count);
-    ASSERT_EQ(cqDownloadStandards(wired.handle, written.data(), count - 3), CQ_NO_ERROR);
-    ASSERT_EQ(cqDownloadStandards(wired.handle, written.data() + count - 3, 3), CQ_NO_ERROR);
-
-    std::uint32_t stored = 0;
-    ASSERT_EQ(cqGetTotalStandards(wired.handle, &stored), CQ_NO_ERROR);
-    EXPECT_EQ(stored, count);
-    EXPECT_EQ(uploadStandards(wired.handle, 0, CQ_ALL_RECORDS, count), written);
-    EXPECT_EQ(uploadStandards(wired.handle, 2, 3, 3),
-              Records(written.begin() + 2, written.begin() + 5));
-    EXPECT_EQ(uploadStandards(wired.handle, count - 1, CQ_ALL_RECORDS, 1),
-              Records(written.end() - 1, written.end()));
-}
-
 // 13 leaves room for one byte of payload; 268 carries a record, but not with an operation code.
-INSTANTIATE_TEST_SUITE_P(AtPacketSize, RecordTransfer,
-                         testing::Values(Transfer{13, 6}, Transfer{64, 150}, Transfer{268, 150},
-                                         Transfer{1024, 300}, Transfer{65535, 600}));
+TEST(Records, ComeBackByteForByteAtEveryPacketSize) {
+    const std::pair<const char*, std::uint32_t> cases[] = {
+        {"13", 6}, {"64", 150}, {"268", 150}, {"1024", 300}, {"65535", 600}};
+    for (const auto& [maxPacket, count] : cases) {
+        SCOPED_TRACE(maxPacket);
+        Wired wired(std::string("--max-packet ") + maxPacket);
+        const Records written = numberedRecords(count);
+        ASSERT_EQ(cqDownloadStandards(wired.handle, written.data(), count - 3), CQ_NO_ERROR);
+        ASSERT_EQ(cqDownloadStandards(wired.handle, written.data() + count - 3, 3), CQ_NO_ERROR);
 
-TEST(Records, UploadOfNothingWritesNothing) {
-    Wired wired("--standards 3");
-    EXPECT_EQ(uploadStandards(wired.handle, 0, 0, 1), Records(1, numberedRecord(0xDEAD)));
-    EXPECT_EQ(uploadStandards(wired.handle, 3, CQ_ALL_RECORDS, 1),
-              Records(1, numberedRecord(0xDEAD)));
-    EXPECT_EQ(uploadStandards(wired.handle, 9, CQ_ALL_RECORDS, 1),
-              Records(1, numberedRecord(0xDEAD)));
+        EXPECT_EQ(totalStandards(wired.handle), count);
+        EXPECT_EQ(uploadStandards(wired.handle, 0, CQ_ALL_RECORDS, count), written);
+        EXPECT_EQ(uploadStandards(wired.handle, 2, 3, 3),
+                  Records(written.begin() + 2, written.begin() + 5));
+        EXPECT_EQ(uploadStandards(wired.handle, count - 1, CQ_ALL_RECORDS, 1),
+                  Records(written.end() - 1, written.end()));
+    }
 }
 
-TEST(Records, UploadBeyondTheEndLeavesTheRestOfTheArray) {
+TEST(Records, UploadWritesWhatThereIsAndNoMore) {
     Wired wired("--standards 3");
     const Records all = uploadStandards(wired.handle, 0, 3, 3);
-    const Records records = uploadStandards(wired.handle, 1, 5, 5);
-    EXPECT_EQ(records[0], all[1]);
-    EXPECT_EQ(records[1], all[2]);
-    EXPECT_EQ(records[2], numberedRecord(0xDEAD));
+    const CqMeasurementRecord untouched = numberedRecord(0xDEAD);
+    EXPECT_EQ(uploadStandards(wired.handle, 1, 5, 5),
+              (Records{all[1], all[2], untouched, untouched, untouched}));
+    EXPECT_EQ(uploadStandards(wired.handle, 0, 0, 1), Records{untouched});
+    EXPECT_EQ(uploadStandards(wired.handle, 3, CQ_ALL_RECORDS, 1), Records{untouched});
+    EXPECT_EQ(uploadStandards(wired.handle, 9, CQ_ALL_RECORDS, 1), Records{untouched});
 }
 
 TEST(Records, UploadedSamplesAreFollowedByZeros) {
@@ -76,27 +56,23 @@ TEST(Records, UploadedSamplesAreFollowedByZeros) {
     ASSERT_EQ(cqGetSampleCount(wired.handle, 0, &count), CQ_NO_ERROR);
     EXPECT_EQ(count, 3U);
 
-    Records some(6, numberedRecord(0xDEAD));
+    const CqMeasurementRecord zeros{};
+    const CqMeasurementRecord untouched = numberedRecord(0xDEAD);
+    Records some(6, untouched);
     ASSERT_EQ(cqUploadSamples(wired.handle, some.data(), 0, 0, 5), CQ_NO_ERROR);
-    EXPECT_NE(some[2], CqMeasurementRecord{});
-    EXPECT_EQ(some[3], CqMeasurementRecord{});
-    EXPECT_EQ(some[4], CqMeasurementRecord{});
-    EXPECT_EQ(some[5], numberedRecord(0xDEAD)) << "beyond what was asked for";
+    EXPECT_NE(some[2], zeros);
+    EXPECT_EQ(some, (Records{some[0], some[1], some[2], zeros, zeros, untouched}));
 
-    Records all(4, numberedRecord(0xDEAD));
+    Records all(3, untouched);
     ASSERT_EQ(cqUploadSamples(wired.handle, all.data(), 0, 1, CQ_ALL_RECORDS), CQ_NO_ERROR);
-    EXPECT_EQ(all[0], some[1]);
-    EXPECT_EQ(all[1], some[2]);
-    EXPECT_EQ(all[2], numberedRecord(0xDEAD)) << "two samples follow the first";
+    EXPECT_EQ(all, (Records{some[1], some[2], untouched})) << "two samples follow the first";
 }
 
 TEST(Records, DownloadBeyondCapacityIsRefusedAndChangesNothing) {
     Wired wired("--capacity 10 --standards 8");
     const Records written = numberedRecords(3);
     EXPECT_EQ(cqDownloadStandards(wired.handle, written.data(), 3), CQ_NO_ENOUGH_STORAGE);
-    std::uint32_t count = 0;
-    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
-    EXPECT_EQ(count, 8U);
+    EXPECT_EQ(totalStandards(wired.handle), 8U);
     EXPECT_EQ(cqDownloadStandards(wired.handle, written.data(), 2), CQ_NO_ERROR);
 }
 
@@ -110,9 +86,7 @@ TEST(Records, DeletingRemovesTheRecordThatWasNamed) {
     EXPECT_EQ(cqDeleteStandard(wired.handle, 3), CQ_EXECUTE_COMMAND_FAILED);
 
     ASSERT_EQ(cqDeleteAllRecords(wired.handle), CQ_NO_ERROR);
-    std::uint32_t count = 1;
-    ASSERT_EQ(cqGetTotalStandards(wired.handle, &count), CQ_NO_ERROR);
-    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(totalStandards(wired.handle), 0U);
 }
 
 TEST(Records, DeletingASampleLeavesTheOthers) {

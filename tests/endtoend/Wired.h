@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cqapi/CQApi.h"
@@ -49,15 +52,26 @@ struct Wired {
     Handle handle;
 };
 
-/// The result of a call that is repeated while a transfer of the instrument's stands in its way.
-template <typename Call>
-std::uint32_t onceFree(Call call) {
-    std::uint32_t code = CQ_DEVICE_IS_BUSY;
-    waitUntil([&] {
-        code = call();
-        return code != CQ_DEVICE_IS_BUSY;
+/// Closes the handle while a measurement waits, and gives what that came to.
+inline std::uint32_t closeWhileMeasuring(CqHandle handle) {
+    std::atomic<std::uint32_t> code{99};
+    std::thread caller([&] {
+        CqMeasurementRecord record;
+        code = cqMeasureStandard(handle, &record);
     });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const auto start = std::chrono::steady_clock::now();
+    cqClose(handle);
+    caller.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_FALSE(cqIsValidHandle(handle));
     return code;
+}
+
+inline std::uint32_t totalStandards(CqHandle handle) {
+    std::uint32_t count = 99;
+    EXPECT_EQ(cqGetTotalStandards(handle, &count), CQ_NO_ERROR);
+    return count;
 }
 
 }  // namespace cqtest

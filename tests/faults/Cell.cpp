@@ -28,12 +28,7 @@ std::unique_ptr<VirtualInstrument> start(Kind kind, const std::string& fault) {
     const Stored stored;
     const std::string options = "--calibrated --standards " + std::to_string(stored.standards) +
                                 " --samples " + std::to_string(stored.samples) + " " + fault;
-    if (kind == Kind::wired) {
-        return std::make_unique<VirtualInstrument>(options);
-    }
-    const bool hasDelay = fault.find("--at-delay") != std::string::npos;
-    return std::make_unique<VirtualInstrument>("--adapter " + options +
-                                               (hasDelay ? "" : " --at-delay 2"));
+    return std::make_unique<VirtualInstrument>((kind == Kind::wired ? "" : "--adapter ") + options);
 }
 
 void closeInTime(Session& session) {

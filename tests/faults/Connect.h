@@ -7,7 +7,7 @@ namespace cqtest::faults {
 
 /// The first wireless instrument within reach has the serial number of the wired one.
 inline CqHandle connect(Kind kind, const char* portName) {
-    return kind == Kind::wired ? cqOpen(portName) : cqOpenByBleDongle(portName, "C4BE84A1B2C3");
+    return kind == Kind::wired ? cqOpen(portName) : cqOpenByBleDongle(portName, kFirstAddress);
 }
 
 }  // namespace cqtest::faults

@@ -25,14 +25,6 @@ void putReflectance(std::uint8_t* place, float level) {
 
 }  // namespace
 
-CqMeasurementRecord writtenRecord(std::uint32_t number) {
-    CqMeasurementRecord record;
-    for (std::size_t i = 0; i < sizeof(record.bytes); ++i) {
-        record.bytes[i] = static_cast<std::uint8_t>(number * 31 + i * 3);
-    }
-    return record;
-}
-
 Texts expectedTexts(const Session& session) {
     Texts texts;
     const std::string& fault = session.expected->textFault;

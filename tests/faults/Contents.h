@@ -1,21 +1,18 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "cqapi/CQApi.h"
 #include "faults/Matrix.h"
-#include "faults/MeasuredRecord.h"
+#include "peer/MeasuredRecord.h"
 
 /// \file
 /// What a virtual instrument that starts calibrated, with the records of Stored and without noise,
 /// answers (docs/virtual-instrument.md, "Records byte by byte").
 
 namespace cqtest::faults {
-
-/// A record whose bytes tell which one it is.
-CqMeasurementRecord writtenRecord(std::uint32_t number);
 
 /// The texts, in the order in which a wireless instrument is asked for them.
 struct Texts {
@@ -38,9 +35,7 @@ CqWhiteBoardParameter writtenWhiteBoard();
 
 template <class T>
 bool isSame(const T& left, const T& right) {
-    const auto* const l = reinterpret_cast<const unsigned char*>(&left);
-    const auto* const r = reinterpret_cast<const unsigned char*>(&right);
-    return std::equal(l, l + sizeof(T), r);
+    return std::memcmp(&left, &right, sizeof(T)) == 0;
 }
 
 }  // namespace cqtest::faults

@@ -161,7 +161,8 @@ Result runCell(const Cell& cell);
 /// run-time libraries set up once is there before the cells count.
 void warmUp(Kind kind);
 
-/// Runs each cell in a process of its own, so many at a time.
+/// Runs each cell in a process of its own, so many at a time; those that wait longest begin first.
+/// \return the results in the cells' order.
 std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs);
 
 void printMarkdown(const std::vector<Cell>& cells, const std::vector<Result>& results);

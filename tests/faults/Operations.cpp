@@ -9,10 +9,12 @@
 #include <stdexcept>
 #include <thread>
 
+#include "endtoend/NumberedRecords.h"
 #include "faults/Connect.h"
 #include "faults/Contents.h"
 #include "faults/Guarded.h"
 #include "faults/Matrix.h"
+#include "peer/WaitUntil.h"
 
 namespace cqtest::faults {
 namespace {
@@ -58,35 +60,14 @@ std::string getInstrumentStatus(Session& s) {
         OnFailure::mayBePartial);
 }
 
-std::string measureStandard(Session& s) {
-    return callInto<CqMeasurementRecord>(
-        s, 1, [&](auto* record) { return cqMeasureStandard(s.handle, record); },
-        [](auto* record) {
-            return isMeasuredRecord(*record, RecordKind::standard, Stored().standards + 1);
-        });
-}
-
-std::string measureTrial(Session& s) {
-    return callInto<CqMeasurementRecord>(
-        s, 1, [&](auto* record) { return cqMeasureTrial(s.handle, record); },
-        [](auto* record) {
-            return isMeasuredRecord(*record, RecordKind::trial, Stored().samples + 1);
-        });
-}
-
 template <class Call>
 std::string callForCount(Session& s, std::uint32_t expected, const Call& call) {
     return callInto<std::uint32_t>(s, 1, call, [&](auto* count) { return *count == expected; });
 }
 
-std::string getTotalStandards(Session& s) {
-    return callForCount(s, Stored().standards,
-                        [&](auto* count) { return cqGetTotalStandards(s.handle, count); });
-}
-
-std::string getTotalSamples(Session& s) {
-    return callForCount(s, Stored().samples,
-                        [&](auto* count) { return cqGetTotalSamples(s.handle, count); });
+template <std::uint32_t (*Count)(CqHandle, std::uint32_t*), std::uint32_t Stored::*expected>
+std::string countStored(Session& s) {
+    return callForCount(s, Stored().*expected, [&](auto* count) { return Count(s.handle, count); });
 }
 
 std::string getSampleCount(Session& s) {
@@ -104,6 +85,14 @@ auto areRecords(RecordKind kind, std::uint32_t first, std::uint32_t count, std::
         }
         return areRight;
     };
+}
+
+template <std::uint32_t (*Measure)(CqHandle, CqMeasurementRecord*), RecordKind kind,
+          std::uint32_t Stored::*numbered>
+std::string measure(Session& s) {
+    return callInto<CqMeasurementRecord>(
+        s, 1, [&](auto* record) { return Measure(s.handle, record); },
+        areRecords(kind, Stored().*numbered + 1, 1, 1));
 }
 
 std::string uploadStandards(Session& s) {
@@ -130,18 +119,14 @@ std::string uploadSamples(Session& s) {
 }
 
 std::string downloadStandards(Session& s) {
-    std::array<CqMeasurementRecord, kCount> records;
-    for (std::uint32_t i = 0; i < kCount; ++i) {
-        records[i] = writtenRecord(i);
-    }
-    return std::to_string(cqDownloadStandards(s.handle, records.data(), kCount));
+    return std::to_string(cqDownloadStandards(s.handle, numberedRecords(kCount).data(), kCount));
 }
 
 void readBackStandards(Session& s) {
     std::array<CqMeasurementRecord, kCount> records{};
     bool isThere = cqUploadStandards(s.handle, records.data(), Stored().standards, kCount) == 0;
     for (std::uint32_t i = 0; i < kCount; ++i) {
-        isThere = isThere && isSame(records[i], writtenRecord(i));
+        isThere = isThere && isSame(records[i], numberedRecord(i));
     }
     s.check(isThere, "the written standards are not there");
 }
@@ -213,10 +198,7 @@ std::string press(Session& s) {
     s.check(cqSetMeasurementResultReceivedCallback(s.handle, callback, &calls) == CQ_NO_ERROR,
             "the callback was not taken");
     s.instrument->pressStandard();
-    const auto deadline = std::chrono::steady_clock::now() + 2500ms;
-    while (calls.count == 0 && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(5ms);
-    }
+    waitUntil([&] { return calls.count > 0; }, 2500ms);
     std::this_thread::sleep_for(300ms);  // for a second call
     cqSetMeasurementResultReceivedCallback(s.handle, nullptr, nullptr);
     s.check(calls.areRight, "the callback was given a wrong record");
@@ -254,12 +236,7 @@ std::string open(Session& s) {
         s.handle = connect(s.kind, s.instrument->portName());
         hasReturned = true;
     });
-    const auto patience = s.isWired() ? 2s : 10s;
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!hasReturned && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(5ms);
-    }
-    const bool isWaiting = !hasReturned;
+    const bool isWaiting = !waitUntil([&] { return hasReturned.load(); }, s.isWired() ? 2s : 10s);
     if (isWaiting) {
         s.instrument->unplug();
     }
@@ -273,6 +250,10 @@ constexpr std::size_t kWordSize = sizeof(std::uint32_t);
 
 const WiredStep kTotal{0, kWordSize, 5000ms};
 const WiredStep kInfo{0, sizeof(CqDeviceInfo), 5000ms};
+const WiredStep kTile{1, {}, 15000ms};
+const WiredStep kMeasured{0, kRecordSize, 15000ms};
+const WirelessStep kWord{Check::word, 10000ms};
+const WirelessStep kRecord{Check::record, 8000ms};
 const WirelessStep kText{Check::text, 2000ms};
 const WirelessStep kItem{Check::item, 2000ms};
 const WirelessStep kNumber{Check::number, 2000ms};
@@ -291,22 +272,22 @@ const std::vector<Operation>& operations() {
          {{0, sizeof(CqInstrumentStatus), 5000ms}},
          {kItem, kItem, kItem, kItem, kItem, kItem, kItem, kItem, kNumber},
          getInstrumentStatus},
-        {"calibrateWhite",
-         {{1, {}, 15000ms}},
-         {{Check::word, 10000ms}},
-         callAlone<cqCalibrateWhite>},
-        {"calibrateBlack",
-         {{1, {}, 15000ms}},
-         {{Check::word, 10000ms}},
-         callAlone<cqCalibrateBlack>},
+        {"calibrateWhite", {kTile}, {kWord}, callAlone<cqCalibrateWhite>},
+        {"calibrateBlack", {kTile}, {kWord}, callAlone<cqCalibrateBlack>},
         {"measureStandard",
-         {{0, kRecordSize, 15000ms}},
-         {{Check::record, 8000ms}},
-         measureStandard},
-        {"measureTrial", {{0, kRecordSize, 15000ms}}, {{Check::record, 8000ms}}, measureTrial},
+         {kMeasured},
+         {kRecord},
+         measure<cqMeasureStandard, RecordKind::standard, &Stored::standards>},
+        {"measureTrial",
+         {kMeasured},
+         {kRecord},
+         measure<cqMeasureTrial, RecordKind::trial, &Stored::samples>},
         {"press", {{{}, kRecordSize, 0ms}}, {}, press, {6, 15}},
-        {"totalStandards", {kTotal}, {kNumber}, getTotalStandards},
-        {"totalSamples", {kTotal}, {kNumber}, getTotalSamples},
+        {"totalStandards",
+         {kTotal},
+         {kNumber},
+         countStored<cqGetTotalStandards, &Stored::standards>},
+        {"totalSamples", {kTotal}, {kNumber}, countStored<cqGetTotalSamples, &Stored::samples>},
         {"sampleCount", {kTotal}, {kNumber}, getSampleCount},
         {"uploadStandards",
          {{2 * kWordSize, kCount * kRecordSize, 5150ms}},

@@ -4,9 +4,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <map>
+#include <numeric>
 #include <sstream>
 #include <stdexcept>
 
@@ -84,12 +87,11 @@ Result resultOf(const Child& child, int status) {
     }
     close(child.reading);
     Result result = fromText(text);
-    if (WIFSIGNALED(status)) {
-        result.problems.push_back("the process was ended by signal " +
-                                  std::to_string(WTERMSIG(status)));
-    } else if (WEXITSTATUS(status) != 0) {
-        result.problems.push_back("the process ended with exit code " +
-                                  std::to_string(WEXITSTATUS(status)));
+    if (status != 0) {
+        const bool isKilled = WIFSIGNALED(status);
+        result.problems.push_back(
+            (isKilled ? "the process was ended by signal " : "the process ended with exit code ") +
+            std::to_string(isKilled ? WTERMSIG(status) : WEXITSTATUS(status)));
     }
     return result;
 }
@@ -104,13 +106,19 @@ void showProgress(std::size_t done, std::size_t total) {
 
 std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
     std::vector<Result> results(cells.size());
+    std::vector<std::size_t> order(cells.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::ranges::stable_sort(order, std::greater(), [&](std::size_t i) {
+        const Expectation& expected = cells[i].expected;
+        return expected.atLeast + expected.settle + expected.pause;
+    });
     std::map<pid_t, Child> running;
     std::size_t next = 0;
     std::size_t done = 0;
     while (done < cells.size()) {
         while (next < cells.size() && running.size() < jobs) {
             pid_t process = -1;
-            const Child child = startChild(cells, next++, process);
+            const Child child = startChild(cells, order[next++], process);
             running.emplace(process, child);
         }
         int status = 0;

@@ -17,23 +17,11 @@ const std::vector<std::vector<std::string>> kTables{
      "getParameter", "setParameter"},
 };
 
-const char* nameOf(Recovery recovery) {
-    switch (recovery) {
-        case Recovery::handle:
-            return "h";
-        case Recovery::reopen:
-            return "r";
-        case Recovery::replace:
-            return "n";
-    }
-    return "";
-}
-
 std::string toText(const Cell& cell, const Result& result) {
     char time[32];
     std::snprintf(time, sizeof(time), "%.1f", static_cast<double>(result.taken.count()) / 1000);
     const bool isRight = result.problems.empty();
-    return result.outcome + " / " + time + " / " + nameOf(cell.expected.recovery) +
+    return result.outcome + " / " + time + " / " + "hrn"[static_cast<int>(cell.expected.recovery)] +
            (isRight ? "" : " **wrong**");
 }
 

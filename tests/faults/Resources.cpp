@@ -2,10 +2,10 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <iterator>
 #include <new>
-#include <thread>
+
+#include "peer/posix/OwnProcess.h"
+#include "peer/WaitUntil.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define CQAPI_COUNTS_BLOCKS 0
@@ -44,26 +44,14 @@ void operator delete(void* block, std::size_t /*size*/) noexcept {
 #endif
 
 namespace cqtest::faults {
-namespace {
-
-std::ptrdiff_t entries(const char* folder) {
-    namespace fs = std::filesystem;
-    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
-}
-
-}  // namespace
 
 Resources Resources::now() {
-    return {entries("/proc/self/task"), entries("/proc/self/fd"), liveBlocks.load()};
+    return {ownThreads(), ownDescriptors(), liveBlocks.load()};
 }
 
-Resources Resources::settled(const Resources& before, std::chrono::milliseconds patience) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    Resources held = now();
-    while (held != before && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        held = now();
-    }
+Resources Resources::settled(const Resources& before) {
+    Resources held{};
+    waitUntil([&] { return (held = now()) == before; }, std::chrono::seconds(1));
     return held;
 }
 

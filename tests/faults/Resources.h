@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -15,10 +14,9 @@ struct Resources {
     std::ptrdiff_t blocks;
 
     static Resources now();
-    /// Waits until no more is held than in `before`: the system shows a thread for a moment after
-    /// it was joined. What is held when the time is up is the result.
-    static Resources settled(const Resources& before,
-                             std::chrono::milliseconds patience = std::chrono::seconds(1));
+    /// Waits a second at most until just as much is held as in `before`: the system shows a thread
+    /// for a moment after it was joined. What is held then is the result.
+    static Resources settled(const Resources& before);
 
     friend bool operator==(const Resources&, const Resources&) = default;
 };

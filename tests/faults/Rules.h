@@ -8,6 +8,14 @@
 
 namespace cqtest::faults {
 
+/// Where in an operation a fault strikes.
+enum class Place { all, first, middle, last };
+
+inline std::string rowOf(const char* fault, Place place) {
+    constexpr const char* kSuffixes[] = {"", ", first", ", middle", ", last"};
+    return std::string(fault) + kSuffixes[static_cast<std::size_t>(place)];
+}
+
 /// A cell of an operation that has no rule but a line of its own: opening, closing, scanning.
 struct Special {
     const char* row;

@@ -10,12 +10,28 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// What the instrument counts to find the place of a fault.
-enum class Counter { dataToHost, acknowledgements, toHost, dataFromHost, fromHost };
+/// Packets of one step, with the largest packet of 64 bytes.
+struct Packets {
+    std::uint32_t sent = 0;
+    std::uint32_t received = 0;
+};
 
-/// Where in the operation the fault strikes. `middle` is the second of several packets of the last
-/// step's bulk: there the host's acknowledgement of the first one.
-enum class Place { all, first, middle, last };
+/// What the instrument counts to find the place of a fault: data or acknowledgements of what a step
+/// sends, receives, or both, behind those of the shake-hands.
+struct Counter {
+    bool ofSent;
+    bool ofReceived;
+    std::uint32_t ofOpening = 0;
+
+    std::uint32_t of(const Packets& packets) const {
+        return (ofSent ? packets.sent : 0) + (ofReceived ? packets.received : 0);
+    }
+};
+constexpr Counter kDataToHost{false, true};
+constexpr Counter kAcknowledgements{true, false};
+constexpr Counter kToHost{true, true, 1};
+constexpr Counter kDataFromHost{true, false};
+constexpr Counter kFromHost{true, true, 2};
 
 enum class Then {
     works,    ///< the protocol repairs it
@@ -54,31 +70,31 @@ constexpr Outcome kAborts{Then::refused, Recovery::replace, "8"};
 
 constexpr Rule kRules[] = {
     // Repaired by a repetition, or by not heeding what is too much.
-    {"bad-crc", Counter::dataToHost, Place::first, kWorks, kWorks},
-    {"bad-crc", Counter::dataToHost, Place::last, kWorks, kWorks},
-    {"duplicate", Counter::toHost, Place::first, kWorks, kWorks},
-    {"duplicate", Counter::toHost, Place::last, kWorks, kWorks},
-    {"wrong-sequence", Counter::dataToHost, Place::first, kWorks, kWorks},
-    {"wrong-sequence", Counter::dataToHost, Place::last, kWorks, kWorks},
-    {"garbage", Counter::toHost, Place::all, kWorks, kWorks},
-    {"one-byte", Counter::toHost, Place::all, kWorks, kWorks},
-    {"retransmit", Counter::dataFromHost, Place::all, kWorks, kWorks},
+    {"bad-crc", kDataToHost, Place::first, kWorks, kWorks},
+    {"bad-crc", kDataToHost, Place::last, kWorks, kWorks},
+    {"duplicate", kToHost, Place::first, kWorks, kWorks},
+    {"duplicate", kToHost, Place::last, kWorks, kWorks},
+    {"wrong-sequence", kDataToHost, Place::first, kWorks, kWorks},
+    {"wrong-sequence", kDataToHost, Place::last, kWorks, kWorks},
+    {"garbage", kToHost, Place::all, kWorks, kWorks},
+    {"one-byte", kToHost, Place::all, kWorks, kWorks},
+    {"retransmit", kDataFromHost, Place::all, kWorks, kWorks},
     // A request is answered all the same; a send hears nothing.
-    {"lost-ack", Counter::acknowledgements, Place::first, kWorks, kLostAndBusy},
-    {"lost-ack", Counter::acknowledgements, Place::last, kWorks, kLostAndBusy},
+    {"lost-ack", kAcknowledgements, Place::first, kWorks, kLostAndBusy},
+    {"lost-ack", kAcknowledgements, Place::last, kWorks, kLostAndBusy},
     // Refused.
-    {"abort-reply", Counter::dataToHost, Place::all, kAborts, kAborts},
-    {"abort-send", Counter::dataFromHost, Place::all, kAborts, kAborts},
+    {"abort-reply", kDataToHost, Place::all, kAborts, kAborts},
+    {"abort-send", kDataFromHost, Place::all, kAborts, kAborts},
     // The instrument, the session or the line is gone.
-    {"silence", Counter::fromHost, Place::first, kSilent, kSilent},
-    {"silence", Counter::fromHost, Place::middle, kSilent, kSilent},
-    {"silence", Counter::fromHost, Place::last, kSilentAfter, kSilent},
-    {"disconnect", Counter::fromHost, Place::first, kNoSession, kNoSession},
-    {"disconnect", Counter::fromHost, Place::middle, kNoSession, kNoSession},
-    {"disconnect", Counter::fromHost, Place::last, kNoSessionAfter, kNoSession},
-    {"unplug", Counter::fromHost, Place::first, kGone, kGone},
-    {"unplug", Counter::fromHost, Place::middle, kGone, kGone},
-    {"unplug", Counter::fromHost, Place::last, kGoneAfter, kGone},
+    {"silence", kFromHost, Place::first, kSilent, kSilent},
+    {"silence", kFromHost, Place::middle, kSilent, kSilent},
+    {"silence", kFromHost, Place::last, kSilentAfter, kSilent},
+    {"disconnect", kFromHost, Place::first, kNoSession, kNoSession},
+    {"disconnect", kFromHost, Place::middle, kNoSession, kNoSession},
+    {"disconnect", kFromHost, Place::last, kNoSessionAfter, kNoSession},
+    {"unplug", kFromHost, Place::first, kGone, kGone},
+    {"unplug", kFromHost, Place::middle, kGone, kGone},
+    {"unplug", kFromHost, Place::last, kGoneAfter, kGone},
 };
 
 const Special kSpecials[] = {
@@ -104,12 +120,6 @@ const Special kSpecials[] = {
     {"one-byte", "close", "one-byte", {"closed"}, 0ms, 1200ms},
 };
 
-/// Packets of one step, with the largest packet of 64 bytes.
-struct Packets {
-    std::uint32_t sent = 0;
-    std::uint32_t received = 0;
-};
-
 Packets packetsOf(const WiredStep& step) {
     const auto count = [](std::optional<std::size_t> payload) {
         constexpr std::size_t kRoom = 64 - 12;  // a packet without its header and checksum
@@ -119,78 +129,43 @@ Packets packetsOf(const WiredStep& step) {
     return {count(step.sent), count(step.received)};
 }
 
-std::uint32_t countOf(const WiredStep& step, Counter counter) {
-    const Packets packets = packetsOf(step);
-    switch (counter) {
-        case Counter::dataToHost:
-            return packets.received;
-        case Counter::acknowledgements:
-        case Counter::dataFromHost:
-            return packets.sent;
-        case Counter::toHost:
-        case Counter::fromHost:
-            return packets.sent + packets.received;
-    }
-    return 0;
-}
-
-/// What has been counted when the shake-hands is over.
-std::uint32_t countOfOpening(Counter counter) {
-    return counter == Counter::fromHost ? 2 : counter == Counter::toHost ? 1 : 0;
-}
-
 struct Strike {
     std::uint32_t number;
     const WiredStep* step;
 };
 
-/// The packet that is struck; nothing if the operation has none in this place.
-std::optional<Strike> findStrike(const Operation& operation, Counter counter, Place place) {
-    std::uint32_t number = countOfOpening(counter);
-    std::optional<Strike> first;
-    std::optional<Strike> middle;
-    std::optional<Strike> last;
+std::vector<Strike> strikesOf(const Operation& operation, const Counter& counter) {
+    std::vector<Strike> strikes;
+    std::uint32_t number = counter.ofOpening;
     for (const WiredStep& step : operation.wired) {
-        const std::uint32_t count = countOf(step, counter);
-        const Packets packets = packetsOf(step);
-        if (count > 0) {
-            first = first ? first : Strike{number + 1, &step};
-            last = Strike{number + count, &step};
+        const std::uint32_t end = number + counter.of(packetsOf(step));
+        while (number < end) {
+            strikes.push_back({++number, &step});
         }
-        middle.reset();
-        if (std::max(packets.sent, packets.received) > 1) {
-            const std::uint32_t before = packets.received > 1 ? packets.sent : 1;
-            middle = Strike{number + before + 1, &step};
-        }
-        number += count;
     }
-    const bool isLastApart = first && last->number != first->number;
-    const bool isMiddleApart =
-        first && middle && middle->number != first->number && middle->number != last->number;
-    switch (place) {
-        case Place::all:
-        case Place::first:
-            return first;
-        case Place::middle:
-            return isMiddleApart ? middle : std::nullopt;
-        case Place::last:
-            return isLastApart ? last : std::nullopt;
-    }
-    return std::nullopt;
+    return strikes;
 }
 
-const char* suffixOf(Place place) {
-    switch (place) {
-        case Place::first:
-            return ", first";
-        case Place::middle:
-            return ", middle";
-        case Place::last:
-            return ", last";
-        case Place::all:
-            break;
+/// The packet that is struck; nothing if the operation has none in this place. `middle` is the second
+/// of several packets of the last step's bulk: there the host's acknowledgement of the first one.
+std::optional<Strike> findStrike(const Operation& operation, const Counter& counter, Place place) {
+    const std::vector<Strike> strikes = strikesOf(operation, counter);
+    if (strikes.empty()) {
+        return std::nullopt;
     }
-    return "";
+    if (place == Place::all || place == Place::first) {
+        return strikes.front();
+    }
+    std::size_t at = strikes.size() - 1;
+    if (place == Place::middle) {
+        const Packets packets = packetsOf(operation.wired.back());
+        const bool isBulk = std::max(packets.sent, packets.received) > 1;
+        at = strikes.size() - counter.of(packets) + (packets.received > 1 ? packets.sent : 1);
+        if (!isBulk || at + 1 >= strikes.size()) {
+            return std::nullopt;
+        }
+    }
+    return at == 0 ? std::nullopt : std::optional(strikes[at]);
 }
 
 std::string optionOf(const Rule& rule, std::uint32_t number) {
@@ -205,7 +180,7 @@ std::string optionOf(const Rule& rule, std::uint32_t number) {
 
 Cell makeCell(const Rule& rule, const Operation& operation, const Strike& strike) {
     const Outcome& outcome = strike.step->received ? rule.request : rule.send;
-    Cell cell{Kind::wired, std::string(rule.fault) + suffixOf(rule.place), operation.name, {}};
+    Cell cell{Kind::wired, rowOf(rule.fault, rule.place), operation.name, {}};
     Expectation& expected = cell.expected;
     expected.options = optionOf(rule, strike.number);
     expected.recovery = outcome.recovery;
@@ -244,7 +219,7 @@ Cell makeCell(const Rule& rule, const Operation& operation, const Strike& strike
 std::vector<Cell> wiredCells() {
     std::vector<Cell> cells;
     for (const Rule& rule : kRules) {
-        const std::string row = std::string(rule.fault) + suffixOf(rule.place);
+        const std::string row = rowOf(rule.fault, rule.place);
         for (const Operation& operation : operations()) {
             const auto special = std::ranges::find_if(kSpecials, [&](const Special& s) {
                 return row == s.row && operation.name == s.operation;

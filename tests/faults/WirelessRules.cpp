@@ -8,6 +8,7 @@ namespace cqtest::faults {
 namespace {
 
 using namespace std::chrono_literals;
+using enum Recovery;
 
 constexpr milliseconds kLateBy = 3000ms;   // of ble-late
 constexpr milliseconds kTornFor = 1200ms;  // of ble-pause
@@ -16,12 +17,9 @@ constexpr milliseconds kQuiet = 1300ms;
 /// A link ends 100 ms after its last reply, which is that to the hello.
 constexpr milliseconds kDropped = 400ms;
 
-/// The fault strikes the first request of an operation or its reply, the last one, or all.
-enum class Place { all, first, last };
-
 struct Rule {
     const char* fault;
-    Place place;
+    Place place;  // a request of the operation or its reply
     void (*expect)(Expectation& expected, const WirelessStep& step);
 };
 
@@ -41,26 +39,16 @@ void works(Expectation& expected, const WirelessStep& /*step*/) {
     expectCode(expected, "0");
 }
 
-void silent(Expectation& expected, const WirelessStep& step) {
+/// \tparam next what the handle then answers.
+template <Recovery recovery, char next>
+void lost(Expectation& expected, const WirelessStep& step) {
     expectTimeout(expected, step);
-    expected.recovery = Recovery::replace;
-    expected.next = "7";
-}
-
-void gone(Expectation& expected, const WirelessStep& step) {
-    expectTimeout(expected, step);
-    expected.recovery = Recovery::reopen;
-    expected.next = "3";
-}
-
-void unlinked(Expectation& expected, const WirelessStep& step) {
-    expectTimeout(expected, step);
-    expected.recovery = Recovery::reopen;
-    expected.next = "7";
+    expected.recovery = recovery;
+    expected.next = next;
 }
 
 void unlinkedBefore(Expectation& expected, const WirelessStep& step) {
-    unlinked(expected, step);
+    lost<reopen, '7'>(expected, step);
     expected.settle = kDropped;
 }
 
@@ -84,17 +72,15 @@ void torn(Expectation& expected, const WirelessStep& step) {
 
 void late(Expectation& expected, const WirelessStep& step) {
     expected.settle = 2 * kLateBy;  // for the replies to the hello
+    expected.recovery = replace;    // it counts records too late
+    expected.next = "7";
     if (step.timeout > kLateBy) {
         expectCode(expected, "0");
         expected.atLeast = kLateBy - 10ms;
         expected.atMost = kLateBy + kLateness;
-        expected.recovery = Recovery::replace;  // it counts records too late
-        expected.next = "7";
     } else {
         expectTimeout(expected, step);
         expected.pause = kLateBy;
-        expected.recovery = Recovery::replace;
-        expected.next = "7";
     }
 }
 
@@ -132,18 +118,25 @@ void tooShort(Expectation& expected, const WirelessStep& step) {
     expected.textFault = step.check == Check::text ? "short" : "";
 }
 
-constexpr Rule kRules[] = {
-    {"ble-split", Place::all, works},       {"ble-bytes", Place::all, works},
-    {"ble-fail", Place::first, fail},       {"ble-fail", Place::last, fail},
-    {"ble-inval", Place::first, inval},     {"ble-inval", Place::last, inval},
-    {"ble-length", Place::first, tooShort}, {"ble-length", Place::last, tooShort},
-    {"ble-joined", Place::first, joined},   {"ble-joined", Place::last, joined},
-    {"ble-pause", Place::first, torn},      {"ble-pause", Place::last, torn},
-    {"ble-late", Place::all, late},         {"ble-silent", Place::first, silent},
-    {"ble-silent", Place::last, silent},    {"link-drop", Place::first, unlinkedBefore},
-    {"link-drop", Place::last, unlinked},   {"unplug", Place::first, gone},
-    {"unplug", Place::last, gone},
-};
+constexpr Rule kRules[] = {{"ble-split", Place::all, works},
+                           {"ble-bytes", Place::all, works},
+                           {"ble-fail", Place::first, fail},
+                           {"ble-fail", Place::last, fail},
+                           {"ble-inval", Place::first, inval},
+                           {"ble-inval", Place::last, inval},
+                           {"ble-length", Place::first, tooShort},
+                           {"ble-length", Place::last, tooShort},
+                           {"ble-joined", Place::first, joined},
+                           {"ble-joined", Place::last, joined},
+                           {"ble-pause", Place::first, torn},
+                           {"ble-pause", Place::last, torn},
+                           {"ble-late", Place::all, late},
+                           {"ble-silent", Place::first, lost<replace, '7'>},
+                           {"ble-silent", Place::last, lost<replace, '7'>},
+                           {"link-drop", Place::first, unlinkedBefore},
+                           {"link-drop", Place::last, lost<reopen, '7'>},
+                           {"unplug", Place::first, lost<reopen, '3'>},
+                           {"unplug", Place::last, lost<reopen, '3'>}};
 
 constexpr milliseconds kOpened = 5500ms;  // documented: 2 to 5 s, whatever the instrument does
 /// Documented: about half a second.
@@ -158,45 +151,22 @@ constexpr const char* kByteByByte = "one-byte --at-delay 0";
 const Special kSpecials[] = {
     {"ble-split", "open", "ble-split", {"handle"}, 1200ms, kOpened},
     {"ble-bytes", "open", "ble-bytes", {"handle"}, 1200ms, kOpened},
-    {"one-byte", "open", kByteByByte, {"handle", "null"}, 0ms, kOpened, Recovery::replace},
+    {"one-byte", "open", kByteByByte, {"handle", "null"}, 0ms, kOpened, replace},
     {"ble-fail, first", "open", "ble-fail:1", {"handle"}, 1200ms, kOpened},
     {"ble-inval, first", "open", "ble-inval:1", {"handle"}, 1200ms, kOpened},
     {"ble-length, first", "open", "ble-length:1", {"handle"}, 1200ms, kOpened},
     {"ble-joined, first", "open", "ble-joined:1", {"handle"}, 3200ms, kOpened},
-    {"ble-pause, first",
-     "open",
-     "ble-pause:1",
-     {"handle"},
-     3200ms,
-     kOpened,
-     Recovery::handle,
-     "",
-     kQuiet},
-    {"ble-late", "open", "ble-late", {"handle"}, 3700ms, kOpened, Recovery::replace},
-    {"ble-silent, first",
-     "open",
-     "ble-silent:0",
-     {"handle"},
-     3700ms,
-     kOpened,
-     Recovery::replace,
-     "7"},
-    {"link-drop, first",
-     "open",
-     "link-drop:1",
-     {"handle"},
-     1200ms,
-     kOpened,
-     Recovery::reopen,
-     "7",
-     kDropped},
-    {"unplug, first", "open", "unplug:1", {"handle"}, 1200ms, kOpened, Recovery::reopen, "3"},
-    {"no-link", "open", "no-link", {"null"}, 1000ms, kOpened, Recovery::replace},
+    {"ble-pause, first", "open", "ble-pause:1", {"handle"}, 3200ms, kOpened, handle, "", kQuiet},
+    {"ble-late", "open", "ble-late", {"handle"}, 3700ms, kOpened, replace},
+    {"ble-silent, first", "open", "ble-silent:0", {"handle"}, 3700ms, kOpened, replace, "7"},
+    {"link-drop, first", "open", "link-drop:1", {"handle"}, 1200ms, kOpened, reopen, "7", kDropped},
+    {"unplug, first", "open", "unplug:1", {"handle"}, 1200ms, kOpened, reopen, "3"},
+    {"no-link", "open", "no-link", {"null"}, 1000ms, kOpened, replace},
     {"at-split", "open", "at-split", {"handle"}, 1200ms, kOpened},
-    {"at-blank", "open", "at-blank", {"null"}, 0ms, kOpened, Recovery::replace},
-    {"at-late", "open", "at-late", {"null"}, 2000ms, kOpened, Recovery::replace},
-    {"at-silent, first", "open", "at-silent:1", {"null"}, 3990ms, kOpened, Recovery::replace},
-    {"at-silent, last", "open", "at-silent:8", {"null"}, 990ms, kOpened, Recovery::replace},
+    {"at-blank", "open", "at-blank", {"null"}, 0ms, kOpened, replace},
+    {"at-late", "open", "at-late", {"null"}, 2000ms, kOpened, replace},
+    {"at-silent, first", "open", "at-silent:1", {"null"}, 3990ms, kOpened, replace},
+    {"at-silent, last", "open", "at-silent:8", {"null"}, 990ms, kOpened, replace},
     // Leaving a link that was left over, and the text that nobody needs, may fail.
     {"at-error, command 1", "open", "at-error:1", {"handle"}, 1200ms, kOpened},
     {"at-error, command 2", "open", "at-error:2", {"handle"}, 1200ms, kOpened},
@@ -208,12 +178,12 @@ const Special kSpecials[] = {
     {"at-error, command 8", "open", "at-error:8", {"null"}, 0ms, kSoon},
 
     // The time for a scan shrinks with each piece that comes, and may leave some or all out.
-    {"one-byte", "scan", kByteByByte, {"0", "0 list", "9"}, 0ms, kOpened, Recovery::replace},
-    {"at-split", "scan", "at-split", {"0", "0 list"}, 0ms, kOpened, Recovery::replace},
-    {"at-blank", "scan", "at-blank", {"9"}, 0ms, kOpened, Recovery::replace},
-    {"at-late", "scan", "at-late", {"9"}, 0ms, kOpened, Recovery::replace},
-    {"at-silent, first", "scan", "at-silent:1", {"9"}, 3990ms, kOpened, Recovery::replace},
-    {"at-silent, last", "scan", "at-silent:7", {"0"}, 1990ms, kOpened, Recovery::replace},
+    {"one-byte", "scan", kByteByByte, {"0", "0 list", "9"}, 0ms, kOpened, replace},
+    {"at-split", "scan", "at-split", {"0", "0 list"}, 0ms, kOpened, replace},
+    {"at-blank", "scan", "at-blank", {"9"}, 0ms, kOpened, replace},
+    {"at-late", "scan", "at-late", {"9"}, 0ms, kOpened, replace},
+    {"at-silent, first", "scan", "at-silent:1", {"9"}, 3990ms, kOpened, replace},
+    {"at-silent, last", "scan", "at-silent:7", {"0"}, 1990ms, kOpened, replace},
     {"at-error, command 1", "scan", "at-error:1", {"0 list"}, 0ms, kOpened},
     {"at-error, command 2", "scan", "at-error:2", {"0 list"}, 0ms, kOpened},
     {"at-error, command 3", "scan", "at-error:3", {"9"}, 0ms, kOpened},
@@ -225,16 +195,8 @@ const Special kSpecials[] = {
 
     {"ble-split", "press", "ble-split", {"called"}, 0ms, kSoon},
     {"ble-bytes", "press", "ble-bytes", {"called"}, 0ms, kSoon},
-    {"ble-pause, first",
-     "press",
-     "ble-pause:2",
-     {"none"},
-     0ms,
-     kOpened,
-     Recovery::handle,
-     "",
-     kQuiet},
-    {"ble-silent, first", "press", "ble-silent:1", {"called"}, 0ms, kSoon, Recovery::replace, "7"},
+    {"ble-pause, first", "press", "ble-pause:2", {"none"}, 0ms, kOpened, handle, "", kQuiet},
+    {"ble-silent, first", "press", "ble-silent:1", {"called"}, 0ms, kSoon, replace, "7"},
 
     {"ble-split", "close", "ble-split", {"closed"}, 0ms, kClosed},
     {"ble-bytes", "close", "ble-bytes", {"closed"}, 0ms, kClosed},
@@ -243,53 +205,32 @@ const Special kSpecials[] = {
     {"ble-length, first", "close", "ble-length:2", {"closed"}, 0ms, kClosed},
     {"ble-joined, first", "close", "ble-joined:2", {"closed"}, 0ms, kClosed},
     {"ble-pause, first", "close", "ble-pause:2", {"closed"}, 0ms, kClosed},
-    {"ble-late", "close", "ble-late", {"closed"}, 0ms, kClosed, Recovery::replace},
-    {"ble-silent, first", "close", "ble-silent:1", {"closed"}, 0ms, kClosed, Recovery::replace},
+    {"ble-late", "close", "ble-late", {"closed"}, 0ms, kClosed, replace},
+    {"ble-silent, first", "close", "ble-silent:1", {"closed"}, 0ms, kClosed, replace},
     {"link-drop, first", "close", "link-drop:1", {"closed"}, 0ms, kClosed},
     {"unplug, first", "close", "unplug:2", {"closed"}, 0ms, kClosed},
-    {"at-silent, first",
-     "close",
-     "at-silent:9",
-     {"closed"},
-     1990ms,
-     kClosedUnanswered,
-     Recovery::replace},
-    {"at-silent, last",
-     "close",
-     "at-silent:10",
-     {"closed"},
-     990ms,
-     kClosedUnanswered,
-     Recovery::replace},
+    {"at-silent, first", "close", "at-silent:9", {"closed"}, 1990ms, kClosedUnanswered, replace},
+    {"at-silent, last", "close", "at-silent:10", {"closed"}, 990ms, kClosedUnanswered, replace},
     // The link that is then left over is dropped by the next opening.
     {"at-error, command 1", "close", "at-error:9", {"closed"}, 0ms, kClosedUnanswered},
     {"at-error, command 2", "close", "at-error:10", {"closed"}, 0ms, kClosed},
 };
 
-constexpr const char* kOpeningRows[] = {
-    "at-silent, first",
-    "at-silent, last",
-    "at-error, command 1",
-    "at-error, command 2",
-    "at-error, command 3",
-    "at-error, command 4",
-    "at-error, command 5",
-    "at-error, command 6",
-    "at-error, command 7",
-    "at-error, command 8",
-    "at-split",
-    "at-blank",
-    "at-late",
-    "no-link",
-    "one-byte",
-};
-
-std::string rowOf(const Rule& rule) {
-    const char* const suffix = rule.place == Place::first  ? ", first"
-                               : rule.place == Place::last ? ", last"
-                                                           : "";
-    return std::string(rule.fault) + suffix;
-}
+constexpr const char* kOpeningRows[] = {"at-silent, first",
+                                        "at-silent, last",
+                                        "at-error, command 1",
+                                        "at-error, command 2",
+                                        "at-error, command 3",
+                                        "at-error, command 4",
+                                        "at-error, command 5",
+                                        "at-error, command 6",
+                                        "at-error, command 7",
+                                        "at-error, command 8",
+                                        "at-split",
+                                        "at-blank",
+                                        "at-late",
+                                        "no-link",
+                                        "one-byte"};
 
 /// Packets from the host, to the host, and replies are numbered alike: 1 is the hello's. A link
 /// that ends and an instrument that falls silent still answer the packet before.
@@ -317,7 +258,7 @@ void addRuled(std::vector<Cell>& cells, const Rule& rule, const Operation& opera
         return;
     }
     const std::size_t struck = rule.place == Place::last ? steps - 1 : 0;
-    Cell cell{Kind::wireless, rowOf(rule), operation.name, {}};
+    Cell cell{Kind::wireless, rowOf(rule.fault, rule.place), operation.name, {}};
     cell.expected.struckStep = struck;
     cell.expected.options = optionOf(rule, struck);
     rule.expect(cell.expected, operation.wireless[struck]);
@@ -330,7 +271,7 @@ std::vector<Cell> wirelessCells() {
     std::vector<Cell> cells;
     for (const Rule& rule : kRules) {
         for (const Operation& operation : operations()) {
-            addSpecials(cells, rowOf(rule), operation);
+            addSpecials(cells, rowOf(rule.fault, rule.place), operation);
             addRuled(cells, rule, operation);
         }
     }

@@ -49,28 +49,6 @@ std::vector<Cell> chosenCells(const Choice& choice) {
     return cells;
 }
 
-/// The results in the cells' order; those that wait longest begin first.
-std::vector<Result> run(const std::vector<Cell>& cells, std::size_t jobs) {
-    std::vector<std::size_t> order(cells.size());
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        order[i] = i;
-    }
-    std::ranges::stable_sort(order, std::greater(), [&](std::size_t i) {
-        const Expectation& expected = cells[i].expected;
-        return expected.atLeast + expected.settle + expected.pause;
-    });
-    std::vector<Cell> ordered;
-    for (const std::size_t i : order) {
-        ordered.push_back(cells[i]);
-    }
-    std::vector<Result> ran = runAll(ordered, jobs);
-    std::vector<Result> results(cells.size());
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        results[order[i]] = std::move(ran[i]);
-    }
-    return results;
-}
-
 /// Side by side cells may be late, or a scan's answers too late to open an instrument, because there
 /// is too much else to do: alone they may not.
 void judgeTimesAgain(const std::vector<Cell>& cells, std::vector<Result>& results) {
@@ -102,7 +80,7 @@ int runMatrix(const Choice& choice) {
             warmUp(kind);
         }
     }
-    std::vector<Result> results = run(cells, choice.jobs);
+    std::vector<Result> results = runAll(cells, choice.jobs);
     judgeTimesAgain(cells, results);
     if (choice.isMarkdown) {
         printMarkdown(cells, results);

@@ -31,6 +31,13 @@ std::string withDefault(const std::string& options, const std::string& name,
     return options.find(name) == std::string::npos ? name + " " + value + " " + options : options;
 }
 
+std::string withDefaults(std::string options, const std::string& logFile) {
+    if (options.find("--adapter") != std::string::npos) {
+        options = withDefault(options, "--at-delay", "2");
+    }
+    return withDefault(withDefault(options, "--measure-time", "0"), "--log", logFile);
+}
+
 }  // namespace
 
 VirtualInstrument::VirtualInstrument(const std::string& options, const std::string& slaves)
@@ -45,8 +52,7 @@ VirtualInstrument::VirtualInstrument(const std::string& options, const std::stri
     std::ofstream(ownPath(directory_ + "/start.sh"), std::ios::binary)
         << "mkfifo " << directory_ << "/keys\n"
         << CQAPI_TEST_VIRTUAL_INSTRUMENT << " --until-eof --link " << place.link << " --noise 0 "
-        << withDefault(withDefault(options, "--measure-time", "0"), "--log",
-                       directory_ + "/line.log")
+        << withDefaults(options, directory_ + "/line.log")
         << (slaves.empty() ? "" : " --slaves " + slavesFile) << " <" << directory_ << "/keys >"
         << directory_ << "/printed 2>&1\n"
         << "rm " << directory_ << "/keys\n"

@@ -5,9 +5,12 @@
 
 namespace cqtest {
 
+/// The first of the usual instruments within an adapter's reach.
+inline constexpr const char* kFirstAddress = "C4BE84A1B2C3";
+
 /// A virtual instrument that a test talks to: a program of its own at the other end of a serial
 /// line. It starts uncalibrated, empty, without noise, and measures at once. With the option
-/// --adapter it is a wireless adapter with such instruments within reach.
+/// --adapter it is a wireless adapter, which answers soon, with such instruments within reach.
 class VirtualInstrument {
   public:
     /// \param options added to its command line; with --log the line's log goes elsewhere.

@@ -14,9 +14,9 @@
 #include <mutex>
 #include <random>
 #include <thread>
-#include <vector>
 
 #include "endtoend/wireless/Wireless.h"
+#include "peer/AtOnce.h"
 #include "reliability/Rounds.h"
 
 namespace cqtest {
@@ -58,24 +58,18 @@ class Race {
 
     void run(int rounds) {
         std::barrier line(kThreads);
-        std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < kThreads; ++i) {
-            threads.emplace_back([this, rounds, i, &line] {
-                std::mt19937 random(static_cast<unsigned>(i));
-                for (int round = 0; round < rounds; ++round) {
-                    if (i == 0) {
-                        handle_ = open_(instrument_.portName());
-                        EXPECT_NE(handle_, nullptr) << "round " << round;
-                    }
-                    line.arrive_and_wait();
-                    play((i + static_cast<std::size_t>(round)) % kThreads, round, random);
-                    line.arrive_and_wait();
+        atOnce(kThreads, [&](std::size_t i) {
+            std::mt19937 random(static_cast<unsigned>(i));
+            for (int round = 0; round < rounds; ++round) {
+                if (i == 0) {
+                    handle_ = open_(instrument_.portName());
+                    EXPECT_NE(handle_, nullptr) << "round " << round;
                 }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+                line.arrive_and_wait();
+                play((i + static_cast<std::size_t>(round)) % kThreads, round, random);
+                line.arrive_and_wait();
+            }
+        });
         EXPECT_GT(answered_, 0) << "no call came before the closing: there was no race";
         EXPECT_GT(heard_, 0) << "no callback came before the closing: there was no race";
         std::cout << rounds << " rounds, " << answered_ << " calls answered, " << heard_
@@ -140,12 +134,11 @@ class Race {
     void lookUp() {
         const CqHandle handle = handle_;
         for (int i = 0; i < 200; ++i) {
-            std::array<char, 256> name{};
-            const std::uint32_t code =
-                cqGetPortName(handle, name.data(), static_cast<std::int32_t>(name.size() - 1));
+            char name[256] = {};
+            const std::uint32_t code = cqGetPortName(handle, name, sizeof(name) - 1);
             EXPECT_TRUE(code == CQ_NO_ERROR || code == CQ_NOT_SUPPORTED) << code;
             // A handle that is being closed has no port any more.
-            const std::string text = name.data();
+            const std::string text = name;
             EXPECT_TRUE(text.empty() || text == instrument_.portName()) << text;
             cqIsValidHandle(handle);
         }

@@ -3,33 +3,25 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <filesystem>
-#include <iterator>
+#include <cstdint>
+#include <fstream>
+
+#include "peer/posix/OwnProcess.h"
 
 namespace cqtest::soak {
 namespace {
 
-std::int64_t entries(const char* folder) {
-    namespace fs = std::filesystem;
-    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
-}
-
 std::int64_t residentBytes() {
-    std::FILE* const file = std::fopen("/proc/self/statm", "r");
-    long long total = 0;
-    long long resident = 0;
-    const bool isRead = file != nullptr && std::fscanf(file, "%lld %lld", &total, &resident) == 2;
-    if (file != nullptr) {
-        std::fclose(file);
-    }
-    return isRead ? resident * sysconf(_SC_PAGESIZE) : 0;
+    std::int64_t total = 0;
+    std::int64_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
 }
 
 }  // namespace
 
 Reading Reading::now(std::chrono::seconds at, std::uint64_t operations) {
-    return {at, residentBytes(), entries("/proc/self/fd"), entries("/proc/self/task"), operations};
+    return {at, residentBytes(), ownDescriptors(), ownThreads(), operations};
 }
 
 const Reading* Gauges::settled() const {

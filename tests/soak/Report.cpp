@@ -12,23 +12,14 @@ using Row = std::vector<std::string>;
 
 constexpr std::size_t kGaugeRows = 12;
 
+std::string fixed(double value, int digits) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.*f", digits, value);
+    return text;
+}
+
 std::string toMilliseconds(Histogram::Microseconds time) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.3f", static_cast<double>(time) / 1000);
-    return text;
-}
-
-std::string toMegabytes(std::int64_t bytes) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.2f", static_cast<double>(bytes) / 1e6);
-    return text;
-}
-
-std::string toClock(std::chrono::seconds at) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%02lld:%02lld", static_cast<long long>(at.count() / 60),
-                  static_cast<long long>(at.count() % 60));
-    return text;
+    return fixed(static_cast<double>(time) / 1000, 3);
 }
 
 /// The first row is the heading; its first column is to the left, the others to the right.
@@ -97,6 +88,17 @@ void printGauges(const Gauges& gauges, bool isMarkdown) {
 
 }  // namespace
 
+std::string toMegabytes(std::int64_t bytes) {
+    return fixed(static_cast<double>(bytes) / 1e6, 2);
+}
+
+std::string toClock(std::chrono::seconds at) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%02lld:%02lld", static_cast<long long>(at.count() / 60),
+                  static_cast<long long>(at.count() % 60));
+    return text;
+}
+
 bool printReport(const Run& run, const Statistics& statistics, const Gauges& gauges,
                  bool isMarkdown) {
     const std::uint64_t lost = statistics.lost();
@@ -114,20 +116,19 @@ bool printReport(const Run& run, const Statistics& statistics, const Gauges& gau
     printGauges(gauges, isMarkdown);
 
     const auto number = [](auto value) { return std::to_string(value); };
-    std::vector<Row> rows{{"result", ""}};
-    rows.push_back({"operations", number(statistics.operations())});
-    rows.push_back({"operations lost", number(lost)});
-    rows.push_back({"operations with wrong data", number(wrong)});
-    rows.push_back(
-        {"stored records compared byte for byte", number(statistics.recordsCompared.load())});
-    rows.push_back({"callbacks expected, received", number(expected) + ", " + number(received)});
     const Reading* const settled = gauges.settled();
-    rows.push_back({"memory growth from " + (settled ? toClock(settled->at) : "the start") + ", MB",
-                    toMegabytes(growth)});
-    rows.push_back({"descriptors before, after",
-                    number(run.before.descriptors) + ", " + number(run.after.descriptors)});
-    rows.push_back(
-        {"threads before, after", number(run.before.threads) + ", " + number(run.after.threads)});
+    const std::vector<Row> rows{
+        {"result", ""},
+        {"operations", number(statistics.operations())},
+        {"operations lost", number(lost)},
+        {"operations with wrong data", number(wrong)},
+        {"stored records compared byte for byte", number(statistics.recordsCompared.load())},
+        {"callbacks expected, received", number(expected) + ", " + number(received)},
+        {"memory growth from " + (settled ? toClock(settled->at) : "the start") + ", MB",
+         toMegabytes(growth)},
+        {"descriptors before, after",
+         number(run.before.descriptors) + ", " + number(run.after.descriptors)},
+        {"threads before, after", number(run.before.threads) + ", " + number(run.after.threads)}};
     printTable(rows, isMarkdown);
 
     const bool isRight = lost == 0 && wrong == 0 && !isHeldBack && growth < kAllowedGrowth &&

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <string>
 
 #include "soak/Gauges.h"
 #include "soak/Statistics.h"
@@ -16,6 +18,10 @@ struct Run {
     Reading before;  ///< before the first instrument was opened
     Reading after;   ///< when all were closed
 };
+
+std::string toMegabytes(std::int64_t bytes);
+/// Minutes and seconds.
+std::string toClock(std::chrono::seconds at);
 
 /// Prints what was done and what came of it, as text or as Markdown. \return true when nothing was
 /// lost, wrong or left behind.

@@ -65,6 +65,8 @@ class Statistics {
     void report(const std::string& problem);
 
   private:
+    std::uint64_t sum(std::uint64_t (*part)(const Tally&)) const;
+
     std::array<std::array<Tally, kKinds>, 2> tallies_{};
     std::mutex reportMutex_;
     int reported_ = 0;

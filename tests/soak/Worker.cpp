@@ -19,7 +19,7 @@ std::string optionsFor(const Worker::Settings& settings) {
                                std::to_string(kCapacity) + " --standards " + stored +
                                " --samples " + stored + " ";
     return settings.isWired ? common + "--max-packet " + std::to_string(settings.maxPacket)
-                            : common + "--adapter --at-delay 2";
+                            : common + "--adapter";
 }
 
 }  // namespace
@@ -62,6 +62,11 @@ Worker::Worker(const Settings& settings, Statistics& statistics, const std::atom
       random_(settings.number + 1),
       room_(kCapacity) {
     received_.reserve(kCapacity);
+    std::vector<unsigned> weights;
+    for (const Action& action : kActions) {
+        weights.push_back(action.weight);
+    }
+    byWeight_ = {weights.begin(), weights.end()};
 }
 
 void Worker::run() {
@@ -82,23 +87,10 @@ void Worker::run() {
 }
 
 const Worker::Action& Worker::choose() {
-    static const unsigned total = [] {
-        unsigned sum = 0;
-        for (const Action& action : kActions) {
-            sum += action.weight;
-        }
-        return sum;
-    }();
     for (;;) {
-        unsigned place = chance(total);
-        for (const Action& action : kActions) {
-            if (place < action.weight) {
-                if (canDo(action.kind)) {
-                    return action;
-                }
-                break;
-            }
-            place -= action.weight;
+        const Action& action = kActions[byWeight_(random_)];
+        if (canDo(action.kind)) {
+            return action;
         }
     }
 }

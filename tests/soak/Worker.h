@@ -89,6 +89,7 @@ class Worker {
     CqHandle handle_ = nullptr;
     Memory memory_;
     std::minstd_rand random_;
+    std::discrete_distribution<std::size_t> byWeight_;  // of the actions
     std::vector<CqMeasurementRecord> room_;
     std::uint32_t written_ = 0;  // tells the records apart that were downloaded
 

@@ -4,14 +4,14 @@
 #include <chrono>
 #include <cstring>
 
-#include "faults/MeasuredRecord.h"
+#include "endtoend/NumberedRecords.h"
+#include "peer/MeasuredRecord.h"
 #include "soak/Worker.h"
 
 namespace cqtest::soak {
 namespace {
 
 constexpr std::size_t kPortion = 8;
-constexpr const char* kSlaveAddress = "C4BE84A1B2C3";
 
 template <class T>
 bool isSame(const T& left, const T& right) {
@@ -108,11 +108,7 @@ std::uint32_t Worker::download() {
     const std::size_t free = kCapacity - memory_.standards.size();
     const auto count = static_cast<std::uint32_t>(std::min<std::size_t>(chance(4) + 1, free));
     for (std::uint32_t i = 0; i < count; ++i) {
-        ++written_;
-        for (std::size_t at = 0; at < sizeof(room_[i].bytes); ++at) {
-            room_[i].bytes[at] = static_cast<std::uint8_t>(written_ * 37 + at * 11);
-        }
-        std::memcpy(room_[i].bytes, &written_, sizeof(written_));
+        room_[i] = numberedRecord(++written_);
     }
     const std::uint32_t code = cqDownloadStandards(handle_, room_.data(), count);
     memory_.standards.insert(memory_.standards.end(), room_.begin(), room_.begin() + count);
@@ -202,7 +198,7 @@ std::uint32_t Worker::close() {
 
 std::uint32_t Worker::open() {
     handle_ = settings_.isWired ? cqOpen(instrument_.portName())
-                                : cqOpenByBleDongle(instrument_.portName(), kSlaveAddress);
+                                : cqOpenByBleDongle(instrument_.portName(), kFirstAddress);
     return handle_ == nullptr
                ? std::uint32_t{CQ_FAIL_TO_OPEN}
                : cqSetMeasurementResultReceivedCallback(handle_, &Worker::receive, this);

@@ -9,10 +9,12 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <memory>
 #include <thread>
 #include <vector>
 
+#include "peer/AtOnce.h"
 #include "soak/Gauges.h"
 #include "soak/Report.h"
 #include "soak/Statistics.h"
@@ -75,19 +77,12 @@ std::vector<std::unique_ptr<Worker>> startInstruments(const Choice& choice, Stat
 }
 
 void showProgress(const Reading& reading, const Statistics& statistics) {
-    std::printf(
-        "%02lld:%02lld %10llu operations, %llu lost, %llu wrong, %llu of %llu callbacks, "
-        "RSS %.2f MB, %lld descriptors, %lld threads\n",
-        static_cast<long long>(reading.at.count() / 60),
-        static_cast<long long>(reading.at.count() % 60),
-        static_cast<unsigned long long>(reading.operations),
-        static_cast<unsigned long long>(statistics.lost()),
-        static_cast<unsigned long long>(statistics.wrong()),
-        static_cast<unsigned long long>(statistics.callbacksReceived.load()),
-        static_cast<unsigned long long>(statistics.callbacksExpected.load()),
-        static_cast<double>(reading.rssBytes) / 1e6, static_cast<long long>(reading.descriptors),
-        static_cast<long long>(reading.threads));
-    std::fflush(stdout);
+    std::cout << toClock(reading.at) << ' ' << reading.operations << " operations, "
+              << statistics.lost() << " lost, " << statistics.wrong() << " wrong, "
+              << statistics.callbacksReceived << " of " << statistics.callbacksExpected
+              << " callbacks, RSS " << toMegabytes(reading.rssBytes) << " MB, "
+              << reading.descriptors << " descriptors, " << reading.threads << " threads"
+              << std::endl;
 }
 
 /// Watches until the time is up or somebody wants an end. \return how long that was.
@@ -98,10 +93,7 @@ std::chrono::seconds watch(std::chrono::seconds duration, const Statistics& stat
     const auto start = Clock::now();
     auto nextProgress = period;
     for (std::chrono::seconds at{0}; at < duration;) {
-        const auto left = start + at + 1s - Clock::now();
-        const auto nanoseconds = std::max<std::int64_t>(
-            0, std::chrono::duration_cast<std::chrono::nanoseconds>(left).count());
-        const timespec wait{0, static_cast<long>(std::min<std::int64_t>(nanoseconds, 999'999'999))};
+        const timespec wait{0, 100'000'000};
         if (sigtimedwait(&signals, nullptr, &wait) > 0) {
             return at;
         }
@@ -130,16 +122,11 @@ int soak(const Choice& choice) {
     auto workers = startInstruments(choice, *statistics, mustStop);
 
     Run run{choice.wired, choice.wireless, {}, Reading::now(0s, 0), {}};
-    std::vector<std::thread> threads;
-    threads.reserve(workers.size());
-    for (const auto& worker : workers) {
-        threads.emplace_back([&worker] { worker->run(); });
-    }
+    std::thread all(
+        [&] { cqtest::atOnce(workers.size(), [&](std::size_t i) { workers[i]->run(); }); });
     run.duration = watch(duration, *statistics, gauges);
     mustStop = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    all.join();
     run.after = Reading::now(run.duration, statistics->operations());
     workers.clear();
     return printReport(run, *statistics, gauges, choice.isMarkdown) ? 0 : 1;

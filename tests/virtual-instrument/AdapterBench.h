@@ -39,8 +39,7 @@ class AdapterBench {
     AdapterBench() : AdapterBench(Set{}) {}
     explicit AdapterBench(Set set)
         : protocol_(
-              settings(std::move(set)), [] { return 1'700'000'000U; }, line_, log_,
-              [this] { isUnplugged = true; }) {}
+              settings(std::move(set)), [] { return 1'700'000'000U; }, line_, log_, [] {}) {}
     explicit AdapterBench(std::initializer_list<std::string> faults)
         : AdapterBench(withFaults(faults)) {}
 
@@ -83,18 +82,14 @@ class AdapterBench {
     std::string log() const { return logged_.str(); }
 
     static std::string text(const std::vector<Piece>& pieces) {
-        std::string all;
-        for (const Piece& piece : pieces) {
-            all += piece.text;
-        }
         std::string lines;
-        const char* separator = "";
-        for (std::size_t at = all.find("\r\n"); at != std::string::npos; at = all.find("\r\n")) {
-            lines += separator + all.substr(0, at);
-            all.erase(0, at + 2);
-            separator = "|";
+        for (const Piece& piece : pieces) {
+            lines += piece.text;
         }
-        return lines + all;
+        for (auto at = lines.find("\r\n"); at != lines.npos; at = lines.find("\r\n")) {
+            lines.replace(at, 2, "|");
+        }
+        return lines.ends_with('|') ? lines.substr(0, lines.size() - 1) : lines;
     }
     static std::string bytesOf(const std::vector<Piece>& pieces) {
         Bytes bytes;
@@ -103,8 +98,6 @@ class AdapterBench {
         }
         return hexText(bytes);
     }
-
-    bool isUnplugged = false;
 
   private:
     static Instrument::Settings quick() {

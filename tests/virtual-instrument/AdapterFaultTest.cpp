@@ -9,12 +9,14 @@ namespace {
 
 using testing::HasSubstr;
 
+/// Two answers under a fault.
+struct Case {
+    const char* fault;
+    std::string first;
+    std::string second;
+};
+
 TEST(AdapterFault, SpoilsTheModulesAnswersAsItSays) {
-    struct Case {
-        const char* fault;
-        std::string first;
-        std::string second;
-    };
     const Case cases[] = {
         {"at-silent", "", ""},
         {"at-silent:2", "MT=1", ""},
@@ -35,11 +37,6 @@ TEST(AdapterFault, SpoilsTheModulesAnswersAsItSays) {
 TEST(AdapterFault, SpoilsTheInstrumentsRepliesAsItSays) {
     const std::string fail = "02 01 04 00 46 41 49 4C";
     const std::string inval = "02 01 05 00 49 4E 56 41 4C";
-    struct Case {
-        const char* fault;
-        std::string first;
-        std::string second;
-    };
     const Case cases[] = {
         {"ble-silent", "", ""},
         {"ble-silent:2", kNone, ""},
@@ -49,18 +46,16 @@ TEST(AdapterFault, SpoilsTheInstrumentsRepliesAsItSays) {
         {"ble-joined:3", kNone, kNone + " " + kNone},
         {"ble-late:20", "", kNone + " " + kNone},
         {"link-drop:2", kNone, "2B 44 49 53 43 4F 4E 4E 45 43 54 45 44 0D 0A"},
-        {"unplug:3", kNone, ""},
     };
     for (const Case& c : cases) {
         AdapterBench bench({c.fault});
         bench.linked().packet(kHello, milliseconds(500));
         EXPECT_EQ(bench.packet(kCount, milliseconds(10)), c.first) << c.fault;
         EXPECT_EQ(bench.packet(kCount, milliseconds(200)), c.second) << c.fault;
-        EXPECT_EQ(bench.isUnplugged, std::string(c.fault) == "unplug:3");
     }
 }
 
-TEST(AdapterFault, CutsPacketsInTwo) {
+TEST(AdapterFault, CutsPacketsAndLinesInTwo) {
     const std::string half = "02 01 04 00";
     const std::string rest = "00 00 00 00";
     AdapterBench paused({"ble-pause:2"});
@@ -69,42 +64,14 @@ TEST(AdapterFault, CutsPacketsInTwo) {
     EXPECT_EQ(AdapterBench::bytesOf(paused.after(milliseconds(1))), rest);
     EXPECT_EQ(paused.packet(kCount), kNone) << "once";
 
-    AdapterBench split({"ble-split"});
+    AdapterBench split({"ble-split", "at-split"});
+    EXPECT_EQ(split.at("AT+MT=1", milliseconds(49)), "MT=");
+    EXPECT_EQ(AdapterBench::text(split.after(milliseconds(1))), "1");
     split.linked().packet(kHello, milliseconds(500));
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(split.packet(kCount, milliseconds(99)), half);
         EXPECT_EQ(AdapterBench::bytesOf(split.after(milliseconds(1))), rest);
     }
-}
-
-TEST(AdapterFault, SplitLinesComeInTwoPieces) {
-    AdapterBench bench({"at-split"});
-    bench.at("AT+MT=1", milliseconds(0));
-    const auto pieces = bench.after(milliseconds(100));
-    ASSERT_EQ(pieces.size(), 2U);
-    EXPECT_EQ(pieces[0].text, "MT=");
-    EXPECT_EQ(pieces[0].at + milliseconds(30), pieces[1].at);
-}
-
-TEST(Slaves, AreReadFromJson) {
-    Instrument::Settings usual;
-    usual.capacity = 9;
-    usual.samples = 4;
-    const auto slaves = adapter::parseSlaves(
-        R"([{"name": "A, B", "address": "C4BE84A1B2C3", "rssi": -67, "calibrated": true,
-             "standards": 9, "serial": "X-1"},
-            {"name": "C", "address": "00", "rssi": -1, "samples": 0}])",
-        usual);
-    ASSERT_EQ(slaves.size(), 2U);
-    EXPECT_EQ(slaves[0].name, "A, B");
-    EXPECT_EQ(slaves[0].rssi, -67);
-    EXPECT_TRUE(slaves[0].instrument.isCalibrated);
-    EXPECT_EQ(slaves[0].instrument.standards, 9U);
-    EXPECT_EQ(slaves[0].instrument.samples, 4U);
-    EXPECT_EQ(slaves[0].instrument.serial, "X-1");
-    EXPECT_EQ(slaves[1].address, "00");
-    EXPECT_EQ(slaves[1].instrument.samples, 0U);
-    EXPECT_TRUE(adapter::parseSlaves("[]", usual).empty());
 }
 
 TEST(Slaves, TellWhatIsWrongAndWhere) {

@@ -67,8 +67,7 @@ class Bench {
     explicit Bench(Set set)
         : instrument(std::move(set.instrument), [] { return 1'700'000'000U; }),
           out_(set.toHost),
-          protocol(instrument, out_, log_, std::move(set.protocol),
-                   [this] { isUnplugged = true; }) {}
+          protocol(instrument, out_, log_, std::move(set.protocol), [] {}) {}
 
     /// The host writes; gives what comes back at once.
     std::string host(const std::string& text) {
@@ -92,7 +91,6 @@ class Bench {
     std::string log() const { return text_.str(); }
 
     TimePoint now = kStart;
-    bool isUnplugged = false;
     Instrument instrument;
 
   private:

@@ -21,17 +21,6 @@ std::size_t takenBy(DelayLine& line, TimePoint now) {
     return count;
 }
 
-TEST(DelayLine, LetsEverythingThroughAtOnceByDefault) {
-    DelayLine line({});
-    EXPECT_EQ(line.push(hex("01 02 03"), kStart), kStart);
-    line.push(hex("04"), kStart);
-    EXPECT_EQ(hexText(line.due(kStart)), "01 02 03 04");
-    line.consume(3);
-    EXPECT_EQ(hexText(line.due(kStart)), "04");
-    line.consume(1);
-    EXPECT_FALSE(line.next());
-}
-
 TEST(DelayLine, CarriesBytesAtItsRateBehindEachOther) {
     DelayLine line({.latency = milliseconds(5), .perByte = microseconds(100)});
     EXPECT_EQ(line.push(Bytes(25), kStart), kStart + microseconds(7500));

@@ -53,57 +53,32 @@ TEST(Scan, ListsEveryoneInTheOrderHeard) {
     EXPECT_NE(log.find("command AT+SC", first + 1), std::string::npos) << "the scan was ended";
 }
 
-TEST(Scan, FetchesResultsThatAreAtHandAndLetsThePortGo) {
-    const Adapter adapter("--scan-ready", kSlaves);
-    for (int round = 0; round < 3; ++round) {
-        const Scan scan(adapter.portName());
-        EXPECT_EQ(scan.code, CQ_NO_ERROR);
-        expectList(scan.list, kExpected);
-    }
-}
-
-TEST(Scan, SurvivesAnswersThatComeInPiecesOrSlowly) {
-    for (const char* options :
-         {"--fault at-split", "--scan-ready --fault at-split", "--scan-ready --at-delay 40"}) {
+TEST(Scan, SurvivesAnswersThatAreAtHandOrComeInPiecesOrSlowlyAndLetsThePortGo) {
+    for (const char* options : {"--scan-ready", "--fault at-split", "--scan-ready --fault at-split",
+                                "--scan-ready --at-delay 40"}) {
         SCOPED_TRACE(options);
         const Adapter adapter(options, kSlaves);
-        const Scan scan(adapter.portName());
-        EXPECT_EQ(scan.code, CQ_NO_ERROR);
-        expectList(scan.list, kExpected);
+        for (int round = 0; round < 2; ++round) {
+            const Scan scan(adapter.portName());
+            EXPECT_EQ(scan.code, CQ_NO_ERROR);
+            expectList(scan.list, kExpected);
+        }
     }
 }
 
 TEST(Scan, TellsWhyThereIsNoList) {
     const Adapter deserted("--scan-ready", "[]");
     const Adapter blank("--fault at-blank");
-    const Adapter unwilling("--fault at-error:3");
-    struct Case {
-        const char* port;
-        std::uint32_t code;
-    };
-    const Case cases[] = {
-        {deserted.portName(), CQ_NO_ERROR},
-        {nullptr, CQ_INVALID_PARAMETER},
-        {"", CQ_FAIL_TO_OPEN},
-        {"cqapi-no-such-port", CQ_FAIL_TO_OPEN},
-        {blank.portName(), CQ_SYSTEM_ERROR},
-        {unwilling.portName(), CQ_SYSTEM_ERROR},
-        {unwilling.portName(), CQ_NO_ERROR},  // it was unwilling once
-    };
-    for (const Case& c : cases) {
-        const Scan scan(c.port);
-        EXPECT_EQ(scan.code, c.code) << (c.port == nullptr ? "null" : c.port);
-        EXPECT_EQ(scan.list == nullptr, c.code != CQ_NO_ERROR || c.port == deserted.portName());
+    const std::pair<const char*, std::uint32_t> cases[] = {{deserted.portName(), CQ_NO_ERROR},
+                                                           {nullptr, CQ_INVALID_PARAMETER},
+                                                           {"", CQ_FAIL_TO_OPEN},
+                                                           {"cqapi-no-such-port", CQ_FAIL_TO_OPEN},
+                                                           {blank.portName(), CQ_SYSTEM_ERROR}};
+    for (const auto& [port, code] : cases) {
+        const Scan scan(port);
+        EXPECT_EQ(scan.code, code) << (port == nullptr ? "null" : port);
+        EXPECT_EQ(scan.list, nullptr);
     }
-}
-
-TEST(Scan, PortWithoutAModuleIsNoAdapter) {
-    const Adapter silent("--fault at-silent");
-    const auto start = std::chrono::steady_clock::now();
-    const Scan scan(silent.portName());
-    EXPECT_EQ(scan.code, CQ_SYSTEM_ERROR);
-    EXPECT_EQ(scan.list, nullptr);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 }  // namespace

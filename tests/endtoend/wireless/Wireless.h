@@ -6,21 +6,12 @@
 
 namespace cqtest {
 
-// The usual instruments within an adapter's reach. The second one has the strongest signal.
-inline constexpr const char* kFirstAddress = "C4BE84A1B2C3";
+// The second of the usual instruments within an adapter's reach.
 inline constexpr const char* kStrongestSerial = "VI-000002";
 
-/// An adapter that, if not told otherwise, answers soon.
-class Adapter : public VirtualInstrument {
-  public:
+struct Adapter : VirtualInstrument {
     explicit Adapter(const std::string& options = {}, const std::string& slaves = {})
-        : VirtualInstrument("--adapter " + withSoonAnswers(options), slaves) {}
-
-  private:
-    static std::string withSoonAnswers(const std::string& options) {
-        return options.find("--at-delay") == std::string::npos ? "--at-delay 2 " + options
-                                                               : options;
-    }
+        : VirtualInstrument("--adapter " + options, slaves) {}
 };
 
 /// An adapter and the library's connection to the first instrument within its reach. Connecting

@@ -2,9 +2,9 @@
 
 #include <dlfcn.h>
 
-#include <filesystem>
-#include <iterator>
 #include <stdexcept>
+
+#include "peer/posix/OwnProcess.h"
 
 namespace cqtest {
 
@@ -36,9 +36,7 @@ bool SharedLibrary::isLoaded(const std::string& path) {
 }
 
 std::size_t countThreads() {
-    namespace fs = std::filesystem;
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator("/proc/self/task"), fs::directory_iterator()));
+    return static_cast<std::size_t>(ownThreads());
 }
 
 }  // namespace cqtest

@@ -1,11 +1,10 @@
-// The wired packets' bytes, and finding the host's packets in what comes over the line.
+// Finding the host's packets in what comes over the line.
 
-#include "wired/Packet.h"
+#include "wired/Scanner.h"
 
 #include <gmock/gmock.h>
 
 #include "Bench.h"
-#include "wired/Scanner.h"
 
 namespace vi::wired {
 namespace {
@@ -15,17 +14,6 @@ using test::hexText;
 using test::kStart;
 using test::milliseconds;
 using testing::ElementsAre;
-
-TEST(Packet, HasTheBytesOfTheProtocol) {
-    const Bytes digits{'1', '2', '3', '4', '5', '6', '7', '8', '9'};
-    EXPECT_EQ(hexText(dataPacket(7, kMore, 0x010203, digits)),
-              "AA 55 A6 07 03 02 01 40 0B 00 31 32 33 34 35 36 37 38 39 B1 29");
-    EXPECT_EQ(hexText(dataPacket(7, kLast, 0, {})), "AA 55 A6 07 00 00 00 00 02 00 FF FF");
-    EXPECT_EQ(hexText(abortDataPacket(7, 0x0102)), "AA 55 A6 07 02 01 00 FF 00 00");
-    EXPECT_EQ(hexText(acknowledgement(7, kSendAgain, 5)), "AA 55 A7 07 05 00 00 80");
-    EXPECT_EQ(hexText(shakeHandsAcknowledgement(254, 0x0400)),
-              "AA 55 A2 FE 00 00 04 01 1F 00 00 00 00");
-}
 
 /// Feeds the pieces 10 ms apart and then waits.
 struct Scan {

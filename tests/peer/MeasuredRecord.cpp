@@ -1,4 +1,4 @@
-#include "faults/MeasuredRecord.h"
+#include "peer/MeasuredRecord.h"
 
 #include <cstddef>
 
