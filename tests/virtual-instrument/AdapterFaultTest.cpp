@@ -10,14 +10,14 @@ namespace {
 using testing::HasSubstr;
 
 /// Two answers under a fault.
-struct Case {
+struct AdapterCase {
     const char* fault;
     std::string first;
     std::string second;
 };
 
 TEST(AdapterFault, SpoilsTheModulesAnswersAsItSays) {
-    const Case cases[] = {
+    const AdapterCase cases[] = {
         {"at-silent", "", ""},
         {"at-silent:2", "MT=1", ""},
         {"at-error", "ERROR", "OK|+CONNECTED>>0xC4BE84A1B2C3"},
@@ -27,7 +27,7 @@ TEST(AdapterFault, SpoilsTheModulesAnswersAsItSays) {
         {"at-late:90", "", "MT=1|OK|+CONNECTED>>0xC4BE84A1B2C3"},
         {"no-link", "MT=1", "OK"},
     };
-    for (const Case& c : cases) {
+    for (const AdapterCase& c : cases) {
         AdapterBench bench({c.fault});
         EXPECT_EQ(bench.at("AT+MT=1", milliseconds(100)), c.first) << c.fault;
         EXPECT_EQ(bench.at("AT+CT=C4BE84A1B2C3", milliseconds(1000)), c.second) << c.fault;
@@ -37,7 +37,7 @@ TEST(AdapterFault, SpoilsTheModulesAnswersAsItSays) {
 TEST(AdapterFault, SpoilsTheInstrumentsRepliesAsItSays) {
     const std::string fail = "02 01 04 00 46 41 49 4C";
     const std::string inval = "02 01 05 00 49 4E 56 41 4C";
-    const Case cases[] = {
+    const AdapterCase cases[] = {
         {"ble-silent", "", ""},
         {"ble-silent:2", kNone, ""},
         {"ble-fail:2", fail, kNone},
@@ -47,7 +47,7 @@ TEST(AdapterFault, SpoilsTheInstrumentsRepliesAsItSays) {
         {"ble-late:20", "", kNone + " " + kNone},
         {"link-drop:2", kNone, "2B 44 49 53 43 4F 4E 4E 45 43 54 45 44 0D 0A"},
     };
-    for (const Case& c : cases) {
+    for (const AdapterCase& c : cases) {
         AdapterBench bench({c.fault});
         bench.linked().packet(kHello, milliseconds(500));
         EXPECT_EQ(bench.packet(kCount, milliseconds(10)), c.first) << c.fault;
