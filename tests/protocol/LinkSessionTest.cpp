@@ -166,6 +166,7 @@ TEST_F(LinkSessionTest, doesNotGoOnWithTransfersAfterTheGoodbye) {
         instrumentSends(test::acknowledgement(0x00, 1));
         instrumentSends(test::acknowledgement(test::kRetransmit, 0));
         instrumentSends(test::dataPacket(1, test::kLast, hex("02")));
+        instrumentSends(test::dataPacket(0, test::kLast, hex("24 02")));
         expectSilence();
         EXPECT_EQ(link.state(), State::closing);
     }
