@@ -7,37 +7,19 @@
 namespace ovk {
 namespace {
 
-struct NamedCode {
-    ResultCode code;
-    const char* text;
-};
-
 // Hosts show these texts and compare with their own copy, so each letter counts.
 TEST(ResultCode, hasAFixedText) {
-    for (const auto& [code, text] : {NamedCode{0, "no error"},
-                                     NamedCode{1, "cannot found device"},
-                                     NamedCode{2, "fail to open"},
-                                     NamedCode{3, "device is closed"},
-                                     NamedCode{4, "no session"},
-                                     NamedCode{5, "device is busy"},
-                                     NamedCode{6, "sending timeout"},
-                                     NamedCode{7, "receiving timeout"},
-                                     NamedCode{8, "execute command failed"},
-                                     NamedCode{9, "system error"},
-                                     NamedCode{10, "invalid packet"},
-                                     NamedCode{11, "unexpected command"},
-                                     NamedCode{12, "uncalibrated"},
-                                     NamedCode{13, "the storage is full"},
-                                     NamedCode{14, "fail to calibrate"},
-                                     NamedCode{15, "no enough storage"},
-                                     NamedCode{16, "invalid parameter"},
-                                     NamedCode{17, "not supported"},
-                                     NamedCode{18, "has connected"},
-                                     NamedCode{19, "unknown error"},
-                                     NamedCode{20, "unknown error"},
-                                     NamedCode{0xFFFFFFFF, "unknown error"}}) {
-        EXPECT_STREQ(resultText(code), text) << code;
+    const char* const texts[]{"no error",          "cannot found device", "fail to open",
+                              "device is closed",  "no session",          "device is busy",
+                              "sending timeout",   "receiving timeout",   "execute command failed",
+                              "system error",      "invalid packet",      "unexpected command",
+                              "uncalibrated",      "the storage is full", "fail to calibrate",
+                              "no enough storage", "invalid parameter",   "not supported",
+                              "has connected",     "unknown error",       "unknown error"};
+    for (ResultCode code = 0; code < std::size(texts); ++code) {
+        EXPECT_STREQ(resultText(code), texts[code]) << code;
     }
+    EXPECT_STREQ(resultText(0xFFFFFFFF), "unknown error");
 }
 
 TEST(CommunicationException, keepsACodeThatHasNoTextOfItsOwn) {

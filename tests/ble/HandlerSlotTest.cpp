@@ -23,16 +23,14 @@ TEST(HandlerSlot, aReplacedHandlerHasEnded) {
             std::this_thread::yield();
         }
     });
-    std::atomic<int> calls{0};
     for (int round = 0; round < 100; ++round) {
         std::atomic<bool> isReplaced{false};
         std::atomic<bool> wasCalled{false};
-        slot.set([&](int value) {
+        slot.set([&](int) {
             EXPECT_FALSE(isReplaced.load());
             std::this_thread::sleep_for(1ms);
             EXPECT_FALSE(isReplaced.load());
             wasCalled.store(true);
-            calls += value;
         });
         while (!wasCalled.load()) {
             std::this_thread::yield();
@@ -42,7 +40,6 @@ TEST(HandlerSlot, aReplacedHandlerHasEnded) {
     }
     mustEnd.store(true);
     caller.join();
-    EXPECT_GE(calls.load(), 100);
 }
 
 TEST(HandlerSlot, aHandlerMayReplaceItself) {

@@ -29,24 +29,16 @@ Bytes transfer(std::uint8_t operation, const Bytes& data, std::size_t packetSize
     std::uint32_t number = 0;
     for (Script rest(content); !rest.isAtEnd(); ++number) {
         const auto payload = rest.take(packetSize);
-        append(packets, test::dataPacket(number, rest.isAtEnd() ? test::kLast : test::kMore,
-                                         Bytes(payload.begin(), payload.end())));
+        append(packets,
+               test::dataPacket(number, rest.isAtEnd() ? test::kLast : test::kMore, payload));
     }
     return packets;
 }
 
+/// Whether a transfer of the instrument's follows; other operations end with the acknowledgement.
 bool isAnswered(std::uint8_t operation) {
-    switch (operation) {
-        case 0x25:
-        case 0x27:
-        case 0x2E:
-        case 0x35:
-        case 0x36:
-        case 0xB4:
-            return false;
-        default:
-            return true;
-    }
+    static constexpr std::array kAcknowledged{0x25, 0x27, 0x2E, 0x35, 0x36, 0xB4};
+    return std::ranges::find(kAcknowledged, operation) == kAcknowledged.end();
 }
 
 std::size_t rightWiredSize(const Bytes& request) {
@@ -149,12 +141,8 @@ Bytes ReplyPlan::reply(std::size_t size) const {
 
 Bytes WiredPeer::answer(BytesView written) {
     switch (written[2]) {
-        case 0xA1: {
-            Bytes packet{0xAA, 0x55, 0xA2, kWiredSession, 0};
-            test::append(packet, maxPacket_, 2);
-            packet.resize(13);
-            return packet;
-        }
+        case 0xA1:
+            return test::sessionOffer(kWiredSession, maxPacket_);
         case 0xA4:
             return {0xAA, 0x55, 0xA5, kWiredSession};
         case 0xA6:
@@ -215,10 +203,6 @@ Bytes WiredPeer::replyTo(const Exchange& exchange) const {
     return reply;
 }
 
-std::vector<Exchange> WiredPeer::takeExchanges() {
-    return std::exchange(exchanges_, {});
-}
-
 std::vector<Bytes> WiredPeer::takeMeasurements() {
     return std::exchange(measurements_, {});
 }
@@ -248,10 +232,6 @@ Bytes WirelessPeer::answer(BytesView written) {
     append(packet, exchange.reply);
     exchanges_.push_back(std::move(exchange));
     return packet;
-}
-
-std::vector<Exchange> WirelessPeer::takeExchanges() {
-    return std::exchange(exchanges_, {});
 }
 
 }  // namespace ovk::fuzz

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "fuzz/ScriptedPort.h"
@@ -38,15 +39,26 @@ struct Exchange {
     Bytes reply;
 };
 
-/// An instrument on a cable: answers every transfer to the end, so that no call waits in vain.
-class WiredPeer : public PortPeer {
+/// An instrument that takes its replies from the input.
+class InstrumentPeer : public PortPeer {
   public:
-    explicit WiredPeer(Script& script) : script_(script), maxPacket_(script.word()) {}
+    explicit InstrumentPeer(Script& script) : script_(script) {}
+
+    /// What has been exchanged since the last look.
+    std::vector<Exchange> takeExchanges() { return std::exchange(exchanges_, {}); }
+
+  protected:
+    Script& script_;
+    std::vector<Exchange> exchanges_;
+};
+
+/// An instrument on a cable: answers every transfer to the end, so that no call waits in vain.
+class WiredPeer : public InstrumentPeer {
+  public:
+    explicit WiredPeer(Script& script) : InstrumentPeer(script), maxPacket_(script.word()) {}
 
     Bytes answer(BytesView written) override;
 
-    /// What has been exchanged since the last look.
-    std::vector<Exchange> takeExchanges();
     /// Measurements that nobody has asked for, of the right size, since the last look.
     std::vector<Bytes> takeMeasurements();
 
@@ -58,25 +70,18 @@ class WiredPeer : public PortPeer {
     Bytes answerTransfer(std::uint32_t nextNumber);
     Bytes replyTo(const Exchange& exchange) const;
 
-    Script& script_;
     std::uint16_t maxPacket_;
     Bytes request_;
-    std::vector<Exchange> exchanges_;
     std::vector<Bytes> measurements_;
 };
 
 /// An instrument behind an adapter that is linked already: answers every packet, once the input is
 /// used up with FAIL.
-class WirelessPeer : public PortPeer {
+class WirelessPeer : public InstrumentPeer {
   public:
-    explicit WirelessPeer(Script& script) : script_(script) {}
+    using InstrumentPeer::InstrumentPeer;
 
     Bytes answer(BytesView written) override;
-    std::vector<Exchange> takeExchanges();
-
-  private:
-    Script& script_;
-    std::vector<Exchange> exchanges_;
 };
 
 }  // namespace ovk::fuzz

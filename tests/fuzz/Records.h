@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "cqapi/CQApi.h"
 #include "fuzz/Script.h"
 
 namespace ovk::fuzz {
@@ -29,6 +30,16 @@ class GuardedRecord {
   private:
     std::unique_ptr<Record> record_ = std::make_unique<Record>();
 };
+
+constexpr std::size_t kRecordSize = sizeof(CqMeasurementRecord);
+
+/// Makes the calls of an input, up to a number that takes no time to speak of.
+template <class Host>
+void playCalls(Host& host, Script& script) {
+    for (unsigned calls = 0; calls < 24 && !script.isAtEnd(); ++calls) {
+        host.call();
+    }
+}
 
 inline bool isSame(BytesView left, BytesView right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end());

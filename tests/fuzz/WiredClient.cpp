@@ -144,9 +144,7 @@ class Client : private ICommunicationEventListener {
             case 0x20: {
                 const std::uint8_t flag = script_.byte();
                 const std::uint32_t number = script_.word();
-                const auto payload = script_.take(script_.byte());
-                return receive(
-                    test::dataPacket(number, flag, Bytes(payload.begin(), payload.end())));
+                return receive(test::dataPacket(number, flag, script_.take(script_.byte())));
             }
             case 0x21: {
                 const std::uint8_t session = script_.byte();
@@ -165,11 +163,8 @@ class Client : private ICommunicationEventListener {
     void receive(const Bytes& packet) { link_.receive(packet, now_); }
 
     void acceptSession(std::uint8_t session, std::uint16_t maxPacket) {
-        Bytes packet{0xAA, 0x55, 0xA2, session, 0};
-        test::append(packet, maxPacket, 2);
-        packet.resize(13);
         offeredMaxPacket_ = maxPacket;
-        receive(packet);
+        receive(test::sessionOffer(session, maxPacket));
     }
 
     /// An acknowledgement, a request to send again or an abort: what is due is worked out first.

@@ -122,10 +122,7 @@ Bytes shortPacket(std::uint8_t type, std::uint8_t session) {
 }
 
 Bytes answer(std::uint8_t session, std::uint8_t flag, std::uint32_t number) {
-    Bytes packet = shortPacket(0xA7, session);
-    test::append(packet, number, 3);
-    packet.push_back(flag);
-    return packet;
+    return test::acknowledgement(flag, number, session, "55 AA");
 }
 
 /// A host that is given byte after byte, and what the protocol says of it.
@@ -256,7 +253,7 @@ class JudgedHost {
         std::vector<Bytes> written{host.hasRefused ? answer(session_, test::kAbort, next & 0xFFFF)
                                                    : answer(session_, test::kLast, next)};
         if (host.hasSentCommand) {
-            command_ = test::dataPacket(0, test::kLast, {kCommand}, "55 AA");
+            command_ = test::dataPacket(0, test::kLast, Bytes{kCommand}, "55 AA");
             command_[3] = session_;
             written.push_back(command_);
         }
@@ -309,8 +306,7 @@ class Run {
     void step(Script& script) {
         const std::uint8_t tag = script.byte();
         if (tag < 0x80) {
-            const auto bytes = script.take(tag);
-            receive(Bytes(bytes.begin(), bytes.end()));
+            receive(script.take(tag));
         } else if (tag < 0xA0) {
             receive(dataPacket(tag, script));
         } else if (tag < 0xB0) {
@@ -325,7 +321,7 @@ class Run {
     }
 
   private:
-    void receive(const Bytes& bytes) {
+    void receive(BytesView bytes) {
         if (!bytes.empty()) {  // an owner of a link brings it bytes that have come, never none
             judged_.receive(bytes, now_);
             whole_.receive(bytes, now_);
@@ -337,8 +333,7 @@ class Run {
         const std::size_t size = (tag & 8U) != 0 ? script.word() : script.byte();
         const auto payload = script.take(size);
         Bytes packet = test::dataPacket(judged_.awaitedSequence() + skew,
-                                        (tag & 1U) != 0 ? test::kMore : test::kLast,
-                                        Bytes(payload.begin(), payload.end()));
+                                        (tag & 1U) != 0 ? test::kMore : test::kLast, payload);
         packet.back() = static_cast<std::uint8_t>(packet.back() ^ (tag & 2U));
         return packet;
     }

@@ -13,10 +13,8 @@
 namespace ovk::fuzz {
 namespace {
 
-constexpr std::size_t kRecordSize = sizeof(CqMeasurementRecord);
 constexpr std::uint8_t kUntouched = 0xA5;
 constexpr std::uint32_t kStandardIndex = 5;
-constexpr unsigned kMostCalls = 24;
 
 /// What a call that is one exchange must return.
 std::uint32_t resultOf(const Exchange& exchange, std::size_t rightSize) {
@@ -61,44 +59,32 @@ class Host {
         const std::uint8_t number = script_.byte() % 20;
         switch (number) {
             case 0:
-                get<CqDeviceInfo>(&cqGetDeviceInfo);
-                break;
+                return get<CqDeviceInfo>(&cqGetDeviceInfo);
             case 1:
-                get<CqInstrumentStatus>(&cqGetInstrumentStatus);
-                break;
+                return get<CqInstrumentStatus>(&cqGetInstrumentStatus);
             case 2:
-                get<CqMeasurementRecord>(&cqMeasureStandard);
-                break;
+                return get<CqMeasurementRecord>(&cqMeasureStandard);
             case 3:
-                get<CqMeasurementRecord>(&cqMeasureTrial);
-                break;
+                return get<CqMeasurementRecord>(&cqMeasureTrial);
             case 4:
-                get<CqWhiteBoardParameter>(&cqGetWhiteBoardParameter);
-                break;
+                return get<CqWhiteBoardParameter>(&cqGetWhiteBoardParameter);
             case 5:
-                get<std::uint32_t>(&cqGetTotalStandards);
-                break;
+                return get<std::uint32_t>(&cqGetTotalStandards);
             case 6:
-                get<std::uint32_t>(&cqGetTotalSamples);
-                break;
+                return get<std::uint32_t>(&cqGetTotalSamples);
             case 7:
-                getSampleCount();
-                break;
+                return getSampleCount();
             case 8:
-                getParameter();
-                break;
+                return getParameter();
             case 9:
             case 10:
-                upload(number == 10);
-                break;
+                return upload(number == 10);
             case 11:
-                download();
-                break;
+                return download();
             case 12:
-                getPortName();
-                break;
+                return getPortName();
             default:
-                send(number);
+                return send(number);
         }
     }
 
@@ -286,9 +272,7 @@ class Host {
 
 void runWired(Script& script) {
     Host host(script);
-    for (unsigned calls = 0; calls < kMostCalls && !script.isAtEnd(); ++calls) {
-        host.call();
-    }
+    playCalls(host, script);
     host.close();
 }
 

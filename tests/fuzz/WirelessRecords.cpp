@@ -18,9 +18,7 @@ using namespace std::chrono_literals;
 using cq::MeasurementRecords;
 using cq::RECORD_TYPE;
 
-constexpr std::size_t kRecordSize = sizeof(CqMeasurementRecord);
 constexpr std::size_t kBlockSize = 248;
-constexpr unsigned kMostCalls = 24;
 
 bool isText(const Bytes& bytes, std::string_view text) {
     return std::equal(bytes.begin(), bytes.end(), text.begin(), text.end());
@@ -276,9 +274,7 @@ class Host {
 
 void runWireless(Script& script) {
     Host host(script);
-    for (unsigned calls = 0; calls < kMostCalls && !script.isAtEnd(); ++calls) {
-        host.call();
-    }
+    playCalls(host, script);
 }
 
 }  // namespace ovk::fuzz

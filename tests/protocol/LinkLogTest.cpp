@@ -1,5 +1,7 @@
 // What the link writes into the debug log: texts that people who read such logs search for.
 
+#include <optional>
+
 #include "api/LogFile.h"
 #include "protocol/LinkTest.h"
 
@@ -19,24 +21,22 @@ constexpr auto kPacketWords = "\xB7\xA2\xCB\xCD\xB0\xFC\xA3\xBA";
 
 class LinkLogTest : public test::LinkTest {
   protected:
-    void startLog() { ASSERT_TRUE(log.enable()); }
-
     /// The messages since the log was started, but for those that repeat the bytes received.
     test::Lines logged() {
-        test::Lines messages = log.messages();
+        test::Lines messages = log->messages();
         std::erase_if(messages, [](const std::string& message) {
             return message.starts_with("RECEIVED") || message.starts_with("parsed");
         });
         return messages;
     }
 
-    test::LogFile log;
+    std::optional<test::LogFile> log;
 };
 
 TEST_F(LinkLogTest, showsTheBytesReceivedAndTheirPackets) {
-    startLog();
+    log.emplace();
     instrumentSends("01 AA 55 A8 07 AA 55 A9 07");
-    EXPECT_THAT(log.messages(),
+    EXPECT_THAT(log->messages(),
                 ElementsAre("RECEIVED 9 BYTES: 01 aa 55 a8 07 aa 55 a9 07\n", "RECEIVED 9 BYTES\n",
                             "parsed packet type: a8\n", "parsed packet type: a9\n",
                             "Unexpected packet type a9\n"));
@@ -44,7 +44,7 @@ TEST_F(LinkLogTest, showsTheBytesReceivedAndTheirPackets) {
 
 TEST_F(LinkLogTest, showsATransferToTheInstrument) {
     connect("14 00");
-    startLog();
+    log.emplace();
     send(0x2E, hex("01 02 03 04 05 06 07 08"));
     instrumentSends(acknowledgement(test::kRetransmit, 0));
     instrumentSends(acknowledgement(0x00, 1));
@@ -65,7 +65,7 @@ TEST_F(LinkLogTest, showsATransferFromTheInstrument) {
         "SendReceivingAckPacket in ovk::CommunicationClient::HandleRecving\r\n";
     constexpr auto kInSend = "SendReceivingAckPacket in ovk::CommunicationClient::Send\r\n";
     connect();
-    startLog();
+    log.emplace();
     instrumentSends(dataPacket(0, test::kMore, hex("24 01 02")));
     instrumentSends("AA 55 A6 07 03 00 00 00 02 00 FF FF");
     instrumentSends("AA 55 A6 07 01 00 00 00 01 00 FF");
@@ -86,7 +86,7 @@ TEST_F(LinkLogTest, showsATransferFromTheInstrument) {
 
 TEST_F(LinkLogTest, showsWhatWasNotAskedForAndWhatWasCutShort) {
     using namespace std::chrono_literals;
-    startLog();
+    log.emplace();
     instrumentSends("AA 55 A2 07 00 40 00 00 00 00 00 00 00");
     connect();
     instrumentSends("AA 55 A6 07 05 00 00 FF 00 00");

@@ -35,14 +35,23 @@ class LinkTest : public testing::Test, protected ICommunicationEventListener {
     Lines sent() { return std::exchange(sent_, {}); }
     /// What the listener has heard since the last look.
     Lines heard() { return std::exchange(heard_, {}); }
+    /// Lets pass what has been written and heard so far.
+    void forget() {
+        sent_.clear();
+        heard_.clear();
+    }
+    /// Expects nothing to have been written or heard since the last look.
+    void expectSilence(const std::string& after = {}) {
+        EXPECT_THAT(sent(), testing::IsEmpty()) << after;
+        EXPECT_THAT(heard(), testing::IsEmpty()) << after;
+    }
 
     /// Gets session 7, with a largest packet given as its two bytes.
     void connect(std::string_view maxPacket = "40 00") {
         link.shakeHands();
         instrumentSends("AA 55 A2 07 00 " + std::string(maxPacket) + " 00 00 00 00 00 00");
         ASSERT_EQ(link.state(), Link::State::idle);
-        sent();
-        heard();
+        forget();
     }
 
     ResultCode send(std::uint8_t operation, const Bytes& data = {}) {
@@ -53,8 +62,7 @@ class LinkTest : public testing::Test, protected ICommunicationEventListener {
     void beginReceiving() {
         instrumentSends(dataPacket(0, kMore, hex("24 01")));
         ASSERT_EQ(link.state(), Link::State::receiving);
-        sent();
-        heard();
+        forget();
     }
 
     void beginSending() {

@@ -80,8 +80,8 @@ constexpr std::uint8_t kRetransmit = 0x80;
 constexpr std::uint8_t kAbort = 0xFF;
 
 /// A data packet from the instrument, or with its marks the other way round from the host.
-inline Bytes dataPacket(std::uint32_t sequence, std::uint8_t flag, const Bytes& payload,
-                        std::string_view marks = "AA 55") {
+inline Bytes dataPacket(std::uint32_t sequence, std::uint8_t flag,
+                        std::span<const std::uint8_t> payload, std::string_view marks = "AA 55") {
     Bytes packet = hex(marks);
     packet.insert(packet.end(), {0xA6, kSession});
     append(packet, sequence, 3);
@@ -92,11 +92,21 @@ inline Bytes dataPacket(std::uint32_t sequence, std::uint8_t flag, const Bytes& 
     return packet;
 }
 
-/// The instrument's answer to a data packet.
-inline Bytes acknowledgement(std::uint8_t flag, std::uint32_t number) {
-    Bytes packet{0xAA, 0x55, 0xA7, kSession};
+/// The instrument's answer to a data packet, or with its marks the other way round the host's.
+inline Bytes acknowledgement(std::uint8_t flag, std::uint32_t number,
+                             std::uint8_t session = kSession, std::string_view marks = "AA 55") {
+    Bytes packet = hex(marks);
+    packet.insert(packet.end(), {0xA7, session});
     append(packet, number, 3);
     packet.push_back(flag);
+    return packet;
+}
+
+/// The instrument's answer to a request for a session.
+inline Bytes sessionOffer(std::uint8_t session, std::uint16_t maxPacket) {
+    Bytes packet{0xAA, 0x55, 0xA2, session, 0};
+    append(packet, maxPacket, 2);
+    packet.resize(13);
     return packet;
 }
 

@@ -3,18 +3,18 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <functional>
 
-#include "api/CommunicationException.h"
 #include "api/LogFile.h"
-#include "api/TemporaryPath.h"
-#include "ScriptedPeer.h"
-#include "serial/posix/SystemTree.h"
+#include "cqapi/CQApi.h"
+#include "peer/VirtualInstrument.h"
+#include "ScriptedInstrument.h"
+#include "serial/posix/MadeUpSystem.h"
 
 namespace ovk {
 namespace {
 
 namespace fs = std::filesystem;
+using bletest::codeOf;
 using bletest::ScriptedPeer;
 using Script = ScriptedPeer::Script;
 
@@ -41,50 +41,17 @@ Script connecting(const std::string& address) {
     return {{"AT+CT=" + address + "\r\n", {"OK\r\n+CONNECTED>>" + address + "\r\n"}}};
 }
 
-ResultCode codeOf(const std::function<void()>& operation) {
-    try {
-        operation();
-        return CQ_NO_ERROR;
-    } catch (const CommunicationException& exception) {
-        return exception.code();
-    }
-}
-
 /// A made-up system with adapters' ports, which it lists in the order of their numbers.
-class AdapterSystem {
+class AdapterSystem : public test::MadeUpSystem {
   public:
-    AdapterSystem() {
-        fs::create_directories(root_ / "sys/class/tty");
-        fs::create_directories(root_ / "ch341");
-        fs::create_directories(root_ / "dev");
-        systemTree() = {root_ / "sys", root_ / "dev"};
-    }
-    ~AdapterSystem() { systemTree() = usual_; }
-    AdapterSystem(const AdapterSystem&) = delete;
-    AdapterSystem& operator=(const AdapterSystem&) = delete;
-
     void add(const std::string& terminal, const std::string& portName) const {
-        const fs::path device = root_ / "sys/class/tty" / terminal / "device";
+        const fs::path device = root / "sys/devices" / terminal;
         fs::create_directories(device);
-        fs::create_directory_symlink(root_ / "ch341", device / "driver");
-        fs::create_symlink(portName, path(terminal));
+        drive(device, "ch341-uart");
+        addTerminal(terminal, device);
+        fs::create_symlink(portName, dev(terminal));
     }
-    std::string path(const std::string& terminal) const { return root_ / "dev" / terminal; }
-
-  private:
-    const test::TemporaryPath folder_{"cqapi-adapters"};
-    const fs::path root_ = folder_.get();
-    const SystemTree usual_ = systemTree();
 };
-
-TEST(BleDongleDevice, opensANamedPortWithoutASearch) {
-    const Script script = joined({kConfigured, kAr});
-    ScriptedPeer module(script);
-    BleDongleDevice dongle;
-    dongle.open(module.portName());
-    EXPECT_EQ(dongle.arText(), "1.2");
-    EXPECT_EQ(module.finish(), ScriptedPeer::awaitedBy(script));
-}
 
 TEST(BleDongleDevice, aNamedPortThatDoesNotServeIsClosedAgain) {
     BleDongleDevice dongle;
@@ -111,7 +78,7 @@ TEST(BleDongleDevice, searchesThePortsInOrderForAModule) {
     system.add("ttyUSB3", untried.portName());
     dongle.open("");
     dongle.connect("C0");
-    EXPECT_EQ(dongle.stopReceiving()->portName(), system.path("ttyUSB2"));
+    EXPECT_EQ(dongle.stopReceiving()->portName(), system.dev("ttyUSB2"));
     EXPECT_EQ(module.finish(), ScriptedPeer::awaitedBy(script));
     EXPECT_EQ(other.finish(), ScriptedPeer::awaitedBy(kNoModule));
     EXPECT_EQ(untried.finish(), "");
@@ -122,47 +89,55 @@ TEST(BleDongleDevice, connectsToTheStrongestSlaveOrTheGivenOne) {
     struct Case {
         const char* name;
         std::string address;
-        std::string results;
+        Script script;
         ResultCode code;
-        std::string target;
-        std::string slaveName;
-        std::int32_t rssi;
+        SlaveDevice connected;
     };
+    const auto scanning = [](const std::string& results) {
+        return Script{{"AT+SC\r\n", {"+INQE\r\n"}}, {"AT+SR\r\n", {results}}};
+    };
+    const Script threeSlaves =
+        scanning("SR=0:Far,A0,-90\r\nSR=1:Near,A1,-40\r\nSR=2:As near,A2,-40\r\n");
+    const Script refusing{{"AT+CT=A7\r\n", {"OK\r\nERROR\r\n"}}};
     const Case cases[]{
-        {"the strongest, of equal ones the first", "",
-         "SR=0:Far,A0,-90\r\nSR=1:Near,A1,-40\r\nSR=2:As near,A2,-40\r\n", CQ_NO_ERROR, "A1",
-         "Near", -40},
-        {"nobody there", "", "SR=0:broken\r\n", CQ_CANNOT_FOUND_DEVICE, "", "", 0},
-        {"the given one, without a scan", "A7", "", CQ_NO_ERROR, "A7", "", -50},
+        {"the strongest, of equal ones the first",
+         "",
+         joined({threeSlaves, connecting("A1")}),
+         0,
+         {"Near", "A1", -40}},
+        {"nobody there", "", scanning("SR=0:broken\r\n"), CQ_CANNOT_FOUND_DEVICE, {}},
+        {"the given one, without a scan", "A7", connecting("A7"), 0, {"", "A7", -50}},
+        {"one that refuses the link", "A7", refusing, CQ_UNKNOWN_ERROR, {}},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
-        Script script = joined({kConfigured, kAr});
-        if (each.address.empty()) {
-            script.push_back({"AT+SC\r\n", {"+INQE\r\n"}});
-            script.push_back({"AT+SR\r\n", {each.results}});
-        }
-        if (!each.target.empty()) {
-            script = joined({script, connecting(each.target)});
-        }
+        const Script script = joined({kConfigured, kAr, each.script});
         ScriptedPeer module(script);
         BleDongleDevice dongle;
         dongle.open(module.portName());
+        EXPECT_EQ(dongle.arText(), "1.2");
         EXPECT_EQ(codeOf([&] { dongle.connect(each.address); }), each.code);
-        EXPECT_EQ(dongle.connectedSlave().name, each.slaveName);
-        EXPECT_EQ(dongle.connectedSlave().address, each.target);
-        EXPECT_EQ(dongle.connectedSlave().rssi, each.rssi);
+        EXPECT_EQ(dongle.connectedSlave().name, each.connected.name);
+        EXPECT_EQ(dongle.connectedSlave().address, each.connected.address);
+        EXPECT_EQ(dongle.connectedSlave().rssi, each.connected.rssi);
         EXPECT_EQ(dongle.stopReceiving() != nullptr, each.code == CQ_NO_ERROR);
         EXPECT_EQ(module.finish(), ScriptedPeer::awaitedBy(script));
     }
 }
 
-TEST(BleDongleDevice, aRefusedLinkIsReportedAndNothingIsReceived) {
-    ScriptedPeer module(joined({kConfigured, kAr, {{"AT+CT=A7\r\n", {"OK\r\nERROR\r\n"}}}}));
-    BleDongleDevice dongle;
-    dongle.open(module.portName());
-    EXPECT_EQ(codeOf([&] { dongle.connect("A7"); }), CQ_UNKNOWN_ERROR);
-    EXPECT_EQ(dongle.stopReceiving(), nullptr);
+TEST(BleDongleDevice, isSearchedForByTheExportWithoutAPort) {
+    const AdapterSystem system;
+    EXPECT_EQ(cqOpenByBleDongle("", nullptr), nullptr) << "no terminal at all";
+    const cqtest::VirtualInstrument unfit("--adapter --fault at-blank");
+    const cqtest::VirtualInstrument adapter("--adapter --at-delay 2");
+    system.add("ttyUSB2", unfit.portName());
+    EXPECT_EQ(cqOpenByBleDongle("", nullptr), nullptr) << "no module";
+    system.add("ttyUSB10", adapter.portName());
+    const CqHandle handle = cqOpenByBleDongle(nullptr, "C4BE84A1B2C3");
+    char port[256] = {};
+    EXPECT_EQ(cqGetPortName(handle, port, sizeof(port) - 1), CQ_NO_ERROR);
+    EXPECT_EQ(port, system.dev("ttyUSB10"));
+    cqClose(handle);
 }
 
 TEST(BleDongleDevice, connectingAgainDisconnectsFirst) {
@@ -175,8 +150,7 @@ TEST(BleDongleDevice, connectingAgainDisconnectsFirst) {
     BleDongleDevice dongle;
     dongle.open(module.portName());
     dongle.connect("A1");
-    test::LogFile log;
-    ASSERT_TRUE(log.enable());
+    const test::LogFile log;
     dongle.connect("A2");
     // The receiving thread must not take the module's answers.
     EXPECT_LT(log.text().find("End receiving_thread"), log.text().find("AT+DC"));

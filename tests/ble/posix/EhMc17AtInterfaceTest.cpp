@@ -11,11 +11,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using bletest::ScriptedPeer;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Lt;
 using testing::SizeIs;
-using Lines = EhMc17AtInterface::Lines;
 using Script = ScriptedPeer::Script;
 
 constexpr auto kShortScan = 250ms;
@@ -24,79 +22,49 @@ const std::string kExCode = "AT+EX=3C9A0E57B21D4F8861A7C5E09D2B74F1\r\n";
 /// An AT interface with a module behind it that plays the script.
 class ScriptedModule {
   public:
-    explicit ScriptedModule(const Script& script) : peer(script) {
-        port->setPortName(peer.portName());
-        EXPECT_TRUE(port->open());
-    }
+    explicit ScriptedModule(const Script& script) : peer(script) { EXPECT_TRUE(port->open()); }
 
     ScriptedPeer peer;
-    std::shared_ptr<SerialPort> port = std::make_shared<SerialPort>();
+    std::shared_ptr<SerialPort> port = std::make_shared<SerialPort>(peer.portName());
     EhMc17AtInterface at{port, kShortScan};
 };
-
-std::vector<std::string> namesOf(const std::vector<SlaveDevice>& devices) {
-    std::vector<std::string> names;
-    for (const SlaveDevice& device : devices) {
-        names.push_back(device.name);
-    }
-    return names;
-}
 
 TEST(EhMc17AtInterface, judgesTheModulesAnswers) {
     using At = EhMc17AtInterface;
     struct Case {
         std::function<bool(At&)> operation;
         std::string sent;
-        std::vector<std::string> answers;
-        bool expected;
+        std::vector<std::string> accepted;  // answers, without their last line end
+        std::vector<std::string> refused;
     };
     const auto setExCode = [](At& at) { return at.setExCode(""); };
     const auto setOtherExCode = [](At& at) { return at.setExCode("00FF"); };
-    const auto setExLength = [](At& at) { return at.setExLength(); };
-    const auto setExMode = [](At& at) { return at.setExMode(); };
-    const auto setBy = [](At& at) { return at.setBy(); };
-    const auto setMt = [](At& at) { return at.setMt(); };
     const auto connect = [](At& at) { return at.connect("C4BE84A1B2C3"); };
-    const auto disconnect = [](At& at) { return at.disconnect(); };
-    const std::string sentConnect = "AT+CT=C4BE84A1B2C3\r\n";
     const Case cases[]{
-        {setExCode, kExCode, {"BY=00\r\n"}, true},
-        {setExCode, kExCode, {"BY=0\r\n"}, false},
-        {setExCode, kExCode, {"BY=00 \r\n"}, false},
-        {setOtherExCode, "AT+EX=00FF\r\n", {"BY=00\r\n"}, true},
-        {setExLength, "AT+EXL=16\r\n", {"EXL=16\r\n"}, true},
-        {setExLength, "AT+EXL=16\r\n", {"=16\r\n"}, true},
-        {setExLength, "AT+EXL=16\r\n", {"ERROR\r\n"}, false},
-        {setExLength, "AT+EXL=16\r\n", {"ER=16\r\n"}, false},
-        {setExLength, "AT+EXL=16\r\n", {"EXL=16=16\r\n"}, false},
-        {setExLength, "AT+EXL=16\r\n", {}, false},
-        {setExMode, "AT+EXM=0\r\n", {"OK\r\n"}, true},
-        {setExMode, "AT+EXM=0\r\n", {"O", "K", "\r", "\n"}, true},
-        {setExMode, "AT+EXM=0\r\n", {"\r\nOK\r\n"}, false},
-        {setExMode, "AT+EXM=0\r\n", {"ok\r\n"}, false},
-        {setBy, "AT+BY=02\r\n", {"BY=02\r\n"}, true},
-        {setBy, "AT+BY=02\r\n", {"BY=2\r\n"}, true},
-        {setBy, "AT+BY=02\r\n", {"BY=2 of 3\r\n"}, true},
-        {setBy, "AT+BY=02\r\n", {"BY=\r\n"}, false},
-        {setBy, "AT+BY=02\r\n", {"BY=20\r\n"}, false},
-        {setBy, "AT+BY=02\r\n", {"2\r\n"}, false},
-        {setMt, "AT+MT=1\r\n", {"MT=1\r\n"}, true},
-        {setMt, "AT+MT=1\r\n", {"MT=01\r\n"}, false},
-        {setMt, "AT+MT=1\r\n", {"OK\r\n"}, false},
-        {connect, sentConnect, {"OK\r\n+CONNECTED>>C4BE84A1B2C3\r\n"}, true},
-        {connect, sentConnect, {"OK\r\n", "+CONNECTED>>\r\n"}, true},
-        {connect, sentConnect, {"OK\r\n"}, false},
-        {connect, sentConnect, {"OK\r\n", "+CONNECTED>\r\n"}, false},
-        {connect, sentConnect, {"OK!\r\n+CONNECTED>>\r\n"}, false},
-        {disconnect, "AT+DC\r\n", {"+DISCONNECT\r\n"}, true},
-        {disconnect, "AT+DC\r\n", {"+DISCON", "NECT\r\n"}, true},
-        {disconnect, "AT+DC\r\n", {"+DISCONNECTED\r\n"}, false},
+        {setExCode, kExCode, {"BY=00"}, {"BY=0", "BY=00 "}},
+        {setOtherExCode, "AT+EX=00FF\r\n", {"BY=00"}, {}},
+        {&At::setExLength, "AT+EXL=16\r\n", {"EXL=16", "=16"}, {"ERROR", "ER=16", "EXL=16=16"}},
+        {&At::setExMode, "AT+EXM=0\r\n", {"OK"}, {"\r\nOK", "ok"}},
+        {&At::setBy, "AT+BY=02\r\n", {"BY=02", "BY=2", "BY=2 of 3"}, {"BY=", "BY=20", "2"}},
+        {&At::setMt, "AT+MT=1\r\n", {"MT=1"}, {"MT=01", "OK"}},
+        {connect,
+         "AT+CT=C4BE84A1B2C3\r\n",
+         {"OK\r\n+CONNECTED>>C4BE84A1B2C3", "OK\r\n+CONNECTED>>"},
+         {"OK", "OK\r\n+CONNECTED>", "OK!\r\n+CONNECTED>>"}},
+        {&At::disconnect, "AT+DC\r\n", {"+DISCONNECT"}, {"+DISCONNECTED"}},
+    };
+    const auto expect = [](const Case& each, const std::string& answer, bool isAccepted) {
+        ScriptedModule module(Script{{each.sent, {answer + "\r\n"}}});
+        EXPECT_EQ(each.operation(module.at), isAccepted) << each.sent << answer;
+        EXPECT_EQ(module.peer.finish(), each.sent);
     };
     for (const Case& each : cases) {
-        ScriptedModule module(Script{{each.sent, each.answers}});
-        EXPECT_EQ(each.operation(module.at), each.expected)
-            << each.sent << testing::PrintToString(each.answers);
-        EXPECT_EQ(module.peer.finish(), each.sent);
+        for (const std::string& answer : each.accepted) {
+            expect(each, answer, true);
+        }
+        for (const std::string& answer : each.refused) {
+            expect(each, answer, false);
+        }
     }
 }
 
@@ -139,18 +107,18 @@ TEST(EhMc17AtInterface, withoutAPortOrWithOneGoneNothingSucceeds) {
 }
 
 TEST(EhMc17AtInterface, configuresInOrderAndStopsAtTheFirstFailure) {
-    const ScriptedPeer::Step code{kExCode, {"BY=00\r\n"}};
-    const ScriptedPeer::Step codeBehindAReply{kExCode,
-                                              {"\x01\x06\r\n rest of a ", "reply\rBY=00\r\n"}};
-    const ScriptedPeer::Step codeRefused{kExCode, {"ERROR\r\n"}};
-    const ScriptedPeer::Step drop{"AT+DC\r\n", {"ERROR\r\n"}};
-    const ScriptedPeer::Step mt{"AT+MT=1\r\n", {"MT=1\r\n"}};
-    const ScriptedPeer::Step mtRefused{"AT+MT=1\r\n", {"MT=0\r\n"}};
-    const ScriptedPeer::Step by{"AT+BY=02\r\n", {"BY=02\r\n"}};
-    const ScriptedPeer::Step byRefused{"AT+BY=02\r\n", {"BY=00\r\n"}};
-    const ScriptedPeer::Step mode{"AT+EXM=0\r\n", {"OK\r\n"}};
-    const ScriptedPeer::Step length{"AT+EXL=16\r\n", {"EXL=16\r\n"}};
-    const ScriptedPeer::Step lengthRefused{"AT+EXL=16\r\n", {"ERROR\r\n"}};
+    using Step = ScriptedPeer::Step;
+    const Step code{kExCode, {"BY=00\r\n"}};
+    const Step codeBehindAReply{kExCode, {"\x01\x06\r\n rest of a ", "reply\rBY=00\r\n"}};
+    const Step codeRefused{kExCode, {"ERROR\r\n"}};
+    const Step drop{"AT+DC\r\n", {"ERROR\r\n"}};
+    const Step mt{"AT+MT=1\r\n", {"MT=1\r\n"}};
+    const Step mtRefused{"AT+MT=1\r\n", {"MT=0\r\n"}};
+    const Step by{"AT+BY=02\r\n", {"BY=02\r\n"}};
+    const Step byRefused{"AT+BY=02\r\n", {"BY=00\r\n"}};
+    const Step mode{"AT+EXM=0\r\n", {"OK\r\n"}};
+    const Step length{"AT+EXL=16\r\n", {"EXL=16\r\n"}};
+    const Step lengthRefused{"AT+EXL=16\r\n", {"ERROR\r\n"}};
     struct Case {
         const char* name;
         Script script;
@@ -171,29 +139,35 @@ TEST(EhMc17AtInterface, configuresInOrderAndStopsAtTheFirstFailure) {
     }
 }
 
-TEST(EhMc17AtInterface, scansByListeningWhenTheModuleSaysOk) {
-    const Script script{
-        {"AT+SC\r\n",
-         {"OK\r\nSR=0:One,A0,-60\r\n", "SR=1:Two,A1,-50\r\nnoise\r\nSR=2:Th", "ree,A2,-70\r\n"}},
-        {"AT+SC\r\n", {"OK\r\n"}}};
-    ScriptedModule module(script);
-    EXPECT_THAT(namesOf(module.at.scan()), ElementsAre("One", "Two", "Three"));
-    EXPECT_EQ(module.peer.finish(), "AT+SC\r\nAT+SC\r\n");
-}
-
-TEST(EhMc17AtInterface, fetchesTheResultsWhenTheModuleHasThemAlready) {
-    const Script script{{"AT+SC\r\n", {"+INQE\r\n"}},
-                        {"AT+SR\r\n", {"SR=0:One,A0,-60\r\nERROR\r\n", "SR=1:Two,A1,-50\r\n"}}};
-    ScriptedModule module(script);
-    EXPECT_THAT(namesOf(module.at.scan()), ElementsAre("One", "Two"));
-    EXPECT_EQ(module.peer.finish(), "AT+SC\r\nAT+SR\r\n");
-}
-
-TEST(EhMc17AtInterface, noScanWithoutTheModulesConsent) {
-    for (const char* const answer : {"ERROR\r\n", "OK \r\n", "+INQE \r\n", "\r\nOK\r\n"}) {
-        ScriptedModule module(Script{{"AT+SC\r\n", {answer}}});
-        EXPECT_THAT(module.at.scan(), IsEmpty());
-        EXPECT_EQ(module.peer.finish(), "AT+SC\r\n") << answer;
+TEST(EhMc17AtInterface, scansAsTheModuleAgreesTo) {
+    struct Case {
+        const char* name;
+        Script script;
+        std::vector<std::string> found;
+    };
+    const Case cases[]{
+        {"listening after OK",
+         {{"AT+SC\r\n",
+           {"OK\r\nSR=0:One,A0,-60\r\n", "SR=1:Two,A1,-50\r\nnoise\r\nSR=2:Th", "ree,A2,-70\r\n"}},
+          {"AT+SC\r\n", {"OK\r\n"}}},
+         {"One", "Two", "Three"}},
+        {"fetching what it has already",
+         {{"AT+SC\r\n", {"+INQE\r\n"}},
+          {"AT+SR\r\n", {"SR=0:One,A0,-60\r\nERROR\r\n", "SR=1:Two,A1,-50\r\n"}}},
+         {"One", "Two"}},
+        {"an error", {{"AT+SC\r\n", {"ERROR\r\n"}}}, {}},
+        {"not quite OK", {{"AT+SC\r\n", {"OK \r\n"}}}, {}},
+        {"not quite +INQE", {{"AT+SC\r\n", {"+INQE \r\n"}}}, {}},
+        {"an empty line first", {{"AT+SC\r\n", {"\r\nOK\r\n"}}}, {}},
+    };
+    for (const Case& each : cases) {
+        ScriptedModule module(each.script);
+        std::vector<std::string> found;
+        for (const SlaveDevice& device : module.at.scan()) {
+            found.push_back(device.name);
+        }
+        EXPECT_EQ(found, each.found) << each.name;
+        EXPECT_EQ(module.peer.finish(), ScriptedPeer::awaitedBy(each.script)) << each.name;
     }
 }
 

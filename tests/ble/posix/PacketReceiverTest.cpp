@@ -2,20 +2,18 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <condition_variable>
 #include <system_error>
 
-#include "../PacketBytes.h"
-#include "api/CommunicationException.h"
 #include "api/LogFile.h"
-#include "ScriptedPeer.h"
+#include "ScriptedInstrument.h"
 #include "serial/posix/PseudoTerminal.h"
 
 namespace ovk {
 namespace {
 
 using namespace std::chrono_literals;
+using bletest::codeOf;
 using bletest::packetBytes;
 using bletest::ScriptedPeer;
 using bletest::toBytes;
@@ -25,21 +23,6 @@ using testing::ElementsAre;
 
 constexpr auto kLong = 10'000ms;
 constexpr auto kBrief = 40ms;
-
-/// How a request has ended.
-struct Outcome {
-    ResultCode code = CQ_NO_ERROR;
-    std::string text;
-};
-
-Outcome outcomeOf(const std::function<void()>& request) {
-    try {
-        request();
-        return {};
-    } catch (const CommunicationException& exception) {
-        return {exception.code(), exception.what()};
-    }
-}
 
 /// The packets that a handler has been given.
 class Handled {
@@ -74,9 +57,8 @@ class Receiving {
     Packet request(int cmd, std::chrono::milliseconds timeout = kLong) {
         return receiver.sendPacket(CmdPacket(1, static_cast<std::uint8_t>(cmd)), timeout);
     }
-    std::future<Outcome> requestMeanwhile(int cmd) {
-        return std::async(std::launch::async,
-                          [=, this] { return outcomeOf([&] { request(cmd); }); });
+    std::future<Packet> requestMeanwhile(int cmd) {
+        return std::async(std::launch::async, [=, this] { return request(cmd); });
     }
 
     ScriptedPeer peer;
@@ -86,7 +68,8 @@ class Receiving {
 };
 
 TEST(PacketReceiver, givesARequestTheNextPacketWhateverItIs) {
-    Receiving line({{packetBytes(1, 5), {packetBytes(2, 77, "abc")}}});
+    const std::string packet = packetBytes(2, 77, "abc");
+    Receiving line({{packetBytes(1, 5), {packet.substr(0, 3), packet.substr(3)}}});
     line.receiver.setPacketHandler(line.handled.handler());
     const auto reply = line.request(5);
     EXPECT_EQ(reply->type(), 2);
@@ -96,31 +79,15 @@ TEST(PacketReceiver, givesARequestTheNextPacketWhateverItIs) {
     EXPECT_TRUE(line.handled.commands(0).empty());
 }
 
-TEST(PacketReceiver, joinsAReplyThatArrivesInPieces) {
-    const std::string reply = packetBytes(1, 6, std::string(256, '\xAA'));
-    Receiving line({{packetBytes(1, 6), {reply.substr(0, 3), reply.substr(3)}}});
-    EXPECT_EQ(line.request(6)->payloadSize(), 256U);
-}
-
-TEST(PacketReceiver, givesPacketsThatNobodyWaitsForToTheHandler) {
-    Receiving line({{packetBytes(1, 1), {packetBytes(1, 1), packetBytes(1, 5)}}});
-    line.receiver.setPacketHandler(line.handled.handler());
-    line.request(1);
-    EXPECT_THAT(line.handled.commands(1), ElementsAre(5));
-}
-
 // A reply that comes after its request has given up must not be taken for a measurement that the
 // instrument sends by itself; the packet after it is one.
 TEST(PacketReceiver, aLateReplyGoesNowhere) {
-    test::LogFile log;
-    ASSERT_TRUE(log.enable());
+    const test::LogFile log;
     Receiving line;
     line.receiver.setPacketHandler(line.handled.handler());
-    EXPECT_EQ(outcomeOf([&] { line.request(4, kBrief); }).code, CQ_RECEIVING_TIMEOUT);
+    EXPECT_EQ(codeOf([&] { line.request(4, kBrief); }), CQ_RECEIVING_TIMEOUT);
     line.peer.send(packetBytes(1, 4));
-    while (log.text().find("received a packet: 1,4") == std::string::npos) {
-        std::this_thread::sleep_for(1ms);
-    }
+    ASSERT_TRUE(log.waitFor("received a packet: 1,4"));
     line.peer.send(packetBytes(1, 5));
     EXPECT_THAT(line.handled.commands(1), ElementsAre(5));
     line.receiver.stopReceiving();
@@ -135,12 +102,10 @@ TEST(PacketReceiver, aLateReplyGoesNowhere) {
 
 TEST(PacketReceiver, stoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
     Receiving line({{packetBytes(1, 4), {}}, {"AT\r\n", {"OK\r\n"}}});
-    auto outcome = line.requestMeanwhile(4);
+    auto waiting = line.requestMeanwhile(4);
     line.peer.awaitSteps(1);
     EXPECT_EQ(line.receiver.stopReceiving(), line.port);
-    const Outcome ended = outcome.get();
-    EXPECT_EQ(ended.code, CQ_DEVICE_IS_CLOSED);
-    EXPECT_EQ(ended.text, "serial port detached");
+    EXPECT_EQ(codeOf([&] { waiting.get(); }), CQ_DEVICE_IS_CLOSED);
     EXPECT_EQ(line.receiver.port(), nullptr);
     EXPECT_EQ(line.receiver.stopReceiving(), nullptr);
 
@@ -150,59 +115,44 @@ TEST(PacketReceiver, stoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
 
 TEST(PacketReceiver, requestsFailWithoutAPortOrItsDevice) {
     PacketReceiver unstarted;
-    EXPECT_EQ(outcomeOf([&] { unstarted.sendPacket(CmdPacket(1, 1), kLong); }).code,
-              CQ_DEVICE_IS_CLOSED);
+    EXPECT_EQ(codeOf([&] { unstarted.sendPacket(CmdPacket(1, 1), kLong); }), CQ_DEVICE_IS_CLOSED);
     Receiving line;
     line.peer.unplug();
-    EXPECT_EQ(outcomeOf([&] { line.request(1); }).code, CQ_DEVICE_IS_CLOSED);
+    EXPECT_EQ(codeOf([&] { line.request(1); }), CQ_DEVICE_IS_CLOSED);
 }
 
 // The device goes while a request waits: the thread ends by itself, which nobody notices until the
 // time-out, or until receiving is stopped.
 TEST(PacketReceiver, unpluggingLeavesTheRequestWaitingUntilItIsStopped) {
-    test::LogFile log;
-    ASSERT_TRUE(log.enable());
+    const test::LogFile log;
     Receiving line({{packetBytes(1, 4), {}}});
-    auto outcome = line.requestMeanwhile(4);
+    auto waiting = line.requestMeanwhile(4);
     line.peer.awaitSteps(1);
     line.peer.unplug();
-    while (log.text().find("End receiving_thread") == std::string::npos) {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_EQ(outcome.wait_for(kBrief), std::future_status::timeout);
+    ASSERT_TRUE(log.waitFor("End receiving_thread"));
+    EXPECT_EQ(waiting.wait_for(kBrief), std::future_status::timeout);
     line.receiver.stopReceiving();
-    EXPECT_EQ(outcome.get().text, "serial port detached");
+    EXPECT_THAT([&] { waiting.get(); },
+                testing::ThrowsMessage<CommunicationException>("serial port detached"));
 }
 
 TEST(PacketReceiver, aRequestThatCannotBeWrittenFails) {
     const test::PseudoTerminal unread;
-    SerialPortSettings settings;
-    settings.writeTimeout = kBrief;
+    const SerialPortSettings settings{.writeTimeout = kBrief};
     const auto port = std::make_shared<SerialPort>(unread.path(), settings);
     ASSERT_TRUE(port->open());
     PacketReceiver receiver;
     receiver.startReceiving(port);
     const CmdPacket tooMuch(1, 8, toBytes(bletest::pattern(65535)));
-    EXPECT_EQ(outcomeOf([&] { receiver.sendPacket(tooMuch, kLong); }).code, CQ_SYSTEM_ERROR);
-}
-
-TEST(PacketReceiver, aSecondRequestTakesTheFirstOnesPlace) {
-    Receiving line({{packetBytes(1, 4), {}}, {packetBytes(1, 5), {packetBytes(1, 5)}}});
-    auto first = std::async(std::launch::async, [&] { line.request(4); });
-    line.peer.awaitSteps(1);
-    EXPECT_EQ(line.request(5)->cmd(), 5);
-    EXPECT_THROW(first.get(), std::future_error);
+    EXPECT_EQ(codeOf([&] { receiver.sendPacket(tooMuch, kLong); }), CQ_SYSTEM_ERROR);
 }
 
 TEST(PacketReceiver, whatAHandlerThrowsEndsTheThreadAndNothingElse) {
-    test::LogFile log;
-    ASSERT_TRUE(log.enable());
+    const test::LogFile log;
     Receiving line;
     line.receiver.setPacketHandler([](const Packet&) { throw std::runtime_error("from a host"); });
     line.peer.send(packetBytes(1, 4));
-    while (log.text().find("End receiving_thread") == std::string::npos) {
-        std::this_thread::sleep_for(1ms);
-    }
+    ASSERT_TRUE(log.waitFor("End receiving_thread"));
     EXPECT_EQ(line.receiver.stopReceiving(), line.port);
 }
 

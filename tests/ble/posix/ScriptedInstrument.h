@@ -46,7 +46,7 @@ inline ResultCode codeOf(const std::function<void()>& operation) {
     }
 }
 
-inline CqMeasurementRecord record(int seed) {
+inline CqMeasurementRecord record(std::size_t seed) {
     CqMeasurementRecord made;
     std::memcpy(made.bytes, pattern(sizeof(made.bytes), seed).data(), sizeof(made.bytes));
     return made;

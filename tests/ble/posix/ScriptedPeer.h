@@ -5,6 +5,8 @@
 #include <thread>
 #include <vector>
 
+#include "serial/posix/PseudoTerminal.h"
+
 namespace ovk::bletest {
 
 /// The module or the instrument at the far end of a pseudo-terminal: a thread that waits for the
@@ -23,9 +25,9 @@ class ScriptedPeer {
     ScriptedPeer(const ScriptedPeer&) = delete;
     ScriptedPeer& operator=(const ScriptedPeer&) = delete;
 
-    const std::string& portName() const { return portName_; }
+    const std::string& portName() const { return terminal_.path(); }
     /// Sends by itself. Not while a step is under way.
-    void send(const std::string& bytes) const;
+    void send(const std::string& bytes) const { terminal_.send(bytes); }
     /// Waits until so many steps are done.
     void awaitSteps(std::size_t count) const;
     /// Ends the thread and returns all that the port has sent.
@@ -39,16 +41,14 @@ class ScriptedPeer {
   private:
     void run();
     void playSteps();
-    void readAvailable();
 
     const Script script_;
-    int master_;
-    int slave_;  // without one open the master could not be read
-    int stopEvent_;
-    std::string portName_;
+    test::PseudoTerminal terminal_;
+    const int portsSide_;  // without one open nothing could be received
     std::string received_;
     std::size_t answered_ = 0;  // so many bytes of these belong to steps that are done
     std::atomic<std::size_t> stepsDone_{0};
+    std::atomic<bool> mustStop_{false};
     std::thread thread_;
 };
 

@@ -64,7 +64,7 @@ TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
             samples.ask(1, 5, u32(77), each.total);
         }
         for (const std::uint32_t index : each.indices) {
-            standards.ask(1, 6, u32(index), image(record(static_cast<int>(index % 100))));
+            standards.ask(1, 6, u32(index), image(record(index % 100)));
             samples.ask(1, 7, u32(77) + u32(index), image(record(1)));
         }
         MeasurementRecords records;
@@ -77,7 +77,7 @@ TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
         EXPECT_EQ(standards.run(uploadStandards), 0U);
         ASSERT_EQ(records.size(), each.indices.size());
         for (std::size_t i = 0; i < records.size(); ++i) {
-            EXPECT_EQ(image(records[i]), image(record(static_cast<int>(each.indices[i] % 100))));
+            EXPECT_EQ(image(records[i]), image(record(each.indices[i] % 100)));
         }
         EXPECT_EQ(samples.run(uploadSamples), 0U);
         EXPECT_EQ(records.size(), 2 * each.indices.size());
@@ -141,45 +141,37 @@ TEST(SpectrophotometerBle, gathersTheDeviceInformationTextByText) {
 }
 
 TEST(SpectrophotometerBle, readsTheWhiteBoardParameter) {
-    struct Case {
-        std::string block;
-        ResultCode code;
-    };
-    const Case cases[]{{pattern(248), 0},
-                       {pattern(300), 0},
-                       {pattern(247), CQ_INVALID_PACKET},
-                       {"FAIL", CQ_EXECUTE_COMMAND_FAILED},
-                       {"INVAL", CQ_INVALID_PARAMETER}};
-    for (const Case& each : cases) {
+    const std::pair<std::string, ResultCode> cases[]{{pattern(248), 0},
+                                                     {pattern(300), 0},
+                                                     {pattern(247), CQ_INVALID_PACKET},
+                                                     {"FAIL", CQ_EXECUTE_COMMAND_FAILED},
+                                                     {"INVAL", CQ_INVALID_PARAMETER}};
+    for (const auto& [block, code] : cases) {
         Dialogue dialogue;
-        dialogue.ask(2, 12, "", "tile 7").ask(2, 13, "", each.block);
+        dialogue.ask(2, 12, "", "tile 7").ask(2, 13, "", block);
         CqWhiteBoardParameter parameter;
         std::memset(&parameter, '.', sizeof(parameter));
         const auto get = [&](auto& driver) { driver.getWhiteBoardParameter(parameter); };
-        EXPECT_EQ(dialogue.run(get), each.code);
-        const auto blocks = each.code == 0 ? each.block.substr(0, 248) : std::string(248, '.');
+        EXPECT_EQ(dialogue.run(get), code);
+        const auto blocks = code == 0 ? block.substr(0, 248) : std::string(248, '.');
         EXPECT_EQ(image(parameter), padded("tile 7", 7) + std::string(25, '.') + blocks);
     }
 }
 
 TEST(SpectrophotometerBle, writesTheWhiteBoardTextAndAnAddressInPlaceOfTheBlock) {
-    struct Case {
-        std::string answer;
-        ResultCode code;
-    };
-    const Case cases[]{{"OK", 0},
-                       {"INVAL", CQ_INVALID_PARAMETER},
-                       {"FAIL", CQ_EXECUTE_COMMAND_FAILED},
-                       {"", CQ_EXECUTE_COMMAND_FAILED},
-                       {"OK\r\n", CQ_EXECUTE_COMMAND_FAILED}};
+    const std::pair<std::string, ResultCode> cases[]{{"OK", 0},
+                                                     {"INVAL", CQ_INVALID_PARAMETER},
+                                                     {"FAIL", CQ_EXECUTE_COMMAND_FAILED},
+                                                     {"", CQ_EXECUTE_COMMAND_FAILED},
+                                                     {"OK\r\n", CQ_EXECUTE_COMMAND_FAILED}};
     CqWhiteBoardParameter parameter{};
     std::memset(parameter.text, 'x', sizeof(parameter.text));  // without a NUL
     const std::string text = packetBytes(2, 23, std::string(16, 'x'));
-    for (const Case& each : cases) {
+    for (const auto& [answer, code] : cases) {
         ScriptedInstrument instrument(
             {{text, {packetBytes(2, 23, "OK")}},
-             {packetBytes(2, 24, "address."), {packetBytes(2, 24, each.answer)}}});
-        EXPECT_EQ(codeOf([&] { instrument.driver.setWhiteBoardParameter(parameter); }), each.code);
+             {packetBytes(2, 24, "address."), {packetBytes(2, 24, answer)}}});
+        EXPECT_EQ(codeOf([&] { instrument.driver.setWhiteBoardParameter(parameter); }), code);
         const std::string sent = instrument.finish();
         ASSERT_EQ(sent.size(), text.size() + 12);
         EXPECT_EQ(sent.substr(0, text.size() + 4), text + std::string("\x02\x18\x08\x00", 4));

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <future>
-#include <regex>
 
 #include "api/LogFile.h"
 #include "ScriptedInstrument.h"
@@ -22,18 +21,6 @@ using bletest::ScriptedInstrument;
 using bletest::ScriptedPeer;
 using bletest::u32;
 using testing::ElementsAre;
-
-/// The time-outs, in the log, of the requests after the hello.
-std::vector<std::string> timeoutsIn(const test::LogFile& log) {
-    static const std::regex kTimeout(R"(\(timeout = (\d+)ms\))");
-    const std::string all = log.text();
-    std::vector<std::string> found;
-    for (std::sregex_iterator match(all.begin(), all.end(), kTimeout), end; match != end; ++match) {
-        found.push_back((*match)[1]);
-    }
-    found.erase(found.begin());
-    return found;
-}
 
 // Every command with one request: its bytes, its time-out, and what each reply comes to.
 TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
@@ -59,76 +46,67 @@ TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
         EXPECT_EQ(records.size(), 1U);
         EXPECT_EQ(image(records[0]), image(record(3)));
     };
-    const std::vector<Reply> acknowledged{
+    const auto uploadSample = [](Driver& driver) {
+        MeasurementRecords records;
+        driver.uploadSamples(records, 7, 9, 1);
+        EXPECT_EQ(image(records.at(0)), image(record(3)));
+    };
+    const auto measureStandard = [](Driver& driver) {
+        EXPECT_EQ(image(driver.measure(RECORD_TYPE::standard)), image(record(3)));
+    };
+    using Replies = std::vector<Reply>;
+    const Replies ok{{"OK", 0}};
+    const Replies calibrated{
+        {"OK", 0}, {"OK\r", kFailed}, {"FAIL", kFailed}, {"INVAL", kFailed}, {"", kFailed}};
+    const Replies measured{
+        {recordText, 0}, {recordText + "x", kFailed}, {"INVAL", kFailed}, {"", kFailed}};
+    const Replies read{{recordText, 0},
+                       {recordText.substr(1), kWrong},
+                       {"", kWrong},
+                       {"FAIL", kFailed},
+                       {"INVAL", kInvalid}};
+    const Replies acknowledged{
         {"", 0}, {"OK", 0}, {"FAIL", kFailed}, {"INVAL", kInvalid}, {std::string("FAIL\0", 5), 0}};
-    const std::vector<Reply> counts{{u32(0x01020304), 0}, {u32(0x01020304) + "more", 0},
-                                    {"", kWrong},         {"123", kWrong},
-                                    {"FAIL", kFailed},    {"INVAL", kInvalid}};
+    const Replies counts{{u32(0x01020304), 0}, {u32(0x01020304) + "more", 0},
+                         {"", kWrong},         {"123", kWrong},
+                         {"FAIL", kFailed},    {"INVAL", kInvalid}};
     const Case cases[]{
-        {"calibrate white",
-         [](Driver& driver) { driver.calibrate(true); },
-         packetBytes(1, 3, "\x01"),
-         "10000",
-         {{"OK", 0}, {"OK\r", kFailed}, {"FAIL", kFailed}, {"INVAL", kFailed}, {"", kFailed}}},
-        {"calibrate black",
-         [](Driver& driver) { driver.calibrate(false); },
-         packetBytes(1, 3, std::string(1, '\0')),
-         "10000",
-         {{"OK", 0}}},
-        {"measure a standard",
-         [](Driver& driver) {
-             EXPECT_EQ(image(driver.measure(RECORD_TYPE::standard)), image(record(3)));
-         },
-         packetBytes(1, 4, std::string(1, '\0')),
-         "8000",
-         {{recordText, 0}, {recordText + "x", kFailed}, {"INVAL", kFailed}, {"", kFailed}}},
-        {"measure a trial",
-         [](Driver& driver) { driver.measure(RECORD_TYPE::trial); },
-         packetBytes(1, 4, "\x01"),
-         "8000",
-         {{recordText, 0}}},
+        {"calibrate white", [](Driver& driver) { driver.calibrate(true); },
+         packetBytes(1, 3, "\x01"), "10000", calibrated},
+        {"calibrate black", [](Driver& driver) { driver.calibrate(false); },
+         packetBytes(1, 3, std::string(1, '\0')), "10000", ok},
+        {"measure a standard", measureStandard, packetBytes(1, 4, std::string(1, '\0')), "8000",
+         measured},
+        {"measure a trial", [](Driver& driver) { driver.measure(RECORD_TYPE::trial); },
+         packetBytes(1, 4, "\x01"), "8000", Replies{{recordText, 0}}},
         {"count samples",
          [](Driver& driver) { EXPECT_EQ(driver.getSampleCount(0x0A0B0C0D), 0x01020304U); },
          packetBytes(1, 5, "\x0D\x0C\x0B\x0A"), "2000", counts},
         {"count standards",
          [](Driver& driver) { EXPECT_EQ(driver.getTotalStandards(), 0x01020304U); },
          packetBytes(2, 1), "2000", counts},
-        {"read a standard",
-         upload,
-         packetBytes(1, 6, u32(9)),
-         "1000",
-         {{recordText, 0}, {recordText.substr(1), kWrong}, {"FAIL", kFailed}, {"INVAL", kInvalid}}},
-        {"read a sample",
-         [](Driver& driver) {
-             MeasurementRecords records;
-             driver.uploadSamples(records, 7, 9, 1);
-             EXPECT_EQ(image(records.at(0)), image(record(3)));
-         },
-         packetBytes(1, 7, u32(7) + u32(9)),
-         "1000",
-         {{recordText, 0}, {"", kWrong}, {"INVAL", kInvalid}}},
+        {"read a standard", upload, packetBytes(1, 6, u32(9)), "1000", read},
+        {"read a sample", uploadSample, packetBytes(1, 7, u32(7) + u32(9)), "1000", read},
         {"write a standard",
          [](Driver& driver) { driver.downloadStandards(std::array{record(3)}); },
          packetBytes(1, 8, recordText), "2000", acknowledged},
         {"delete a standard", [](Driver& driver) { driver.deleteStandard(258); },
          packetBytes(1, 9, std::string("\x02\x01\x00\x00", 4)), "10000", acknowledged},
-        {"delete everything",
-         [](Driver& driver) { driver.deleteStandard(CQ_ALL_RECORDS); },
-         packetBytes(1, 9, "\xFF\xFF\xFF\xFF"),
-         "10000",
-         {{"OK", 0}}},
+        {"delete everything", [](Driver& driver) { driver.deleteStandard(CQ_ALL_RECORDS); },
+         packetBytes(1, 9, "\xFF\xFF\xFF\xFF"), "10000", ok},
         {"delete a sample", [](Driver& driver) { driver.deleteSample(1, 2); },
          packetBytes(1, 10, u32(1) + u32(2)), "10000", acknowledged},
     };
     for (const Case& each : cases) {
         for (const Reply& reply : each.replies) {
             SCOPED_TRACE(std::string(each.name) + ": " + reply.payload.substr(0, 10));
-            test::LogFile log;
-            ASSERT_TRUE(log.enable());
             ScriptedInstrument instrument({{each.request, {packetBytes(9, 9, reply.payload)}}});
+            const test::LogFile log;
             EXPECT_EQ(codeOf([&] { each.run(instrument.driver); }), reply.code);
             EXPECT_EQ(instrument.finish(), each.request);
-            EXPECT_THAT(timeoutsIn(log), ElementsAre(each.timeout));
+            EXPECT_THAT(log.messages(),
+                        testing::Contains("waiting receiving packet... (timeout = " + each.timeout +
+                                          "ms)\r\n"));
         }
     }
 }
@@ -149,8 +127,7 @@ TEST(SpectrophotometerBle, attachesToAnInstrumentThatDoesNotAnswer) {
 }
 
 TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
-    test::LogFile log;
-    ASSERT_TRUE(log.enable());
+    const test::LogFile log;
     ScriptedInstrument instrument;
     std::vector<std::string> heard;
     instrument.driver.setResultHandler([&](std::int32_t type, const CqMeasurementRecord& measured) {
@@ -170,9 +147,7 @@ TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
         // One at a time: two in one read are none.
         const auto before = countHandled();
         instrument.peer.send(notification);
-        while (countHandled() == before) {
-            std::this_thread::sleep_for(1ms);
-        }
+        ASSERT_TRUE(cqtest::waitUntil([&] { return countHandled() > before; }));
     }
     instrument.driver.detach();
     EXPECT_THAT(heard, ElementsAre("0" + image(record(1)), "1" + image(record(2))));

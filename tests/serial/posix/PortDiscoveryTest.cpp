@@ -5,8 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "api/TemporaryPath.h"
-#include "serial/posix/SystemTree.h"
+#include "serial/posix/MadeUpSystem.h"
 
 namespace ovk {
 namespace {
@@ -15,53 +14,29 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// A made-up tree of devices in the shape of the system's.
-class PosixPortDiscovery : public testing::Test {
+class PosixPortDiscovery : public testing::Test, protected test::MadeUpSystem {
   protected:
-    PosixPortDiscovery() {
-        fs::create_directories(terminals);
-        systemTree() = {root / "sys", root / "dev"};
-    }
-    ~PosixPortDiscovery() override { systemTree() = usual_; }
-
     /// Plugs in a USB device with one terminal, whose driver may be "".
     void plugIn(const std::string& terminal, const std::string& vendor, const std::string& product,
                 const std::string& driver = "", const std::string& productName = "") {
         const fs::path usb = root / "sys/devices/usb1" / ("1-" + std::to_string(++count_));
         const fs::path interface = usb / "1-1:1.0" / terminal;
         fs::create_directories(interface);
-        write(usb / "idVendor", vendor);
-        write(usb / "idProduct", product);
+        std::ofstream(usb / "idVendor") << vendor << '\n';
+        std::ofstream(usb / "idProduct") << product << '\n';
         if (!productName.empty()) {
-            write(usb / "product", productName);
+            std::ofstream(usb / "product") << productName << '\n';
         }
         if (!driver.empty()) {
-            const fs::path drivers = root / "sys/bus/drivers" / driver;
-            fs::create_directories(drivers);
-            fs::create_directory_symlink(drivers, interface / "driver");
+            drive(interface, driver);
         }
         addTerminal(terminal, interface);
     }
 
-    void addTerminal(const std::string& terminal, const fs::path& device) {
-        fs::create_directories(terminals / terminal);
-        fs::create_directory_symlink(device, terminals / terminal / "device");
-    }
-
-    std::string dev(const std::string& name) const { return (root / "dev" / name).string(); }
-
-    const test::TemporaryPath folder{"cqapi-system-tree"};
-    const fs::path root = folder.get();
-    const fs::path terminals = root / "sys/class/tty";
     std::vector<std::string> names{"left from before"};
     std::vector<std::uint32_t> numbers{99};
 
   private:
-    static void write(const fs::path& file, const std::string& line) {
-        std::ofstream(file) << line << '\n';
-    }
-
-    const SystemTree usual_ = systemTree();
     int count_ = 0;
 };
 

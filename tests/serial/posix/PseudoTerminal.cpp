@@ -5,14 +5,13 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 #include <utility>
+
+#include "peer/WaitUntil.h"
 
 namespace ovk::test {
 namespace {
@@ -51,32 +50,36 @@ void PseudoTerminal::send(const Bytes& bytes) const {
 Bytes PseudoTerminal::receive(std::size_t count) const {
     Bytes bytes;
     while (bytes.size() < count) {
-        pollfd entry{farEnd_, POLLIN, 0};
-        const auto patience = static_cast<int>(std::chrono::milliseconds(kPatience).count());
-        std::array<std::uint8_t, 4096> buffer{};
-        if (poll(&entry, 1, patience) <= 0) {
+        const Bytes some = receiveSome(kPatience);
+        if (some.empty()) {
             break;
         }
-        const ssize_t size = ::read(farEnd_, buffer.data(), buffer.size());
-        if (size <= 0) {
-            break;
-        }
-        bytes.insert(bytes.end(), buffer.begin(), buffer.begin() + size);
+        bytes.insert(bytes.end(), some.begin(), some.end());
     }
     return bytes;
 }
 
+Bytes PseudoTerminal::receiveSome(std::chrono::milliseconds patience) const {
+    pollfd entry{farEnd_, POLLIN, 0};
+    if (poll(&entry, 1, static_cast<int>(patience.count())) <= 0) {
+        return {};
+    }
+    Bytes buffer(4096);
+    const ssize_t size = ::read(farEnd_, buffer.data(), buffer.size());
+    buffer.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return buffer;
+}
+
 void PseudoTerminal::awaitQueued(std::size_t count) const {
     const int nearEnd = check(open(path_.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC), "open");
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    for (int queued = 0; std::cmp_less(queued, count);) {
-        if (ioctl(nearEnd, FIONREAD, &queued) != 0 || std::chrono::steady_clock::now() > deadline) {
-            close(nearEnd);
-            throw std::runtime_error("the bytes did not come");
-        }
-        std::this_thread::sleep_for(1ms);
-    }
+    const bool isThere = cqtest::waitUntil([&] {
+        int queued = 0;
+        return ioctl(nearEnd, FIONREAD, &queued) == 0 && std::cmp_greater_equal(queued, count);
+    });
     close(nearEnd);
+    if (!isThere) {
+        throw std::runtime_error("the bytes did not come");
+    }
 }
 
 termios PseudoTerminal::attributes() const {

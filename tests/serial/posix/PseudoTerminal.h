@@ -2,6 +2,7 @@
 
 #include <termios.h>
 
+#include <chrono>
 #include <string>
 
 #include "protocol/WireBytes.h"
@@ -23,6 +24,8 @@ class PseudoTerminal {
     void send(std::string_view text) const { send(Bytes(text.begin(), text.end())); }
     /// Waits, up to ten seconds, for so many bytes from the port; returns fewer if no more come.
     Bytes receive(std::size_t count) const;
+    /// What the port has sent; empty if nothing comes in this time.
+    Bytes receiveSome(std::chrono::milliseconds patience) const;
     /// Waits until as many bytes wait to be read on the port's side.
     void awaitQueued(std::size_t count) const;
     /// How the port is set up.

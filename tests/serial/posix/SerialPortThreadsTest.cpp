@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <future>
-#include <thread>
 
 #include "serial/posix/PseudoTerminal.h"
 #include "serial/SerialPort.h"
@@ -110,47 +108,10 @@ TEST_F(PosixSerialPortThreads, aFullLineHoldsAWriteUpUntilItIsDrained) {
 
 TEST_F(PosixSerialPortThreads, aFullLineEndsAWriteThatMayNotWait) {
     port.close();
-    SerialPortSettings settings;
-    settings.writeTimeout = 30ms;
-    SerialPort impatient(terminal.path(), settings);
+    SerialPort impatient(terminal.path(), {.writeTimeout = 30ms});
     ASSERT_TRUE(impatient.open());
     EXPECT_EQ(impatient.write(test::pattern(kMoreThanALineHolds)), -1);
     EXPECT_EQ(impatient.lastError(), static_cast<std::uint32_t>(ETIMEDOUT));
-}
-
-// Readers, a writer and a closer at once: no operation may touch a descriptor that has been closed,
-// which by then may be another file's.
-TEST_F(PosixSerialPortThreads, outlivesClosingUnderEveryOperation) {
-    std::atomic<bool> mustStop{false};
-    std::vector<std::thread> users;
-    std::atomic<int> rounds{0};
-    users.emplace_back([&] {
-        while (!mustStop) {
-            port.waitForData(1ms);
-            port.readAvailable();
-            port.isOpen();
-            ++rounds;
-        }
-    });
-    users.emplace_back([&] {
-        while (!mustStop) {
-            port.write(Bytes{0x01});
-            port.discardReceived();
-            ++rounds;
-        }
-    });
-    for (int round = 0; round < 100 || rounds < 100; ++round) {
-        std::this_thread::sleep_for(200us);
-        port.close();
-        EXPECT_FALSE(port.hasHandle());
-        EXPECT_TRUE(port.open());
-    }
-    mustStop = true;
-    port.close();
-    for (std::thread& user : users) {
-        user.join();
-    }
-    EXPECT_FALSE(port.isOpen());
 }
 
 }  // namespace
