@@ -21,6 +21,7 @@ class Scan(CqTest):
             ("Far", "AA01", -90), ("A name of twenty-six letters", "AA02", -41), ("Near", "AA03", -56)
         )
         found = self.json("scan", *options)
+        self.assertEqual(set(found), {"adapter", "slaves"})
         self.assertRegex(found["adapter"], "^/dev/")
         self.assertEqual(
             [tuple(slave.values()) for slave in found["slaves"]],
@@ -36,7 +37,12 @@ class Scan(CqTest):
         self.assertIn("no wireless instrument is within reach", shown.stdout)
         self.assertIn("wake the instrument", shown.stderr)
 
-    def test_failure(self):
+    def test_failures(self):
+        nothing = self.folder / "ttyNONE"
+        self.refused(
+            "scan", "--adapter", nothing, status=1,
+            says=["fail to open (2)", f"there is no {nothing}: plug the adapter in"],
+        )
         self.refused(
             "scan", "--virtual-options", "--fault at-silent", status=1,
             says=["system error (9)", "no adapter answers"],
@@ -71,6 +77,12 @@ class Instrument(CqTest):
             "monitor", "--count", 2, *WIRELESS, QUICK + " --calibrated --press-every 0.2:trial",
         )
         self.assertRegex(done.stdout, r"^(\d\d:\d\d:\d\d  trial     #[0-9a-f]{6}  L\* .*\n){2}$")
+
+    def test_measures_the_chart(self):
+        report = self.folder / "report.html"
+        demo = self.json("demo", *WIRELESS, QUICK, "--report", report)
+        self.assertEqual(len(demo["patches"]), 24)
+        self.assertIn("VI-000002", report.read_text(encoding="utf-8"))
 
     def test_ctrl_c_ends_a_measurement(self):
         log = self.folder / "log"
