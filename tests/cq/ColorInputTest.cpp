@@ -16,24 +16,12 @@ std::vector<InputColor> read(const std::string& text, InputKind kind) {
     return colorsOfTable(readCsv(stream, source), kind, source);
 }
 
-std::string failureOf(const std::string& text, InputKind kind) {
-    return thrownBy<Failure>([&] { read(text, kind); });
-}
-
-/// "first" and following wavelengths in steps of 10 nm, with something before and after each.
-std::string wavelengthTitles(int first, int last, const std::string& prefix = {}) {
+/// The wavelengths from the first to the last in steps of 10 nm, with something before each: with
+/// "0." they are numbers that tell where they come from.
+std::string wavelengths(int first, int last, const std::string& prefix = {}) {
     std::string text;
     for (int nanometres = first; nanometres <= last; nanometres += 10) {
         text += (text.empty() ? "" : ",") + prefix + std::to_string(nanometres);
-    }
-    return text;
-}
-
-/// As many fields as there are wavelengths, each the wavelength's thousandth part.
-std::string wavelengthValues(int first, int last) {
-    std::string text;
-    for (int nanometres = first; nanometres <= last; nanometres += 10) {
-        text += (text.empty() ? "0." : ",0.") + std::to_string(nanometres);
     }
     return text;
 }
@@ -63,12 +51,11 @@ TEST(ColorInput, TakesTriplesWithAndWithoutNamesAndTitles) {
 TEST(ColorInput, TakesTheColumnsThatTheTitlesName) {
     // Instruments export more than is needed, in front, behind and beside.
     const std::string texts[] = {
-        wavelengthTitles(400, 700) + "\n" + wavelengthValues(400, 700) + "\n",
-        "name," + wavelengthTitles(400, 700, "r") + "\nx," + wavelengthValues(400, 700) + "\n",
-        "id," + wavelengthTitles(360, 740, "R_") + ",gloss\nx," + wavelengthValues(360, 740) +
-            ",88\n",
-        wavelengthTitles(380, 730) + "\n" + wavelengthValues(380, 730) + "\n",
-        wavelengthValues(400, 700) + "\n",
+        wavelengths(400, 700) + "\n" + wavelengths(400, 700, "0."),
+        "name," + wavelengths(400, 700, "r") + "\nx," + wavelengths(400, 700, "0."),
+        "id," + wavelengths(360, 740, "R_") + ",gloss\nx," + wavelengths(360, 740, "0.") + ",88",
+        wavelengths(380, 730) + "\n" + wavelengths(380, 730, "0."),
+        wavelengths(400, 700, "0."),
     };
     for (const std::string& text : texts) {
         const auto colors = read(text, InputKind::spectrum);
@@ -92,13 +79,14 @@ TEST(ColorInput, SaysWhereATableIsWrong) {
         {"1,2,3\n\n1,2,3,4,5\n", InputKind::xyz, "line 3 has 5 fields"},
         {"1,2,x\n", InputKind::lab, "line 1, field 3: 'x' is no number"},
         {"a,1,2,3\nb,1,,3\n", InputKind::lab, "line 2, field 3: '' is no number"},
-        {wavelengthTitles(400, 690) + "\n" + wavelengthValues(400, 690), InputKind::spectrum,
+        {wavelengths(400, 690) + "\n" + wavelengths(400, 690, "0."), InputKind::spectrum,
          "line 1: no column for 700 nm"},
-        {wavelengthTitles(400, 700, "r") + "\n0.1,0.2\n", InputKind::spectrum,
+        {wavelengths(400, 700, "r") + "\n0.1,0.2\n", InputKind::spectrum,
          "line 2, field 3: '' is no number"},
     };
-    for (const auto& [text, kind, problem] : cases) {
-        EXPECT_THAT(failureOf(text, kind), HasSubstr(problem)) << text;
+    for (const auto& one : cases) {
+        EXPECT_THAT(thrownBy<Failure>([&] { read(one.text, one.kind); }), HasSubstr(one.problem))
+            << one.text;
     }
 }
 

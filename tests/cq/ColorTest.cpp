@@ -27,21 +27,6 @@ TEST(ColorNames, AreFoundInAnyCaseAndListedWhenNot) {
     EXPECT_THAT(thrownBy<UsageError>([] { observerNamed("2°"); }), HasSubstr("must be 2 or 10"));
 }
 
-TEST(ColorNames, HaveTheLibrarysNumbers) {
-    for (const SpaceInfo& space : colorSpaces()) {
-        EXPECT_EQ(&colorSpace(space.number), &space);
-        EXPECT_EQ(colorSpaceNamed(space.name).number, space.number);
-    }
-    EXPECT_THAT(colorSpaces(), SizeIs(9));
-}
-
-TEST(ColorMath, MeasuresDifferencesInLab) {
-    const ColorData lab{{50, 2, -3}};
-    EXPECT_DOUBLE_EQ(deltaEab(lab, lab), 0);
-    EXPECT_DOUBLE_EQ(deltaEab(lab, {{53, 2, -7}}), 5);
-    EXPECT_DOUBLE_EQ(deltaEab({{50, 8, -3}}, lab), 6);
-}
-
 TEST(ColorMath, MakesScreenColours) {
     EXPECT_EQ(toRgb({{1, 0.5F, 0}}), (Rgb{255, 128, 0}));
     EXPECT_EQ(toRgb({{2, -1, std::nanf("")}}), (Rgb{255, 0, 0}));
@@ -105,13 +90,8 @@ class ConvertedColors : public testing::Test {
 TEST_F(ConvertedColors, AreLaidOutForReading) {
     // L* of half the white's light is 116 * cbrt(0.5) - 16 = 76.07 under every illuminant.
     const std::string table = tableOf(colors_, spaces_, Palette(ColorDepth::none));
-    std::istringstream lines(table);
-    std::string titles;
-    std::string first;
-    std::getline(lines, titles);
-    std::getline(lines, first);
-    EXPECT_THAT(titles, testing::StartsWith("name         for                  L*"));
-    EXPECT_THAT(first, testing::StartsWith("grey, \"mid\"  D65/10°  #bcbcbc  76.07"));
+    EXPECT_THAT(table, testing::StartsWith("name         for                  L*"));
+    EXPECT_THAT(table, HasSubstr("\ngrey, \"mid\"  D65/10°  #bcbcbc  76.07"));
     EXPECT_THAT(table, HasSubstr("A/2°"));
     EXPECT_THAT(table, Not(HasSubstr("\x1b")));
     EXPECT_THAT(tableOf(colors_, spaces_, Palette(ColorDepth::trueColor)),
@@ -133,8 +113,7 @@ TEST_F(ConvertedColors, AreWrittenAsCsv) {
 TEST_F(ConvertedColors, AreWrittenAsJson) {
     spaces_ = {&colorSpaceNamed("lab"), &colorSpaceNamed("din99")};
     const Viewing viewing{IlluminantD65, Observer2Degree};
-    const std::vector<InputColor> neutral{{"neutral", {50, 0, 0}}};
-    const auto colors = convert(neutral, InputKind::lab, spaces_, {&viewing, 1});
+    const auto colors = convert({{"neutral", {50, 0, 0}}}, InputKind::lab, spaces_, {&viewing, 1});
     const auto json = nlohmann::json::parse(jsonOf(colors, spaces_));
     ASSERT_EQ(json.size(), 1U);
     EXPECT_EQ(json[0]["lab"]["L"], 50);

@@ -122,17 +122,13 @@ TEST(RecordReport, GroupsAndJudgesTrials) {
 TEST(RecordReport, ShowsWhatPassesAndNeedsNothingElse) {
     const RecordSet set = batch();
     const std::string page = recordReport(set, groupsOf(set), {DifferenceFormula::ab, 1.0});
-    EXPECT_THAT(page, HasSubstr("<h1>Batch &lt;7&gt;</h1>"));
-    EXPECT_THAT(page, HasSubstr("1 of 2 within ΔE*<sub>ab</sub> 1"));
-    EXPECT_THAT(page, HasSubstr("<td class=\"pass\">pass</td>"));
-    EXPECT_THAT(page, HasSubstr("<td class=\"fail\">fail</td>"));
-    EXPECT_THAT(page, HasSubstr("far &amp; out"));
-    EXPECT_THAT(page, HasSubstr("class=\"mark trial out\""));
-    EXPECT_THAT(page, HasSubstr("<polygon class=\"tolerance\""));
-    for (const char* external :
-         {"http:", "https:", "url(", "@import", "<script", "src=", "<link"}) {
-        EXPECT_THAT(page, Not(HasSubstr(external)));
+    for (const char* part :
+         {"<h1>Batch &lt;7&gt;</h1>", "1 of 2 within ΔE*<sub>ab</sub> 1",
+          "<td class=\"pass\">pass</td>", "<td class=\"fail\">fail</td>", "far &amp; out",
+          "class=\"mark trial out\"", "<polygon class=\"tolerance\""}) {
+        EXPECT_THAT(page, HasSubstr(part));
     }
+    expectNothingExternal(page);
     const std::string plain = recordReport(set, groupsOf(set), {});
     EXPECT_THAT(plain, Not(HasSubstr("class=\"pass\"")));
     EXPECT_THAT(plain, Not(HasSubstr("<polygon")));

@@ -10,16 +10,12 @@ using testing::HasSubstr;
 constexpr UsbIdentity kInstrumentUsb{0x0483, 0x5740};
 constexpr UsbIdentity kAdapterUsb{0x1A86, 0x7523};
 
-PortInfo instrumentPort() {
+PortFacts healthy() {
     PortInfo port;
     port.name = "/dev/none/ttyACM0";
     port.kind = PortKind::instrument;
     port.usb = kInstrumentUsb;
-    return port;
-}
-
-PortFacts healthy() {
-    return {{instrumentPort()},
+    return {{port},
             {kInstrumentUsb},
             {true, "root", ""},
             {"cdc_acm", true, "load it"},
@@ -36,6 +32,11 @@ Finding findingAbout(const std::string& subject, const PortFacts& facts) {
     return {};
 }
 
+void expectProblem(const Finding& finding, const std::string& text) {
+    EXPECT_EQ(finding.level, Finding::Level::problem);
+    EXPECT_THAT(finding.text, HasSubstr(text));
+}
+
 TEST(Doctor, FindsNothingWrongWithAHealthyMachine) {
     for (const Finding& finding : portFindings(healthy())) {
         EXPECT_NE(finding.level, Finding::Level::problem) << finding.text;
@@ -48,26 +49,20 @@ TEST(Doctor, FindsNothingWrongWithAHealthyMachine) {
 TEST(Doctor, NamesWhatKeepsAPortFromBeingOpened) {
     PortFacts facts = healthy();
     facts.ports[0].heldBy = "minicom (process 1234)";
-    Finding finding = findingAbout("instrument", facts);
-    EXPECT_EQ(finding.level, Finding::Level::problem);
-    EXPECT_THAT(finding.text, HasSubstr("in use by minicom (process 1234)"));
+    expectProblem(findingAbout("instrument", facts), "in use by minicom (process 1234)");
 
     facts.ports[0].isAccessible = false;
     facts.ports[0].accessProblem = "no permission";
-    finding = findingAbout("instrument", facts);
-    EXPECT_EQ(finding.level, Finding::Level::problem);
-    EXPECT_THAT(finding.text, HasSubstr("no permission"));
-    EXPECT_FALSE(finding.advice.empty());
+    expectProblem(findingAbout("instrument", facts), "no permission");
+    EXPECT_FALSE(findingAbout("instrument", facts).advice.empty());
 }
 
 TEST(Doctor, TellsAMissingDriverFromAMissingDevice) {
     PortFacts facts = healthy();
     facts.usb.push_back(kAdapterUsb);
     facts.adapterDriver.isThere = false;
-    const Finding finding = findingAbout("adapter", facts);
-    EXPECT_EQ(finding.level, Finding::Level::problem);
-    EXPECT_THAT(finding.text, HasSubstr("1a86:7523 is plugged in"));
-    EXPECT_THAT(finding.text, HasSubstr("no driver ch341"));
+    expectProblem(findingAbout("adapter", facts), "1a86:7523 is plugged in");
+    expectProblem(findingAbout("adapter", facts), "no driver ch341");
     EXPECT_EQ(findingAbout("drivers", facts).level, Finding::Level::note);
 }
 

@@ -9,6 +9,7 @@
 namespace cqtool {
 namespace {
 
+using enum ExchangeFormat;
 using testing::HasSubstr;
 
 CqMeasurementRecord recordNumber(int number) {
@@ -55,7 +56,7 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 
 TEST(Exchange, GivesBackWhatWasWritten) {
     const RecordSet set = sampleSet();
-    for (const auto format : {ExchangeFormat::csv, ExchangeFormat::json, ExchangeFormat::cgats}) {
+    for (const auto format : {csv, json, cgats}) {
         SCOPED_TRACE(static_cast<int>(format));
         const RecordSet read = throughFormat(set, format);
         EXPECT_EQ(read.viewing.illuminant, IlluminantA);
@@ -69,23 +70,23 @@ TEST(Exchange, GivesBackWhatWasWritten) {
         EXPECT_EQ(read.entries[0].name, "Rouge, foncé");
         EXPECT_EQ(read.entries[2].name, "trial 6");
     }
-    EXPECT_EQ(throughFormat(set, ExchangeFormat::json).entries[1].name, "two\twords");
-    EXPECT_EQ(throughFormat(set, ExchangeFormat::json).title, set.title);
-    const RecordSet cgats = throughFormat(set, ExchangeFormat::cgats);
-    EXPECT_EQ(cgats.title, "Batch 7, 'red'");
-    EXPECT_EQ(cgats.serial + cgats.time + cgats.instrument, set.serial + set.time + set.instrument);
+    EXPECT_EQ(throughFormat(set, json).entries[1].name, "two\twords");
+    EXPECT_EQ(throughFormat(set, json).title, set.title);
+    const RecordSet read = throughFormat(set, cgats);
+    EXPECT_EQ(read.title, "Batch 7, 'red'");
+    EXPECT_EQ(read.serial + read.time + read.instrument, set.serial + set.time + set.instrument);
 }
 
 TEST(Exchange, RawIsTheRecordsAndNothingElse) {
     const RecordSet set = sampleSet();
-    const std::string content = writtenRecords(set, ExchangeFormat::raw);
+    const std::string content = writtenRecords(set, raw);
     ASSERT_EQ(content.size(), 3U * 256U);
     EXPECT_EQ(std::memcmp(content.data() + 256, set.entries[1].record->bytes, 256), 0);
-    const RecordSet read = parsedRecords(content, ExchangeFormat::raw, "file");
+    const RecordSet read = parsedRecords(content, raw, "file");
     ASSERT_EQ(recordsOf(read, "file").size(), 3U);
     EXPECT_EQ(read.entries[1].spectrum, rampSpectrum());
     EXPECT_EQ(read.entries[1].name, "standard 1");
-    EXPECT_THAT(refusalOf(content + "x", ExchangeFormat::raw), HasSubstr("769 bytes"));
+    EXPECT_THAT(refusalOf(content + "x", raw), HasSubstr("769 bytes"));
 }
 
 TEST(Exchange, LeavesOutWhatIsNotKnown) {
@@ -93,83 +94,78 @@ TEST(Exchange, LeavesOutWhatIsNotKnown) {
     set.entries[1].record.reset();
     set.entries[1].spectrum.reset();
     set.entries[2].lab.reset();
-    for (const auto format : {ExchangeFormat::csv, ExchangeFormat::json}) {
+    for (const auto format : {csv, json}) {
         const RecordSet read = throughFormat(set, format);
         EXPECT_FALSE(read.entries[1].record || read.entries[1].spectrum);
         EXPECT_TRUE(read.entries[1].lab && read.entries[2].record && !read.entries[2].lab);
     }
-    EXPECT_THAT(thrownBy<Failure>([&] { writtenRecords(set, ExchangeFormat::cgats); }),
+    EXPECT_THAT(thrownBy<Failure>([&] { writtenRecords(set, cgats); }),
                 HasSubstr("'trial 6' has no L*, a*, b*"));
-    EXPECT_THAT(thrownBy<Failure>([&] { writtenRecords(set, ExchangeFormat::raw); }),
+    EXPECT_THAT(thrownBy<Failure>([&] { writtenRecords(set, raw); }),
                 HasSubstr("no instrument's record for 'two\twords'"));
 }
 
 TEST(Exchange, ReadsFilesOfOtherPrograms) {
-    const RecordSet csv =
-        parsedRecords("Name;L;a;b\nred;41,5;60;30,25\n", ExchangeFormat::csv, "f");
-    EXPECT_EQ(csv.entries.at(0).name, "red");
-    EXPECT_FLOAT_EQ(csv.entries[0].lab->values[2], 30.25F);
+    const RecordSet table = parsedRecords("Name;L;a;b\nred;41,5;60;30,25\n", csv, "f");
+    EXPECT_EQ(table.entries.at(0).name, "red");
+    EXPECT_FLOAT_EQ(table.entries[0].lab->values[2], 30.25F);
 
-    const RecordSet cgats = parsedRecords(
+    const RecordSet chart = parsedRecords(
         "IT8.7/2\nORIGINATOR \"x\"\n# a remark\nNUMBER_OF_FIELDS 4\nBEGIN_DATA_FORMAT\n"
         "SAMPLE_ID LAB_L LAB_A LAB_B\nEND_DATA_FORMAT\nNUMBER_OF_SETS 2\nBEGIN_DATA\n"
         "A1 50 1 2\nA2 60\n3 4\nEND_DATA\n",
-        ExchangeFormat::cgats, "f");
-    ASSERT_EQ(cgats.entries.size(), 2U);
-    EXPECT_EQ(cgats.entries[1].name, "A2");
-    EXPECT_EQ(cgats.entries[1].index, 1U);
-    EXPECT_FLOAT_EQ(cgats.entries[1].lab->values[2], 4);
-    EXPECT_EQ(cgats.viewing.illuminant, IlluminantD50);
-    EXPECT_EQ(cgats.viewing.observer, Observer2Degree);
+        cgats, "f");
+    ASSERT_EQ(chart.entries.size(), 2U);
+    EXPECT_EQ(chart.entries[1].name, "A2");
+    EXPECT_EQ(chart.entries[1].index, 1U);
+    EXPECT_FLOAT_EQ(chart.entries[1].lab->values[2], 4);
+    EXPECT_EQ(chart.viewing.illuminant, IlluminantD50);
+    EXPECT_EQ(chart.viewing.observer, Observer2Degree);
 }
 
 TEST(Exchange, SaysWhereAFileIsWrong) {
     const RecordSet set = sampleSet();
-    const std::string csv = writtenRecords(set, ExchangeFormat::csv);
-    const std::string json = writtenRecords(set, ExchangeFormat::json);
-    const std::string cgats = writtenRecords(set, ExchangeFormat::cgats);
-    struct Case {
+    const std::string goodCsv = writtenRecords(set, csv);
+    const std::string goodJson = writtenRecords(set, json);
+    const std::string goodCgats = writtenRecords(set, cgats);
+    const struct {
         ExchangeFormat format;
         std::string content;
         const char* says;
+    } cases[] = {
+        {csv, "", "file is empty"},
+        {csv, "1,2,3\n", "file line 1: no column holds"},
+        {csv, replaced(goodCsv, "R550", "X"), "file line 1: 1 of the 31 columns"},
+        {csv, replaced(goodCsv, ",trial,", ",other,"), "file line 3: the kind must be"},
+        {csv, replaced(goodCsv, "\n5,", "\n-5,"), "file line 3: index must be a whole"},
+        {csv, replaced(goodCsv, "0.1,0.12", "10,12"), "file line 2: R400 with 10 is no"},
+        {csv, replaced(goodCsv, "0.1,0.12", "x,0.12"), "R400 must be a number, not 'x'"},
+        {csv, replaced(goodCsv, "A,2,", "A,10,"), "file line 3: '2' where line 2 has"},
+        {csv, goodCsv.substr(0, goodCsv.size() - 9), "line 4: a record must be 512"},
+        {json, goodJson.substr(0, goodJson.size() / 2), "this is no JSON, or it is cut"},
+        {json, "[]", "file must be an object"},
+        {json, "{\"title\": \"x\"}", "no array \"entries\""},
+        {json, R"({"entries": [{"name": "x"}]})", "entries[0] has neither"},
+        {json, replaced(goodJson, "\"L\":", "\"M\":"), "entries[0]: lab: L must be"},
+        {json, replaced(goodJson, "\"observer\": 2", "\"observer\": 3"), "2 or 10"},
+        {json, replaced(goodJson, "\"step\": 10", "\"step\": 5"), "31 values from 400"},
+        {cgats, "<html>", "is no CGATS file"},
+        {cgats, goodCgats.substr(0, goodCgats.size() - 9), "ends where END_DATA is"},
+        {cgats, replaced(goodCgats, "SETS\t3", "SETS\t4"), "NUMBER_OF_SETS is 4, but"},
+        {cgats, replaced(goodCgats, "\ttrial\t", "\t"), "a row of 38 fields is expected"},
+        {cgats, replaced(goodCgats, "\"VIRTUAL-31\"", "\"VIRTUAL"), "does not end on"},
+        {cgats, replaced(goodCgats, "\"A\"", "\"Z\""), "no illuminant is called 'Z'"},
+        {html, "<html>", "not read back"},
     };
-    const Case cases[] = {
-        {ExchangeFormat::csv, "", "file is empty"},
-        {ExchangeFormat::csv, "1,2,3\n", "file line 1: no column holds"},
-        {ExchangeFormat::csv, replaced(csv, "R550", "X"), "file line 1: 1 of the 31 columns"},
-        {ExchangeFormat::csv, replaced(csv, ",trial,", ",other,"), "file line 3: the kind must be"},
-        {ExchangeFormat::csv, replaced(csv, "\n5,", "\n-5,"), "file line 3: index must be a whole"},
-        {ExchangeFormat::csv, replaced(csv, "0.1,0.12", "10,12"),
-         "file line 2: R400 with 10 is no"},
-        {ExchangeFormat::csv, replaced(csv, "0.1,0.12", "x,0.12"),
-         "R400 must be a number, not 'x'"},
-        {ExchangeFormat::csv, replaced(csv, "A,2,", "A,10,"), "file line 3: '2' where line 2 has"},
-        {ExchangeFormat::csv, csv.substr(0, csv.size() - 9), "line 4: a record must be 512"},
-        {ExchangeFormat::json, json.substr(0, json.size() / 2), "this is no JSON, or it is cut"},
-        {ExchangeFormat::json, "[]", "file must be an object"},
-        {ExchangeFormat::json, "{\"title\": \"x\"}", "no array \"entries\""},
-        {ExchangeFormat::json, R"({"entries": [{"name": "x"}]})", "entries[0] has neither"},
-        {ExchangeFormat::json, replaced(json, "\"L\":", "\"M\":"), "entries[0]: lab: L must be"},
-        {ExchangeFormat::json, replaced(json, "\"observer\": 2", "\"observer\": 3"), "2 or 10"},
-        {ExchangeFormat::json, replaced(json, "\"step\": 10", "\"step\": 5"), "31 values from 400"},
-        {ExchangeFormat::cgats, "<html>", "is no CGATS file"},
-        {ExchangeFormat::cgats, cgats.substr(0, cgats.size() - 9), "ends where END_DATA is"},
-        {ExchangeFormat::cgats, replaced(cgats, "SETS\t3", "SETS\t4"), "NUMBER_OF_SETS is 4, but"},
-        {ExchangeFormat::cgats, replaced(cgats, "\ttrial\t", "\t"),
-         "a row of 38 fields is expected"},
-        {ExchangeFormat::cgats, replaced(cgats, "\"VIRTUAL-31\"", "\"VIRTUAL"), "does not end on"},
-        {ExchangeFormat::cgats, replaced(cgats, "\"A\"", "\"Z\""), "no illuminant is called 'Z'"},
-        {ExchangeFormat::html, "<html>", "not read back"},
-    };
-    for (const Case& one : cases) {
+    for (const auto& one : cases) {
         EXPECT_THAT(refusalOf(one.content, one.format), HasSubstr(one.says));
     }
 }
 
 TEST(Exchange, TellsTheFormatByTheName) {
-    EXPECT_EQ(exchangeFormatFor("a/b.CSV"), ExchangeFormat::csv);
-    EXPECT_EQ(exchangeFormatFor("b.txt"), ExchangeFormat::cgats);
-    EXPECT_EQ(exchangeFormatFor("b.txt", "Json"), ExchangeFormat::json);
+    EXPECT_EQ(exchangeFormatFor("a/b.CSV"), csv);
+    EXPECT_EQ(exchangeFormatFor("b.txt"), cgats);
+    EXPECT_EQ(exchangeFormatFor("b.txt", "Json"), json);
     EXPECT_THAT(thrownBy<UsageError>([] { exchangeFormatFor("b.xls"); }), HasSubstr("--format"));
     EXPECT_THAT(thrownBy<UsageError>([] { exchangeFormatFor("b.csv", "xml"); }),
                 HasSubstr("csv, json, cgats, html, raw"));

@@ -23,6 +23,14 @@ std::string thrownBy(Action action) {
     return {};
 }
 
+/// A page that is kept or sent away must show without anything from elsewhere.
+inline void expectNothingExternal(const std::string& page) {
+    for (const char* external :
+         {"http:", "https:", "url(", "@import", "<script", "src=", "<link"}) {
+        EXPECT_THAT(page, testing::Not(testing::HasSubstr(external)));
+    }
+}
+
 /// 0.1 at 400 nm, rising evenly to 0.7 at 700 nm.
 inline Spectrum rampSpectrum() {
     Spectrum spectrum;

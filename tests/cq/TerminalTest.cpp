@@ -12,36 +12,27 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 TEST(Palette, IsChosenByTerminalAndWish) {
-    const TerminalFacts trueColor{true, false, {}, "truecolor", "xterm-256color"};
-    const TerminalFacts indexed{true, false, {}, {}, "screen-256color"};
+    using enum ColorDepth;
+    using enum ColorMode;
     const struct {
         const char* what;
         ColorMode mode;
         TerminalFacts facts;
         ColorDepth depth;
     } cases[] = {
-        {"COLORTERM truecolor", ColorMode::automatic, trueColor, ColorDepth::trueColor},
-        {"24bit", ColorMode::automatic, {true, false, {}, "24bit", "xterm"}, ColorDepth::trueColor},
-        {"-direct",
-         ColorMode::automatic,
-         {true, false, {}, {}, "xterm-direct"},
-         ColorDepth::trueColor},
-        {"Windows console", ColorMode::automatic, {true, true, {}, {}, {}}, ColorDepth::trueColor},
-        {"256", ColorMode::automatic, indexed, ColorDepth::indexed},
-        {"few colours", ColorMode::automatic, {true, false, {}, {}, "linux"}, ColorDepth::none},
-        {"dumb", ColorMode::automatic, {true, false, {}, "truecolor", "dumb"}, ColorDepth::none},
-        {"NO_COLOR", ColorMode::automatic, {true, false, "1", "truecolor", {}}, ColorDepth::none},
-        {"empty NO_COLOR",
-         ColorMode::automatic,
-         {true, false, "", "truecolor", {}},
-         ColorDepth::trueColor},
-        {"a pipe", ColorMode::automatic, {false, false, {}, "truecolor", {}}, ColorDepth::none},
-        {"a pipe, always",
-         ColorMode::always,
-         {false, false, "1", "truecolor", {}},
-         ColorDepth::trueColor},
-        {"nothing, always", ColorMode::always, {}, ColorDepth::indexed},
-        {"never", ColorMode::never, trueColor, ColorDepth::none},
+        {"truecolor", automatic, {true, false, {}, "truecolor", "xterm-256color"}, trueColor},
+        {"24bit", automatic, {true, false, {}, "24bit", "xterm"}, trueColor},
+        {"-direct", automatic, {true, false, {}, {}, "xterm-direct"}, trueColor},
+        {"Windows console", automatic, {true, true, {}, {}, {}}, trueColor},
+        {"256", automatic, {true, false, {}, {}, "screen-256color"}, indexed},
+        {"few colours", automatic, {true, false, {}, {}, "linux"}, none},
+        {"dumb", automatic, {true, false, {}, "truecolor", "dumb"}, none},
+        {"NO_COLOR", automatic, {true, false, "1", "truecolor", {}}, none},
+        {"empty NO_COLOR", automatic, {true, false, "", "truecolor", {}}, trueColor},
+        {"a pipe", automatic, {false, false, {}, "truecolor", {}}, none},
+        {"a pipe, always", always, {false, false, "1", "truecolor", {}}, trueColor},
+        {"nothing, always", always, {}, indexed},
+        {"never", never, {true, false, {}, "truecolor", "xterm-256color"}, none},
     };
     for (const auto& [what, mode, facts, depth] : cases) {
         EXPECT_EQ(chooseColorDepth(mode, facts), depth) << what;

@@ -34,11 +34,10 @@ def source(name):
 
 
 class Examples(unittest.TestCase):
-    def run_example(self, name, port, **options):
+    def run_example(self, name, port):
         program = os.path.join(os.environ["CQ_EXAMPLES"], "example-" + name)
-        done = subprocess.run([program, port], capture_output=True, text=True, timeout=30,
-                              check=True, **options)
-        return done.stdout
+        return subprocess.run([program, port], capture_output=True, text=True, timeout=30,
+                              check=True).stdout
 
     def test_c_measure_prints_the_first_patch(self):
         with VirtualInstrument() as instrument:
@@ -56,29 +55,16 @@ class Examples(unittest.TestCase):
                 printed, _ = process.communicate("\n", timeout=20)
         self.assertGreater(int(re.search(r"received: (\d+)", printed)[1]), 0)
 
-    def test_c_reads_stored_standards_in_portions(self):
-        with VirtualInstrument("--standards", "120") as instrument:
-            self.assertIn("standards read: 120",
-                          self.run_example("c-stored_records", instrument.port))
-
-    def test_c_opens_the_nearest_wireless_instrument(self):
-        with VirtualInstrument("--adapter", "--battery", "57") as adapter:
-            printed = self.run_example("c-wireless", adapter.port)
-        self.assertIn("C4BE84A1B2C4", printed)
-        self.assertIn("battery 57 %", printed)
-
-    def test_c_gives_a_code_its_text(self):
-        with VirtualInstrument() as instrument:
-            self.assertIn("measuring: execute command failed (8)",
-                          self.run_example("c-result_text", instrument.port))
-
-    def test_c_writes_the_debug_log(self):
-        with VirtualInstrument() as instrument:
-            self.assertIn("code 0", self.run_example("c-debug_log", instrument.port))
-
-    def test_cpp_opens_patiently(self):
-        with VirtualInstrument() as instrument:
-            self.assertIn("connected", self.run_example("cpp-open_patiently", instrument.port))
+    def test_others_print_what_they_did(self):
+        for name, options, says in (
+            ("c-stored_records", ("--standards", "120"), "standards read: 120"),
+            ("c-wireless", ("--adapter", "--battery", "57"), "C4BE84A1B2C4(.|\n)*battery 57 %"),
+            ("c-result_text", (), r"measuring: execute command failed \(8\)"),
+            ("c-debug_log", (), "code 0"),
+            ("cpp-open_patiently", (), "connected"),
+        ):
+            with self.subTest(name), VirtualInstrument(*options) as instrument:
+                self.assertRegex(self.run_example(name, instrument.port), says)
 
     def test_readme_shows_the_c_example(self):
         self.assertIn("```c\n" + source("examples/c/measure.c") + "```", source("README.md"))

@@ -79,18 +79,16 @@ class LanguageExamples(unittest.TestCase):
                 self.assertIn("VI-000002", printed.splitlines()[-1])  # the strongest
 
     def test_stored_records(self):
-        with tempfile.TemporaryDirectory() as folder:
+        with (tempfile.TemporaryDirectory() as folder, VirtualInstrument(*STORED) as source,
+              VirtualInstrument() as target, VirtualInstrument("--capacity", "6") as small):
             file = pathlib.Path(folder, "standards")
-            with VirtualInstrument(*STORED) as source, VirtualInstrument() as target:
-                self.assertEqual(
-                    self.run_example(cpp("stored_records"), source.port, target.port),
-                    "copied 7; VI-000001 now has 7\n")
-                self.assertIn("copied 7 of 7",
-                              self.run_example(python("stored_records"), source.port, target.port, file))
+            self.assertEqual(self.run_example(cpp("stored_records"), source.port, target.port),
+                             "copied 7; VI-000001 now has 7\n")
+            self.assertIn("copied 7 of 7",
+                          self.run_example(python("stored_records"), source.port, target.port, file))
             self.assertEqual(file.stat().st_size, 7 * 256)
-            with VirtualInstrument(*STORED) as source, VirtualInstrument("--capacity", "6") as target:
-                self.assertIn("do not all fit", self.run_example(
-                    cpp("stored_records"), source.port, target.port, status=1))
+            self.assertIn("do not all fit", self.run_example(
+                cpp("stored_records"), source.port, small.port, status=1))
 
     def test_cpp_converts_without_an_instrument(self):
         printed = self.run_example(cpp("convert"))
@@ -127,8 +125,7 @@ class LanguageExamples(unittest.TestCase):
     def test_python_many_colors(self):
         if importlib.util.find_spec("numpy") is None:
             self.skipTest("python3-numpy is not installed")
-        printed = self.run_example(python("many_colors"))
-        self.assertIn("(14, 31) (14, 3)", printed)
+        self.assertIn("(14, 31) (14, 3)", self.run_example(python("many_colors")))
 
     def test_csharp_tolerance_check(self):
         # A virtual instrument's trials are 0.3 to 1.5 from their standard.

@@ -58,12 +58,11 @@ class PackageTest(unittest.TestCase):
         for value, expected in zip(map(float, found.groups()), FIRST_PATCH):
             self.assertAlmostEqual(value, expected, delta=0.5)
 
-    def instrument(self, *command, env=None):
+    def instrument(self, *command):
         """Starts a virtual instrument that lives as long as the test; returns its port."""
         process = subprocess.Popen(
-            [str(word) for word in command] + ["--until-eof", "--measure-time", "10"],
-            env={**os.environ, **(env or {})}, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-            stderr=subprocess.DEVNULL, encoding="utf-8",
+            [*map(str, command), "--until-eof", "--measure-time", "10"], stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, encoding="utf-8",
         )
         self.addCleanup(process.wait, 10)
         self.addCleanup(process.stdout.close)
@@ -71,17 +70,12 @@ class PackageTest(unittest.TestCase):
         self.addCleanup(process.stdin.close)
         return process.stdout.readline().strip().removeprefix("port: ")
 
-    def build_consumer(self, *options):
-        """Builds the example that finds the library with CMake; returns the build folder."""
+    def built_consumer(self, *options, suffix=""):
+        """Builds the example that finds the library with CMake; returns the program."""
         build = self.folder / "consumer"
         run("cmake", "-S", EXAMPLES / "cmake-consumer", "-B", build, "-G", "Ninja", *options)
         run("cmake", "--build", build)
-        return build
-
-    @staticmethod
-    def program_in(folder, suffix=""):
-        return next(path for path in sorted(folder.iterdir())
-                    if path.is_file() and path.suffix == suffix and os.access(path, os.X_OK))
+        return build / f"consumer{suffix}"
 
 
 @unittest.skipUnless(DEBS, "no Debian packages are given")
@@ -96,7 +90,10 @@ class Debs(PackageTest):
             run("dpkg-deb", "-x", package, cls.root)
         cls.libraries = next((cls.root / "usr" / "lib").glob("*-linux-gnu"))
         cls.programs = cls.root / "usr" / "bin"
-        cls.env = {"LD_LIBRARY_PATH": str(cls.libraries)}
+
+    def assert_measures(self, program):
+        port = self.instrument(self.programs / "cq-virtual-instrument")
+        self.assert_first_patch(run(program, port, env={"LD_LIBRARY_PATH": str(self.libraries)}))
 
     def fields(self, package):
         text = run("dpkg-deb", "-f", next(path for path in DEBS if path.name.startswith(package)))
@@ -124,9 +121,7 @@ class Debs(PackageTest):
             self.assertIn('TAG+="uaccess"', line)
 
     def test_cmake_finds_the_library(self):
-        program = self.program_in(self.build_consumer(f"-DCMAKE_PREFIX_PATH={self.root / 'usr'}"))
-        port = self.instrument(self.programs / "cq-virtual-instrument")
-        self.assert_first_patch(run(program, port, env=self.env))
+        self.assert_measures(self.built_consumer(f"-DCMAKE_PREFIX_PATH={self.root / 'usr'}"))
 
     def test_cmake_refuses_another_major_version(self):
         source = self.folder / "other-version"
@@ -143,8 +138,7 @@ class Debs(PackageTest):
                     env={"PKG_CONFIG_PATH": str(self.libraries / "pkgconfig")}).split()
         program = self.folder / "measure"
         run("cc", EXAMPLES / "c" / "measure.c", "-o", program, *flags)
-        port = self.instrument(self.programs / "cq-virtual-instrument")
-        self.assert_first_patch(run(program, port, env=self.env))
+        self.assert_measures(program)
 
 
 def debian_mirror():
@@ -211,8 +205,10 @@ class Zip(PackageTest):
         subprocess.run([*cls.wine, "cmd.exe", "/c", "exit"], stdin=subprocess.DEVNULL,
                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
 
-    def run_in_wine(self, program, *arguments):
-        return run(*self.wine, program, *arguments)
+    def assert_measures(self, program):
+        port = self.instrument(*self.wine, self.root / "bin/cq-virtual-instrument.exe")
+        self.assertTrue(port.startswith("\\\\.\\pipe\\"), port)
+        self.assert_first_patch(run(*self.wine, program, port))
 
     def test_contains_what_it_should(self):
         self.assert_files(
@@ -231,26 +227,23 @@ class Zip(PackageTest):
 
     def test_stranger_sees_a_colour(self):
         self.assert_first_patch(
-            self.run_in_wine(self.root / "bin/cq.exe", "measure", "standard", "--virtual"))
+            run(*self.wine, self.root / "bin/cq.exe", "measure", "standard", "--virtual"))
 
     def test_c_program_is_built_and_measures(self):
         program = self.root / "bin" / "measure.exe"
         self.addCleanup(program.unlink)
         run("x86_64-w64-mingw32-gcc-posix", f"-I{self.root / 'include'}",
             EXAMPLES / "c" / "measure.c", "-o", program, self.root / "lib" / "libCQApi.dll.a")
-        port = self.instrument(*self.wine, self.root / "bin/cq-virtual-instrument.exe")
-        self.assertTrue(port.startswith("\\\\.\\pipe\\"), port)
-        self.assert_first_patch(self.run_in_wine(program, port))
+        self.assert_measures(program)
 
     def test_cmake_finds_the_library(self):
-        build = self.build_consumer(
+        built = self.built_consumer(
             f"-DCMAKE_TOOLCHAIN_FILE={SOURCE / 'cmake/mingw-w64-x86_64.cmake'}",
             f"-DCQApi_DIR={self.root / 'lib/cmake/CQApi'}",  # outside the compiler's own root
-            "-DCMAKE_EXE_LINKER_FLAGS=-static")
-        program = shutil.copy(self.program_in(build, ".exe"), self.root / "bin")
+            "-DCMAKE_EXE_LINKER_FLAGS=-static", suffix=".exe")
+        program = shutil.copy(built, self.root / "bin")
         self.addCleanup(os.unlink, program)
-        port = self.instrument(*self.wine, self.root / "bin/cq-virtual-instrument.exe")
-        self.assert_first_patch(self.run_in_wine(program, port))
+        self.assert_measures(program)
 
 
 if __name__ == "__main__":

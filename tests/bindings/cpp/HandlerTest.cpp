@@ -3,129 +3,99 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
 #include <stdexcept>
 #include <thread>
 
 #include "cqapi/CQApi.hpp"
 #include "peer/VirtualInstrument.h"
+#include "peer/WaitUntil.h"
 
 namespace {
 
 using cqapi::Instrument;
 using cqapi::MeasurementRecord;
-using cqtest::VirtualInstrument;
+using cqtest::waitUntil;
 
-/// Counts and waits.
-class Counter {
-  public:
-    void add() {
-        const std::lock_guard lock(mutex_);
-        ++count_;
-        changed_.notify_all();
-    }
-    /// The count, once it has come to so many or after 10 s.
-    int waitFor(int count) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, std::chrono::seconds(10), [&] { return count_ >= count; });
-        return count_;
+class CppHandler : public testing::Test {
+  protected:
+    /// Whether the instrument has stored so many pressed standards, as it does once they are
+    /// acknowledged. It may be busy with that.
+    static bool hasStored(const Instrument& instrument, std::uint32_t count) {
+        return waitUntil([&] {
+            std::uint32_t stored = 0;
+            const std::uint32_t code = cqGetTotalStandards(instrument.handle(), &stored);
+            EXPECT_TRUE(code == CQ_NO_ERROR || code == CQ_DEVICE_IS_BUSY) << code;
+            return stored >= count;
+        });
     }
 
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int count_ = 0;
+    cqtest::VirtualInstrument peer_{"--calibrated"};
+    Instrument instrument_ = Instrument::open(peer_.portName());
+    std::atomic<int> calls_ = 0;
 };
 
-/// Waits until the instrument has stored so many pressed standards, as it does once they are
-/// acknowledged. It may be busy with that.
-void waitUntilStored(const Instrument& instrument, std::uint32_t count) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    std::uint32_t stored = 0;
-    while (stored < count) {
-        const std::uint32_t code = cqGetTotalStandards(instrument.handle(), &stored);
-        ASSERT_TRUE(code == CQ_NO_ERROR || code == CQ_DEVICE_IS_BUSY) << code;
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-    }
-}
-
-TEST(CppHandler, ReceivesUntilItIsRemoved) {
-    VirtualInstrument peer("--calibrated");
-    Instrument opened = Instrument::open(peer.portName());
-    Counter counter;
-    std::vector<bool> kinds;
-    std::vector<MeasurementRecord> records;
+TEST_F(CppHandler, ReceivesUntilItIsRemoved) {
+    std::vector<std::pair<bool, int>> received;
     const auto token = std::make_shared<int>(0);
-    opened.setMeasurementHandler([&, token](bool isStandard, const MeasurementRecord& record) {
-        kinds.push_back(isStandard);
-        records.push_back(record);
-        counter.add();
+    instrument_.setMeasurementHandler([&, token](bool isStandard, const MeasurementRecord& record) {
+        received.emplace_back(isStandard, record.bytes[6]);
+        ++calls_;
     });
-    Instrument instrument = std::move(opened);  // the handler must not notice
-    peer.pressStandard();
-    peer.pressTrial();
-    ASSERT_EQ(counter.waitFor(2), 2);
-    EXPECT_EQ(kinds, (std::vector{true, false}));
-    EXPECT_EQ(records.at(0).bytes[6], 0);
-    EXPECT_EQ(records.at(1).bytes[6], 1);
+    Instrument moved = std::move(instrument_);  // the handler must not notice
+    peer_.pressStandard();
+    peer_.pressTrial();
+    ASSERT_TRUE(waitUntil([&] { return calls_ == 2; }));
+    const std::vector<std::pair<bool, int>> pressed{{true, 0}, {false, 1}};
+    EXPECT_EQ(received, pressed);
 
     EXPECT_EQ(token.use_count(), 2);
-    instrument.setMeasurementHandler({});
+    moved.setMeasurementHandler({});
     EXPECT_EQ(token.use_count(), 1) << "what it owned is let go";
-    peer.pressStandard();
-    waitUntilStored(instrument, 2);
-    EXPECT_EQ(kinds.size(), 2U);
+    peer_.pressStandard();
+    ASSERT_TRUE(hasStored(moved, 2));
+    EXPECT_EQ(calls_, 2);
 }
 
-TEST(CppHandler, MayReplaceItself) {
-    VirtualInstrument peer("--calibrated");
-    Instrument instrument = Instrument::open(peer.portName());
-    Counter first;
-    Counter second;
+TEST_F(CppHandler, MayReplaceItself) {
+    std::atomic<int> callsOfSecond = 0;
     auto token = std::make_shared<int>(7);
-    instrument.setMeasurementHandler([&, owned = std::move(token)](bool, const MeasurementRecord&) {
-        instrument.setMeasurementHandler([&](bool, const MeasurementRecord&) { second.add(); });
+    instrument_.setMeasurementHandler([&, owned = std::move(token)](bool, const auto&) {
+        instrument_.setMeasurementHandler([&](bool, const auto&) { ++callsOfSecond; });
         EXPECT_EQ(*owned, 7) << "what runs outlives its replacement";
-        first.add();
+        ++calls_;
     });
-    peer.pressStandard();
-    peer.pressStandard();
-    EXPECT_EQ(first.waitFor(1), 1);
-    EXPECT_EQ(second.waitFor(1), 1);
+    peer_.pressStandard();
+    peer_.pressStandard();
+    EXPECT_TRUE(waitUntil([&] { return callsOfSecond == 1; }));
+    EXPECT_EQ(calls_, 1);
 }
 
-TEST(CppHandler, ExceptionsStayOnThisSide) {
-    VirtualInstrument peer("--calibrated");
-    Instrument instrument = Instrument::open(peer.portName());
-    Counter counter;
-    instrument.setMeasurementHandler([&](bool, const MeasurementRecord&) {
-        counter.add();
+TEST_F(CppHandler, ExceptionsStayOnThisSide) {
+    instrument_.setMeasurementHandler([&](bool, const auto&) {
+        ++calls_;
         throw std::domain_error("thrown inside");
     });
-    EXPECT_NO_THROW(instrument.rethrowHandlerException());
-    peer.pressStandard();
-    peer.pressStandard();
-    EXPECT_EQ(counter.waitFor(2), 2) << "the second measurement arrives all the same";
-    waitUntilStored(instrument, 2);
-    EXPECT_THROW(instrument.rethrowHandlerException(), std::domain_error);
-    EXPECT_NO_THROW(instrument.rethrowHandlerException());
+    EXPECT_NO_THROW(instrument_.rethrowHandlerException());
+    peer_.pressStandard();
+    peer_.pressStandard();
+    EXPECT_TRUE(waitUntil([&] { return calls_ == 2; })) << "the second arrives all the same";
+    ASSERT_TRUE(hasStored(instrument_, 2));
+    EXPECT_THROW(instrument_.rethrowHandlerException(), std::domain_error);
+    EXPECT_NO_THROW(instrument_.rethrowHandlerException());
 }
 
-TEST(CppHandler, DestroyingTheInstrumentWaitsForARunningHandler) {
-    VirtualInstrument peer("--calibrated");
-    Counter began;
-    std::atomic<bool> isEnded{false};
+TEST_F(CppHandler, DestroyingTheInstrumentWaitsForARunningHandler) {
+    std::atomic<bool> isEnded = false;
+    instrument_.setMeasurementHandler([&](bool, const auto&) {
+        ++calls_;
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        isEnded = true;
+    });
     {
-        Instrument instrument = Instrument::open(peer.portName());
-        instrument.setMeasurementHandler([&](bool, const MeasurementRecord&) {
-            began.add();
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-            isEnded = true;
-        });
-        peer.pressStandard();
-        ASSERT_EQ(began.waitFor(1), 1);
+        const Instrument destroyed = std::move(instrument_);
+        peer_.pressStandard();
+        ASSERT_TRUE(waitUntil([&] { return calls_ == 1; }));
     }
     EXPECT_TRUE(isEnded);
 }

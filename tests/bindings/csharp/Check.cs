@@ -5,12 +5,6 @@ using System.Reflection;
 using System.Threading;
 using CQApi;
 
-/// <summary>A method that is a test.</summary>
-[AttributeUsage(AttributeTargets.Method)]
-internal sealed class TestAttribute : Attribute
-{
-}
-
 /// <summary>What must hold in a test; each failure is an exception that names it.</summary>
 internal static class Check
 {
@@ -32,9 +26,9 @@ internal static class Check
 
     internal static void True(bool holds, string what) => Equal(true, holds, what);
 
-    internal static void Near(double expected, double actual, double tolerance, string what = "")
+    internal static void Near(double expected, double actual, double tolerance)
     {
-        True(Math.Abs(expected - actual) <= tolerance, $"{what}: {actual} near {expected}");
+        True(Math.Abs(expected - actual) <= tolerance, $"{actual} near {expected}");
     }
 
     internal static T Throws<T>(Action action) where T : Exception
@@ -50,22 +44,24 @@ internal static class Check
         throw new InvalidOperationException($"{typeof(T).Name} is expected; nothing was thrown");
     }
 
-    /// <summary>The result of a call that a transfer of the instrument's may stand in the way of: it
-    /// answers that it is busy then, and is asked again.</summary>
-    internal static T Ask<T>(Func<T> call)
+    /// <summary>The result of a call that something may stand in the way of for a while, a transfer of
+    /// the instrument's for one: it fails with this code then, and is made again.</summary>
+    internal static T Ask<T>(Func<T> call, ResultCode meanwhile = ResultCode.DeviceIsBusy)
     {
-        DateTime deadline = DateTime.UtcNow.AddSeconds(PatienceSeconds);
-        while (true)
+        T result = default(T);
+        Until(() =>
         {
             try
             {
-                return call();
+                result = call();
+                return true;
             }
-            catch (CQException busy) when (busy.Code == ResultCode.DeviceIsBusy)
+            catch (CQException failure) when (failure.Code == meanwhile)
             {
-                True(DateTime.UtcNow < deadline, "busy for too long");
+                return false;
             }
-        }
+        }, "the call's success");
+        return result;
     }
 
     internal static void Until(Func<bool> holds, string what)
@@ -81,35 +77,20 @@ internal static class Check
 
 internal static class Program
 {
-    /// <summary>Runs the tests of the named class. The exit code is how many failed.</summary>
-    private static int Main(string[] arguments)
+    /// <summary>Runs the tests of the class that is named without its ending "Tests": its internal
+    /// methods; what is private helps them. The first failure ends the program with its exception.
+    /// </summary>
+    private static void Main(string[] arguments)
     {
-        string name = arguments.Length == 1 ? arguments[0] + "Tests" : null;
-        Type suite = Assembly.GetExecutingAssembly().GetTypes().FirstOrDefault(t => t.Name == name);
-        if (suite == null)
+        MethodInfo[] tests = Type.GetType(arguments[0] + "Tests", true)
+            .GetMethods(BindingFlags.Static | BindingFlags.NonPublic)
+            .Where(method => method.IsAssembly).ToArray();
+        Check.True(tests.Length > 0, "there are tests");
+        foreach (MethodInfo test in tests)
         {
-            Console.Error.WriteLine("name one of the suites Color, Handler, Instrument, Wireless");
-            return 2;
-        }
-        MethodInfo[] tests = suite.GetMethods(BindingFlags.Static | BindingFlags.NonPublic)
-            .Where(method => method.IsDefined(typeof(TestAttribute), false)).ToArray();
-        int failed = tests.Count(test => !Passes(test));
-        Console.WriteLine($"{tests.Length - failed} of {tests.Length} tests passed");
-        return tests.Length == 0 ? 2 : failed;
-    }
-
-    private static bool Passes(MethodInfo test)
-    {
-        try
-        {
+            Console.WriteLine(test.Name);
             test.Invoke(null, null);
-            Console.WriteLine($"passed  {test.Name}");
-            return true;
         }
-        catch (TargetInvocationException failure)
-        {
-            Console.WriteLine($"FAILED  {test.Name}\n{failure.InnerException}");
-            return false;
-        }
+        Console.WriteLine($"{tests.Length} tests passed");
     }
 }

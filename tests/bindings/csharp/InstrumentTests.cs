@@ -3,6 +3,7 @@ using System.Linq;
 using System.Runtime.CompilerServices;
 using System.Threading;
 using CQApi;
+using static VirtualInstrument;
 
 /// <summary>A wired instrument through the C# binding.</summary>
 internal static class InstrumentTests
@@ -12,162 +13,128 @@ internal static class InstrumentTests
         return new MeasurementRecord(Enumerable.Repeat(value, MeasurementRecord.Size).ToArray());
     }
 
-    [Test]
-    private static void TellsWhatItIs()
+    internal static void TellsWhatItIs() => Use(
+        "--serial 123456789012345 --capacity 300 --battery 55 --standards 7", (peer, instrument) =>
     {
-        using (var peer = new VirtualInstrument(
-            "--serial 123456789012345 --capacity 300 --battery 55 --standards 7"))
-        using (Instrument instrument = Instrument.Open(peer.Port))
-        {
-            Check.True(instrument.IsOpen, "open");
-            Check.Equal(peer.Port, instrument.PortName);
-            DeviceInfo info = instrument.GetDeviceInfo();
-            Check.Sequence(
-                new[]
-                {
-                    "VIRTUAL-31", "HW 1.0", "123456789012345", "Virtual spectrophotometer", "FW 1.0",
-                    "WT-0001"
-                },
-                new[]
-                {
-                    info.InfoText3, info.InfoText11, info.InfoText4, info.InfoText7, info.InfoText6,
-                    info.InfoText12
-                });
-            Check.Equal(300u, info.StandardCapacity);
-            InstrumentStatus status = instrument.GetStatus();
-            Check.Sequence(new[] { 55, 8, 7, 0 },
-                new int[] { status.Item14, status.Item17, status.TotalStandards, status.Item0 });
-        }
-    }
+        Check.True(instrument.IsOpen, "open");
+        Check.Equal(peer.Port, instrument.PortName);
+        DeviceInfo info = instrument.GetDeviceInfo();
+        Check.Equal("VIRTUAL-31", info.InfoText3);
+        Check.Equal("HW 1.0", info.InfoText11);
+        Check.Equal("123456789012345", info.InfoText4);
+        Check.Equal("Virtual spectrophotometer", info.InfoText7);
+        Check.Equal("FW 1.0", info.InfoText6);
+        Check.Equal("WT-0001", info.InfoText12);
+        Check.Equal(300u, info.StandardCapacity);
+        InstrumentStatus status = instrument.GetStatus();
+        Check.Sequence(new[] { 55, 8, 7, 0 },
+            new int[] { status.Item14, status.Item17, status.TotalStandards, status.Item0 });
+    });
 
-    [Test]
-    private static void MeasuresOnceCalibrated()
+    internal static void MeasuresOnceCalibrated() => Use("", (peer, instrument) =>
     {
-        using (var peer = new VirtualInstrument())
-        using (Instrument instrument = Instrument.Open(peer.Port))
-        {
-            var refused = Check.Throws<CQException>(() => instrument.MeasureStandard());
-            Check.Equal(ResultCode.ExecuteCommandFailed, refused.Code);
-            Check.Equal("execute command failed", refused.Text);
-            Check.Equal("cqMeasureStandard: execute command failed (8)", refused.Message);
+        var refused = Check.Throws<CQException>(() => instrument.MeasureStandard());
+        Check.Equal(ResultCode.ExecuteCommandFailed, refused.Code);
+        Check.Equal("execute command failed", refused.Text);
+        Check.Equal("cqMeasureStandard: execute command failed (8)", refused.Message);
 
-            instrument.CalibrateWhite();
-            Check.Equal(1, instrument.GetStatus().Item18);
-            Check.Equal(0, instrument.GetStatus().Item19);
-            instrument.CalibrateBlack();
-            MeasurementRecord standard = instrument.MeasureStandard();
-            Check.Equal(0, standard.ToArray()[6]);
-            Check.Equal(1, instrument.MeasureTrial().ToArray()[6]);
-            Check.Near(37.5, Color.FromSpectrum(standard.SpectrumAt(64))[0], 0.5, "first patch");
-            Check.Equal(31, standard.SpectrumAt(132).Length);
-            Check.Throws<ArgumentOutOfRangeException>(() => standard.SpectrumAt(133));
-            Check.Throws<ArgumentOutOfRangeException>(() => standard.SpectrumAt(-1));
-            standard.ToArray()[6] = 9;
-            Check.Equal(0, standard.ToArray()[6], "a record does not change");
-        }
-    }
+        instrument.CalibrateWhite();
+        Check.Equal(1, instrument.GetStatus().Item18);
+        Check.Equal(0, instrument.GetStatus().Item19);
+        instrument.CalibrateBlack();
+        MeasurementRecord standard = instrument.MeasureStandard();
+        Check.Equal(0, standard.ToArray()[6]);
+        Check.Equal(1, instrument.MeasureTrial().ToArray()[6]);
+        Check.Near(37.5, Color.FromSpectrum(standard.SpectrumAt(64))[0], 0.5);
+        Check.Equal(31, standard.SpectrumAt(132).Length);
+        Check.Throws<ArgumentOutOfRangeException>(() => standard.SpectrumAt(133));
+        Check.Throws<ArgumentOutOfRangeException>(() => standard.SpectrumAt(-1));
+        standard.ToArray()[6] = 9;
+        Check.Equal(0, standard.ToArray()[6], "a record does not change");
+    });
 
-    [Test]
-    private static void UploadsAsManyAsThereAre()
+    internal static void UploadsAsManyAsThereAre() => Use(
+        "--standards 7 --samples 5", (peer, instrument) =>
     {
-        using (var peer = new VirtualInstrument("--standards 7 --samples 5"))
-        using (Instrument instrument = Instrument.Open(peer.Port))
-        {
-            Check.Equal(7u, instrument.GetTotalStandards());
-            Check.Equal(5u, instrument.GetTotalSamples());
-            Check.Equal(5u, instrument.GetSampleCount(3));
-            Action<int[], MeasurementRecord[]> areNumbered = (expected, records) =>
-                Check.Sequence(expected, records.Select(record => (int)record.ToArray()[8]));
-            areNumbered(new[] { 1, 2, 3, 4, 5, 6, 7 }, instrument.UploadStandards());
-            areNumbered(new[] { 6, 7 }, instrument.UploadStandards(5));
-            areNumbered(new[] { 2, 3, 4 }, instrument.UploadStandards(1, 3));
-            areNumbered(new[] { 7 }, instrument.UploadStandards(6, 100));
-            areNumbered(new int[0], instrument.UploadStandards(7));
-            areNumbered(new[] { 4, 5 }, instrument.UploadSamples(0, 3));
-            areNumbered(new[] { 1, 2 }, instrument.UploadSamples(0, 0, 2));
-        }
-    }
+        Check.Equal(7u, instrument.GetTotalStandards());
+        Check.Equal(5u, instrument.GetTotalSamples());
+        Check.Equal(5u, instrument.GetSampleCount(3));
+        Action<int[], MeasurementRecord[]> areNumbered = (expected, records) =>
+            Check.Sequence(expected, records.Select(record => (int)record.ToArray()[8]));
+        areNumbered(new[] { 1, 2, 3, 4, 5, 6, 7 }, instrument.UploadStandards());
+        areNumbered(new[] { 6, 7 }, instrument.UploadStandards(5));
+        areNumbered(new[] { 2, 3, 4 }, instrument.UploadStandards(1, 3));
+        areNumbered(new[] { 7 }, instrument.UploadStandards(6, 100));
+        areNumbered(new int[0], instrument.UploadStandards(7));
+        areNumbered(new[] { 4, 5 }, instrument.UploadSamples(0, 3));
+        areNumbered(new[] { 1, 2 }, instrument.UploadSamples(0, 0, 2));
+    });
 
-    [Test]
-    private static void WritesAndDeletes()
+    internal static void WritesAndDeletes() => Use(
+        "--standards 2 --samples 3 --capacity 4", (peer, instrument) =>
     {
-        using (var peer = new VirtualInstrument("--standards 2 --samples 3 --capacity 4"))
-        using (Instrument instrument = Instrument.Open(peer.Port))
-        {
-            instrument.DownloadStandards();
-            instrument.DownloadStandards(Filled(0x11), Filled(0x22));
-            var full = Check.Throws<CQException>(() => instrument.DownloadStandards(Filled(0x33)));
-            Check.Equal(ResultCode.NoEnoughStorage, full.Code);
-            Check.Throws<ArgumentNullException>(() => instrument.DownloadStandards(Filled(1), null));
-            Check.Throws<ArgumentException>(() => new MeasurementRecord(new byte[255]));
+        instrument.DownloadStandards();
+        instrument.DownloadStandards(Filled(0x11), Filled(0x22));
+        var full = Check.Throws<CQException>(() => instrument.DownloadStandards(Filled(0x33)));
+        Check.Equal(ResultCode.NoEnoughStorage, full.Code);
+        Check.Throws<ArgumentNullException>(() => instrument.DownloadStandards(Filled(1), null));
+        Check.Throws<ArgumentException>(() => new MeasurementRecord(new byte[255]));
 
-            instrument.DeleteStandard(2);
-            Check.Equal(0x22, instrument.UploadStandards(2)[0].ToArray()[255]);
-            instrument.DeleteSample(0, 0);
-            Check.Equal(2u, instrument.GetTotalSamples());
-            Check.Throws<ArgumentOutOfRangeException>(
-                () => instrument.DeleteStandard(unchecked((uint)-1)));
-            Check.Equal(3u, instrument.GetTotalStandards(), "a wrong index erases nothing");
-            instrument.DeleteAllRecords();
-            Check.Equal(0u, instrument.GetTotalStandards() + instrument.GetTotalSamples());
-        }
-    }
+        instrument.DeleteStandard(2);
+        Check.Equal(0x22, instrument.UploadStandards(2)[0].ToArray()[255]);
+        instrument.DeleteSample(0, 0);
+        Check.Equal(2u, instrument.GetTotalSamples());
+        Check.Throws<ArgumentOutOfRangeException>(
+            () => instrument.DeleteStandard(unchecked((uint)-1)));
+        Check.Equal(3u, instrument.GetTotalStandards(), "a wrong index erases nothing");
+        instrument.DeleteAllRecords();
+        Check.Equal(0u, instrument.GetTotalStandards() + instrument.GetTotalSamples());
+    });
 
-    [Test]
-    private static void KeepsParameters()
+    internal static void KeepsParameters() => Use("", (peer, instrument) =>
     {
-        using (var peer = new VirtualInstrument())
-        using (Instrument instrument = Instrument.Open(peer.Port))
-        {
-            instrument.SetMeasurementParameter(200, 255);
-            Check.Equal(255, instrument.GetMeasurementParameter(200));
-            Check.Equal(0, instrument.GetMeasurementParameter(199));
+        instrument.SetMeasurementParameter(200, 255);
+        Check.Equal(255, instrument.GetMeasurementParameter(200));
+        Check.Equal(0, instrument.GetMeasurementParameter(199));
 
-            WhiteBoardParameter parameter = instrument.GetWhiteBoardParameter();
-            Check.Equal("WT-0001", parameter.Text);
-            parameter.Text = "WT-2";
-            parameter.SecondBlock[123] ^= 0x55;
-            instrument.SetWhiteBoardParameter(parameter);
-            WhiteBoardParameter again = instrument.GetWhiteBoardParameter();
-            Check.Equal("WT-2", again.Text);
-            Check.Sequence(parameter.FirstBlock, again.FirstBlock);
-            Check.Sequence(parameter.SecondBlock, again.SecondBlock);
-            Check.Throws<ArgumentException>(() => parameter.Text = "sixteen letters!");
-            Check.Throws<ArgumentException>(
-                () => instrument.SetWhiteBoardParameter(new WhiteBoardParameter()));
-        }
-    }
+        WhiteBoardParameter parameter = instrument.GetWhiteBoardParameter();
+        Check.Equal("WT-0001", parameter.Text);
+        parameter.Text = "WT-2";
+        parameter.SecondBlock[123] ^= 0x55;
+        instrument.SetWhiteBoardParameter(parameter);
+        WhiteBoardParameter again = instrument.GetWhiteBoardParameter();
+        Check.Equal("WT-2", again.Text);
+        Check.Sequence(parameter.FirstBlock, again.FirstBlock);
+        Check.Sequence(parameter.SecondBlock, again.SecondBlock);
+        Check.Throws<ArgumentException>(() => parameter.Text = "sixteen letters!");
+        Check.Throws<ArgumentException>(
+            () => instrument.SetWhiteBoardParameter(new WhiteBoardParameter()));
+    });
 
-    [Test]
-    private static void OpeningFailsWithTheReason()
+    internal static void OpeningFailsWithTheReason()
     {
         var failed = Check.Throws<CQException>(() => Instrument.Open("/dev/no-such-port"));
         Check.Equal("opening an instrument on /dev/no-such-port: fail to open (2)", failed.Message);
+        Check.Throws<CQException>(() => Instrument.OpenWireless("/dev/no-such-port"));
     }
 
-    [Test]
-    private static void ForgetsItsHandleOnceClosed()
+    internal static void ForgetsItsHandleOnceClosed() => Use("", (peer, instrument) =>
     {
-        using (var peer = new VirtualInstrument())
+        instrument.Dispose();
+        Check.True(!instrument.IsOpen, "closed");
+        Check.Throws<ObjectDisposedException>(() => instrument.GetStatus());
+        // A later instrument may be given the same handle: the closed one must not reach it.
+        using (Instrument later = Instrument.Open(peer.Port))
         {
-            Instrument instrument = Instrument.Open(peer.Port);
             instrument.Dispose();
-            Check.True(!instrument.IsOpen, "closed");
-            Check.Throws<ObjectDisposedException>(() => instrument.GetStatus());
-            // A later instrument may be given the same handle: the closed one must not reach it.
-            using (Instrument later = Instrument.Open(peer.Port))
-            {
-                instrument.Dispose();
-                GC.Collect();
-                GC.WaitForPendingFinalizers();
-                Check.True(later.IsOpen, "the later one is open");
-                later.GetStatus();
-            }
+            GC.Collect();
+            GC.WaitForPendingFinalizers();
+            Check.True(later.IsOpen, "the later one is open");
+            later.GetStatus();
         }
-    }
+    });
 
-    [Test]
-    private static void ClosesWhatIsForgotten()
+    internal static void ClosesWhatIsForgotten()
     {
         using (var peer = new VirtualInstrument("--calibrated"))
         {
@@ -176,12 +143,12 @@ internal static class InstrumentTests
             var forgetting = new Thread(() => OpenAndForget(peer.Port));
             forgetting.Start();
             forgetting.Join();
-            Check.Until(() =>
+            Check.Ask(() =>
             {
                 GC.Collect();
                 GC.WaitForPendingFinalizers();
-                return IsFree(peer.Port);
-            }, "the port");
+                return Instrument.Open(peer.Port);
+            }, ResultCode.FailToOpen).Dispose();
         }
     }
 
@@ -192,33 +159,16 @@ internal static class InstrumentTests
         instrument.MeasurementReceived += (sender, arguments) => instrument.ToString();
     }
 
-    private static bool IsFree(string port)
+    internal static void ClosingBreaksARunningCallOff() => Use(
+        "--calibrated --measure-time 14000", (peer, instrument) =>
     {
-        try
-        {
-            Instrument.Open(port).Dispose();
-            return true;
-        }
-        catch (CQException)
-        {
-            return false;
-        }
-    }
-
-    [Test]
-    private static void ClosingBreaksARunningCallOff()
-    {
-        using (var peer = new VirtualInstrument("--calibrated --measure-time 14000"))
-        {
-            Instrument instrument = Instrument.Open(peer.Port);
-            Exception thrown = null;
-            var measuring = new Thread(() =>
-                thrown = Check.Throws<CQException>(() => instrument.MeasureStandard()));
-            measuring.Start();
-            Check.Until(() => peer.LineLog.Contains("last operation=0x23"), "the request");
-            instrument.Dispose();
-            Check.True(measuring.Join(TimeSpan.FromSeconds(5)), "the call has ended");
-            Check.True(thrown != null, "the call has failed");
-        }
-    }
+        CQException thrown = null;
+        var measuring = new Thread(() =>
+            thrown = Check.Throws<CQException>(() => instrument.MeasureStandard()));
+        measuring.Start();
+        Check.Until(() => peer.LineLog.Contains("last operation=0x23"), "the request");
+        instrument.Dispose();
+        Check.True(measuring.Join(TimeSpan.FromSeconds(5)), "the call has ended");
+        Check.True(thrown != null, "the call has failed");
+    });
 }

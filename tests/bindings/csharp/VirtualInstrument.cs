@@ -1,6 +1,7 @@
 using System;
 using System.Diagnostics;
 using System.IO;
+using CQApi;
 
 /// <summary>A virtual instrument to test against, without noise and at once.</summary>
 internal sealed class VirtualInstrument : IDisposable
@@ -20,6 +21,16 @@ internal sealed class VirtualInstrument : IDisposable
             RedirectStandardOutput = true
         });
         Port = process.StandardOutput.ReadLine().Substring("port: ".Length);
+    }
+
+    /// <summary>Runs a test with a virtual instrument and the binding's connection to it.</summary>
+    internal static void Use(string options, Action<VirtualInstrument, Instrument> test)
+    {
+        using (var peer = new VirtualInstrument(options))
+        using (Instrument instrument = Instrument.Open(peer.Port))
+        {
+            test(peer, instrument);
+        }
     }
 
     internal string Port { get; }

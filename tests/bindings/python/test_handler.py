@@ -48,12 +48,8 @@ class Handler(InstrumentTest):
     def test_what_it_raises_is_reported_and_goes_no_further(self):
         peer, instrument = self.connected("--calibrated")
         reported = []
-        hook, sys.unraisablehook = sys.unraisablehook, lambda seen: reported.append(seen.exc_type)
-
-        def restore():
-            sys.unraisablehook = hook
-
-        self.addCleanup(restore)
+        self.addCleanup(setattr, sys, "unraisablehook", sys.unraisablehook)
+        sys.unraisablehook = lambda seen: reported.append(seen.exc_type)
 
         def handler(*_):
             raise LookupError("raised inside")

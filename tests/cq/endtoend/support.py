@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import pty
 import shlex
 import signal
 import subprocess
@@ -71,6 +72,13 @@ class CqTest(unittest.TestCase):
         self.addCleanup(process.communicate)
         self.wait_for(link.is_symlink, "the virtual instrument")
         return link, process.stdin
+
+    def silent_port(self):
+        """A port that opens, and the other end, where nobody answers."""
+        master, slave = pty.openpty()
+        self.addCleanup(os.close, master)
+        self.addCleanup(os.close, slave)
+        return os.ttyname(slave), master
 
     @staticmethod
     def _end(process):

@@ -26,12 +26,10 @@ class Color(CqTest):
             # The whites of ASTM E308, and half their light, whose L* is 116 * cbrt(0.5) - 16.
             (("--from", "spectrum", white(), "--observer", "2"), "xyz", (95.047, 100, 108.883)),
             (("--from", "spectrum", white(), "--illuminant", "A"), "xyz", (111.144, 100, 35.2)),
-            (("--from", "spectrum", white(), "--illuminant", "F11"), "xyz", (103.863, 100, 65.607)),
             (("--from", "spectrum", white("0.5")), "lab", (76.07, 0, 0)),
             (("--from", "xyz", "94.811", "100", "107.304"), "lab", (100, 0, 0)),
             (("--from", "lab", "50", "0", "0", "--observer", "2"), "xyz", (17.506, 18.419, 20.055)),
             (("--from", "lab", "50", "-20", "20"), "lch", (50, 28.284, 135)),
-            (("--from", "lab", "100", "0", "0", "--illuminant", "C"), "srgb", (1, 1, 1)),
         ):
             with self.subTest(arguments):
                 (color,) = self.json("color", *arguments, "--to", space)
@@ -46,7 +44,6 @@ class Color(CqTest):
         self.assertAlmostEqual(float(rows[3]["lab.L"]), 65.10, delta=0.02)
         text = self.cq("color", "--from", "spectrum", "--input", CHART).stdout
         self.assertEqual(len(text.splitlines()), 25)
-        self.assertNotIn("\x1b", text)
 
     def test_all_spaces(self):
         (row,) = self.rows("--from", "xyz", "--to", "all", "20,30,40")
@@ -76,24 +73,18 @@ class Color(CqTest):
         self.assertEqual(out, "")
 
     def test_bad_input(self):
-        color = ("color", "--from")
-        for arguments, stdin, says in (
-            (("lab", "--input", "-"), "", "standard input holds no colours"),
-            (("lab", "--input", "-"), "1,2\n", "line 1 has 2 fields"),
-            (("lab", "--input", "-"), "a,1,2,3\nb,1,2,three\n", "line 2, field 4: 'three'"),
-            (("spectrum", "--input", "-"), white("50") + "\n", "--percent"),
-            (("lab", "--input", self.folder), "", "cannot read"),
-            (("lab", "--input", self.folder / "none.csv"), "", "No such file"),
+        for kind, stdin, says in (
+            ("lab", "", "standard input holds no colours"),
+            ("spectrum", white("50") + "\n", "--percent"),
         ):
-            with self.subTest(arguments):
-                self.refused(*color, *arguments, status=1, says=says, stdin=stdin)
+            with self.subTest(kind):
+                self.refused("color", "--from", kind, "--input", "-", status=1, says=says, stdin=stdin)
 
     def test_wrong_usage(self):
         for arguments, says in (
             ((), "--from is required"),
             (("--from", "rgb", "1", "2", "3"), "--from must be"),
             (("--from", "lab"), "give the colours"),
-            (("--from", "lab", "1", "2"), "2 numbers were given"),
             (("--from", "lab", "1", "2", "x"), "'x' is no number"),
             (("--from", "lab", "1", "2", "3", "--input", "-"), "not both"),
             (("--from", "lab", "1", "2", "3", "--illuminant", "A,C"), "one illuminant"),

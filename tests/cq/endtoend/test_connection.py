@@ -1,38 +1,33 @@
 """Ports that are missing, silent or go away, refusals, and Ctrl-C."""
 
 import os
-import pty
-import subprocess
 import time
 
 from support import CqTest, PATIENCE
 
 
-class SilentPort(CqTest):
-    def setUp(self):
-        super().setUp()
-        self.master, slave = pty.openpty()
-        self.port = os.ttyname(slave)
-        self.addCleanup(os.close, self.master)
-        self.addCleanup(os.close, slave)
+class Ports(CqTest):
+    def test_a_silent_one_is_given_up(self):
+        """Wired or wireless: it was asked, and what was waited for and how long is said."""
+        for option, asked, waited_for in (
+            ("--port", b"\x55\xaa\xa1", "{} opened, but nothing answered within 0.5 s"),
+            ("--adapter", b"AT+", "no instrument was linked through {} within 0.5 s"),
+        ):
+            with self.subTest(option):
+                port, other_end = self.silent_port()
+                began = time.monotonic()
+                self.refused("info", option, port, "--open-timeout", "0.5", status=1,
+                             says=[waited_for.format(port), "--open-timeout"])
+                self.assertLess(time.monotonic() - began, 5)
+                self.assertTrue(os.read(other_end, 100).startswith(asked))
 
-    def test_is_given_up(self):
-        began = time.monotonic()
-        self.refused(
-            "info", "--port", self.port, "--open-timeout", "0.5", status=1,
-            says=[f"{self.port} opened, but nothing answered within 0.5 s", "--open-timeout"],
-        )
-        self.assertLess(time.monotonic() - began, 5)
-        self.assertTrue(os.read(self.master, 100).startswith(b"\x55\xaa\xa1"))  # it was asked
-
-    def test_can_be_interrupted(self):
-        process = self.start("info", "--port", self.port, "--open-timeout", "600")
-        os.read(self.master, 100)
+    def test_a_silent_one_can_be_interrupted(self):
+        port, other_end = self.silent_port()
+        process = self.start("info", "--port", port, "--open-timeout", "600")
+        os.read(other_end, 100)
         self.interrupt(process, status=130)
 
-
-class WrongPort(CqTest):
-    def test_is_explained(self):
+    def test_a_wrong_one_is_explained(self):
         nothing = self.folder / "ttyNONE"
         ordinary = self.folder / "file"
         ordinary.write_text("")
@@ -41,12 +36,6 @@ class WrongPort(CqTest):
 
 
 class Faults(CqTest):
-    def test_refusal(self):
-        self.refused(
-            "info", "--virtual-options", "--fault abort-reply:0x0102", status=1,
-            says=["reading the device information failed: execute command failed (8)", "Try: "],
-        )
-
     def test_unplugged_while_listening(self):
         # The third packet from the host acknowledges the first measurement.
         process = self.start(
@@ -96,24 +85,3 @@ class CtrlC(CqTest):
         process, link = self.start_with_link("monitor", options="--calibrated")
         process.kill()
         self.wait_for(lambda: not link.is_symlink(), "the virtual instrument's end")
-
-
-class NamedPort(CqTest):
-    def test_is_kept_between_commands(self):
-        """One instrument, several commands: what one sets the next one finds."""
-        link = self.folder / "port"
-        program = os.path.join(os.path.dirname(os.environ["CQ_PROGRAM"]), "cq-virtual-instrument")
-        instrument = subprocess.Popen(
-            [program, "--until-eof", "--link", link, "--measure-time", "1"],
-            stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
-        )
-        self.addCleanup(instrument.communicate)
-        self.wait_for(link.is_symlink, "the virtual instrument")
-        self.refused("measure", "standard", "--port", link, status=1, says="(8)")
-        self.cq("calibrate", "white", "--port", link)
-        self.cq("calibrate", "black", "--port", link)
-        first = self.json("measure", "standard", "--port", link)
-        second = self.json("measure", "standard", "--port", link)
-        # The chart's second patch is a light skin.
-        self.assertAlmostEqual(first["lab"]["L"], 37.5, delta=0.3)
-        self.assertAlmostEqual(second["lab"]["L"], 65.1, delta=0.3)

@@ -65,10 +65,9 @@ class Lists(Stored):
     def test_list(self):
         port, _ = self.instrument("--standards", 60, "--samples", 3)
         listed = self.json("standards", "list", "--port", port, "--space", "lch")
-        self.assertEqual((listed["list"], len(listed["records"])), ("standards", 60))
+        self.assertEqual(listed["list"], "standards")
         self.assertEqual([r["index"] for r in listed["records"]], list(range(60)))
-        self.assertEqual(listed["records"][24]["lab"], listed["records"][0]["lab"])
-        self.assertEqual(len(listed["records"][59]["record"]), 512)
+        self.assertEqual(listed["records"][24]["lch"], listed["records"][0]["lch"])
         part = self.json("standards", "list", "--port", port, "--first", 55, "--count", 2)
         self.assertEqual(
             [(r["index"], r["record"]) for r in part["records"]],
@@ -92,7 +91,7 @@ class Lists(Stored):
         self.assertEqual(self.exported("standards", port, "after.bin").read_bytes(), b"".join(kept))
         self.cq("samples", "delete", "0", "--port", port)
         self.assertEqual(len(self.json("samples", "list", "--port", port)["records"]), 3)
-        for arguments in ((), ("0", "--all"), ("x",), ("5-3",)):
+        for arguments in ((), ("0", "--all"), ("x",)):
             self.refused("samples", "delete", *arguments, "--port", port, status=2, says="--help")
 
     def test_delete_all_asks(self):
@@ -214,9 +213,6 @@ class Wireless(Stored):
 class Parameters(CqTest):
     def test_white_board(self):
         port, _ = self.instrument()
-        board = self.json("whiteboard", "get", "--port", port)
-        self.assertEqual(board["text"], "WT-0001")
-        self.assertEqual((len(board["firstBlock"]), board["firstBlock"][0]), (31, 0.88))
         changed, raw = self.folder / "changed.json", self.folder / "changed.bin"
         changed.write_text(
             self.cq("whiteboard", "get", "--port", port).stdout.replace("WT-0001", "WT-2").replace("0.88", "0.5")
@@ -234,8 +230,6 @@ class Parameters(CqTest):
                 "whiteboard", "set", changed, *options, status=2,
                 says="the address of the data in this machine's memory",
             )
-        again.write_bytes(b"short")
-        self.refused("whiteboard", "set", again, "--port", port, status=1, says="5 bytes, it must have 280")
 
     def test_parameters(self):
         port, _ = self.instrument()
@@ -248,16 +242,11 @@ class Parameters(CqTest):
 
 
 class Ports(CqTest):
-    def test_found_ports_have_all_members(self):
-        for port in self.json("list")["ports"]:
-            self.assertLessEqual({"port", "kind", "usb", "accessible", "heldBy"}, set(port))
-
     def test_named_ports_are_asked(self):
         port, _ = self.instrument("--serial", "SN-42")
-        silent, slave = pty.openpty()
-        self.addCleanup(os.close, silent)
-        self.addCleanup(os.close, slave)
-        asked = self.json("list", port, os.ttyname(slave), "--ask")["ports"]
+        silent, _ = self.silent_port()
+        asked = self.json("list", port, silent, "--ask")["ports"]
+        self.assertLessEqual({"port", "kind", "usb", "accessible", "heldBy"}, set(asked[0]))
         self.assertEqual(asked[0]["instrument"]["infoText4"], "SN-42")
         self.assertIn("cq-virtual-inst", asked[0]["heldBy"])
         self.assertEqual(asked[1]["problem"], "it has not answered")
