@@ -19,12 +19,12 @@ namespace ovk {
 namespace {
 
 using namespace std::chrono_literals;
+using cqtest::kPatience;
 using test::Bytes;
 using test::hex;
 using test::hexText;
 using test::PseudoTerminal;
 
-constexpr auto kPatience = 10s;
 constexpr auto kData = "AA 55 A6 07 00 00 00 00 04 00 21 10 E9 3A";
 constexpr auto kShakeHandsAnswer = "AA 55 A2 07 00 40 00 00 00 00 00 00 00";
 
@@ -141,16 +141,15 @@ TEST_F(CommunicationClientTest, waitsHalfASecondForTheAnswerToItsGoodbye) {
 // The instrument is still sending to a host that was killed. The beginning of a long packet would
 // swallow everything that comes within five seconds, the answer to the shake-hands as well.
 TEST_F(CommunicationClientTest, letsTheLineGetQuietBeforeTheShakeHands) {
-    using Clock = std::chrono::steady_clock;
     ASSERT_TRUE(SerialPort(terminal.path()).open());  // from now on the terminal echoes nothing
     for (int attempt = 0; attempt < 20; ++attempt) {
-        Clock::duration longestGap{};
+        std::chrono::steady_clock::duration longestGap{};
         std::thread instrument([this, &longestGap] {
-            for (auto last = Clock::now(), end = last + 120ms; last < end;) {
+            for (auto last = std::chrono::steady_clock::now(), end = last + 120ms; last < end;) {
                 terminal.send(hex("AA 55 A6 05 03 00 00 40 FF FF 01 02 03"));
                 std::this_thread::sleep_for(3ms);
-                longestGap = std::max(longestGap, Clock::now() - last);
-                last = Clock::now();
+                longestGap = std::max(longestGap, std::chrono::steady_clock::now() - last);
+                last = std::chrono::steady_clock::now();
             }
         });
         const bool isOpen = client.open(terminal.path());

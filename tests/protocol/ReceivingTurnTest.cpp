@@ -6,13 +6,14 @@
 #include <stdexcept>
 #include <thread>
 
+#include "peer/WaitUntil.h"
+
 namespace ovk {
 namespace {
 
 using namespace std::chrono_literals;
+using cqtest::kPatience;
 using Clock = ReceivingTurn::Clock;
-
-constexpr auto kPatience = 10s;
 
 TEST(ReceivingTurn, goesBackToTheThreadAfterTheLastCall) {
     ReceivingTurn turn;

@@ -15,10 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using bletest::codeOf;
+using bletest::kExCode;
 using bletest::ScriptedPeer;
 using Script = ScriptedPeer::Script;
-
-const std::string kExCode = "AT+EX=3C9A0E57B21D4F8861A7C5E09D2B74F1\r\n";
 
 /// A module's part in its configuration.
 const Script kConfigured{{kExCode, {"ERROR\r\n"}},

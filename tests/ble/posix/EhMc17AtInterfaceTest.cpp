@@ -10,6 +10,7 @@ namespace ovk {
 namespace {
 
 using namespace std::chrono_literals;
+using bletest::kExCode;
 using bletest::ScriptedPeer;
 using testing::IsEmpty;
 using testing::Lt;
@@ -17,7 +18,6 @@ using testing::SizeIs;
 using Script = ScriptedPeer::Script;
 
 constexpr auto kShortScan = 250ms;
-const std::string kExCode = "AT+EX=3C9A0E57B21D4F8861A7C5E09D2B74F1\r\n";
 
 /// An AT interface with a module behind it that plays the script.
 class ScriptedModule {

@@ -9,6 +9,9 @@
 
 namespace ovk::bletest {
 
+/// The first command of a module's configuration.
+inline const std::string kExCode = "AT+EX=3C9A0E57B21D4F8861A7C5E09D2B74F1\r\n";
+
 /// The module or the instrument at the far end of a pseudo-terminal: a thread that waits for the
 /// bytes that each step awaits and then sends its answers, with a pause between them. Unlike a
 /// terminal without a thread behind it, it stays usable while ports come and go.

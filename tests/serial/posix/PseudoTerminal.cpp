@@ -16,10 +16,6 @@
 namespace ovk::test {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kPatience = 10s;
-
 int check(int result, const char* what) {
     if (result < 0) {
         throw std::system_error(errno, std::generic_category(), what);
@@ -50,7 +46,7 @@ void PseudoTerminal::send(const Bytes& bytes) const {
 Bytes PseudoTerminal::receive(std::size_t count) const {
     Bytes bytes;
     while (bytes.size() < count) {
-        const Bytes some = receiveSome(kPatience);
+        const Bytes some = receiveSome(cqtest::kPatience);
         if (some.empty()) {
             break;
         }

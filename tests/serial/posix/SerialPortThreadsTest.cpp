@@ -6,6 +6,7 @@
 #include <functional>
 #include <future>
 
+#include "peer/WaitUntil.h"
 #include "serial/posix/PseudoTerminal.h"
 #include "serial/SerialPort.h"
 
@@ -13,10 +14,9 @@ namespace ovk {
 namespace {
 
 using namespace std::chrono_literals;
+using cqtest::kPatience;
 using test::Bytes;
 using test::PseudoTerminal;
-
-constexpr auto kPatience = 10s;
 
 /// More than a pseudo-terminal takes before somebody reads.
 constexpr std::size_t kMoreThanALineHolds = 400'000;
