@@ -27,8 +27,6 @@ class VirtualInstrument {
 
     void pressStandard() { press('s'); }
     void pressTrial() { press('t'); }
-    void requestKeepAlive() { press('k'); }
-    void sayGoodbye() { press('d'); }
     void unplug() { press('u'); }
     void plugIn() { press('p'); }
 

@@ -226,6 +226,7 @@ TEST_F(CommunicationClientTest, letsACallReceiveWhatItWaitsFor) {
     ASSERT_EQ(client.Send(0x21, {}), CQ_NO_ERROR);
     expectFromHost("55 AA A6 07 00 00 00 00 03 00 21 B3 D5");
     auto instrument = std::async(std::launch::async, [&] {
+        std::this_thread::sleep_for(100ms);  // the call waits
         terminal.send(hex("AA 55 A7 07 01 00 00 00"));
         EXPECT_TRUE(listener.hears("progress"));  // the receiving thread has handed the turn on
         std::this_thread::sleep_for(20ms);

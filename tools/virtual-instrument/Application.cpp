@@ -123,7 +123,9 @@ std::optional<TimePoint> Application::deadline(bool isBlocked) const {
 }
 
 void Application::handle(const System::Happening& happening, TimePoint now) {
+    // Keys are pressed after what the host has said.
     fromHost_.push(happening.received, now);
+    receive(now);
     for (const char key : happening.keys) {
         handleKey(key, now);
     }

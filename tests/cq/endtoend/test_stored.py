@@ -264,8 +264,12 @@ class Farewell(CqTest):
         port, keys = self.instrument("--calibrated")
         process = self.start("monitor", "--port", port)
         self.assertIn("listening", process.stderr.readline())
-        keys.write(b"d")
-        keys.flush()
+        # A terminal passes bytes on in its own time: the instrument may hear of the host later.
+        deadline = time.monotonic() + PATIENCE
+        while process.poll() is None and time.monotonic() < deadline:
+            keys.write(b"d")
+            keys.flush()
+            time.sleep(0.1)
         _, message = process.communicate(timeout=PATIENCE)
         self.assertEqual(process.returncode, 1)
         self.assertIn("no session (4)", message)

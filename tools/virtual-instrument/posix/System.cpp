@@ -150,14 +150,16 @@ System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) 
     Happening happening;
     happening.mustEnd = mustEnd != 0;
     if (ready > 0) {
-        if ((waits[0].revents & POLLIN) != 0) {
-            terminal->read(happening.received);
-        }
         if (waits[1].revents != 0) {
             terminal->handleWatch();
         }
-        if (waits[2].revents != 0) {
+        const bool hasKeys = waits[2].revents != 0;
+        if (hasKeys) {
             impl_->readKeys(happening);
+        }
+        // What the host sent before the keys were pressed may have come since the wait.
+        if (terminal && (hasKeys || (waits[0].revents & POLLIN) != 0)) {
+            terminal->read(happening.received);
         }
     }
     return happening;
