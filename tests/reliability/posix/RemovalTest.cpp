@@ -169,6 +169,13 @@ void doForAll(Cases& cases, void (RemovalCase::*step)(), std::size_t threads) {
     });
 }
 
+/// On a busy machine the thread sanitizer makes so many calls take longer than a second to begin.
+#ifdef __SANITIZE_THREAD__
+constexpr bool kCallsBeginAtOnce = false;
+#else
+constexpr bool kCallsBeginAtOnce = true;
+#endif
+
 /// All calls wait for at least two seconds, most of them longer: this looks at the second one.
 void expectIdleProcessor() {
     std::this_thread::sleep_for(1s);
@@ -204,7 +211,9 @@ void pullAtEveryPacket(const Reach& reach, const std::vector<Operation>& operati
     }
     doForAll(cases, &RemovalCase::start, kAtOnce);
     std::thread waiting([&] { doForAll(cases, &RemovalCase::runIntoRemoval, cases.size()); });
-    expectIdleProcessor();
+    if (kCallsBeginAtOnce) {
+        expectIdleProcessor();
+    }
     waiting.join();
     doForAll(cases, &RemovalCase::comeBack, kAtOnce);
     std::cout << operations.size() << " operations, pulled at " << cases.size() << " points\n";
