@@ -12,7 +12,7 @@ add_library(cqapi_options INTERFACE)
 target_compile_features(cqapi_options INTERFACE cxx_std_20 c_std_99)
 
 if(MSVC)
-  target_compile_options(cqapi_options INTERFACE /W4 /permissive- /utf-8 /fp:precise)
+  target_compile_options(cqapi_options INTERFACE /W4 /bigobj /permissive- /utf-8 /fp:precise)
   target_compile_definitions(cqapi_options INTERFACE _CRT_SECURE_NO_WARNINGS NOMINMAX)
 else()
   target_compile_options(cqapi_options INTERFACE

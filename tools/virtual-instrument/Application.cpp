@@ -46,7 +46,6 @@ void Application::run() {
     plugIn();
     while (true) {
         const TimePoint now = currentTime();
-        receive(now);
         protocol_->elapse(now);
         pressAutomatically(now);
         if (mustUnplug_) {
