@@ -14,6 +14,10 @@ namespace {
 
 static_assert(SerialPort::kErrorDeviceGone == ERROR_FILE_NOT_FOUND);
 
+/// How long the end of a cancelled wait for bytes is waited for. It comes at once, but Wine's may
+/// read as pending for ever: one that ends while it is being started is marked so afterwards.
+constexpr DWORD kEndPatienceMs = 100;
+
 /// A manual-reset event. Null when the system has none left.
 class Event {
   public:
@@ -95,11 +99,11 @@ DWORD setUp(HANDLE handle, const SerialPortSettings& settings) {
 
 struct SerialPort::Device {
     /// Waits for an overlapped operation whose call has returned false with `error`. True when the
-    /// operation has succeeded; else `error` says why. Either way the operation has ended when this
-    /// returns: its OVERLAPPED is the caller's local variable. `cancel` makes a pending one end.
+    /// operation has succeeded; else `error` says why. Either way it has ended when this returns, or
+    /// `cancel`, which makes a pending one end, was given `patience` to do so.
     template <class Cancel>
     bool complete(OVERLAPPED& operation, std::chrono::milliseconds timeout, const Cancel& cancel,
-                  DWORD& error) {
+                  DWORD patience, DWORD& error) {
         if (error != ERROR_IO_PENDING) {
             logSystemText(error);
             error = namedpipe::toPortError(error);
@@ -111,16 +115,25 @@ struct SerialPort::Device {
         // The serial-event event may have been set to abort the wait rather than by the operation.
         const bool isDone = wait == WAIT_OBJECT_0 && HasOverlappedIoCompleted(&operation);
         if (!isDone) {
-            ResetEvent(operation.hEvent);
             cancel();
+            awaitEnd(operation, patience);
         }
         DWORD count = 0;
-        if (GetOverlappedResult(handle, &operation, &count, TRUE) == FALSE) {
+        if (GetOverlappedResult(handle, &operation, &count, FALSE) == FALSE) {
             error = namedpipe::toPortError(GetLastError());
             return false;
         }
         error = isDone ? ERROR_SUCCESS : ERROR_OPERATION_ABORTED;
         return isDone;
+    }
+
+    /// Waits for a cancelled operation. Its event does not say that it has ended, which an abort may
+    /// set at any time: GetOverlappedResult() would take that for the end.
+    static void awaitEnd(OVERLAPPED& operation, DWORD patience) {
+        do {
+            ResetEvent(operation.hEvent);
+        } while (!HasOverlappedIoCompleted(&operation) &&
+                 WaitForSingleObject(operation.hEvent, patience) == WAIT_OBJECT_0);
     }
 
     /// Starts a transfer and waits for its end. Returns the count of bytes, or -1 with the error.
@@ -133,7 +146,7 @@ struct SerialPort::Device {
         error = start(operation) != FALSE ? ERROR_SUCCESS : GetLastError();
         if (error != ERROR_SUCCESS &&
             !complete(
-                operation, timeout, [this] { CancelIo(handle); }, error)) {
+                operation, timeout, [this] { CancelIo(handle); }, INFINITE, error)) {
             return -1;
         }
         DWORD count = 0;
@@ -177,12 +190,12 @@ struct SerialPort::Device {
     }
 
     /// Starts an operation that ends when bytes have come; a pipe tells it by a read of none.
-    BOOL startWaiting(DWORD& mask, OVERLAPPED& operation) const {
-        if (isPipe) {
-            mask = EV_RXCHAR;
-            return ReadFile(handle, &mask, 0, nullptr, &operation);
-        }
-        return WaitCommEvent(handle, &mask, &operation);
+    BOOL startWaiting() {
+        waiting = {};
+        waiting.hEvent = serialEvent.handle();
+        waitMask = isPipe ? EV_RXCHAR : 0;
+        return isPipe ? ReadFile(handle, &waitMask, 0, nullptr, &waiting)
+                      : WaitCommEvent(handle, &waitMask, &waiting);
     }
 
     void stopWaiting() const {
@@ -204,6 +217,9 @@ struct SerialPort::Device {
     Event writing;
     Event closing;
     std::atomic<bool> abortRequested{false};
+    // The wait for bytes. Kept here, where it may outlast the call that has lost patience with it.
+    OVERLAPPED waiting{};
+    DWORD waitMask = 0;
 };
 
 SerialPort::SerialPort(std::string portName, SerialPortSettings settings)
@@ -345,10 +361,7 @@ bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
     if (hasData()) {
         return true;
     }
-    DWORD mask = 0;
-    OVERLAPPED operation{};
-    operation.hEvent = device.serialEvent.handle();
-    bool isDone = device.startWaiting(mask, operation) != FALSE;
+    bool isDone = device.startWaiting() != FALSE;
     DWORD error = isDone ? ERROR_SUCCESS : GetLastError();
     if (!isDone) {
         // Starting the operation has reset the event, so an abort that came before is seen here.
@@ -356,14 +369,14 @@ bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
             device.serialEvent.set();
         }
         isDone = device.complete(
-            operation, timeout, [&device] { device.stopWaiting(); }, error);
+            device.waiting, timeout, [&device] { device.stopWaiting(); }, kEndPatienceMs, error);
     }
     setLastError(error);
     if (!isDone && error == kErrorDeviceGone) {
         return false;
     }
     device.stopWaiting();
-    return isDone && (mask & EV_RXCHAR) != 0;
+    return isDone && (device.waitMask & EV_RXCHAR) != 0;
 }
 
 void SerialPort::signalAbort() {
