@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -140,18 +139,6 @@ struct Result {
     std::string outcome;
     milliseconds taken{0};
     std::vector<std::string> problems;
-
-    /// How a problem begins that is one of time alone.
-    static inline const std::string kTime = "time: ";
-    /// The instrument could not even be opened: if this comes first, the cell has not been tried.
-    static inline const std::string kNotOpened = "it could not be opened";
-
-    bool isUntried() const { return !problems.empty() && problems.front() == kNotOpened; }
-    bool isWrongInTimeAlone() const {
-        return !problems.empty() && std::ranges::all_of(problems, [](const std::string& problem) {
-            return problem.starts_with(kTime);
-        });
-    }
 };
 
 /// Runs the cell in this process.
