@@ -51,7 +51,7 @@ std::vector<Cell> chosenCells(const Choice& choice) {
 
 /// Side by side the cells hold each other up, or a slow disk holds up all of them, and an instrument
 /// that is held up is one that does not answer. So a wrong cell is run three times again, with nothing
-/// beside it, and must be right each time. Nothing else explains many of them.
+/// beside it, and must be right each time. Many that are wrong have another cause.
 void judgeAgain(const std::vector<Cell>& cells, std::vector<Result>& results) {
     constexpr std::ptrdiff_t kMostAgain = 35;
     const auto isWrong = [](const Result& result) { return !result.problems.empty(); };
