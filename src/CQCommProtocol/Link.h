@@ -5,6 +5,7 @@
 #include <functional>
 #include <istream>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -74,8 +75,6 @@ class Link {
     State state() const { return state_; }
     std::uint8_t session() const { return session_; }
     bool hasSession() const { return session_ != 0; }
-    /// True while a transfer runs in either direction, and nobody can begin another one.
-    bool isTransferring() const { return state_ == State::sending || state_ == State::receiving; }
     InstrumentValues instrumentValues() const { return instrumentValues_; }
 
     /// \param listener hears the bytes that belong to no packet, while enabled; may be null.
@@ -89,11 +88,14 @@ class Link {
     void handleData();
     void handleReceived(const RxContext::Event& event);
     void handleAcknowledgement(TimePoint now);
+    void handleAbort(std::uint16_t error);
     void handleProgress(TimePoint now);
 
     void sendNextPacket(TimePoint now);
     void sendReceivingAcknowledgement(std::uint8_t flag, std::uint32_t sequence,
                                       const char* origin);
+    /// Goes into this state, unless a goodbye has been said: then only the session's end is to come.
+    void enter(State state);
     bool isSendingOver() const;
     void endSending();
     void dropSession();
@@ -113,6 +115,7 @@ class Link {
     std::vector<std::uint8_t> discarded_;  // since the last look at the raw-data listener
     RxContext rx_;
     TxContext tx_;
+    std::optional<std::uint8_t> lastOperation_;  // sent in this session
 };
 
 }  // namespace ovk

@@ -15,18 +15,7 @@ CqHandle cqOpen(const char* portName) {
 }
 
 void cqClose(CqHandle handle) {
-    InstrumentRegistry& registry = InstrumentRegistry::instance();
-    const auto instrument = registry.find(handle);
-    if (!instrument) {
-        return;
-    }
-    instrument->close();
-    if (instrument->isReceivingThread()) {
-        registry.retire(handle);
-        return;
-    }
-    registry.remove(handle);
-    registry.releaseRetired();
+    InstrumentRegistry::instance().close(handle);
 }
 
 bool cqIsValidHandle(CqHandle handle) {

@@ -17,6 +17,9 @@ void writeToDebugger(const char* text) noexcept;
 /// wait for a thread or a lock any more.
 bool isProcessEnding() noexcept;
 
+/// Has the function called in every child that this process forks, where there is such a thing.
+void callInForkedChild(void (*function)());
+
 /// On Windows hands an argument that is out of bounds to the run-time library's invalid-parameter
 /// handler, which may end the process; elsewhere does nothing.
 void raiseInvalidParameter();

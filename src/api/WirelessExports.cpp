@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -10,7 +9,6 @@
 #include "api/InstrumentRegistry.h"
 #include "ble/EhMc17AtInterface.h"
 #include "cqapi/CQApi.h"
-#include "serial/SerialPort.h"
 
 using ovk::SlaveDevice;
 using ovk::cq::Instrument;
@@ -47,7 +45,7 @@ uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves) {
     if (adapterPortName == nullptr) {
         return CQ_INVALID_PARAMETER;
     }
-    const auto port = std::make_shared<ovk::SerialPort>(adapterPortName);
+    const auto port = ovk::makeAdapterPort(adapterPortName);
     if (!port->open()) {
         return CQ_FAIL_TO_OPEN;
     }
@@ -57,9 +55,10 @@ uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves) {
         return CQ_SYSTEM_ERROR;
     }
     const std::vector<SlaveDevice> found = adapter.scan();
-    if (!found.empty()) {
-        *slaves = makeList(found);
-    }
     port->close();
-    return CQ_NO_ERROR;
+    if (found.empty()) {
+        return CQ_NO_ERROR;
+    }
+    *slaves = makeList(found);
+    return *slaves != nullptr ? CQ_NO_ERROR : CQ_SYSTEM_ERROR;
 }

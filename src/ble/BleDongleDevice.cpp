@@ -9,12 +9,6 @@
 #include "serial/PortDiscovery.h"
 
 namespace ovk {
-namespace {
-
-/// What is taken for the signal strength of a slave that was not scanned for, in dBm.
-constexpr std::int32_t kAssumedRssi = -50;
-
-}  // namespace
 
 void BleDongleDevice::open(const std::string& portName) {
     stopReceiving();
@@ -28,11 +22,11 @@ void BleDongleDevice::open(const std::string& portName) {
         at_.attachPort(nullptr);
         throw CommunicationException(CQ_UNKNOWN_ERROR);
     }
-    arText_ = at_.readAr();
+    at_.readAr();
 }
 
 void BleDongleDevice::openNamed(const std::string& portName) {
-    const auto port = std::make_shared<SerialPort>(portName);
+    const auto port = makeAdapterPort(portName);
     if (!port->open()) {
         throw CommunicationException(CQ_FAIL_TO_OPEN);
     }
@@ -43,7 +37,7 @@ void BleDongleDevice::search() {
     std::vector<std::uint32_t> numbers;
     findCh340Ports(numbers);
     for (const std::uint32_t number : numbers) {
-        const auto port = std::make_shared<SerialPort>(ch340PortName(number));
+        const auto port = makeAdapterPort(ch340PortName(number));
         if (!port->open()) {
             continue;
         }
@@ -67,13 +61,10 @@ void BleDongleDevice::connect(const std::string& address) {
         stopReceiving();  // the receiving thread would take the module's answers
         at_.disconnect();
     }
-    const SlaveDevice target =
-        address.empty() ? strongestSlave() : SlaveDevice{"", address, kAssumedRssi};
-    if (!at_.connect(target.address)) {
+    if (!at_.connect(address.empty() ? strongestSlave().address : address)) {
         throw CommunicationException(CQ_UNKNOWN_ERROR);
     }
     startReceiving(at_.port());
-    connectedSlave_ = target;
 }
 
 BleDongleDevice::SlaveDevice BleDongleDevice::strongestSlave() {

@@ -28,20 +28,12 @@ class BleDongleDevice : public PacketReceiver {
     ///        scan has heard nobody; CQ_UNKNOWN_ERROR: no link.
     void connect(const std::string& address);
 
-    /// That of the last successful connect(). Its name is known only if it was scanned for.
-    const SlaveDevice& connectedSlave() const { return connectedSlave_; }
-
-    /// What the module said to AT+AR when it was opened.
-    const std::string& arText() const { return arText_; }
-
   private:
     void openNamed(const std::string& portName);
     void search();
     SlaveDevice strongestSlave();
 
     EhMc17AtInterface at_;
-    std::string arText_;
-    SlaveDevice connectedSlave_;
 };
 
 }  // namespace ovk

@@ -14,6 +14,9 @@
 
 namespace ovk {
 
+/// The adapter's port of this name, not yet open. A write to it that takes too long fails.
+std::shared_ptr<SerialPort> makeAdapterPort(const std::string& portName);
+
 /// Drives the adapter's EH-MC17 module with its AT commands: each operation is one exchange, the
 /// scan and the configuration a short series. See docs/wireless-protocol.md.
 ///
@@ -25,12 +28,9 @@ class EhMc17AtInterface {
     using SlaveDevice = ovk::SlaveDevice;
     using Lines = std::vector<std::string>;
 
-    /// How long a scan listens.
-    static constexpr std::chrono::milliseconds kScanTime{2000};
-
     /// \param port the module's, open; without one no command is sent.
-    explicit EhMc17AtInterface(std::shared_ptr<SerialPort> port = nullptr,
-                               std::chrono::milliseconds scanTime = kScanTime);
+    explicit EhMc17AtInterface(std::shared_ptr<SerialPort> port = nullptr)
+        : port_(std::move(port)) {}
 
     /// Takes another port; null detaches.
     void attachPort(std::shared_ptr<SerialPort> port) { port_ = std::move(port); }
@@ -70,12 +70,10 @@ class EhMc17AtInterface {
     bool configure();
 
   private:
-    bool interruptLink();
     std::string firstLine(std::string_view command, std::string_view argument,
                           std::chrono::milliseconds timeout);
 
     std::shared_ptr<SerialPort> port_;
-    std::chrono::milliseconds scanTime_;
     bool isConnected_ = false;
 };
 

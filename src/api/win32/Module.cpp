@@ -39,6 +39,8 @@ bool isProcessEnding() noexcept {
     return processIsEnding;
 }
 
+void callInForkedChild(void (* /*function*/)()) {}
+
 void raiseInvalidParameter() {
     // The handler cannot be called portably; a bounded copy that does not fit calls it.
     std::array<char, 1> field{};

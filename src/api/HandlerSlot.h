@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace ovk {
@@ -22,17 +24,23 @@ class HandlerSlot {
     }
 
     /// Calls the handler, if there is one.
-    void call(Arguments... arguments) const {
+    void call(Arguments... arguments) {
         const std::lock_guard lock(mutex_);
         const auto handler = handler_;  // keeps alive a handler that replaces itself
         if (handler != nullptr && *handler) {
+            caller_.store(std::this_thread::get_id());
             (*handler)(arguments...);
+            caller_.store({});
         }
     }
 
+    /// True in the handler.
+    bool isCalledHere() const { return caller_.load() == std::this_thread::get_id(); }
+
   private:
-    mutable std::recursive_mutex mutex_;  // recursive for the handler that replaces itself
+    std::recursive_mutex mutex_;  // recursive for the handler that replaces itself
     std::shared_ptr<const Handler> handler_;
+    std::atomic<std::thread::id> caller_{};
 };
 
 }  // namespace ovk

@@ -1,4 +1,4 @@
-#include "ble/HandlerSlot.h"
+#include "api/HandlerSlot.h"
 
 #include <gtest/gtest.h>
 
