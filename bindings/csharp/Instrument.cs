@@ -282,11 +282,11 @@ namespace CQApi
                 "cqDownloadStandards");
         }
 
-        /// <exception cref="ArgumentOutOfRangeException">For uint.MaxValue, which would delete
-        /// everything.</exception>
+        /// <exception cref="ArgumentOutOfRangeException">For an index of 0x7FFFFFFF or more: on a wired
+        /// line, where bit 31 is set, the instrument could take it for "everything".</exception>
         public void DeleteStandard(uint standardIndex)
         {
-            if (standardIndex == AllRecords)
+            if (standardIndex >= int.MaxValue)
             {
                 throw new ArgumentOutOfRangeException(nameof(standardIndex),
                     "no standard has this index; see DeleteAllRecords");

@@ -254,9 +254,10 @@ class Instrument {
         }
     }
 
-    /** @throw std::invalid_argument for CQ_ALL_RECORDS, which would delete everything. */
+    /** @throw std::invalid_argument for an index of 0x7FFFFFFF or more: on a wired line, where bit 31
+     *  is set, the instrument could take it for "everything". */
     void deleteStandard(std::uint32_t standardIndex) {
-        if (standardIndex == CQ_ALL_RECORDS) {
+        if (standardIndex >= 0x7FFFFFFF) {
             throw std::invalid_argument("no standard has this index; see deleteAllRecords()");
         }
         check(cqDeleteStandard(handle(), standardIndex), "cqDeleteStandard");

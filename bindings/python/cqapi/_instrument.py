@@ -23,6 +23,7 @@ from ._records import (
 MeasurementHandler = Callable[[bool, MeasurementRecord], object]
 
 _ALL_RECORDS = 0xFFFFFFFF
+_LAST_STANDARD = 0x7FFFFFFE  # that can be deleted: bit 31 is set on a wired line, and all bits are "all"
 _RECORD_SIZE = ctypes.sizeof(MeasurementRecord)
 _PORT_NAME_SIZE = 4096  # longer than any path
 _AnyRecord = TypeVar("_AnyRecord", bound=Record)
@@ -235,7 +236,8 @@ class Instrument:
         return b"".join(bytes(record) for record in records)
 
     def delete_standard(self, standard: int) -> None:
-        self._call("cqDeleteStandard", _number(standard, "the index of a standard"))
+        self._call("cqDeleteStandard",
+                   _number(standard, "the index of a standard", _LAST_STANDARD))
 
     def delete_all_records(self) -> None:
         """Deletes every stored standard and sample."""

@@ -147,6 +147,10 @@ System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) 
     }
     const int ready =
         ppoll(waits.data(), waits.size(), until ? &limit : nullptr, &impl_->whileWaiting);
+    // A wait that is over at once, as with endless input, lets no signal through.
+    sigset_t blocked;
+    sigprocmask(SIG_SETMASK, &impl_->whileWaiting, &blocked);
+    sigprocmask(SIG_SETMASK, &blocked, nullptr);
     Happening happening;
     happening.mustEnd = mustEnd != 0;
     if (ready > 0) {
