@@ -27,7 +27,7 @@ namespace CQApi
         UnknownError = 19
     }
 
-    /// <summary>A call of the library that failed.</summary>
+    /// <summary>A call to the library that failed.</summary>
     public class CQException : Exception
     {
         private static readonly string[] Texts =
@@ -40,7 +40,7 @@ namespace CQApi
         };
 
         /// <param name="code">Why it failed.</param>
-        /// <param name="call">What was called; begins the message.</param>
+        /// <param name="call">The function that was called; it begins the message.</param>
         public CQException(ResultCode code, string call)
             : base(call + ": " + TextOf(code) + " (" + (uint)code + ")")
         {

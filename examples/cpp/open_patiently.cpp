@@ -1,4 +1,4 @@
-// Opens an instrument on a thread of its own: a port that opens but never answers would keep the
+// Opens an instrument on a separate thread: a port that opens but never answers would keep the
 // program waiting.
 #include <cqapi/CQApi.h>
 

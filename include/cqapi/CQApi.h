@@ -1,7 +1,7 @@
 /** @file
  * CQApi: drives a spectrophotometer and computes colour data.
  *
- * This header is the library's whole surface and its manual. It is plain C99 and C++ and needs
+ * This header is the library's complete interface and its manual. It is plain C99 and C++ and needs
  * nothing but the compiler's own headers.
  *
  * A first measurement:
@@ -17,29 +17,29 @@
  *
  * 1. Handles. An open call returns an opaque CqHandle; NULL means that it failed. A handle stays
  *    valid until cqClose, even when the instrument is unplugged: calls then return the codes of the
- *    broken link. An unknown, closed or null handle makes every call that takes one return
- *    CQ_NOT_SUPPORTED (17) and do nothing else. After cqClose the same value may come back from a
- *    later open call, so forget a handle once it is closed.
+ *    broken link. With an unknown, closed or null handle every call that takes one returns
+ *    CQ_NOT_SUPPORTED (17) and does nothing else. After cqClose a later open call may return the
+ *    same value, so discard a handle once it is closed.
  *
  * 2. Result codes. Functions that can fail return an unsigned 32-bit code, CQ_NO_ERROR (0) on
- *    success; see CqResult for all of them. The library has no "last error" to ask; details (sizes,
- *    the instrument's own error numbers) go to the debug log.
+ *    success; CqResult lists them all. The library has no "last error"; details (sizes, the
+ *    instrument's own error numbers) go to the debug log.
  *
- * 3. Memory. The caller owns every record, array and text that it passes; the library uses it
- *    during the call only and keeps no pointer to it. Unless a function says otherwise, an output
- *    is written only when the result is CQ_NO_ERROR; device information, status and white-board
- *    parameter of a wireless instrument, which come in several replies, may be filled in part
- *    before a failure. No function tests a record pointer for NULL.
- *    cqFree releases memory that the library hands out.
+ * 3. Memory. The caller owns every record, array and text that it passes; the library uses it only
+ *    during the call and keeps no pointer to it. Unless a function says otherwise, an output is
+ *    written only when the result is CQ_NO_ERROR. The device information, status and white-board
+ *    parameter of a wireless instrument come in several replies and may be partly filled before a
+ *    failure. No function tests a record pointer for NULL. cqFree releases memory that the library
+ *    hands out.
  *
  * 4. Widths. Integers have the widths written here, a bool is one byte, a handle is a pointer.
  *    Records are packed, their integers little-endian; their sizes are checked below. Texts in
  *    records are 8-bit strings that end with a NUL.
  *
  * 5. Threads. Every function may be called from any thread. Calls on different handles run in
- *    parallel. An instrument handles one request at a time: a call made while another one is being
- *    sent on the same handle returns CQ_DEVICE_IS_BUSY, and one made while another waits for its
- *    reply takes its place, the earlier call returning CQ_DEVICE_IS_BUSY. Give each handle one
+ *    parallel. An instrument handles one request at a time. A call made while another request is
+ *    being sent on the same handle returns CQ_DEVICE_IS_BUSY. A call made while another waits for
+ *    its reply replaces it, and the earlier call returns CQ_DEVICE_IS_BUSY. Give each handle one
  *    thread, or a lock of your own. cqClose may be called while another thread's call runs on the
  *    same handle; that call ends with a result code.
  *
@@ -47,15 +47,15 @@
  *    cqIsValidHandle, cqGetPortName, cqSetMeasurementResultReceivedCallback, the colour and the log
  *    functions, and anything on another handle. Do not call a function that talks to the same
  *    instrument (it would wait for a reply that only the callback's own thread can receive, and
- *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid during the
- *    call only: copy it. Return soon: unless another call was just waiting, the measurement is
- *    acknowledged when the callback has ended, and an instrument may send again what is not
- *    acknowledged within a second.
+ *    end with CQ_SENDING_TIMEOUT), and do not call cqClose on it. The record is valid only during
+ *    the call: copy it. Return soon: unless another call was just waiting, the measurement is
+ *    acknowledged when the callback has returned, and an instrument may resend a measurement that
+ *    is not acknowledged within a second.
  *
- * 7. Times. Every request ends by itself; the longest waits are named with each function. There are
- *    two exceptions: cqOpen on a port that opens but never answers waits until the port goes away,
- *    and a call whose bytes the port does not take any more (an instrument that has stopped
- *    reading) waits until the port goes away or the handle is closed.
+ * 7. Timeouts. Every request ends by itself; each function states its longest wait. There are two
+ *    exceptions: cqOpen on a port that opens but never answers waits until the port goes away, and
+ *    a call whose bytes the port no longer takes (because the instrument has stopped reading) waits
+ *    until the port goes away or the handle is closed.
  *
  * Unless noted, each function that takes a handle can also return CQ_DEVICE_IS_CLOSED (the port is
  * gone), CQ_NO_SESSION (the instrument said goodbye), CQ_DEVICE_IS_BUSY, CQ_SENDING_TIMEOUT (no
@@ -91,7 +91,7 @@ extern "C" {
 
 /* ------------------------------------------------------------------------ result codes */
 
-/** What a function's unsigned 32-bit result means; the comment begins with the code's text. */
+/** The meaning of a function's unsigned 32-bit result; each comment begins with the code's text. */
 enum CqResult {
     CQ_NO_ERROR = 0,               /**< "no error" */
     CQ_CANNOT_FOUND_DEVICE = 1,    /**< "cannot found device": no port with an instrument */
@@ -125,7 +125,7 @@ typedef void* CqHandle;
 
 #pragma pack(push, 1)
 
-/** Device information, 136 bytes. What each text says is the instrument's own choice. */
+/** Device information, 136 bytes. The content of each text is up to the instrument. */
 typedef struct CqDeviceInfo {
     char infoText3[16];
     char infoText11[16];
@@ -134,7 +134,7 @@ typedef struct CqDeviceInfo {
     char infoText6[16];
     char infoText12[16];
     uint8_t reserved[16];
-    /** The low 32 bits are how many standards a wired instrument can store; 0 of a wireless one. */
+    /** The low 32 bits are the number of standards a wired instrument can store; wireless: 0. */
     uint64_t trailingValue;
 } CqDeviceInfo;
 
@@ -170,7 +170,7 @@ typedef struct CqWhiteBoardParameter {
 } CqWhiteBoardParameter;
 
 /** A wireless instrument within reach of the adapter, 36 bytes; an element of a list that ends with
- *  an element of zeros. A text that its field cannot hold is empty. */
+ *  an element of zeros. A text too long for its field is left empty. */
 typedef struct CqBleSlave {
     char name[16];
     /** Hexadecimal digits. */
@@ -179,7 +179,7 @@ typedef struct CqBleSlave {
     int32_t rssi;
 } CqBleSlave;
 
-/** Three numbers whose meaning the colour space gives, see ColorSpace. */
+/** The three values of a colour; ColorSpace gives their meaning. */
 typedef struct ColorData {
     float values[3];
 } ColorData;
@@ -203,11 +203,12 @@ CQ_CHECK_SIZE(ColorData, 12);
  * @param portName  "COM5" or a named pipe ("\\\\.\\pipe\\bench" in C) on Windows, a terminal's path
  *                  such as "/dev/ttyACM0" elsewhere; NULL or "" tries every port that carries the
  *                  instrument's USB identity (0483:5740) and keeps the first that answers.
- * @return a handle to give to cqClose, or NULL: no instrument found, the port cannot be opened
- *         (in use, no permission), or the instrument refused the connection. The debug log tells.
+ * @return a handle to close with cqClose, or NULL: no instrument found, the port cannot be opened
+ *         (in use, no permission), or the instrument refused the connection. The debug log has the
+ *         reason.
  *
- * Waits without a limit on a port that opens but never answers. A host that must not wait calls
- * it on a thread of its own.
+ * Waits indefinitely on a port that opens but never answers. A host that must not block calls it on
+ * a separate thread.
  */
 CQ_API CqHandle cqOpen(const char* portName);
 
@@ -218,16 +219,16 @@ CQ_API CqHandle cqOpen(const char* portName);
  *                         of a CH340 bridge and keeps the first whose module answers.
  * @param slaveAddress     the instrument's address as cqScanBleSlaves gives it; NULL or "" scans
  *                         (2 s) and takes the one with the strongest signal.
- * @return a handle to give to cqClose, or NULL: no adapter, the port cannot be opened, no
- *         instrument within reach, or no link to it. The debug log tells.
+ * @return a handle to close with cqClose, or NULL: no adapter, the port cannot be opened, no
+ *         instrument within reach, or no link to it. The debug log has the reason.
  *
- * Takes 2 to 5 s, with a scan about 2 s more; on ports without an adapter up to 2.5 s each. An
+ * Takes 2 to 5 s, with a scan about 2 s more; each port without an adapter takes up to 2.5 s. An
  * instrument that is linked but does not answer is opened all the same; its calls then return
  * CQ_RECEIVING_TIMEOUT.
  *
- * Afterwards the handle is used like a wired one. Requests must not overlap on a wireless handle:
- * nothing in a reply says what it replies to. A request that does ends with CQ_DEVICE_IS_BUSY, or
- * with the other one's reply.
+ * Afterwards the handle is used like a wired one. Requests must not overlap on a wireless handle,
+ * because nothing in a reply identifies its request. A request that overlaps another ends with
+ * CQ_DEVICE_IS_BUSY or with the other request's reply.
  */
 CQ_API CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress);
 
@@ -237,16 +238,15 @@ CQ_API CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slave
  *
  * @param adapterPortName  the adapter's port.
  * @param slaves           receives the list, ended by an element of zeros, to be released with
- *                         cqFree; NULL when nobody was heard or on failure.
- * @return CQ_NO_ERROR, also when nobody was heard; CQ_INVALID_PARAMETER: no port name;
+ *                         cqFree; NULL when nothing was heard or on failure.
+ * @return CQ_NO_ERROR, also when nothing was heard; CQ_INVALID_PARAMETER: no port name;
  *         CQ_FAIL_TO_OPEN: the port cannot be opened; CQ_SYSTEM_ERROR: no adapter answers on it.
  */
 CQ_API uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves);
 
-/** Says goodbye to the instrument, closes its port and forgets the handle. Takes at most about half
- *  a second (2.5 s when a wireless adapter no longer answers) more than the callback, if that is
- *  running. An unknown or null handle is ignored. Not
- *  from the handle's own callback. */
+/** Says goodbye to the instrument, closes its port and invalidates the handle. Waits for a running
+ *  callback and then at most about half a second (2.5 s if a wireless adapter no longer answers).
+ *  An unknown or null handle is ignored. Do not call it from the handle's own callback. */
 CQ_API void cqClose(CqHandle handle);
 
 /** True while the handle is open. Does not ask the instrument whether it is still there. */
@@ -258,9 +258,9 @@ CQ_API bool cqIsValidHandle(CqHandle handle);
  * @param buffer  receives the name; must hold at least 4 bytes.
  * @param size    the buffer's size in bytes.
  *
- * The first four bytes are zeroed, whatever the size; then the name is copied WITHOUT a terminating
- * NUL if it has at most `size` characters, else the whole buffer is zeroed. Clear the buffer
- * beforehand and pass one byte less than it holds.
+ * The first four bytes are zeroed, whatever the size. Then the name is copied WITHOUT a terminating
+ * NUL if it has at most `size` characters; otherwise the whole buffer is zeroed. Clear the buffer
+ * first and pass its size less one.
  *
  * @return CQ_NO_ERROR, or CQ_NOT_SUPPORTED for an unknown handle.
  */
@@ -271,21 +271,22 @@ CQ_API void cqFree(void* memory);
 
 /* ------------------------------------------------------------------------ debug log */
 
-/** Starts the debug log: a file named as the library's own with ".log" appended, beside it, emptied
- *  at every start. @return false when the file cannot be opened. */
+/** Starts the debug log: a file beside the library, with the library's name and ".log" appended,
+ *  emptied at every start. @return false when the file cannot be opened. */
 CQ_API bool cqEnableDebugLog(void);
 
-/** Stops the debug log and closes its file. (The name is spelled so.) @return true. */
+/** Stops the debug log and closes its file. (The misspelling is part of the interface.)
+ *  @return true. */
 CQ_API bool cqDiableDebugLog(void);
 
 /* ------------------------------------------------------------------------ identity and state */
 
-/** Reads the device information. Waits up to 5 s; a wireless instrument is asked 6 times, up to 2 s
- *  each. */
+/** Reads the device information. Waits up to 5 s; a wireless instrument takes 6 requests of up to
+ *  2 s each. */
 CQ_API uint32_t cqGetDeviceInfo(CqHandle handle, CqDeviceInfo* info);
 
-/** Reads the instrument's status. Waits up to 5 s; a wireless instrument is asked 9 times, up to 2 s
- *  each. Can also return CQ_UNKNOWN_ERROR. */
+/** Reads the instrument's status. Waits up to 5 s; a wireless instrument takes 9 requests of up to
+ *  2 s each. Can also return CQ_UNKNOWN_ERROR. */
 CQ_API uint32_t cqGetInstrumentStatus(CqHandle handle, CqInstrumentStatus* status);
 
 /* ------------------------------------------------------------------------ measuring */
@@ -303,19 +304,20 @@ CQ_API uint32_t cqMeasureStandard(CqHandle handle, CqMeasurementRecord* record);
 CQ_API uint32_t cqMeasureTrial(CqHandle handle, CqMeasurementRecord* record);
 
 /**
- * Receives a measurement that was started with the instrument's own button.
+ * Receives a measurement made with the instrument's own button.
  *
  * @param isStandard  true for a standard, false for a trial.
- * @param record      valid during the call only.
+ * @param record      valid only during the call.
  * @param user        the pointer given at registration.
  */
 typedef void (*CqMeasurementResultReceived)(bool isStandard, const CqMeasurementRecord* record,
                                             void* user);
 
 /**
- * Sets the function that receives measurements started on the instrument, in place of any earlier
- * one; NULL removes it. See convention 6 for what it may do. When the call returns, an earlier
- * function has ended and will not be called again (unless the call is made from inside it).
+ * Sets the function that receives measurements made with the instrument's button, replacing any
+ * earlier one; NULL removes it. See convention 6 for what it may do. When the call returns, an
+ * earlier function has returned and will not be called again (unless the call is made from inside
+ * it).
  *
  * @return CQ_NO_ERROR, or CQ_NOT_SUPPORTED for an unknown handle.
  */
@@ -331,7 +333,7 @@ CQ_API uint32_t cqGetTotalStandards(CqHandle handle, uint32_t* count);
 /** Counts all stored samples. Waits up to 5 s. */
 CQ_API uint32_t cqGetTotalSamples(CqHandle handle, uint32_t* count);
 
-/** Counts the samples of one standard. Waits up to 5 s. A wired instrument is not told the index
+/** Counts the samples of one standard. Waits up to 5 s. A wired instrument is not given the index
  *  and answers with the number of all samples. */
 CQ_API uint32_t cqGetSampleCount(CqHandle handle, uint32_t standardIndex, uint32_t* count);
 
@@ -339,10 +341,11 @@ CQ_API uint32_t cqGetSampleCount(CqHandle handle, uint32_t standardIndex, uint32
  * Reads stored standards from the instrument, in index order.
  *
  * @param records  room for `count` records, or with CQ_ALL_RECORDS for all from `firstIndex` on
- *                 (cqGetTotalStandards less `firstIndex`). Fewer may be written if the instrument
- *                 holds fewer; places beyond those are left as they were.
+ *                 (cqGetTotalStandards less `firstIndex`). If the instrument holds fewer, only
+ *                 those are written and the other elements keep their values.
  *
- * Waits up to 5 s + 50 ms a record. CQ_INVALID_PACKET: not whole records, or more than asked for.
+ * Waits up to 5 s plus 50 ms per record. CQ_INVALID_PACKET: the reply does not consist of whole
+ * records, or has more than requested.
  */
 CQ_API uint32_t cqUploadStandards(CqHandle handle, CqMeasurementRecord* records,
                                   uint32_t firstIndex, uint32_t count);
@@ -351,16 +354,16 @@ CQ_API uint32_t cqUploadStandards(CqHandle handle, CqMeasurementRecord* records,
  * Reads stored samples of one standard, in index order.
  *
  * @param records  room for `count` records, or with CQ_ALL_RECORDS for all from `firstIndex` on
- *                 (a wired instrument: cqGetTotalSamples less `firstIndex`). On success places that
- *                 the instrument did not fill are zeroed.
+ *                 (a wired instrument: cqGetTotalSamples less `firstIndex`). On success, elements
+ *                 that the instrument did not fill are zeroed.
  *
  * Waits up to 5 s, however many samples there are; over a slow link read them in portions.
  */
 CQ_API uint32_t cqUploadSamples(CqHandle handle, CqMeasurementRecord* records,
                                 uint32_t standardIndex, uint32_t firstIndex, uint32_t count);
 
-/** Writes standards to the instrument, after those that it holds. CQ_NO_ENOUGH_STORAGE: they do not
- *  fit, nothing was sent. Waits up to 5 s for each of its three steps. */
+/** Appends standards to those that the instrument holds. CQ_NO_ENOUGH_STORAGE: they do not fit, and
+ *  nothing was sent. Waits up to 5 s for each of its three steps. */
 CQ_API uint32_t cqDownloadStandards(CqHandle handle, const CqMeasurementRecord* records,
                                     uint32_t count);
 
@@ -389,13 +392,13 @@ CQ_API uint32_t cqSetMeasurementParameter(CqHandle handle, uint8_t number, uint8
 
 /* ------------------------------------------------------------------------ colour */
 
-/** The form of a colour, and what the three values of a ColorData then are. */
+/** A colour space, and the meaning of the three values of a ColorData in it. */
 enum ColorSpace {
     ColorSpaceLab = 0,       /**< CIE 1976 L*, a*, b* */
     ColorSpaceXyz = 1,       /**< tristimulus values X, Y, Z; the perfect white has Y = 100 */
     ColorSpaceYxy = 2,       /**< Y, and the chromaticity coordinates x, y */
-    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360; just
-                                  below 0 it rounds to 360 */
+    ColorSpaceLch = 3,       /**< L*, C*ab, hue angle hab in degrees, 0 <= h < 360; an
+                                  angle just below 0 rounds to 360 */
     ColorSpaceLuv = 4,       /**< CIE 1976 L*, u*, v* */
     ColorSpaceHunterLab = 5, /**< Hunter L, a, b */
     ColorSpaceSrgb = 6,      /**< R, G, B, each 0..1 */

@@ -1,8 +1,8 @@
 #pragma once
 
 /** @file
- * The colour functions of CQApi.h for C++20. Included by CQApi.hpp; enough by itself for a program
- * that has no instrument.
+ * The colour functions of CQApi.h for C++20. Included by CQApi.hpp; a program without an instrument
+ * can include it alone.
  */
 
 #include <array>
@@ -18,7 +18,7 @@ namespace cqapi {
 /** 31 reflectance factors at 400, 410 ... 700 nm; 1.0 is the perfect white. */
 using Spectrum = std::array<float, 31>;
 
-/** Three numbers whose meaning the colour space gives; see ColorSpace. */
+/** The three values of a colour; ColorSpace gives their meaning. */
 using Color = std::array<float, 3>;
 
 namespace detail {
@@ -40,8 +40,8 @@ inline Color toColor(std::uint32_t code, const ColorData& data, const char* call
 
 }  // namespace detail
 
-/** Colour of a spectrum. As the two below it needs no instrument and may run on any thread.
- *  @throw std::invalid_argument for a number that is no space, illuminant or observer. */
+/** Colour of a spectrum. Like the two below, it needs no instrument and may run on any thread.
+ *  @throw std::invalid_argument for an unknown space, illuminant or observer. */
 inline Color colorFromSpectrum(std::span<const float, 31> spectrum, ColorSpace space,
                                Illuminant illuminant = IlluminantD65,
                                Observer observer = Observer10Degree) {

@@ -44,7 +44,7 @@ class Error : public std::runtime_error {
     std::uint32_t code_;
 };
 
-/** @throw Error unless the code is CQ_NO_ERROR. For a program's own calls of CQApi.h. */
+/** @throw Error unless the code is CQ_NO_ERROR. For a program's own calls to CQApi.h. */
 inline void check(std::uint32_t code, const char* call) {
     if (code != CQ_NO_ERROR) {
         throw Error(code, call);

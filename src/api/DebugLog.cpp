@@ -67,7 +67,7 @@ void write(const char* format, ...) noexcept {
         const std::lock_guard guard(log->mutex);
         log->file << line << std::flush;
     } catch (const std::exception&) {
-        // A line that cannot be written is lost; what is being logged must not fail for it.
+        // A line that cannot be written is lost; the logged operation must not fail for it.
     }
     va_end(arguments);
 }

@@ -23,7 +23,7 @@ namespace ovk::debuglog {
 /// false.
 bool open(const std::string& fileName);
 
-/// Closes the log. A line that another thread is writing is finished first.
+/// Closes the log, after any line that another thread is writing.
 void close();
 
 /// Ask before preparing anything costly for a message.

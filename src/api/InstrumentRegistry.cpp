@@ -46,7 +46,7 @@ void InstrumentRegistry::add(Reference instrument) {
 }
 
 void InstrumentRegistry::remove(const void* handle) {
-    // Destroyed, if it was the last reference, after the lock has been let go.
+    // Destroyed, if it was the last reference, after the lock has been released.
     const Instruments removed = take(handle);
 }
 

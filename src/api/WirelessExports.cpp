@@ -15,15 +15,15 @@ using ovk::cq::Instrument;
 
 namespace {
 
-/// Copies a text with its NUL. One that does not fit leaves the field empty: what strangers'
-/// devices call themselves must not spoil a scan.
+/// Copies a text with its NUL. One that does not fit leaves the field empty: the name of an
+/// unrelated device must not spoil a scan.
 void copyText(const std::string& text, std::span<char> field) {
     if (text.size() < field.size()) {
         std::copy(text.begin(), text.end(), field.begin());
     }
 }
 
-/// A block for cqFree(), with an entry of zeros at its end. Null when there is no memory.
+/// A block for cqFree(), with an entry of zeros at its end. Null if there is no memory.
 CqBleSlave* makeList(const std::vector<SlaveDevice>& slaves) {
     auto* const list = static_cast<CqBleSlave*>(std::calloc(slaves.size() + 1, sizeof(CqBleSlave)));
     for (std::size_t i = 0; list != nullptr && i < slaves.size(); ++i) {

@@ -7,9 +7,9 @@
         instrument.calibrate_black()
         record = instrument.measure_standard()
 
-The library CQApi does the work; its header CQApi.h is the manual of what each operation does. What
-fails raises CQError, or a class below it for each kind of failure. Calls release the interpreter's
-lock, so that other threads run while an instrument measures.
+The library CQApi does the work; its header CQApi.h is the manual for each operation. A failed call
+raises CQError, or a subclass for its kind of failure. Calls release the interpreter lock, so that
+other threads run while an instrument measures.
 """
 
 from ._color import (

@@ -30,8 +30,8 @@ def floats_of_bytes(data: bytes) -> FloatArray:
 
 
 def rows_converted(values: Any, width: int, convert: Callable[[Any], list[float]]) -> FloatArray:
-    """Applies a function of `width` numbers that gives three to one row of numbers, or to each of
-    several. Raises ValueError when a row has another length."""
+    """Applies a function from `width` numbers to three to one row of numbers, or to each of several
+    rows. Raises ValueError if a row has another length."""
     if numpy is not None:
         given = numpy.asarray(values, dtype=numpy.float32)
         if given.ndim == 0 or given.shape[-1] != width:

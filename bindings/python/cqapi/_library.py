@@ -116,12 +116,12 @@ def _declare(library: ctypes.CDLL) -> None:
 
 
 def load_library(path: str | os.PathLike[str] | None = None) -> ctypes.CDLL:
-    """Loads the library, once in a process. Other functions do so by themselves; call it before them
-    only to name the file.
+    """Loads the library, once in a process. Other functions do so by themselves; call this before
+    them only to name the file.
 
-    Without a path it is sought as the environment variable CQAPI_LIBRARY says, beside this package,
-    and where the system looks for libraries. Raises LibraryNotFoundError when it is not found, and
-    RuntimeError when another file has been loaded already.
+    Without a path the library is searched for at the path in the environment variable CQAPI_LIBRARY,
+    beside this package, and in the system's library path. Raises LibraryNotFoundError if it is not
+    found, and RuntimeError if another file is already loaded.
     """
     global _loaded
     with _loading:
@@ -142,8 +142,8 @@ def check(code: int, call: str) -> None:
 
 
 def enable_debug_log() -> None:
-    """Starts the library's debug log: a file beside it, named as it with ".log" appended and emptied
-    at every start. Raises OSError when the file cannot be opened."""
+    """Starts the debug log: a file beside the library, with the library's name and ".log" appended,
+    emptied at every start. Raises OSError if the file cannot be opened."""
     library = load_library()
     if not library.cqEnableDebugLog():
         raise OSError(f"the debug log cannot be opened: is the folder of {library._name} writable?")

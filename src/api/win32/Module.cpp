@@ -42,7 +42,7 @@ bool isProcessEnding() noexcept {
 void callInForkedChild(void (* /*function*/)()) {}
 
 void raiseInvalidParameter() {
-    // The handler cannot be called portably; a bounded copy that does not fit calls it.
+    // The handler cannot be called portably, but a bounded copy that does not fit calls it.
     std::array<char, 1> field{};
     strcpy_s(field.data(), field.size(), "?");
 }
