@@ -37,9 +37,9 @@ Link::TimePoint now() {
 
 /// Throws away what the instrument is still sending to a host that was killed: the rest of a packet
 /// could otherwise swallow the answer to the shake-hands.
-void waitUntilQuiet(SerialPort& port) {
-    const auto deadline = now() + kQuietPatience;
-    while (now() < deadline && port.waitForData(kQuietTime)) {
+void waitUntilQuiet(SerialPort& port, Deadline deadline) {
+    const auto patience = Deadline::in(deadline.limit(kQuietPatience));
+    while (!patience.isOver() && port.waitForData(patience.limit(kQuietTime))) {
         port.discardReceived();
     }
 }
@@ -53,7 +53,7 @@ CommunicationClient::~CommunicationClient() {
     close();
 }
 
-bool CommunicationClient::open(const std::string& portName) {
+bool CommunicationClient::open(const std::string& portName, Deadline deadline) {
     if (isConnected()) {
         debuglog::write("A device has opened\n");
         return false;
@@ -66,7 +66,7 @@ bool CommunicationClient::open(const std::string& portName) {
         debuglog::write("Open %s failed\r\n", portName.c_str());
         return false;
     }
-    waitUntilQuiet(port_);
+    waitUntilQuiet(port_, deadline);
     assert(!receivingThread_.joinable() && "receiving_thread_ == nullptr");
     watchdogMustStop_ = false;
     receivingThread_ = std::thread([this] { receivingLoop(); });
@@ -77,6 +77,16 @@ bool CommunicationClient::open(const std::string& portName) {
 void CommunicationClient::shakeHands() {
     const LinkLock lock(linkMutex_);
     link_.shakeHands();
+}
+
+void CommunicationClient::repeatShakeHands() {
+    const LinkLock lock(linkMutex_);
+    link_.repeatShakeHands();
+}
+
+void CommunicationClient::setWriteTimeout(std::chrono::milliseconds timeout) {
+    const LinkLock lock(linkMutex_);
+    port_.setWriteTimeout(timeout);
 }
 
 ResultCode CommunicationClient::Send(std::uint8_t operation, std::span<const std::uint8_t> data,
@@ -91,9 +101,9 @@ ResultCode CommunicationClient::Send(std::uint8_t operation, std::span<const std
     return link_.send(operation, data, std::move(stream), now());
 }
 
-CommunicationClient::LinkLock CommunicationClient::lockLink(TimePoint deadline) {
+CommunicationClient::LinkLock CommunicationClient::lockLink(Deadline deadline) {
     LinkLock lock(linkMutex_, std::defer_lock);
-    while (!lock.try_lock_until(std::min(deadline, now() + kLinkRound)) && now() < deadline &&
+    while (!lock.try_lock_for(deadline.limit(kLinkRound)) && !deadline.isOver() &&
            port_.hasHandle()) {
     }
     return lock;
@@ -134,6 +144,11 @@ void CommunicationClient::close() {
 bool CommunicationClient::hasSession() const {
     const LinkLock lock(linkMutex_);
     return link_.hasSession();
+}
+
+bool CommunicationClient::awaitsShakeHands() const {
+    const LinkLock lock(linkMutex_);
+    return link_.awaitsShakeHands();
 }
 
 std::string CommunicationClient::portName() const {

@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "api/Deadline.h"
 #include "CQCommProtocol/Link.h"
 #include "serial/SerialPort.h"
 
@@ -36,10 +37,14 @@ class CommunicationClient {
 
     /// Opens the port and starts the threads. False if a port is open already or this one cannot be
     /// opened.
-    bool open(const std::string& portName);
+    bool open(const std::string& portName, Deadline deadline = {});
 
     /// Asks the instrument for a session; the answer goes to the listener.
     void shakeHands();
+    /// Asks again, unless the answer has come.
+    void repeatShakeHands();
+    /// From now on a write fails that takes longer.
+    void setWriteTimeout(std::chrono::milliseconds timeout);
 
     /// Begins a transfer, see Link::send().
     /// \return 0; CQ_DEVICE_IS_CLOSED; CQ_NO_SESSION, also when the device has gone;
@@ -49,7 +54,7 @@ class CommunicationClient {
 
     /// Keeps the listener's operations from running while it is held. Empty when another thread has
     /// held the link until the deadline, or the port is closed meanwhile.
-    LinkLock lockLink(TimePoint deadline);
+    LinkLock lockLink(Deadline deadline);
 
     /// Says goodbye, waits up to half a second for the answer, and closes the port. A running
     /// callback is waited for; a port that takes no bytes for half a second is closed without a
@@ -62,6 +67,8 @@ class CommunicationClient {
     /// True while a port is open whose device is there.
     bool isConnected() { return port_.isOpen(); }
     bool hasSession() const;
+    /// True while an answer to the shake-hands is to come, of several requests another one.
+    bool awaitsShakeHands() const;
     /// The open port's name; empty without one.
     std::string portName() const;
 

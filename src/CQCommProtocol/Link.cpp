@@ -1,5 +1,6 @@
 #include "CQCommProtocol/Link.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -43,8 +44,16 @@ Link::Link(ICommunicationEventListener& listener, Writer write)
 
 void Link::shakeHands() {
     forgetSession();
+    unanswered_ = 1;
     state_ = State::shakeHandsRequested;
     write_(wire::kShakeHandsRequestPacket);
+}
+
+void Link::repeatShakeHands() {
+    if (state_ == State::shakeHandsRequested) {
+        ++unanswered_;
+        write_(wire::kShakeHandsRequestPacket);
+    }
 }
 
 ResultCode Link::send(std::uint8_t operation, std::span<const std::uint8_t> data,
@@ -114,11 +123,13 @@ void Link::dispatch(TimePoint now) {
 
 void Link::handleShakeHandsAcknowledgement() {
     const auto packet = parser_.packet();
-    if (state_ != State::shakeHandsRequested) {
+    const bool isFirst = state_ == State::shakeHandsRequested;
+    if (!isFirst && (state_ != State::idle || unanswered_ == 0)) {
         debuglog::write("Received shake hands ack packet, but had not request\n");
         discarded_.insert(discarded_.end(), packet.begin(), packet.end());
         return;
     }
+    unanswered_ = std::max(unanswered_ - 1, 0);
     const std::uint8_t session = packet[wire::kSessionOffset];
     const bool isAccepted = session >= wire::kMinSession && session <= wire::kMaxSession;
     if (isAccepted) {
@@ -128,8 +139,10 @@ void Link::handleShakeHandsAcknowledgement() {
         instrumentValues_ = {static_cast<std::uint8_t>(values), values >> 8};
         write_(wire::shortPacket(wire::kShakeHandsConfirmation, session_));
     }
-    state_ = isAccepted ? State::idle : State::notConnected;
-    listener_.connectionResult(isAccepted);
+    if (isFirst) {
+        state_ = isAccepted ? State::idle : State::notConnected;
+        listener_.connectionResult(isAccepted);
+    }
 }
 
 void Link::handleDisconnectRequest() {
@@ -324,6 +337,7 @@ void Link::endSession() {
 
 void Link::forgetSession() {
     session_ = 0;
+    unanswered_ = 0;
     discarded_.clear();
     parser_.clear();
     rx_.clear();

@@ -52,6 +52,11 @@ class Link {
 
     /// Asks the instrument for a session; the answer goes to the listener.
     void shakeHands();
+    /// Asks again, if the answer has not come. An instrument that was merely slow answers each
+    /// request with a new session: the last one holds.
+    void repeatShakeHands();
+    /// True while an answer to a request is to come.
+    bool awaitsShakeHands() const { return unanswered_ > 0; }
 
     /// Begins a transfer to the instrument: the operation code, the data, and what the stream (if
     /// any) holds from its position on.
@@ -109,6 +114,7 @@ class Link {
 
     State state_ = State::notConnected;
     std::uint8_t session_ = 0;
+    int unanswered_ = 0;  // requests for a session
     InstrumentValues instrumentValues_;
     TimePoint lastActivity_{};
     DataParser parser_{kPacketTimeout};

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 
+#include "api/Deadline.h"
 #include "api/HandlerSlot.h"
 #include "api/Records.h"
 #include "api/ResultCode.h"
@@ -28,7 +30,10 @@ class Driver {
     /// \param portName the port of the instrument, or of the adapter; empty: the first port on which
     ///        one answers.
     /// \param slaveAddress of a wireless instrument; empty: the one with the strongest signal.
-    virtual ResultCode open(const std::string& portName, const std::string& slaveAddress) = 0;
+    /// \param deadline after which nothing is waited for; an opening that has failed by then leaves
+    ///        nothing behind. Without one, only as much is said as there must be.
+    virtual ResultCode open(const std::string& portName, const std::string& slaveAddress,
+                            std::optional<Deadline> deadline) = 0;
     /// Ends the connection; calls that wait end with CQ_DEVICE_IS_CLOSED. Not beside another close,
     /// and not in the result handler.
     virtual void close() = 0;

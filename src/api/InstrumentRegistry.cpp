@@ -100,15 +100,19 @@ InstrumentRegistry::Instruments InstrumentRegistry::take(const void* handle) {
     return taken;
 }
 
-void* openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress) {
+ResultCode openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress,
+                          std::optional<Deadline> deadline, void*& handle) {
+    handle = nullptr;
     InstrumentRegistry& registry = InstrumentRegistry::instance();
     registry.releaseRetired();
     const auto instrument = std::make_shared<Instrument>(kind);
-    if (instrument->open(textOrEmpty(portName), textOrEmpty(slaveAddress)) != CQ_NO_ERROR) {
-        return nullptr;
+    const ResultCode code =
+        instrument->open(textOrEmpty(portName), textOrEmpty(slaveAddress), deadline);
+    if (code == CQ_NO_ERROR) {
+        registry.add(instrument);
+        handle = instrument.get();
     }
-    registry.add(instrument);
-    return instrument.get();
+    return code;
 }
 
 }  // namespace ovk::cq

@@ -46,8 +46,9 @@ class InstrumentRegistry {
 };
 
 /// Opens an instrument and registers it.
-/// \param portName,slaveAddress as Driver::open(); null counts as empty.
-/// \return its handle; null on failure.
-void* openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress);
+/// \param portName,slaveAddress,deadline as Driver::open(); null counts as empty.
+/// \param handle receives its handle; null on failure.
+ResultCode openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress,
+                          std::optional<Deadline> deadline, void*& handle);
 
 }  // namespace ovk::cq

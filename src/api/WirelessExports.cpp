@@ -1,4 +1,4 @@
-// Exports that only a wireless instrument needs; once it is open it is used like a wired one.
+// The export that lists wireless instruments.
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,12 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "api/InstrumentRegistry.h"
 #include "ble/EhMc17AtInterface.h"
 #include "cqapi/CQApi.h"
 
 using ovk::SlaveDevice;
-using ovk::cq::Instrument;
 
 namespace {
 
@@ -35,10 +33,6 @@ CqBleSlave* makeList(const std::vector<SlaveDevice>& slaves) {
 }
 
 }  // namespace
-
-CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress) {
-    return ovk::cq::openInstrument(Instrument::Kind::wireless, adapterPortName, slaveAddress);
-}
 
 uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves) {
     *slaves = nullptr;

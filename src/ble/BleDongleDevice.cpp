@@ -13,6 +13,7 @@ namespace ovk {
 void BleDongleDevice::open(const std::string& portName) {
     stopReceiving();
     at_ = EhMc17AtInterface();
+    at_.setDeadline(deadline_);
     if (portName.empty()) {
         search();
     } else {
@@ -36,17 +37,19 @@ void BleDongleDevice::openNamed(const std::string& portName) {
 void BleDongleDevice::search() {
     std::vector<std::uint32_t> numbers;
     findCh340Ports(numbers);
-    for (const std::uint32_t number : numbers) {
-        const auto port = makeAdapterPort(ch340PortName(number));
+    for (std::size_t left = numbers.size(); left > 0; --left) {
+        const auto port = makeAdapterPort(ch340PortName(numbers[numbers.size() - left]));
         if (!port->open()) {
             continue;
         }
         at_.attachPort(port);
+        at_.setDeadline(deadline_.firstOf(left));
         if (at_.configure()) {
             break;
         }
         at_.attachPort(nullptr);  // the port closes as its last owner goes
     }
+    at_.setDeadline(deadline_);
     if (at_.port() == nullptr || !at_.port()->isOpen()) {
         at_.attachPort(nullptr);
         throw CommunicationException(CQ_CANNOT_FOUND_DEVICE);
@@ -61,7 +64,15 @@ void BleDongleDevice::connect(const std::string& address) {
         stopReceiving();  // the receiving thread would take the module's answers
         at_.disconnect();
     }
-    if (!at_.connect(address.empty() ? strongestSlave().address : address)) {
+    const std::string target = address.empty() ? strongestSlave().address : address;
+    at_.setDeadline(deadline_.before(kUnlinkTime));
+    const bool isLinked = at_.connect(target);
+    at_.setDeadline(deadline_);
+    if (!isLinked) {
+        if (deadline_.before(kUnlinkTime).isOver()) {  // it may come to be linked after all
+            at_.setExCode({});
+            at_.disconnect();
+        }
         throw CommunicationException(CQ_UNKNOWN_ERROR);
     }
     startReceiving(at_.port());

@@ -15,6 +15,12 @@ class BleDongleDevice : public PacketReceiver {
   public:
     using SlaveDevice = EhMc17AtInterface::SlaveDevice;
 
+    /// How long before the deadline a link is given up, so that the module can be told.
+    static constexpr std::chrono::milliseconds kUnlinkTime{250};
+
+    /// \param deadline after which nothing is waited for. What is not done by then fails.
+    explicit BleDongleDevice(Deadline deadline = {}) : deadline_(deadline) {}
+
     /// Opens the adapter on the named port, or, with an empty name, on the first port of an
     /// adapter's USB bridge whose module answers.
     /// \throw CommunicationException CQ_FAIL_TO_OPEN: the named port; CQ_CANNOT_FOUND_DEVICE: no
@@ -33,6 +39,7 @@ class BleDongleDevice : public PacketReceiver {
     void search();
     SlaveDevice strongestSlave();
 
+    const Deadline deadline_;
     EhMc17AtInterface at_;
 };
 

@@ -81,9 +81,10 @@ std::shared_ptr<SerialPort> makeAdapterPort(const std::string& portName) {
 
 Lines EhMc17AtInterface::sendCommand(std::string_view command, std::string_view argument,
                                      std::size_t lineCount, std::chrono::milliseconds timeout) {
-    if (port_ == nullptr) {
+    if (port_ == nullptr || deadline_.isOver()) {
         return {};
     }
+    port_->setWriteTimeout(deadline_.limit(kWriteTimeout));
     std::string text(command);
     if (!argument.empty()) {
         text.append("=").append(argument);
@@ -94,7 +95,7 @@ Lines EhMc17AtInterface::sendCommand(std::string_view command, std::string_view 
         return {};
     }
     ReplyLines reply;
-    CumulativeTimeout time(timeout, Clock::now());
+    CumulativeTimeout time(deadline_.limit(timeout), Clock::now());
     while (!time.isUsedUp() && port_->waitForData(time.remaining())) {
         readQueued(*port_, reply);
         time.subtractElapsed(Clock::now());
@@ -154,7 +155,7 @@ std::vector<SlaveDevice> EhMc17AtInterface::scan() {
         return {};
     }
     auto devices = devicesOf(lines);  // a quick module's first results come together with the OK
-    CumulativeTimeout time(kScanTime, start);
+    CumulativeTimeout time(deadline_.limit(kScanTime), start);
     for (time.subtractElapsed(Clock::now()); !time.isUsedUp(); time.subtractElapsed(Clock::now())) {
         appendDevice(devices, port_->readLine(time.remaining()));
     }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "api/Deadline.h"
 #include "ble/ReplyLines.h"
 #include "ble/SlaveDevice.h"
 #include "serial/SerialPort.h"
@@ -35,6 +36,9 @@ class EhMc17AtInterface {
     /// Takes another port; null detaches.
     void attachPort(std::shared_ptr<SerialPort> port) { port_ = std::move(port); }
     const std::shared_ptr<SerialPort>& port() const { return port_; }
+
+    /// Waits for nothing after this moment, and sends nothing then.
+    void setDeadline(Deadline deadline) { deadline_ = deadline; }
 
     /// True from a successful connect() to a successful disconnect().
     bool isConnected() const { return isConnected_; }
@@ -74,6 +78,7 @@ class EhMc17AtInterface {
                           std::chrono::milliseconds timeout);
 
     std::shared_ptr<SerialPort> port_;
+    Deadline deadline_;
     bool isConnected_ = false;
 };
 

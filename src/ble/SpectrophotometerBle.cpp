@@ -118,35 +118,42 @@ void storeText(std::string_view text, std::span<char> field) {
 }  // namespace
 
 ResultCode SpectrophotometerBle::open(const std::string& portName,
-                                      const std::string& slaveAddress) {
-    BleDongleDevice adapter;
+                                      const std::string& slaveAddress,
+                                      std::optional<Deadline> deadline) {
+    const Deadline whole = deadline.value_or(Deadline());
+    const Deadline untilUnlinking = whole.before(BleDongleDevice::kUnlinkTime);
+    BleDongleDevice adapter(whole);
     adapter.open(portName);
     adapter.connect(slaveAddress);
-    attach(adapter.stopReceiving());
+    attach(adapter.stopReceiving(), untilUnlinking);
+    if (untilUnlinking.isOver()) {
+        closeBy(whole);
+        return CQ_RECEIVING_TIMEOUT;
+    }
     return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::attach(const std::shared_ptr<SerialPort>& port) {
+void SpectrophotometerBle::attach(const std::shared_ptr<SerialPort>& port, Deadline deadline) {
     receiver_.startReceiving(port);
-    std::this_thread::sleep_for(kSettling);
-    greet();
+    std::this_thread::sleep_for(deadline.limit(kSettling));
+    greet(deadline);
     receiver_.setPacketHandler([this](const Packet& packet) { handlePacket(*packet); });
 }
 
-void SpectrophotometerBle::greet() {
+void SpectrophotometerBle::greet(Deadline deadline) {
     for (int tryNumber = 1; tryNumber <= kHelloTries; ++tryNumber) {
         try {
-            exchange(kHello, {});
+            exchange(kHello, {}, deadline);
             return;
         } catch (const CommunicationException&) {
             if (tryNumber < kHelloTries) {
-                std::this_thread::sleep_for(kHelloPause);
+                std::this_thread::sleep_for(deadline.limit(kHelloPause));
             }
         }
     }
 }
 
-void SpectrophotometerBle::close() {
+void SpectrophotometerBle::closeBy(Deadline deadline) {
     try {
         receiver_.sendLastPacket(CmdPacket(kGoodbye.type, kGoodbye.cmd), kGoodbye.timeout);
     } catch (const std::exception&) {
@@ -157,6 +164,7 @@ void SpectrophotometerBle::close() {
     receiver_.setPacketHandler({});
     if (port != nullptr) {
         EhMc17AtInterface adapter(port);
+        adapter.setDeadline(deadline);
         adapter.setExCode({});
         adapter.disconnect();
         port->close();
@@ -307,9 +315,10 @@ ResultCode SpectrophotometerBle::setMeasurementParameter(std::uint8_t /*number*/
 }
 
 SpectrophotometerBle::Packet SpectrophotometerBle::exchange(const BleCommand& command,
-                                                            Payload payload) {
+                                                            Payload payload, Deadline deadline) {
     try {
-        return receiver_.sendPacket(CmdPacket(command.type, command.cmd, payload), command.timeout);
+        return receiver_.sendPacket(CmdPacket(command.type, command.cmd, payload),
+                                    deadline.limit(command.timeout));
     } catch (const std::future_error&) {
         fail(CQ_DEVICE_IS_CLOSED);  // the goodbye has taken this request's place
     }

@@ -27,17 +27,18 @@ class SpectrophotometerBle final : public Driver {
   public:
     /// Finds the adapter, links it to the instrument, and greets that. Takes 2 to 5 s.
     /// \throw CommunicationException as BleDongleDevice; std::system_error no thread to be had.
-    ResultCode open(const std::string& portName, const std::string& slaveAddress) override;
+    ResultCode open(const std::string& portName, const std::string& slaveAddress,
+                    std::optional<Deadline> deadline) override;
     /// Says goodbye without insisting on an answer, drops the result handler (waiting for one that
     /// runs), unlinks the adapter and closes its port.
-    void close() override;
+    void close() override { closeBy({}); }
     bool isConnected() override { return receiver_.port() != nullptr; }
     std::string portName() const override;
     std::unique_lock<std::mutex> takeTurn() override { return std::unique_lock(turnMutex_); }
 
     /// Takes a port that is linked to an instrument, and greets that, which takes 1.2 to 3.7 s. An
-    /// instrument that does not answer is no failure.
-    void attach(const std::shared_ptr<SerialPort>& port);
+    /// instrument that does not answer is no failure. Waits for nothing after the deadline.
+    void attach(const std::shared_ptr<SerialPort>& port, Deadline deadline = {});
 
     ResultCode calibrate(bool isWhite) override;
     ResultCode measure(RECORD_TYPE type, CqMeasurementRecord& record) override;
@@ -72,11 +73,12 @@ class SpectrophotometerBle final : public Driver {
     using Packet = PacketReceiver::Packet;
     using Payload = std::span<const std::uint8_t>;
 
-    void greet();
+    void greet(Deadline deadline);
+    void closeBy(Deadline deadline);
     void handlePacket(const CQBleProtocol::CmdPacket& packet);
 
     // The shapes of commands.
-    Packet exchange(const BleCommand& command, Payload payload);
+    Packet exchange(const BleCommand& command, Payload payload, Deadline deadline = {});
     Packet exchangeChecked(const BleCommand& command, Payload payload);
     std::uint32_t requestU32(const BleCommand& command, Payload payload);
     std::uint8_t requestStatusItem(std::uint8_t item);

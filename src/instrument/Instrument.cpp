@@ -33,8 +33,11 @@ Instrument::~Instrument() {
     }
 }
 
-ResultCode Instrument::open(const std::string& portName, const std::string& slaveAddress) {
-    return codeOf([&] { return perform(&Driver::open, portName, slaveAddress); });
+ResultCode Instrument::open(const std::string& portName, const std::string& slaveAddress,
+                            std::optional<Deadline> deadline) {
+    const ResultCode code =
+        codeOf([&] { return perform(&Driver::open, portName, slaveAddress, deadline); });
+    return code != CQ_NO_ERROR && deadline && deadline->isOver() ? CQ_RECEIVING_TIMEOUT : code;
 }
 
 void Instrument::close() noexcept {

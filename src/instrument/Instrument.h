@@ -27,8 +27,9 @@ class Instrument {
     Instrument& operator=(const Instrument&) = delete;
 
     /// See Driver::open(). Lets nothing pass: what is no communication failure gives
-    /// CQ_UNKNOWN_ERROR.
-    ResultCode open(const std::string& portName, const std::string& slaveAddress);
+    /// CQ_UNKNOWN_ERROR. CQ_RECEIVING_TIMEOUT when it has failed after the deadline.
+    ResultCode open(const std::string& portName, const std::string& slaveAddress,
+                    std::optional<Deadline> deadline);
     /// Never fails; whatever goes wrong is swallowed. Not in the measurement callback.
     void close() noexcept;
 

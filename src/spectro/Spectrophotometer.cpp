@@ -22,11 +22,13 @@ constexpr std::uint64_t kReplyTolerance = 0x10000;
 /// How often the wait for the shake-hands looks.
 constexpr auto kConnectionPollPause = 1ms;
 
-constexpr std::uint64_t kUnsolicitedSize = sizeof(CqMeasurementRecord);
+// Of an opening that has a deadline.
+constexpr auto kRequestPeriod = 500ms;
+constexpr auto kLaterAnswers = 100ms;  ///< how long they are waited for
+/// No longer than the opening may be late. A request that is lost is made again.
+constexpr auto kOpeningWriteTimeout = 20ms;
 
-auto deadlineAfter(std::chrono::milliseconds timeout) {
-    return std::chrono::steady_clock::now() + timeout;
-}
+constexpr std::uint64_t kUnsolicitedSize = sizeof(CqMeasurementRecord);
 
 template <class Exception>
 void fail(std::promise<Spectrophotometer::Bytes>& outcome, Exception exception) {
@@ -48,47 +50,70 @@ Spectrophotometer::Spectrophotometer() : client_(*this) {}
 Spectrophotometer::~Spectrophotometer() = default;
 
 ResultCode Spectrophotometer::open(const std::string& portName,
-                                   const std::string& /*slaveAddress*/) {
+                                   const std::string& /*slaveAddress*/,
+                                   std::optional<Deadline> deadline) {
     if (isConnected()) {
         return CQ_HAS_CONNECTED;
     }
     if (!portName.empty()) {
-        return connect(portName);
+        return connect(portName, deadline);
     }
     std::vector<std::string> names;
     if (findInstrumentPorts(names) == kDiscoveryFailed) {
         return CQ_CANNOT_FOUND_DEVICE;
     }
-    const bool isFound = std::any_of(names.begin(), names.end(), [this](const std::string& name) {
-        return connect(name) == CQ_NO_ERROR;
-    });
-    return isFound ? CQ_NO_ERROR : CQ_CANNOT_FOUND_DEVICE;
+    for (std::size_t left = names.size(); left > 0; --left) {
+        const auto share = deadline ? std::optional(deadline->firstOf(left)) : std::nullopt;
+        if (connect(names[names.size() - left], share) == CQ_NO_ERROR) {
+            return CQ_NO_ERROR;
+        }
+    }
+    return CQ_CANNOT_FOUND_DEVICE;
 }
 
-ResultCode Spectrophotometer::connect(const std::string& portName) {
+ResultCode Spectrophotometer::connect(const std::string& portName,
+                                      std::optional<Deadline> deadline) {
     connectionFlag_.store(0);
-    if (!client_.open(portName)) {
+    if (!client_.open(portName, deadline.value_or(Deadline()))) {
         return CQ_FAIL_TO_OPEN;
     }
+    if (deadline) {
+        client_.setWriteTimeout(kOpeningWriteTimeout);
+    }
     client_.shakeHands();
-    awaitConnectionResult();
+    awaitConnectionResult(deadline);
     if (!isConnected()) {
         client_.close();
         return CQ_FAIL_TO_OPEN;
     }
+    client_.setWriteTimeout(SerialPort::kInfinite);
     return CQ_NO_ERROR;
 }
 
 // The two sides meet when one of them finds the flag set by the other. Nothing but the port's going
 // away ends the wait for an instrument that stays silent.
-void Spectrophotometer::awaitConnectionResult() {
+void Spectrophotometer::awaitConnectionResult(std::optional<Deadline> deadline) {
+    int requests = 1;
+    auto nextRequest = Deadline::in(kRequestPeriod);
     if (connectionFlag_.exchange(1) == 0) {
         do {
             connectionFlag_.store(0);
             std::this_thread::sleep_for(kConnectionPollPause);
-        } while (connectionFlag_.exchange(1) != 1 && client_.isConnected());
+            if (deadline && nextRequest.isOver()) {
+                client_.repeatShakeHands();
+                nextRequest = Deadline::in(kRequestPeriod);
+                ++requests;
+            }
+        } while (connectionFlag_.exchange(1) != 1 && client_.isConnected() &&
+                 !(deadline && deadline->isOver()));
     }
     connectionFlag_.store(0);
+    // The answers to several requests come together; the session is that of the last one.
+    const auto patience = Deadline::in(kLaterAnswers);
+    while (requests > 1 && !patience.isOver() && client_.hasSession() &&
+           client_.awaitsShakeHands() && !deadline->isOver()) {
+        std::this_thread::sleep_for(kConnectionPollPause);
+    }
 }
 
 void Spectrophotometer::connectionResult(bool /*isConnected*/) {
@@ -111,14 +136,14 @@ ResultCode Spectrophotometer::request(const Command& command, BytesView data,
                                       std::uint64_t expectedSize, Bytes& reply) {
     const auto pending =
         std::make_shared<Pending>(Pending{command.operation, expectedSize + kReplyTolerance});
-    return perform(pendingReply_, pending, data, deadlineAfter(command.timeout), reply);
+    return perform(pendingReply_, pending, data, Deadline::in(command.timeout), reply);
 }
 
 ResultCode Spectrophotometer::send(const Command& command, BytesView data) {
     Bytes nothing;
     const auto pending = std::make_shared<Pending>(Pending{command.operation, 0});
     const ResultCode code =
-        perform(pendingSend_, pending, data, deadlineAfter(command.timeout), nothing);
+        perform(pendingSend_, pending, data, Deadline::in(command.timeout), nothing);
     if (code == CQ_NO_ERROR) {
         lastInstrumentError_.store(0);
     }
@@ -126,13 +151,13 @@ ResultCode Spectrophotometer::send(const Command& command, BytesView data) {
 }
 
 ResultCode Spectrophotometer::perform(Slot& slot, const Slot& pending, BytesView data,
-                                      TimePoint deadline, Bytes& reply) {
+                                      Deadline deadline, Bytes& reply) {
     auto outcome = pending->outcome.get_future();
     const ResultCode begun = begin(slot, pending, data, deadline);
     if (begun != CQ_NO_ERROR) {
         return begun;
     }
-    if (outcome.wait_until(deadline) != std::future_status::ready && giveUp(slot, pending)) {
+    if (outcome.wait_until(deadline.moment()) != std::future_status::ready && giveUp(slot, pending)) {
         return CQ_SENDING_TIMEOUT;
     }
     try {
@@ -148,7 +173,7 @@ ResultCode Spectrophotometer::perform(Slot& slot, const Slot& pending, BytesView
 
 /// Begins the transfer and lets `pending` wait for its outcome. No answer can be taken in before.
 ResultCode Spectrophotometer::begin(Slot& slot, const Slot& pending, BytesView data,
-                                    TimePoint deadline) {
+                                    Deadline deadline) {
     const auto link = client_.lockLink(deadline);
     if (!link) {
         return client_.portName().empty() ? CQ_DEVICE_IS_CLOSED : CQ_SENDING_TIMEOUT;

@@ -33,9 +33,11 @@ class Spectrophotometer final : public Driver, private ICommunicationEventListen
     ~Spectrophotometer() override;
 
     /// Connects to the instrument on this port, or, with an empty name, on the first port of an
-    /// instrument that answers. Waits as long as an open port stays silent.
+    /// instrument that answers. Without a deadline it waits as long as an open port stays silent;
+    /// with one it also repeats its request, which an instrument that is just starting has not heard.
     /// \return 0; CQ_CANNOT_FOUND_DEVICE; CQ_FAIL_TO_OPEN; CQ_HAS_CONNECTED.
-    ResultCode open(const std::string& portName, const std::string& slaveAddress = {}) override;
+    ResultCode open(const std::string& portName, const std::string& slaveAddress = {},
+                    std::optional<Deadline> deadline = {}) override;
     void close() override;
     bool isConnected() override;
     std::string portName() const override { return client_.portName(); }
@@ -67,18 +69,17 @@ class Spectrophotometer final : public Driver, private ICommunicationEventListen
   private:
     struct Pending;
     using Slot = std::shared_ptr<Pending>;
-    using TimePoint = CommunicationClient::TimePoint;
 
     // The request engine.
-    ResultCode connect(const std::string& portName);
-    void awaitConnectionResult();
+    ResultCode connect(const std::string& portName, std::optional<Deadline> deadline);
+    void awaitConnectionResult(std::optional<Deadline> deadline);
     /// \param expectedSize the longest reply that makes sense.
     ResultCode request(const Command& command, BytesView data, std::uint64_t expectedSize,
                        Bytes& reply);
     ResultCode send(const Command& command, BytesView data);
-    ResultCode perform(Slot& slot, const Slot& pending, BytesView data, TimePoint deadline,
+    ResultCode perform(Slot& slot, const Slot& pending, BytesView data, Deadline deadline,
                        Bytes& reply);
-    ResultCode begin(Slot& slot, const Slot& pending, BytesView data, TimePoint deadline);
+    ResultCode begin(Slot& slot, const Slot& pending, BytesView data, Deadline deadline);
     bool giveUp(Slot& slot, const Slot& pending);
     void failPending(ResultCode code);
 
