@@ -434,8 +434,8 @@ enum Observer {
 
 /*
  * The three colour functions need no instrument, keep no state and may run on any number of threads
- * at once. They return CQ_NO_ERROR, or 18 with `color` untouched when the colour space is 7 or
- * above 9. Illuminant must be 0..17 and observer 0..1; they are not checked.
+ * at once. They return CQ_NO_ERROR, or with `color` untouched 16 when the illuminant is outside
+ * 0..17 or the observer outside 0..1, 18 when the colour space is 7 or above 9.
  */
 
 /** @param spectrum  31 reflectance factors at 400, 410 ... 700 nm; 1.0 is the perfect white. */

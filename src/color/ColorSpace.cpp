@@ -67,8 +67,7 @@ bool fromLab(const Triple& lab, Viewing viewing, ColorSpace space, Triple& resul
     }
 }
 
-bool fromReflectance(const SpectralGrid& reflectance, Viewing viewing, ColorSpace space,
-                     Triple& result) {
+bool fromReflectance(Spectrum reflectance, Viewing viewing, ColorSpace space, Triple& result) {
     return fromXyz(integrate(reflectance, viewing), viewing, space, result);
 }
 
