@@ -451,6 +451,151 @@ CQ_API uint32_t cqGetColorDataFromXyz(int32_t illuminant, int32_t observer, cons
 CQ_API uint32_t cqGetColorDataFromLab(int32_t illuminant, int32_t observer, const float* lab,
                                       uint32_t colorSpace, ColorData* color);
 
+/* ------------------------------------------------------------------------ additions */
+
+/*
+ * What follows came after the functions above and changes nothing of them. The colour functions
+ * here are like those above: no instrument, no state, any number of threads, 31 fractions at 400,
+ * 410 ... 700 nm for a spectrum. They compute in double precision. Results other than CQ_NO_ERROR
+ * leave the outputs untouched: 16 for an argument out of its range and for a value that is not
+ * defined for these inputs, 17 for an index that is not defined for this illuminant and observer.
+ * Where two colours are compared, differences are the trial's values less the standard's.
+ */
+
+/** The text of a result code; "unknown error" from 20 on. Static: not to be freed. */
+CQ_API const char* cqGetResultText(uint32_t code);
+
+/** The library's version, as CQAPI_VERSION_STRING of its own header. Static: not to be freed. */
+CQ_API const char* cqGetVersion(void);
+
+/** A formula for the difference of two colours. C0 is the standard's chroma. */
+enum CqDifferenceFormula {
+    CqDeltaE76 = 0,        /**< CIELAB, the distance (ISO/CIE 11664-4) */
+    CqDeltaE94 = 1,        /**< CIE94, graphic arts 1:1:1 (CIE 116-1995); weights from C0 */
+    CqDeltaE94Textile = 2, /**< CIE94, textiles 2:1:1 */
+    CqDeltaECmc = 3,       /**< CMC 2:1 (ISO 105-J03, BS 6923); weights from the standard */
+    CqDeltaE2000 = 4,      /**< CIEDE2000 1:1:1 (ISO/CIE 11664-6) */
+    CqDeltaE99 = 5,        /**< DIN99 (DIN 6176:2001) */
+    CqDeltaE99o = 6        /**< DIN99o (DIN 6176:2018) */
+};
+
+#pragma pack(push, 1)
+
+/** How a trial differs from a standard, 24 bytes. All but the first are CIELAB's, whatever the
+ *  formula. */
+typedef struct CqColorDifference {
+    float deltaE; /**< by the formula that was asked for */
+    float deltaL; /**< L*; above 0: lighter */
+    float deltaA; /**< a*; above 0: redder or less green */
+    float deltaB; /**< b*; above 0: yellower or less blue */
+    float deltaC; /**< C*ab; above 0: more vivid */
+    float deltaH; /**< H*ab; above 0: anticlockwise, from red to yellow to green to blue, and for
+                       exactly opposite hues; 0 if a colour is neutral */
+} CqColorDifference;
+
+#pragma pack(pop)
+
+typedef char CqColorDifferenceHasSize24[sizeof(CqColorDifference) == 24 ? 1 : -1];
+
+/**
+ * Compares two colours.
+ *
+ * @param formula      of CqDifferenceFormula.
+ * @param factors      NULL for the usual ones, else three numbers above 0: kL, kC, kH; for CMC l, c
+ *                     and one that is not read; not read for CIELAB, DIN99 and DIN99o. A larger
+ *                     factor makes its part count less.
+ * @param standardLab  L*, a*, b*. CIE94 and CMC change when standard and trial change places.
+ * @param trialLab     for the same illuminant and observer.
+ * @return CQ_NO_ERROR, or CQ_INVALID_PARAMETER for an unknown formula or a factor not above 0.
+ */
+CQ_API uint32_t cqGetColorDifference(uint32_t formula, const float* factors,
+                                     const ColorData* standardLab, const ColorData* trialLab,
+                                     CqColorDifference* difference);
+
+/** An index of nearly white colours, and the illuminants and observers that it is defined for. */
+enum CqColorIndex {
+    CqWhitenessCie = 0,   /**< CIE whiteness W (CIE 15): D65, 2 and 10 degrees */
+    CqTintCie = 1,        /**< CIE tint T, as W; above 0 greenish, below 0 reddish */
+    CqWhitenessE313 = 2,  /**< ASTM E313 whiteness: C, D50 and D65, 2 and 10 degrees */
+    CqTintE313 = 3,       /**< ASTM E313 tint, as its whiteness */
+    CqYellownessE313 = 4, /**< ASTM E313 yellowness: C and D65, 2 and 10 degrees */
+    CqYellownessD1925 = 5 /**< ASTM D1925 yellowness (withdrawn): C and 2 degrees */
+};
+
+/**
+ * Computes an index.
+ *
+ * @param index           of CqColorIndex.
+ * @param xyz             X, Y, Z; the perfect white has Y = 100.
+ * @param isWithinLimits  may be NULL; else whether the colour is within the limits of its standard:
+ *                        40 < W < 5 Y - 280 and, of CIE, -4 < T < 2, of E313, -3 < T < 3, for
+ *                        whiteness and tint alike. Yellowness has no limits: true.
+ * @return CQ_NO_ERROR; CQ_INVALID_PARAMETER: an unknown index, illuminant or observer, or Y or
+ *         X + Y + Z not above 0; CQ_NOT_SUPPORTED: not defined for this illuminant and observer.
+ */
+CQ_API uint32_t cqGetColorIndex(uint32_t index, int32_t illuminant, int32_t observer,
+                                const ColorData* xyz, float* value, bool* isWithinLimits);
+
+/** What of K/S = (1 - R)^2 / (2 R) (Kubelka and Munk; 0 for R above 1) is compared. */
+enum CqStrengthMethod {
+    CqStrengthSingleWavelength = 0, /**< where the standard's is largest, the first of equals */
+    CqStrengthSum = 1,              /**< its sum over the 31 samples */
+    CqStrengthWeighted = 2 /**< its sum weighted by wX + wY + wZ of the ASTM E308 weights */
+};
+
+/**
+ * Computes the relative colour strength of a trial, in percent of the standard's.
+ *
+ * @param method      of CqStrengthMethod.
+ * @param illuminant  whose weights count, with the observer; by the other methods checked alone.
+ * @return CQ_NO_ERROR, or CQ_INVALID_PARAMETER: an unknown method, illuminant or observer; a
+ *         reflectance of 0 or less, of the trial where it counts; a standard whose K/S is 0.
+ */
+CQ_API uint32_t cqGetColorStrength(uint32_t method, int32_t illuminant, int32_t observer,
+                                   const float* standard, const float* trial, float* percent);
+
+/** How the trial is made equal to the standard under the reference illuminant. */
+enum CqMetamerismCorrection {
+    CqMetamerismMultiplicative = 0, /**< X, Y and Z times a factor each; the usual one */
+    CqMetamerismAdditive = 1        /**< L*, a* and b* plus a number each */
+};
+
+/**
+ * Computes the special metamerism index for a change of illuminant (CIE 15, ISO 18314-4, DIN 6172):
+ * the difference under the test illuminant of two colours that match under the reference
+ * illuminant, the trial being corrected if it does not quite. By the formula's usual factors.
+ *
+ * @param formula     of CqDifferenceFormula.
+ * @param correction  of CqMetamerismCorrection.
+ * @return CQ_NO_ERROR, or CQ_INVALID_PARAMETER: an unknown formula, correction, illuminant or
+ *         observer; X, Y or Z of the trial under the reference illuminant not above 0, of the
+ *         multiplicative correction.
+ */
+CQ_API uint32_t cqGetMetamerismIndex(uint32_t formula, uint32_t correction,
+                                     int32_t referenceIlluminant, int32_t testIlluminant,
+                                     int32_t observer, const float* standard, const float* trial,
+                                     float* index);
+
+/** A grey scale for the assessment of colour fastness. */
+enum CqGreyScale {
+    CqGreyScaleChange = 0,  /**< change in colour, ISO 105-A05 */
+    CqGreyScaleStaining = 1 /**< staining of adjacent fabric, ISO 105-A04 */
+};
+
+/**
+ * Rates a change of colour or a stain as the grey scales do.
+ *
+ * @param scale        of CqGreyScale.
+ * @param standardLab  L*, a*, b* before the test, for D65 and 10 degrees or C and 2 degrees.
+ * @param trialLab     after it.
+ * @param rating       the formula's number, 5 for no difference; at least 1 for change, less for a
+ *                     stain beyond the scale.
+ * @param step         the scale's step: 5, 4.5, 4 ... 1; 4.5 is written 4-5.
+ * @return CQ_NO_ERROR, or CQ_INVALID_PARAMETER for an unknown scale.
+ */
+CQ_API uint32_t cqGetGreyScaleRating(uint32_t scale, const ColorData* standardLab,
+                                     const ColorData* trialLab, float* rating, float* step);
+
 #ifdef __cplusplus
 }
 #endif

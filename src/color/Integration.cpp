@@ -10,7 +10,7 @@ constexpr std::int32_t kIlluminantF12 = 17;
 
 }  // namespace
 
-Triple weightedSums(std::span<const float> samples, std::span<const float> weights) {
+Tristimulus weightedSums(std::span<const float> samples, std::span<const float> weights) {
     // Products are rounded to single precision on purpose, sums are not.
     double x = 0.0;
     double y = 0.0;
@@ -22,10 +22,10 @@ Triple weightedSums(std::span<const float> samples, std::span<const float> weigh
         z += static_cast<double>(sample * weight[2]);
         weight += 3;
     }
-    return {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
+    return {x, y, z};
 }
 
-Triple integrate(Spectrum reflectance, Viewing viewing) {
+Tristimulus integrate(Spectrum reflectance, Viewing viewing) {
     const std::size_t index = viewing.tableIndex();
     const bool hasNarrowLines =
         viewing.illuminant >= kIlluminantF2 && viewing.illuminant <= kIlluminantF12;

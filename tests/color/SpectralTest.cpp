@@ -60,11 +60,11 @@ TEST(ColorTables, SumsComeCloseToTheWhiteThatBothSetsHave) {
         const auto& coarse = kWeightingTables10nm[index];
         EXPECT_EQ(fine.white, coarse.white) << index;
         EXPECT_EQ(fine.white[1], 100.0f) << index;
-        const Triple fineSums = weightedSums(every5, fine.weights);
-        const Triple coarseSums = weightedSums(every10, coarse.weights);
-        EXPECT_NEAR(fineSums[1], 100.0f, 0.006f) << index;
+        const Tristimulus fineSums = weightedSums(every5, fine.weights);
+        const Tristimulus coarseSums = weightedSums(every10, coarse.weights);
+        EXPECT_NEAR(fineSums[1], 100.0, 0.006) << index;
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            EXPECT_NEAR(coarseSums[axis], coarse.white[axis], 0.008f) << index << ", axis " << axis;
+            EXPECT_NEAR(coarseSums[axis], coarse.white[axis], 0.008) << index << ", axis " << axis;
         }
     }
 }
@@ -75,8 +75,8 @@ TEST(ColorSums, RoundProductsToSinglePrecisionButNotSums) {
     // X: (1 + e)^2 - (1 + 2e); Y: 1 + e + 1e8 - 1e8
     const std::array<float, 9> weights{1.0f + kEpsilon,         1.0f,  0.0f, 0.0f, 1.0f, 0.0f,
                                        -1.0f - 2.0f * kEpsilon, -1e8f, 0.0f};
-    EXPECT_EQ(weightedSums(samples, weights), (Triple{0.0f, 1.0f + kEpsilon, 0.0f}));
-    EXPECT_EQ(weightedSums({}, {}), Triple{});
+    EXPECT_EQ(weightedSums(samples, weights), (Tristimulus{0.0, 1.0 + kEpsilon, 0.0}));
+    EXPECT_EQ(weightedSums({}, {}), Tristimulus{});
 }
 
 std::array<float, kSpectrumSamples> straightLine() {
