@@ -22,8 +22,8 @@
  *    later open call, so forget a handle once it is closed.
  *
  * 2. Result codes. Functions that can fail return an unsigned 32-bit code, CQ_NO_ERROR (0) on
- *    success; see CqResult for all of them. The library has no "last error" to ask; details (sizes,
- *    the instrument's own error numbers) go to the debug log.
+ *    success; see CqResult for all of them; cqGetResultText gives their texts. The library has no
+ *    "last error" to ask; details (sizes, the instrument's own error numbers) go to the debug log.
  *
  * 3. Memory. The caller owns every record, array and text that it passes; the library uses it
  *    during the call only and keeps no pointer to it. Unless a function says otherwise, an output
@@ -193,7 +193,6 @@ CQ_CHECK_SIZE(CqMeasurementRecord, 256);
 CQ_CHECK_SIZE(CqWhiteBoardParameter, 280);
 CQ_CHECK_SIZE(CqBleSlave, 36);
 CQ_CHECK_SIZE(ColorData, 12);
-#undef CQ_CHECK_SIZE
 
 /* ------------------------------------------------------------------------ connection */
 
@@ -495,7 +494,8 @@ typedef struct CqColorDifference {
 
 #pragma pack(pop)
 
-typedef char CqColorDifferenceHasSize24[sizeof(CqColorDifference) == 24 ? 1 : -1];
+CQ_CHECK_SIZE(CqColorDifference, 24);
+#undef CQ_CHECK_SIZE
 
 /**
  * Compares two colours.

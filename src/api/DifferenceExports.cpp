@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <optional>
 
@@ -15,8 +16,7 @@ using namespace ovk::color;
 static_assert(static_cast<std::uint32_t>(DifferenceFormula::kDin99o) == CqDeltaE99o &&
               static_cast<std::uint32_t>(Index::kYellownessD1925) == CqYellownessD1925 &&
               static_cast<std::uint32_t>(StrengthMethod::kWeighted) == CqStrengthWeighted &&
-              static_cast<std::uint32_t>(MetamerismCorrection::kAdditive) ==
-                  CqMetamerismAdditive);
+              static_cast<std::uint32_t>(MetamerismCorrection::kAdditive) == CqMetamerismAdditive);
 
 // Packed records may lie anywhere in the caller's memory: copied, not read or written in place.
 
@@ -58,17 +58,15 @@ std::size_t factorsRead(DifferenceFormula formula) {
     }
 }
 
-/// Nothing for a factor that is not above 0.
-std::optional<Factors> factorsFor(DifferenceFormula formula, const float* given) {
+/// Whether each of the factors that are read is above 0.
+bool areAbove0(const float* factors, std::size_t count) {
+    return std::all_of(factors, factors + count, [](float factor) { return factor > 0.0f; });
+}
+
+Factors factorsFor(DifferenceFormula formula, const float* given) {
     Factors factors = usualFactors(formula);
-    if (given == nullptr) {
-        return factors;
-    }
-    for (std::size_t i = 0; i < factorsRead(formula); ++i) {
-        if (!(given[i] > 0.0f)) {
-            return std::nullopt;
-        }
-        factors[i] = given[i];
+    if (given != nullptr) {
+        std::copy_n(given, factorsRead(formula), factors.begin());
     }
     return factors;
 }
@@ -81,18 +79,19 @@ uint32_t cqGetColorDifference(uint32_t formula, const float* factors, const Colo
         return CQ_INVALID_PARAMETER;
     }
     const DifferenceFormula by{formula};
-    const auto checked = factorsFor(by, factors);
-    if (!checked) {
+    if (factors != nullptr && !areAbove0(factors, factorsRead(by))) {
         return CQ_INVALID_PARAMETER;
     }
     const Lab standard = labAt(standardLab);
     const Lab trial = labAt(trialLab);
     const Components components = componentsOf(standard, trial);
-    const CqColorDifference result{
-        static_cast<float>(ovk::color::difference(by, *checked, standard, trial, components)),
-        static_cast<float>(components.lightness), static_cast<float>(components.a),
-        static_cast<float>(components.b),         static_cast<float>(components.chroma),
-        static_cast<float>(components.hue)};
+    const CqColorDifference result{static_cast<float>(ovk::color::difference(
+                                       by, factorsFor(by, factors), standard, trial, components)),
+                                   static_cast<float>(components.lightness),
+                                   static_cast<float>(components.a),
+                                   static_cast<float>(components.b),
+                                   static_cast<float>(components.chroma),
+                                   static_cast<float>(components.hue)};
     std::memcpy(difference, &result, sizeof result);
     return CQ_NO_ERROR;
 }

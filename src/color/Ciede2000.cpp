@@ -17,8 +17,7 @@ double vividness(double chroma) {
 }  // namespace
 
 double ciede2000(const Factors& k, const Lab& standard, const Lab& trial) {
-    const double stretch =
-        1.5 - 0.5 * vividness((standard.chroma() + trial.chroma()) / 2.0);
+    const double stretch = 1.5 - 0.5 * vividness((standard.chroma() + trial.chroma()) / 2.0);
     const Lab one{standard.lightness, stretch * standard.a, standard.b};
     const Lab other{trial.lightness, stretch * trial.a, trial.b};
     const double c0 = one.chroma();
@@ -35,7 +34,8 @@ double ciede2000(const Factors& k, const Lab& standard, const Lab& trial) {
     const double sC = 1.0 + 0.045 * c;
     const double sH = 1.0 + 0.015 * c * t;
     const double fromBlue = (h - radians(275.0)) / radians(25.0);
-    const double rT = -2.0 * vividness(c) * std::sin(radians(60.0) * std::exp(-fromBlue * fromBlue));
+    const double rT =
+        -2.0 * vividness(c) * std::sin(radians(60.0) * std::exp(-fromBlue * fromBlue));
 
     const double l = (other.lightness - one.lightness) / (k[0] * sL);
     const double chroma = (c1 - c0) / (k[1] * sC);

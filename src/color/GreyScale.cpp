@@ -34,8 +34,8 @@ GreyScaleRating ratingOfChange(const Lab& standard, const Lab& trial) {
     constexpr std::array kSteps{0.40, 1.25, 2.10, 2.95, 4.10, 5.80, 8.20, 11.60};
     const double dE = differenceOfChange(standard, trial);
     const double rating = dE <= 3.4 ? 5.0 - dE / 1.7 : 5.0 - std::log2(dE / 0.85);
-    const auto exceeded = std::count_if(kSteps.begin(), kSteps.end(),
-                                        [dE](double largest) { return dE > largest; });
+    const auto exceeded =
+        std::count_if(kSteps.begin(), kSteps.end(), [dE](double largest) { return dE > largest; });
     return {std::max(rating, 1.0), 5.0 - 0.5 * static_cast<double>(exceeded)};
 }
 

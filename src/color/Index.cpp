@@ -19,12 +19,14 @@ struct NeutralPoint {
     double y;
 };
 
-constexpr std::array kNeutralPointsCie{  // CIE 15:2004, 9.1
+constexpr std::array kNeutralPointsCie{
+    // CIE 15:2004, 9.1
     NeutralPoint{{kD65, k2Degrees}, 0.3127, 0.3290},
     NeutralPoint{{kD65, k10Degrees}, 0.3138, 0.3310},
 };
 
-constexpr std::array kNeutralPointsE313{  // ASTM E313, table of whiteness coefficients
+constexpr std::array kNeutralPointsE313{
+    // ASTM E313, table of whiteness coefficients
     NeutralPoint{{kC, k2Degrees}, 0.3101, 0.3161},
     NeutralPoint{{kD50, k2Degrees}, 0.3457, 0.3585},
     NeutralPoint{{kD65, k2Degrees}, 0.3127, 0.3290},
@@ -39,14 +41,16 @@ struct YellownessCoefficients {
     double cZ;
 };
 
-constexpr std::array kYellownessE313{  // ASTM E313, table of yellowness coefficients
+constexpr std::array kYellownessE313{
+    // ASTM E313, table of yellowness coefficients
     YellownessCoefficients{{kC, k2Degrees}, 1.2769, 1.0592},
     YellownessCoefficients{{kD65, k2Degrees}, 1.2985, 1.1335},
     YellownessCoefficients{{kC, k10Degrees}, 1.2871, 1.0781},
     YellownessCoefficients{{kD65, k10Degrees}, 1.3013, 1.1498},
 };
 
-constexpr std::array kYellownessD1925{  // ASTM D1925, withdrawn in 1995
+constexpr std::array kYellownessD1925{
+    // ASTM D1925, withdrawn in 1995
     YellownessCoefficients{{kC, k2Degrees}, 1.28, 1.06},
 };
 
@@ -89,7 +93,8 @@ IndexValue whitenessOrTint(Index index, Viewing viewing, const Tristimulus& xyz)
     const double whiteness = xyz[1] + 800.0 * dx + 1700.0 * dy;
     const double tint = (viewing.observer == k10Degrees ? 900.0 : 1000.0) * dx - 650.0 * dy;
     const bool isWhite = whiteness > 40.0 && whiteness < 5.0 * xyz[1] - 280.0;
-    const bool isHardlyTinted = isCie(index) ? tint > -4.0 && tint < 2.0 : tint > -3.0 && tint < 3.0;
+    const bool isHardlyTinted =
+        isCie(index) ? tint > -4.0 && tint < 2.0 : tint > -3.0 && tint < 3.0;
     return {isTint(index) ? tint : whiteness, isWhite && isHardlyTinted};
 }
 

@@ -27,8 +27,7 @@ std::optional<Lab> correctedInXyz(Viewing reference, Viewing test, Spectrum stan
 
 /// Each of L*, a* and b* less the difference under the reference illuminant.
 Lab correctedInLab(Viewing reference, Viewing test, Spectrum standard, Spectrum trial) {
-    const Components by =
-        componentsOf(labUnder(reference, standard), labUnder(reference, trial));
+    const Components by = componentsOf(labUnder(reference, standard), labUnder(reference, trial));
     const Lab lab = labUnder(test, trial);
     return {lab.lightness - by.lightness, lab.a - by.a, lab.b - by.b};
 }
@@ -38,10 +37,9 @@ Lab correctedInLab(Viewing reference, Viewing test, Spectrum standard, Spectrum 
 std::optional<double> metamerismIndex(DifferenceFormula formula, MetamerismCorrection correction,
                                       Viewing reference, Viewing test, Spectrum standard,
                                       Spectrum trial) {
-    const std::optional<Lab> corrected =
-        correction == MetamerismCorrection::kAdditive
-            ? correctedInLab(reference, test, standard, trial)
-            : correctedInXyz(reference, test, standard, trial);
+    const std::optional<Lab> corrected = correction == MetamerismCorrection::kAdditive
+                                             ? correctedInLab(reference, test, standard, trial)
+                                             : correctedInXyz(reference, test, standard, trial);
     if (!corrected) {
         return std::nullopt;
     }

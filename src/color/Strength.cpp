@@ -39,8 +39,8 @@ Ratios weightsOf(StrengthMethod method, Viewing viewing, const Ratios& standard)
     Ratios weights{};
     switch (method) {
         case StrengthMethod::kSingleWavelength:
-            weights[static_cast<std::size_t>(
-                std::max_element(standard.begin(), standard.end()) - standard.begin())] = 1.0;
+            weights[static_cast<std::size_t>(std::max_element(standard.begin(), standard.end()) -
+                                             standard.begin())] = 1.0;
             break;
         case StrengthMethod::kSum:
             weights.fill(1.0);
@@ -71,8 +71,8 @@ std::optional<double> strengthOf(StrengthMethod method, Viewing viewing, Spectru
         return std::nullopt;
     }
     const Ratios weights = weightsOf(method, viewing, ofStandard);
-    const double percent = 100.0 * weighted(absorptionToScattering(trial), weights) /
-                           weighted(ofStandard, weights);
+    const double percent =
+        100.0 * weighted(absorptionToScattering(trial), weights) / weighted(ofStandard, weights);
     return std::isfinite(percent) ? std::optional(percent) : std::nullopt;
 }
 

@@ -189,8 +189,8 @@ TEST(Difference, IsNoneOfTheSameColourAndFiniteOfNeutralsAndBlack) {
         for (const Triple& color : {Triple{}, Triple{50, 0, 0}, Triple{100, -0.0f, -0.0f},
                                     Triple{30, 1e-30f, 0}, Triple{63.2f, -17.3f, 41.9f}}) {
             const CqColorDifference none = compare(formula, color, color);
-            for (const float value : {none.deltaE, none.deltaL, none.deltaA, none.deltaB,
-                                      none.deltaC, none.deltaH}) {
+            for (const float value :
+                 {none.deltaE, none.deltaL, none.deltaA, none.deltaB, none.deltaC, none.deltaH}) {
                 EXPECT_EQ(value, 0.0f) << formula;
             }
             const float fromBlack = deltaE(formula, {}, color);
@@ -218,11 +218,13 @@ TEST(Difference, FactorsDivideTheirPartAndMustBeAbove0) {
             std::array<float, 3> factors{1.0f, 1.0f, 1.0f};
             factors[i] = bad;
             for (const std::uint32_t formula : {CqDeltaE94, CqDeltaE94Textile, CqDeltaE2000}) {
-                EXPECT_EQ(cqGetColorDifference(formula, factors.data(), &color, &color, &difference),
-                          16u);
+                EXPECT_EQ(
+                    cqGetColorDifference(formula, factors.data(), &color, &color, &difference),
+                    16u);
             }
-            EXPECT_EQ(cqGetColorDifference(CqDeltaECmc, factors.data(), &color, &color, &difference),
-                      i < 2 ? 16u : 0u);
+            EXPECT_EQ(
+                cqGetColorDifference(CqDeltaECmc, factors.data(), &color, &color, &difference),
+                i < 2 ? 16u : 0u);
             difference.deltaE = i < 2 ? difference.deltaE : kUntouched;
             EXPECT_EQ(difference.deltaE, kUntouched);
             EXPECT_FLOAT_EQ(deltaE(CqDeltaE99, kNeutral, {50, 3, 0}, factors.data()),

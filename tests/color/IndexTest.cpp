@@ -24,8 +24,8 @@ struct IndexAnswer {
 
 IndexAnswer askIndex(std::uint32_t index, int illuminant, int observer, const ColorData& xyz) {
     IndexAnswer answer{};
-    answer.code = cqGetColorIndex(index, illuminant, observer, &xyz, &answer.value,
-                                  &answer.isWithinLimits);
+    answer.code =
+        cqGetColorIndex(index, illuminant, observer, &xyz, &answer.value, &answer.isWithinLimits);
     return answer;
 }
 
@@ -41,17 +41,17 @@ TEST(ColorIndex, ThePerfectWhiteHasWhiteness100AndTheTintOfItsOwnFormula) {
         double x, y;  // CIE 15 and ASTM E313
         bool isCie;
     };
-    for (const Case& c : {Case{IlluminantD65, 0, 0.3127, 0.3290, true},
-                          Case{IlluminantD65, 1, 0.3138, 0.3310, true},
-                          Case{IlluminantC, 0, 0.3101, 0.3161, false},
-                          Case{IlluminantC, 1, 0.3104, 0.3191, false},
-                          Case{IlluminantD50, 0, 0.3457, 0.3585, false},
-                          Case{IlluminantD50, 1, 0.3477, 0.3595, false}}) {
+    for (const Case& c :
+         {Case{IlluminantD65, 0, 0.3127, 0.3290, true},
+          Case{IlluminantD65, 1, 0.3138, 0.3310, true}, Case{IlluminantC, 0, 0.3101, 0.3161, false},
+          Case{IlluminantC, 1, 0.3104, 0.3191, false},
+          Case{IlluminantD50, 0, 0.3457, 0.3585, false},
+          Case{IlluminantD50, 1, 0.3477, 0.3595, false}}) {
         const ColorData white = xyzOf(c.x, c.y, 100);
         const ColorData bluish = xyzOf(c.x - 0.004, c.y - 0.001, 90);
         const double tint = (c.observer == 1 ? 900 : 1000) * 0.004 - 0.65;
-        for (const auto& [whiteness, tintIndex] : {std::pair{CqWhitenessCie, CqTintCie},
-                                                   std::pair{CqWhitenessE313, CqTintE313}}) {
+        for (const auto& [whiteness, tintIndex] :
+             {std::pair{CqWhitenessCie, CqTintCie}, std::pair{CqWhitenessE313, CqTintE313}}) {
             if (whiteness == CqWhitenessCie && !c.isCie) {
                 EXPECT_EQ(askIndex(whiteness, c.illuminant, c.observer, white).code, 17u);
                 EXPECT_EQ(askIndex(tintIndex, c.illuminant, c.observer, white).code, 17u);
@@ -90,7 +90,7 @@ TEST(ColorIndex, LimitsAreThoseOfWhitenessAndTint) {
     };
     for (const std::uint32_t index : {CqWhitenessCie, CqTintCie, CqWhitenessE313, CqTintE313}) {
         EXPECT_TRUE(isWithin(index, 0, 0, 90)) << index;
-        EXPECT_FALSE(isWithin(index, 0, 0, 69)) << index;        // W is above 5 Y - 280
+        EXPECT_FALSE(isWithin(index, 0, 0, 69)) << index;           // W is above 5 Y - 280
         EXPECT_FALSE(isWithin(index, -0.025, -0.02, 90)) << index;  // W is below 40
         const bool isCie = index == CqWhitenessCie || index == CqTintCie;
         EXPECT_EQ(isWithin(index, 0, -0.0035, 90), !isCie) << index;  // T is 2.275
@@ -216,8 +216,7 @@ Metamers metamers() {
     Metamers result;
     for (std::size_t i = 0; i < result.trial.size(); ++i) {
         result.standard[i] = 0.3f;
-        result.trial[i] =
-            0.3f + 0.06f * static_cast<float>(std::sin(0.7 * static_cast<double>(i)));
+        result.trial[i] = 0.3f + 0.06f * static_cast<float>(std::sin(0.7 * static_cast<double>(i)));
     }
     return result;
 }
@@ -230,8 +229,10 @@ TEST(Metamerism, IsNoneOfProportionalColoursAndOfOneIlluminant) {
         EXPECT_NEAR(askMetamerism(formula, 0, IlluminantD65, IlluminantA, trial, weaker).second, 0,
                     1e-4);
         for (const std::uint32_t correction : {0u, 1u}) {
-            EXPECT_NEAR(askMetamerism(formula, correction, IlluminantF11, IlluminantF11, standard,
-                                      trial).second, 0, 1e-4);
+            EXPECT_NEAR(
+                askMetamerism(formula, correction, IlluminantF11, IlluminantF11, standard, trial)
+                    .second,
+                0, 1e-4);
         }
     }
     EXPECT_GT(askMetamerism(CqDeltaE76, 1, IlluminantD65, IlluminantA, trial, weaker).second, 0.05);
