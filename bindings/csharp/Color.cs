@@ -94,7 +94,7 @@ namespace CQApi
     /// <summary>The colour functions. They need no instrument and may run on any number of threads at
     /// once. An unknown colour space, illuminant or observer throws
     /// <see cref="ArgumentOutOfRangeException"/>.</summary>
-    public static class Color
+    public static partial class Color
     {
         private const int SpectrumLength = 31;
 
@@ -103,10 +103,7 @@ namespace CQApi
         public static ColorData FromSpectrum(float[] spectrum, ColorSpace space = ColorSpace.Lab,
             Illuminant illuminant = Illuminant.D65, Observer observer = Observer.Degree10)
         {
-            if (spectrum == null || spectrum.Length != SpectrumLength)
-            {
-                throw new ArgumentException("31 reflectance factors are needed", nameof(spectrum));
-            }
+            CheckSpectrum(spectrum, nameof(spectrum));
             CheckArguments(space, illuminant, observer);
             ColorData color;
             uint code = NativeMethods.cqGetColorDataFromSpectralData(
@@ -139,6 +136,14 @@ namespace CQApi
             return color;
         }
 
+        private static void CheckSpectrum(float[] spectrum, string name)
+        {
+            if (spectrum == null || spectrum.Length != SpectrumLength)
+            {
+                throw new ArgumentException("31 reflectance factors are needed", name);
+            }
+        }
+
         private static void CheckArguments(ColorSpace space, Illuminant illuminant, Observer observer)
         {
             if (!Enum.IsDefined(typeof(ColorSpace), space))
@@ -154,6 +159,13 @@ namespace CQApi
                 throw new ArgumentOutOfRangeException(nameof(observer), "not an observer");
             }
         }
+    }
+
+    /// <summary>The library that is loaded.</summary>
+    public static class NativeLibrary
+    {
+        /// <summary>Its version, as "1.0.0".</summary>
+        public static string Version => Marshal.PtrToStringAnsi(NativeMethods.cqGetVersion());
     }
 
     /// <summary>The debug log: a file beside the library, with its name and ".log" appended.</summary>

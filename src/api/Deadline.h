@@ -31,7 +31,8 @@ class Deadline {
     /// The end of the first of so many equal parts of the time that is left.
     Deadline firstOf(std::size_t parts) const {
         const auto now = Clock::now();
-        return isNever() ? *this : Deadline(now + (moment_ - now) / std::max<std::size_t>(parts, 1));
+        return isNever() ? *this
+                         : Deadline(now + (moment_ - now) / std::max<std::size_t>(parts, 1));
     }
 
   private:

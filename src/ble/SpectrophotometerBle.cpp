@@ -117,8 +117,7 @@ void storeText(std::string_view text, std::span<char> field) {
 
 }  // namespace
 
-ResultCode SpectrophotometerBle::open(const std::string& portName,
-                                      const std::string& slaveAddress,
+ResultCode SpectrophotometerBle::open(const std::string& portName, const std::string& slaveAddress,
                                       std::optional<Deadline> deadline) {
     const Deadline whole = deadline.value_or(Deadline());
     const Deadline untilUnlinking = whole.before(BleDongleDevice::kUnlinkTime);

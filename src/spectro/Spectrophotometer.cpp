@@ -49,8 +49,7 @@ Spectrophotometer::Spectrophotometer() : client_(*this) {}
 
 Spectrophotometer::~Spectrophotometer() = default;
 
-ResultCode Spectrophotometer::open(const std::string& portName,
-                                   const std::string& /*slaveAddress*/,
+ResultCode Spectrophotometer::open(const std::string& portName, const std::string& /*slaveAddress*/,
                                    std::optional<Deadline> deadline) {
     if (isConnected()) {
         return CQ_HAS_CONNECTED;
@@ -157,7 +156,8 @@ ResultCode Spectrophotometer::perform(Slot& slot, const Slot& pending, BytesView
     if (begun != CQ_NO_ERROR) {
         return begun;
     }
-    if (outcome.wait_until(deadline.moment()) != std::future_status::ready && giveUp(slot, pending)) {
+    if (outcome.wait_until(deadline.moment()) != std::future_status::ready &&
+        giveUp(slot, pending)) {
         return CQ_SENDING_TIMEOUT;
     }
     try {

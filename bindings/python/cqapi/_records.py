@@ -172,3 +172,10 @@ class ColorData(Record):
     """Three numbers whose meaning the colour space gives."""
 
     _fields_ = [("values", ctypes.c_float * 3)]
+
+
+class ColorDifference(Record):
+    """How a trial differs from a standard, as the library writes it."""
+
+    _fields_ = [(name, ctypes.c_float) for name in
+                ("deltaE", "deltaL", "deltaA", "deltaB", "deltaC", "deltaH")]

@@ -21,8 +21,8 @@ CqHandle leftOpen = nullptr;
 
 void exitAsExpected() {
     CqInstrumentStatus status;
-    const bool isGone = !cqIsValidHandle(leftOpen) &&
-                        cqGetInstrumentStatus(leftOpen, &status) == CQ_NOT_SUPPORTED;
+    const bool isGone =
+        !cqIsValidHandle(leftOpen) && cqGetInstrumentStatus(leftOpen, &status) == CQ_NOT_SUPPORTED;
     cqClose(leftOpen);
     std::_Exit(isGone ? kRight : 1);
 }

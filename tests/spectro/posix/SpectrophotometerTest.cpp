@@ -52,9 +52,9 @@ Bytes operator+(Bytes left, const Bytes& right) {
 const std::string kHostsAcknowledgement = text(hex("55 AA A7 07 01 00 00 00"));
 
 /// The instrument's part in the shake-hands: it takes packets of up to 512 bytes.
-const ScriptedPeer::Script kShakeHands{
-    {text(hex("55 AA A1 00 00 00 02 00 02")), {text(hex("AA 55 A2 07 00 00 02 00 00 00 00 00 00"))}},
-    {text(hex("55 AA A3 07")), {}}};
+const ScriptedPeer::Script kShakeHands{{text(hex("55 AA A1 00 00 00 02 00 02")),
+                                        {text(hex("AA 55 A2 07 00 00 02 00 00 00 00 00 00"))}},
+                                       {text(hex("55 AA A3 07")), {}}};
 
 class SpectrophotometerTest : public testing::Test {
   protected:
@@ -68,10 +68,13 @@ class SpectrophotometerTest : public testing::Test {
             hasPressed = true;
         });
     }
-    ~SpectrophotometerTest() override { peer.unplug(); }  // nobody waits for an answer to the goodbye
+    ~SpectrophotometerTest() override {
+        peer.unplug();
+    }  // nobody waits for an answer to the goodbye
 
     /// Runs the operation while the script is played, which must be said whole.
-    ResultCode run(const ScriptedPeer::Script& script, const std::function<ResultCode()>& operation) {
+    ResultCode run(const ScriptedPeer::Script& script,
+                   const std::function<ResultCode()>& operation) {
         peer.play(script);
         const ResultCode code = operation();
         EXPECT_EQ(peer.received(), ScriptedPeer::awaitedBy(script));
@@ -107,7 +110,8 @@ TEST_F(SpectrophotometerTest, sendsEachCommandAndJudgesItsReply) {
     const Case cases[]{
         {"device information", [&] { return driver.getDeviceInfo(info); }, hex("21"), 136},
         {"status", [&] { return driver.getInstrumentStatus(status); }, hex("22"), 20},
-        {"a standard", [&] { return driver.measure(RECORD_TYPE::standard, record); }, hex("23"), 256},
+        {"a standard", [&] { return driver.measure(RECORD_TYPE::standard, record); }, hex("23"),
+         256},
         {"a trial", [&] { return driver.measure(RECORD_TYPE::trial, record); }, hex("24"), 256},
         {"white", [&] { return driver.calibrate(true); }, hex("25 01"), kSendOnly},
         {"black", [&] { return driver.calibrate(false); }, hex("25 00"), kSendOnly},
@@ -126,8 +130,8 @@ TEST_F(SpectrophotometerTest, sendsEachCommandAndJudgesItsReply) {
          kSendOnly},
         {"delete a sample", [&] { return driver.deleteSample(3, 4); },
          hex("36 03 00 00 00 04 00 00 00"), kSendOnly},
-        {"read a parameter", [&] { return driver.getMeasurementParameter(9, number); }, hex("B3 09"),
-         1},
+        {"read a parameter", [&] { return driver.getMeasurementParameter(9, number); },
+         hex("B3 09"), 1},
         {"write a parameter", [&] { return driver.setMeasurementParameter(9, 8); }, hex("B4 09 08"),
          kSendOnly},
     };
@@ -161,7 +165,8 @@ TEST_F(SpectrophotometerTest, endsWithTheInstrumentsErrorAndLeavesNothingBehind)
     for (const ScriptedPeer::Script& script : {
              ScriptedPeer::Script{{request, {abort}}},
              ScriptedPeer::Script{{request, {acknowledged() + abort}}},
-             ScriptedPeer::Script{{request, {acknowledged() + half}}, {kHostsAcknowledgement, {abort}}},
+             ScriptedPeer::Script{{request, {acknowledged() + half}},
+                                  {kHostsAcknowledgement, {abort}}},
              ScriptedPeer::Script{{request, {acknowledged() + half}},
                                   {kHostsAcknowledgement, {data(kAbort, {}, 0x0102)}}},
          }) {
@@ -206,12 +211,12 @@ TEST(WiredUpload, WritesWhatHasComeAndNothingElse) {
     const CqHandle handle = cqOpen(peer.portName().c_str());
     ASSERT_NE(handle, nullptr);
     const auto upload = [&](std::uint8_t counting, const Bytes& asked, const auto& operation) {
-        peer.play({{command(Bytes{counting}),
-                    {acknowledged() + data(kLast, Bytes{counting, 0xE8, 0x03, 0, 0})}},
-                   {kHostsAcknowledgement, {}},
-                   {command(asked),
-                    {acknowledged() + data(kLast, Bytes(1, asked[0]) + Bytes(512, 1))}},
-                   {kHostsAcknowledgement, {}}});
+        peer.play(
+            {{command(Bytes{counting}),
+              {acknowledged() + data(kLast, Bytes{counting, 0xE8, 0x03, 0, 0})}},
+             {kHostsAcknowledgement, {}},
+             {command(asked), {acknowledged() + data(kLast, Bytes(1, asked[0]) + Bytes(512, 1))}},
+             {kHostsAcknowledgement, {}}});
         std::array<CqMeasurementRecord, 4> records;
         std::memset(records.data(), 0xEE, sizeof(records));
         EXPECT_EQ(operation(records.data()), CQ_NO_ERROR);
