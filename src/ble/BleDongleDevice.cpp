@@ -72,6 +72,7 @@ void BleDongleDevice::connect(const std::string& address) {
         if (deadline_.before(kUnlinkTime).isOver()) {  // it may come to be linked after all
             at_.setExCode({});
             at_.disconnect();
+            throw CommunicationException(CQ_RECEIVING_TIMEOUT);
         }
         throw CommunicationException(CQ_UNKNOWN_ERROR);
     }

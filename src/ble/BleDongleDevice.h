@@ -31,7 +31,8 @@ class BleDongleDevice : public PacketReceiver {
     /// Links up with the instrument of this address, or, with an empty one, with that of the
     /// strongest signal, and starts receiving. Drops an earlier link first.
     /// \throw CommunicationException CQ_DEVICE_IS_CLOSED: not open; CQ_CANNOT_FOUND_DEVICE: the
-    ///        scan has heard nobody; CQ_UNKNOWN_ERROR: no link.
+    ///        scan has heard nobody; CQ_UNKNOWN_ERROR: no link;
+    ///        CQ_RECEIVING_TIMEOUT: none in time.
     void connect(const std::string& address);
 
   private:

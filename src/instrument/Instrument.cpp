@@ -37,7 +37,10 @@ ResultCode Instrument::open(const std::string& portName, const std::string& slav
                             std::optional<Deadline> deadline) {
     const ResultCode code =
         codeOf([&] { return perform(&Driver::open, portName, slaveAddress, deadline); });
-    return code != CQ_NO_ERROR && deadline && deadline->isOver() ? CQ_RECEIVING_TIMEOUT : code;
+    if (code != CQ_NO_ERROR && deadline && deadline->isOver()) {
+        return CQ_RECEIVING_TIMEOUT;
+    }
+    return code;
 }
 
 void Instrument::close() noexcept {

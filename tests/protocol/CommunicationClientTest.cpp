@@ -194,9 +194,9 @@ TEST_F(CommunicationClientTest, waitsNoLongerThanItsTimeForTheLink) {
     connect();
     terminal.send(hex(kData));
     entered.get_future().wait();
-    EXPECT_FALSE(client.lockLink(std::chrono::steady_clock::now() + 50ms));
+    EXPECT_FALSE(client.lockLink(Deadline::in(50ms)));
     mayLeave.set_value();
-    EXPECT_TRUE(client.lockLink(std::chrono::steady_clock::now() + kPatience));
+    EXPECT_TRUE(client.lockLink(Deadline::in(kPatience)));
 }
 
 TEST_F(CommunicationClientTest, sendsFromTheListenerWithoutADeadlock) {

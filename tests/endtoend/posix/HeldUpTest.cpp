@@ -42,7 +42,7 @@ class HeldUp {
 
 TEST(HeldUpCaller, KeepsTheInstrumentWaitingForNothing) {
     Received received;
-    Wired wired("--calibrated --measure-time 300 --keep-alive 1");
+    Wired wired("--calibrated --measure-time 700 --keep-alive 1");
     received.listenTo(wired.handle);
     std::atomic<std::uint32_t> code{99};
     std::thread caller([&] {
@@ -50,6 +50,7 @@ TEST(HeldUpCaller, KeepsTheInstrumentWaitingForNothing) {
         code = cqMeasureTrial(wired.handle, &record);
     });
     EXPECT_TRUE(wired.instrument.waitUntilLogged("operation=0x24"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));  // now it waits for its reply
     {
         const HeldUp held(caller.native_handle());
         wired.instrument.pressStandard();
