@@ -44,6 +44,7 @@ class Files(CqTest):
                            stdout=opened, stderr=subprocess.DEVNULL, check=True)
         self.assertEqual(file.read_text(), "before\n" + page.stdout)
         self.refused("report", self.lab, "--output", "-", "--json", status=2, says="--json")
+        self.cq("report", self.lab, "--output", "/dev/null")
         self.assertFalse(pathlib.Path("-").exists())
 
     def test_measurements_are_written_as_their_names_say(self):

@@ -37,9 +37,9 @@ void runStoredExport(const StoredExportOptions& options, const Environment& envi
                                        {"list", options.list.name()},
                                        {"file", options.file},
                                        {"records", set.entries.size()}});
-    } else {
-        environment.besides(options.file) << set.entries.size() << ' ' << options.list.name()
-                                          << " written to " << shown(options.file) << '\n';
+    } else if (!isStandardOutput(options.file)) {
+        environment.out << set.entries.size() << ' ' << options.list.name() << " written to "
+                        << shown(options.file) << '\n';
     }
 }
 

@@ -19,10 +19,10 @@ struct WhiteBoardOptions {
     OutputOptions output;
 };
 
-/// The extension tells: .bin is the bytes, .json JSON, as on standard input and output.
+/// The extension tells: .bin is the bytes, .json JSON, as without one on a stream.
 bool isBytes(const std::string& file) {
     const std::string extension = lowerCase(std::filesystem::path(file).extension().string());
-    if (extension != ".bin" && extension != ".json" && !isStandardOutput(file)) {
+    if (extension != ".bin" && extension != ".json" && !(extension.empty() && isStream(file))) {
         throw UsageError("a white-board parameter's file must be named .bin or .json, not " + file);
     }
     return extension == ".bin";

@@ -98,11 +98,8 @@ ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::s
 }
 
 ExchangeFormat pageFormatFor(const std::filesystem::path& file) {
-    if (isStandardOutput(file)) {
-        return ExchangeFormat::html;
-    }
     const std::string extension = lowerCase(file.extension().string());
-    if (contains({".html", ".htm"}, extension)) {
+    if (contains({".html", ".htm"}, extension) || (extension.empty() && isStream(file))) {
         return ExchangeFormat::html;
     }
     if (extension == ".json") {

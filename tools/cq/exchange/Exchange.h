@@ -49,7 +49,7 @@ std::string exchangeFormatNames();
 /// .htm, .bin, .raw and .record). Throws UsageError if neither names one.
 ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name = {});
 
-/// The same for a page, which is html or json; html on standard output.
+/// The same for a page, which is html or json; html for a stream without one.
 ExchangeFormat pageFormatFor(const std::filesystem::path& file);
 
 /// The time now as in "2024-05-01T10:00:00Z".

@@ -110,6 +110,10 @@ bool isStandardOutput(const fs::path& file) {
     return file == kStandardStream || leadsToStandardOutput(file);
 }
 
+bool isStream(const fs::path& file) {
+    return isStandardOutput(file) || outputTarget(file).isStream;
+}
+
 bool areSameFile(const fs::path& one, const fs::path& other) {
     std::error_code error;
     return fs::is_regular_file(one, error) && fs::equivalent(one, other, error);

@@ -25,6 +25,10 @@ void writeFile(const std::filesystem::path& file, std::string_view content);
 /// Whether writeFile() writes to standard output: for "-", and for what leads there, as /dev/stdout.
 bool isStandardOutput(const std::filesystem::path& file);
 
+/// Whether writeFile() writes to what is there, standard output, a device or a pipe, whose names tell
+/// no format.
+bool isStream(const std::filesystem::path& file);
+
 /// Whether both names lead to the same ordinary file.
 bool areSameFile(const std::filesystem::path& one, const std::filesystem::path& other);
 
