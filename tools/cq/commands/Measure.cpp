@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <memory>
 #include <ostream>
+#include <utility>
 
 #include "commands/Commands.h"
 #include "commands/MeasurementSeries.h"
@@ -266,8 +267,9 @@ class Measuring {
 };
 
 void checkFiles(const MeasureOptions& options) {
-    if (options.isSeries() && isStandardOutput(options.recordFile)) {
-        throw UsageError("--count writes a file for each measurement, none on standard output");
+    if (options.isSeries() && isStream(options.recordFile)) {
+        throw UsageError("--count writes a file for each measurement; " + options.recordFile +
+                         " is none");
     }
     const std::string against = isIndex(options.against) ? std::string() : options.against;
     for (std::uint32_t number = 1; number <= std::max(options.count, 1U); ++number) {

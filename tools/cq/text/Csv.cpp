@@ -175,7 +175,7 @@ CsvTable readCsv(std::istream& input, const std::string& source) {
 }
 
 std::string csvField(const std::string& text) {
-    const std::string safe = (looksLikeFormula(text) ? "'" : "") + text;
+    std::string safe = (looksLikeFormula(text) ? "'" : "") + text;
     const bool isPlain = safe.find_first_of(",;\t\"\r\n") == std::string::npos &&
                          !safe.starts_with('#') && trimmed(safe) == safe;
     if (isPlain) {
