@@ -207,9 +207,10 @@ void addDemo(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "demo", "Measure a chart of 24 patches with a virtual instrument and show the colours");
     const auto options = std::make_shared<DemoOptions>();
-    line.addOption({"--report", "FILE",
-                    "Write a page with swatches, curves and differences (.html) or its numbers (.json)"},
-                   options->report);
+    line.addOption(
+        {"--report", "FILE",
+         "Write a page with swatches, curves and differences (.html) or its numbers (.json)"},
+        options->report);
     addOptions(line, options->viewing);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);

@@ -249,11 +249,12 @@ void addReport(Program& program, const Environment& environment) {
     addNamed(line,
              {"--formula", "ab|00", "Which difference decides: CIE 1976 or CIEDE2000 (default ab)"},
              options->judgement.formula, differenceFormulaNamed);
-    line.addOption({.name = "--output",
-                    .valueName = "FILE",
-                    .description = "The report (.html) or its numbers (.json); '-' for standard output",
-                    .isRequired = true},
-                   options->report);
+    line.addOption(
+        {.name = "--output",
+         .valueName = "FILE",
+         .description = "The report (.html) or its numbers (.json); '-' for standard output",
+         .isRequired = true},
+        options->report);
     line.addOption({"--title", "TEXT", "The report's title"}, options->title);
     addNamed(line,
              {"--illuminant", "NAME", "Illuminant to compute for (default: the file's)", "Colour"},

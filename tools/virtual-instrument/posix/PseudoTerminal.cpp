@@ -105,7 +105,8 @@ void PseudoTerminal::makeLink() {
     if (present != fs::file_type::not_found && !isOwn) {
         link_.clear();
         throw std::runtime_error(
-            wanted + " already exists and is not a link to a terminal; choose another path for --link");
+            wanted +
+            " already exists and is not a link to a terminal; choose another path for --link");
     }
     // Made beside, where nothing is, and moved over, so that a host never finds the path missing.
     const std::string fresh = link_ + '.' + std::to_string(std::random_device{}());
