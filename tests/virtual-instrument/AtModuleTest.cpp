@@ -26,7 +26,7 @@ TEST(AtModule, AnswersEachCommand) {
         {"AT+AR", "AR=1.2"},
         {"AT+CT=112233445566", "OK"},
         {"AT+XY", "ERROR"},
-        {"hello", "ERROR"},
+        {"hello\x1b[2J", "ERROR"},
         {"", "ERROR"},
     };
     for (const auto& [command, answer] : cases) {
@@ -34,6 +34,7 @@ TEST(AtModule, AnswersEachCommand) {
         EXPECT_EQ(AdapterBench::text(bench.after(milliseconds(1))), answer) << command;
     }
     EXPECT_THAT(bench.log(), HasSubstr("host > command AT+BY=02 : 41 54"));
+    EXPECT_THAT(bench.log(), HasSubstr("host > command hello?[2J : 68"));
     EXPECT_THAT(bench.log(), HasSubstr("host < answer BY=02 : 42 59"));
 }
 

@@ -2,6 +2,7 @@
 
 import csv
 import io
+import os
 import pathlib
 import re
 import signal
@@ -62,15 +63,21 @@ class Color(CqTest):
         self.assertAlmostEqual(float(row["lab.L"]), 76.07, delta=0.01)
 
     def test_can_be_interrupted_while_it_reads(self):
-        process = self.start("color", "--from", "lab", "--input", "-", stdin=subprocess.PIPE)
-        process.stdin.write("50,0,0\n")
-        process.stdin.flush()
-        # It catches the signal once it runs; the signal's mask of caught ones says so.
-        status = pathlib.Path(f"/proc/{process.pid}/status")
-        caught = lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16)
-        self.wait_for(lambda: caught() & 1 << (signal.SIGINT - 1), "the program's start")
-        out, _ = self.interrupt(process, status=130)
-        self.assertEqual(out, "")
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        for command in (("color", "--from", "lab", "--input", "-"),
+                        ("color", "--from", "lab", "--input", pipe),
+                        ("report", pipe, "--format", "csv", "--output", self.folder / "page.html")):
+            with self.subTest(command):
+                process = self.start(*command, stdin=subprocess.PIPE)
+                process.stdin.write("50,0,0\n")
+                process.stdin.flush()
+                # It catches the signal once it runs; the signal's mask of caught ones says so.
+                status = pathlib.Path(f"/proc/{process.pid}/status")
+                caught = lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16)
+                self.wait_for(lambda: caught() & 1 << (signal.SIGINT - 1), "the program's start")
+                self.assertEqual(self.interrupt(process, status=130), ("", "cq: ended by Ctrl-C\n"))
+        self.refused("color", "--from", "lab", "--input", "/dev/zero", status=1, says="256 MiB")
 
     def test_bad_input(self):
         for kind, stdin, says in (

@@ -1,6 +1,4 @@
 #include <algorithm>
-#include <cstdlib>
-#include <iostream>
 #include <memory>
 #include <ostream>
 #include <sstream>
@@ -27,19 +25,13 @@ struct ColorOptions {
     OutputOptions output;
 };
 
-std::vector<InputColor> readTable(const ColorOptions& options, Interrupt& interrupt) {
-    if (options.input == "-") {
-        // Reading goes on after a signal; there is nothing here to put in order first.
-        const auto end =
-            interrupt.onInterrupt([] { std::_Exit(static_cast<int>(ExitStatus::interrupted)); });
-        const std::string source = "standard input";
-        return colorsOfTable(readCsv(std::cin, source), options.from, source);
-    }
+std::vector<InputColor> readTable(const ColorOptions& options) {
     std::istringstream content(readFile(options.input));
-    return colorsOfTable(readCsv(content, options.input), options.from, options.input);
+    const std::string source = sourceName(options.input);
+    return colorsOfTable(readCsv(content, source), options.from, source);
 }
 
-std::vector<InputColor> readColors(const ColorOptions& options, Interrupt& interrupt) {
+std::vector<InputColor> readColors(const ColorOptions& options) {
     if (options.input.empty() == options.values.empty()) {
         throw UsageError(
             options.input.empty()
@@ -48,7 +40,7 @@ std::vector<InputColor> readColors(const ColorOptions& options, Interrupt& inter
                 : "give either --input or numbers on the command line, not both");
     }
     auto colors = options.input.empty() ? colorsOfArguments(options.values, options.from)
-                                        : readTable(options, interrupt);
+                                        : readTable(options);
     if (options.from == InputKind::spectrum) {
         if (options.isPercent) {
             convertFromPercent(colors);
@@ -95,8 +87,7 @@ void runColor(const ColorOptions& options, const Environment& environment) {
             "XYZ and Lab values belong to one illuminant and one observer; only spectra can be "
             "computed for several");
     }
-    const auto colors =
-        convert(readColors(options, environment.interrupt), options.from, options.to, viewings);
+    const auto colors = convert(readColors(options), options.from, options.to, viewings);
     if (options.output.json || options.format == "json") {
         environment.out << jsonOf(colors, options.to);
     } else if (options.format == "csv") {

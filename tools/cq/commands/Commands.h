@@ -3,6 +3,7 @@
 #include <iosfwd>
 
 #include "commands/Program.h"
+#include "system/Files.h"
 #include "system/Interrupt.h"
 
 namespace cqtool {
@@ -12,6 +13,11 @@ struct Environment {
     std::ostream& out;    ///< results
     std::ostream& notes;  ///< remarks that are not results
     Interrupt& interrupt;
+
+    /// For the words about a file that is written: not among its bytes on standard output.
+    std::ostream& besides(const std::string& file) const {
+        return isStandardOutput(file) ? notes : out;
+    }
 };
 
 // Each adds a command to the program.

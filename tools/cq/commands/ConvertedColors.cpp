@@ -2,6 +2,7 @@
 
 #include "colour/ColorJson.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -54,7 +55,7 @@ std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const
     TextTable table(std::move(columns));
     for (const ConvertedColor& color : colors) {
         const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
-        TextTable::Row row{color.name, viewingName(color.viewing),
+        TextTable::Row row{shown(color.name), viewingName(color.viewing),
                            swatch.empty() ? hexColor(color.rgb) : swatch};
         for (std::size_t i = 0; i < spaces.size(); ++i) {
             for (std::size_t k = 0; k < 3; ++k) {
@@ -80,7 +81,7 @@ std::string csvOf(std::span<const ConvertedColor> colors, Spaces spaces) {
     }
     text += ",hex\n";
     for (const ConvertedColor& color : colors) {
-        text += csvField(color.name) + "," + illuminantName(color.viewing.illuminant) + "," +
+        text += csvField(shown(color.name)) + "," + illuminantName(color.viewing.illuminant) + "," +
                 std::to_string(observerDegrees(color.viewing.observer));
         for (const ColorData& values : color.values) {
             for (const float value : values.values) {

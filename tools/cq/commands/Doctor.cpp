@@ -9,6 +9,7 @@
 #include "Failure.h"
 #include "instrument/RecordLayout.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -71,10 +72,10 @@ class Protocol {
         }
         const std::string level = nameOf(finding.level);
         out_ << table_.line({finding.level == Level::problem ? palette_.strong(level) : level,
-                             finding.subject, finding.text})
+                             finding.subject, shown(finding.text)})
              << '\n';
         if (!finding.advice.empty()) {
-            out_ << table_.line({"", "", "Try: " + finding.advice}) << '\n';
+            out_ << table_.line({"", "", "Try: " + shown(finding.advice)}) << '\n';
         }
         out_.flush();
     }

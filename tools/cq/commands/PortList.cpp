@@ -2,6 +2,7 @@
 
 #include "commands/SlaveList.h"
 #include "instrument/Records.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -24,7 +25,7 @@ std::vector<std::string> linesBelow(const ListedPort& listed, const Palette& pal
         lines = slaveLines(*listed.slaves, palette);
     }
     if (!listed.problem.empty()) {
-        lines.push_back(listed.problem);
+        lines.push_back(shown(listed.problem));
     }
     return lines;
 }
@@ -50,7 +51,7 @@ std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const P
     for (const ListedPort& listed : ports) {
         const PortInfo& port = listed.port;
         const std::string obstacle = obstacleOf(port);
-        rows.push_back({std::string(nameOf(port.kind)), port.name,
+        rows.push_back({std::string(nameOf(port.kind)), shown(port.name),
                         port.usb ? textOf(*port.usb) : "", port.description, port.driver,
                         obstacle.empty() ? "free" : obstacle});
         table.fit(rows.back());
