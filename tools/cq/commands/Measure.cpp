@@ -26,6 +26,7 @@ struct MeasureOptions {
     std::uint32_t count = 0;  ///< 0: once
     bool isAveraged = false;
     std::string against;
+    DifferenceFormula formula;
     std::string recordFile;
     std::string recordLayout;
     ConnectionOptions connection;
@@ -125,7 +126,7 @@ class Measuring {
 
     static void requireSpectrum(const Measurement& measurement) {
         if (!measurement.spectrum) {
-            throw Failure(measurement.problem, "without a spectrum there is no ΔE*ab");
+            throw Failure(measurement.problem, "without a spectrum there is no difference");
         }
     }
 
@@ -134,13 +135,14 @@ class Measuring {
             return std::nullopt;
         }
         requireSpectrum(measurement);
-        return deltaEab(reference_->measurement.lab, measurement.lab);
+        return difference(options_.formula, reference_->measurement.lab, measurement.lab);
     }
 
     Json jsonOf(const Measurement& measurement) const {
         Json json = view_.json(measurement);
-        if (const auto difference = differenceOf(measurement)) {
-            json["deltaEab"] = *difference;
+        if (reference_) {
+            requireSpectrum(measurement);
+            addDifference(json, options_.formula, reference_->measurement.lab, measurement.lab);
         }
         return json;
     }
@@ -152,8 +154,8 @@ class Measuring {
 
     void printDifference(const Measurement& measurement) {
         if (const auto difference = differenceOf(measurement)) {
-            environment_.out << "ΔE*ab " << fixed(*difference, 2) << " from " << reference_->name
-                             << '\n';
+            environment_.out << symbolOf(options_.formula) << ' ' << fixed(*difference, 2)
+                             << " from " << reference_->name << '\n';
         }
     }
 
@@ -196,7 +198,9 @@ class Measuring {
         environment_.out << std::string(width - digits.size(), ' ') << digits << "  "
                          << (measurement.spectrum ? view_.line(measurement, palette_)
                                                   : measurement.problem)
-                         << (difference ? "  ΔE*ab " + fixed(*difference, 2) : std::string())
+                         << (difference
+                                 ? "  " + symbolOf(options_.formula) + ' ' + fixed(*difference, 2)
+                                 : std::string())
                          << std::endl;
     }
 
@@ -273,6 +277,7 @@ void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
                     "Show the colour difference from this: the file of a saved record, or the "
                     "index of a stored standard"},
                    options.against);
+    addFormulaOption(line, options.formula);
     line.addOption({"--output", "FILE",
                     "Save the record (256 bytes) to this file; with --count to numbered files"},
                    options.recordFile);
@@ -297,7 +302,7 @@ void addMeasure(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq measure standard --output red.record\n"
         "  cq measure trial --against red.record --illuminant A\n"
-        "  cq measure trial --against 3 --count 5 --average\n"
+        "  cq measure trial --against 3 --count 5 --average --formula cmc:2:1\n"
         "  cq measure standard --virtual --space lch");
     line.setAction([options, environment] { runMeasure(*options, environment); });
 }

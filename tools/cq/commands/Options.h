@@ -4,6 +4,7 @@
 #include <string>
 
 #include "colour/ColorNames.h"
+#include "colour/Difference.h"
 #include "commands/Program.h"
 #include "instrument/Connection.h"
 #include "terminal/Palette.h"
@@ -50,6 +51,7 @@ void addAdapterOptions(CommandLine& line, ConnectionOptions& options);
 void addOptions(CommandLine& line, OutputOptions& options);
 void addOptions(CommandLine& line, ViewOptions& options);
 void addOptions(CommandLine& line, Viewing& viewing);
+void addFormulaOption(CommandLine& line, DifferenceFormula& formula);
 void addRecordLayoutOption(CommandLine& line, std::string& file);
 
 }  // namespace cqtool
