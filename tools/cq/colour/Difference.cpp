@@ -24,8 +24,9 @@ struct FormulaInfo {
 
 // Indexed by CqDifferenceFormula.
 constexpr FormulaInfo kFormulas[] = {
-    {"76", "ΔE*", "ab", 0},  {"94", "ΔE", "94", 3}, {"94t", "ΔE", "94t", 3}, {"cmc", "ΔE", "cmc", 2},
-    {"2000", "ΔE", "00", 3}, {"99", "ΔE", "99", 0}, {"99o", "ΔE", "99o", 0},
+    {"76", "ΔE*", "ab", 0},  {"94", "ΔE", "94", 3},   {"94t", "ΔE", "94t", 3},
+    {"cmc", "ΔE", "cmc", 2}, {"2000", "ΔE", "00", 3}, {"99", "ΔE", "99", 0},
+    {"99o", "ΔE", "99o", 0},
 };
 
 constexpr DifferenceFormula kUsual[] = {

@@ -29,8 +29,8 @@ std::optional<double> unlessUndefined(std::uint32_t code, const Value& value) {
 Figure indexOf(std::uint32_t index, const ColorData& xyz, const Viewing& viewing) {
     float value = 0;
     bool isWithinLimits = true;
-    const std::uint32_t code = cqGetColorIndex(index, viewing.illuminant, viewing.observer, &xyz,
-                                               &value, &isWithinLimits);
+    const std::uint32_t code =
+        cqGetColorIndex(index, viewing.illuminant, viewing.observer, &xyz, &value, &isWithinLimits);
     return {"index", kIndices[index], unlessUndefined(code, value), isWithinLimits};
 }
 
@@ -45,9 +45,9 @@ Figure strengthOf(std::uint32_t method, const Spectrum& standard, const Spectrum
 Figure metamerismOf(const DifferenceFormula& formula, const Spectrum& standard,
                     const Spectrum& trial, const Viewing& reference, const Viewing& test) {
     float index = 0;
-    const std::uint32_t code = cqGetMetamerismIndex(
-        formula.number, CqMetamerismMultiplicative, reference.illuminant, test.illuminant,
-        test.observer, standard.data(), trial.data(), &index);
+    const std::uint32_t code =
+        cqGetMetamerismIndex(formula.number, CqMetamerismMultiplicative, reference.illuminant,
+                             test.illuminant, test.observer, standard.data(), trial.data(), &index);
     return {"metamerism", nameOf(formula), unlessUndefined(code, index)};
 }
 
@@ -71,8 +71,8 @@ std::vector<Figure> figuresOf(const InputColor& color, InputKind kind, const Fig
     for (const std::uint32_t index : request.indices) {
         figures.push_back(indexOf(index, colorOf(color, kind, ColorSpaceXyz, viewing), viewing));
     }
-    for (std::uint32_t method = 0;
-         request.strengthStandard && method < std::size(kStrengthMethods); ++method) {
+    for (std::uint32_t method = 0; request.strengthStandard && method < std::size(kStrengthMethods);
+         ++method) {
         figures.push_back(
             strengthOf(method, *request.strengthStandard, spectrumOf(color), viewing));
     }
