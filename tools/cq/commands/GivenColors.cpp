@@ -55,8 +55,7 @@ void addKindOption(CommandLine& line, InputKind& kind) {
 void addOptions(CommandLine& line, GivenColors& given) {
     line.addOption({"--input", "FILE", "Table of colours, one per line; '-' reads standard input"},
                    given.input);
-    line.addArguments({"values", "NUMBERS", "The colour values, instead of --input"},
-                      given.values);
+    line.addArguments({"values", "NUMBERS", "The colour values, instead of --input"}, given.values);
     line.addFlag({"--percent", "", "The spectra are in percent"}, given.isPercent);
 }
 
