@@ -162,7 +162,7 @@ void addFormulaOption(CommandLine& line, DifferenceFormula& formula) {
              {"--formula", "NAME",
               "Which difference counts: " + differenceFormulaNames() +
                   "; with factors 2000:2:1:1, cmc:2:1 (default 76)",
-              kColourGroup},
+              kColorGroup},
              formula, differenceFormulaNamed);
 }
 
