@@ -66,6 +66,8 @@ class Measure(CqTest):
         self.assertGreater(trial["deltaEab"], 0.1)
         text = self.cq("measure", "trial", *CALIBRATED, "--against", record).stdout
         self.assertRegex(text, rf"ΔE\*ab \d\.\d\d from {record}")
+        text = self.cq("measure", "trial", *CALIBRATED, "--against", record, "--formula", "cmc").stdout
+        self.assertRegex(text, rf"ΔEcmc\(2:1\) \d\.\d\d from {record}")
 
     def test_averages(self):
         record = self.folder / "red.record"

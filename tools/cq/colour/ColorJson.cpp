@@ -43,6 +43,19 @@ Json spectrumJson(const Spectrum& spectrum) {
     return {{"start", kFirstWavelength}, {"step", kWavelengthStep}, {"values", std::move(values)}};
 }
 
+void addDifference(Json& json, const DifferenceFormula& formula, const ColorData& standardLab,
+                   const ColorData& trialLab) {
+    json["deltaEab"] = deltaEab(standardLab, trialLab);
+    if (formula != DifferenceFormula{}) {
+        json["formula"] = nameOf(formula);
+        json["deltaE"] = difference(formula, standardLab, trialLab);
+    }
+}
+
+Json orNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
 std::string hexText(const std::uint8_t* bytes, std::size_t size) {
     std::string text;
     for (std::size_t i = 0; i < size; ++i) {

@@ -34,6 +34,7 @@ void addSamples(Program& program, const Environment& environment);
 void addWhiteBoard(Program& program, const Environment& environment);
 void addParameter(Program& program, const Environment& environment);
 void addColor(Program& program, const Environment& environment);
+void addDifference(Program& program, const Environment& environment);
 void addReport(Program& program, const Environment& environment);
 void addLog(Program& program, const Environment& environment);
 void addDoctor(Program& program, const Environment& environment);

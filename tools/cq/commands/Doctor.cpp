@@ -17,7 +17,7 @@ namespace {
 
 using Level = Finding::Level;
 
-constexpr const char* kVirtualOptions = "--calibrated --measure-time 1";
+constexpr const char* kInstrumentOptions = "--calibrated --measure-time 1";
 
 /// Opens a virtual instrument and measures with it, which exercises the program, the library and a
 /// line of the system.
@@ -25,7 +25,7 @@ Finding virtualFinding(Interrupt& interrupt) {
     constexpr const char* kSubject = "virtual instrument";
     ConnectionOptions options;
     options.useVirtual = true;
-    options.virtualOptions = kVirtualOptions;
+    options.virtualOptions = kInstrumentOptions;
     try {
         const Connection connection(options, interrupt);
         const ReadSpectrum read = readSpectrum(connection.measure(true), RecordLayout{});

@@ -28,6 +28,7 @@ struct MeasureOptions {
     std::uint32_t count = 0;  ///< 0: once
     bool isAveraged = false;
     std::string against;
+    DifferenceFormula formula;
     std::string recordFile;
     std::string format;
     std::string recordLayout;
@@ -135,7 +136,7 @@ class Measuring {
 
     static void requireSpectrum(const Measurement& measurement) {
         if (!measurement.spectrum) {
-            throw Failure(measurement.problem, "without a spectrum there is no ΔE*ab");
+            throw Failure(measurement.problem, "without a spectrum there is no difference");
         }
     }
 
@@ -144,13 +145,14 @@ class Measuring {
             return std::nullopt;
         }
         requireSpectrum(measurement);
-        return deltaEab(reference_->measurement.lab, measurement.lab);
+        return difference(options_.formula, reference_->measurement.lab, measurement.lab);
     }
 
     Json jsonOf(const Measurement& measurement) const {
         Json json = view_.json(measurement);
-        if (const auto difference = differenceOf(measurement)) {
-            json["deltaEab"] = *difference;
+        if (reference_) {
+            requireSpectrum(measurement);
+            addDifference(json, options_.formula, reference_->measurement.lab, measurement.lab);
         }
         return json;
     }
@@ -162,8 +164,8 @@ class Measuring {
 
     void printDifference(const Measurement& measurement) {
         if (const auto difference = differenceOf(measurement)) {
-            out_ << "ΔE*ab " << fixed(*difference, 2) << " from " << shown(reference_->name)
-                 << '\n';
+            out_ << symbolOf(options_.formula) << ' ' << fixed(*difference, 2) << " from "
+                 << shown(reference_->name) << '\n';
         }
     }
 
@@ -205,7 +207,9 @@ class Measuring {
         const auto difference = differenceOf(measurement);
         out_ << std::string(width - digits.size(), ' ') << digits << "  "
              << (measurement.spectrum ? view_.line(measurement, palette_) : measurement.problem)
-             << (difference ? "  ΔE*ab " + fixed(*difference, 2) : std::string()) << std::endl;
+             << (difference ? "  " + symbolOf(options_.formula) + ' ' + fixed(*difference, 2)
+                            : std::string())
+             << std::endl;
     }
 
     void measureSeries(const Connection& connection) {
@@ -299,6 +303,7 @@ void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
                     "Show the colour difference from this: the file of a saved record, or the "
                     "index of a stored standard"},
                    options.against);
+    addFormulaOption(line, options.formula);
     line.addOption({"--output", "FILE",
                     "Save the measurement to this file, '-' for standard output; with --count to "
                     "numbered files"},
@@ -327,7 +332,7 @@ void addMeasure(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq measure standard --output red.record\n"
         "  cq measure trial --against red.record --illuminant A\n"
-        "  cq measure trial --against 3 --count 5 --average\n"
+        "  cq measure trial --against 3 --count 5 --average --formula cmc:2:1\n"
         "  cq measure standard --virtual --space lch");
     line.setAction([options, environment] { runMeasure(*options, environment); });
 }

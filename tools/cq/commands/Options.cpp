@@ -171,6 +171,15 @@ void checkOutput(const std::string& file, const OutputOptions& output,
     }
 }
 
+void addFormulaOption(CommandLine& line, DifferenceFormula& formula) {
+    addNamed(line,
+             {"--formula", "NAME",
+              "Which difference counts: " + differenceFormulaNames() +
+                  "; with factors 2000:2:1:1, cmc:2:1 (default 76)",
+              kColorGroup},
+             formula, differenceFormulaNamed);
+}
+
 void addRecordLayoutOption(CommandLine& line, std::string& file) {
     line.addOption({"--record-layout", "FILE",
                     "JSON file that says where a record holds its spectrum (default: the virtual "

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "colour/ColorNames.h"
+#include "colour/Difference.h"
 #include "commands/Program.h"
 #include "instrument/Connection.h"
 #include "terminal/Palette.h"
@@ -53,7 +54,7 @@ void addOptions(CommandLine& line, Viewing& viewing);
 /// \param inputs empty for those that were not given.
 void checkOutput(const std::string& file, const OutputOptions& output,
                  std::initializer_list<std::string> inputs);
-
+void addFormulaOption(CommandLine& line, DifferenceFormula& formula);
 void addRecordLayoutOption(CommandLine& line, std::string& file);
 
 }  // namespace cqtool

@@ -10,10 +10,6 @@ namespace {
 
 constexpr const char* kIndent = "    ";
 
-Json orNull(const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-}
-
 std::vector<std::string> linesBelow(const ListedPort& listed, const Palette& palette) {
     std::vector<std::string> lines;
     if (listed.info) {

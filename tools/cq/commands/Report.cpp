@@ -150,7 +150,8 @@ Json trialJson(const TrialGroup& group, const RecordEntry& trial, const Judgemen
     Json json{{"index", trial.index}, {"name", trial.name}, {"standard", group.standard->name}};
     const ColorData& standard = *group.standard->lab;
     json["deltaEab"] = deltaEab(standard, *trial.lab);
-    json["deltaE00"] = deltaE00(standard, *trial.lab);
+    json["deltaE00"] = difference({CqDeltaE2000, {}}, standard, *trial.lab);
+    json["deltaE"] = difference(judgement.formula, standard, *trial.lab);
     if (judgement.tolerance) {
         json["passed"] = judgement.isPassed(difference(judgement.formula, standard, *trial.lab));
     }
@@ -178,7 +179,7 @@ Json jsonOf(const std::vector<TrialGroup>& groups, const Judgement& judgement,
 }
 
 std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
-    const std::string name = judgement.formula == DifferenceFormula::ab ? "ΔE*ab" : "ΔE00";
+    const std::string name = symbolOf(judgement.formula);
     if (summary.trials == 0) {
         return "no trials with a standard to compare with\n";
     }
@@ -246,9 +247,7 @@ void addReport(Program& program, const Environment& environment) {
              options->judgement.tolerance, [](const std::string& text) {
                  return numberOf(text, "--tolerance", 0.001, kMostTolerance);
              });
-    addNamed(line,
-             {"--formula", "ab|00", "Which difference decides: CIE 1976 or CIEDE2000 (default ab)"},
-             options->judgement.formula, differenceFormulaNamed);
+    addFormulaOption(line, options->judgement.formula);
     line.addOption(
         {.name = "--output",
          .valueName = "FILE",
@@ -266,7 +265,7 @@ void addReport(Program& program, const Environment& environment) {
     line.setExamples(
         "Examples:\n"
         "  cq report batch.csv --standard 0 --tolerance 1 --output batch.html\n"
-        "  cq report batch.json --standard master.json --tolerance 0.8 --formula 00 \\\n"
+        "  cq report batch.json --standard master.json --tolerance 0.8 --formula 2000 \\\n"
         "    --output batch.html");
     line.setAction([options, environment] { runReport(*options, environment); });
 }

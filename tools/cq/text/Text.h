@@ -23,8 +23,8 @@ std::string shown(std::string_view text);
 /// The same of what an instrument put into a fixed text field: up to its NUL or its end.
 std::string printableText(const char* field, std::size_t size);
 
-/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and \
-/// before a literal character. Throws UsageError for a quotation that does not end.
+/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and a
+/// backslash before a literal character. Throws UsageError for a quotation that does not end.
 std::vector<std::string> splitArguments(std::string_view text);
 
 /// How many columns a terminal needs for UTF-8 text; escape sequences take none.
