@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <vector>
 
-constexpr std::size_t kSpectrumOffset = 64;  // where the virtual instrument's records have it
+constexpr std::size_t kSpectrumOffset = 64;  // in the virtual instrument's records
 
 int main(int argc, char** argv) try {
     const char* adapter = argc > 1 ? argv[1] : "";

@@ -8,7 +8,7 @@ from matplotlib import pyplot
 import cqapi
 from cqapi import ColorSpace
 
-SPECTRUM_OFFSET = 64  # where the virtual instrument's records have it
+SPECTRUM_OFFSET = 64  # in the virtual instrument's records
 
 with cqapi.Instrument.open(sys.argv[1]) as instrument:
     instrument.calibrate_white()

@@ -4,7 +4,7 @@ import sys
 
 import cqapi
 
-SPECTRUM_OFFSET = 64  # where the virtual instrument's records have it
+SPECTRUM_OFFSET = 64  # in the virtual instrument's records
 
 measurements = queue.Queue()
 with cqapi.Instrument.open(sys.argv[1]) as instrument:

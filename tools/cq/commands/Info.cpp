@@ -32,7 +32,7 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
     for (const auto& [name, text] : textsOf(info)) {
         environment.out << table.line({name, text}) << '\n';
     }
-    // A wireless instrument tells its texts alone.
+    // A wireless instrument reports only its texts.
     if (!connection.isWireless()) {
         environment.out << table.line({"standard capacity", std::to_string(standardCapacity(info))})
                         << '\n';
@@ -42,7 +42,7 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
 }  // namespace
 
 void addInfo(Program& program, const Environment& environment) {
-    CommandLine line = program.add("info", "Show what the instrument says it is");
+    CommandLine line = program.add("info", "Show the device information");
     const auto options = std::make_shared<InfoOptions>();
     addOptions(line, options->connection);
     addOptions(line, options->output);

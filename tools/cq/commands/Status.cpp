@@ -40,7 +40,7 @@ void runStatus(const StatusOptions& options, const Environment& environment) {
 
 void addStatus(Program& program, const Environment& environment) {
     CommandLine line = program.add(
-        "status", "Show the instrument's status, items by the instrument's own numbers");
+        "status", "Show the instrument's status, with the instrument's own item numbers");
     const auto options = std::make_shared<StatusOptions>();
     addOptions(line, options->connection);
     addOptions(line, options->output);

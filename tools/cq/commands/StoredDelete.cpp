@@ -34,12 +34,12 @@ void print(const StoredDeleteOptions& options, const Environment& environment,
     }
 }
 
-/// Throws UsageError where nobody can be asked.
+/// Throws UsageError without a terminal to ask.
 void checkCanConfirm(const StoredDeleteOptions& options) {
     if (!options.isConfirmed &&
         !(isTerminal(StandardStream::input) && isTerminal(StandardStream::error))) {
         throw UsageError(
-            "--all deletes every standard AND every sample; nobody can be asked here, so confirm "
+            "--all deletes every standard AND every sample; without a terminal to ask, confirm "
             "with --yes");
     }
 }
@@ -55,7 +55,7 @@ void confirm(const Environment& environment, std::uint32_t standards, std::uint3
                       << std::flush;
     std::string answer;
     std::getline(std::cin, answer);
-    if (environment.interrupt.happened()) {  // the signal has ended the reading
+    if (environment.interrupt.happened()) {  // the signal ended the read
         environment.notes << "\ncq: nothing was deleted\n";
         environment.interrupt.throwIfHappened();
     }
@@ -81,7 +81,7 @@ void deleteAll(const StoredDeleteOptions& options, const Environment& environmen
     print(options, environment, connection.portName(), standards, samples);
 }
 
-/// Which of the records are gone, for a deletion that was not completed.
+/// The records that are gone after an incomplete deletion.
 std::string deletions(const StoredDeleteOptions& options, const std::vector<std::uint32_t>& indices,
                       const Change& change) {
     std::string text = std::to_string(change.done) + " of " + std::to_string(indices.size()) + ' ' +
@@ -90,8 +90,7 @@ std::string deletions(const StoredDeleteOptions& options, const std::vector<std:
         text += " to " + std::to_string(indices[change.done - 1]);
     }
     if (change.unknown > 0) {
-        text += "; whether " + std::to_string(indices[change.done]) +
-                " was, the instrument has not told";
+        text += "; it is unknown whether " + std::to_string(indices[change.done]) + " was";
     }
     return text;
 }
@@ -151,14 +150,14 @@ void addStoredDelete(CommandLine& group, const Environment& environment, bool is
                                                : "Delete stored samples, or all records");
     line.addArguments({"indices", "INDEX", "Indices and ranges, such as 3 or 7-9"},
                       options->indices);
-    line.addFlag({"--all", "", "Delete every standard AND every sample; asks before it does"},
+    line.addFlag({"--all", "", "Delete every standard AND every sample, after confirmation"},
                  options->isAll);
-    line.addFlag({"--yes", "", "Do not ask; required with --all where nobody can be asked"},
+    line.addFlag({"--yes", "", "Do not ask; required with --all without a terminal"},
                  options->isConfirmed);
     addOptions(line, *options);
     line.setExamples("Indices are those of cq " + name +
-                     " list; what comes behind a deleted record moves up.\n\nExamples:\n  cq " +
-                     name + " delete 3 7-9\n  cq " + name + " delete --all --yes");
+                     " list; the records after a deleted one move up.\n\nExamples:\n  cq " + name +
+                     " delete 3 7-9\n  cq " + name + " delete --all --yes");
     line.setAction([options, environment] { runStoredDelete(*options, environment); });
 }
 

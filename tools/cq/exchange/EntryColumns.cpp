@@ -33,7 +33,7 @@ void requireWhole(std::span<const std::size_t> places, const std::string& what,
 
 }  // namespace
 
-/// The cells of one row, with what messages call them.
+/// The cells of one row, with their names in messages.
 struct EntryColumns::Row {
     const EntryColumns& columns;
     const std::vector<std::string>& cells;
@@ -55,7 +55,7 @@ struct EntryColumns::Row {
         return *value;
     }
 
-    /// Several cells that belong together: nothing when all are empty.
+    /// Several cells that belong together; nothing if all are empty.
     template <std::size_t count>
     std::optional<std::array<float, count>> numbers(
         const std::array<std::size_t, count>& places) const {

@@ -15,7 +15,7 @@
 
 namespace cqtool {
 
-/// One measurement as it is passed between programs. What is not known is left out.
+/// One measurement as it is passed between programs. Unknown parts are left out.
 struct RecordEntry {
     std::uint32_t index = 0;  ///< where the instrument stores it, or a count from 0
     std::string name;
@@ -27,7 +27,7 @@ struct RecordEntry {
     const char* kind() const { return isStandard ? "standard" : "trial"; }
 };
 
-/// Measurements with where they come from. Texts are UTF-8; an empty one is not known.
+/// Measurements and their origin. Texts are UTF-8; an empty one is unknown.
 struct RecordSet {
     std::string title;
     std::string instrument;
@@ -42,11 +42,11 @@ struct RecordSet {
 /// back.
 enum class ExchangeFormat { csv, json, cgats, html, raw };
 
-/// The names that can be given: "csv, json, cgats, html, raw".
+/// The names of the formats: "csv, json, cgats, html, raw".
 std::string exchangeFormatNames();
 
-/// The format called so; without a name the one that the file's extension means (.csv, .json, .txt
-/// and .cgats, .html and .htm, .bin, .raw and .record). Throws UsageError when neither tells.
+/// The format with this name, else by the file's extension (.csv, .json, .txt and .cgats, .html and
+/// .htm, .bin, .raw and .record). Throws UsageError if neither names one.
 ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name = {});
 
 /// The time now as in "2024-05-01T10:00:00Z".
@@ -60,8 +60,8 @@ RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index, bool
                     const std::string& name = {});
 
 /// The content of a file in this format.
-/// Throws Failure when the format cannot hold an entry, with what could: raw without its record,
-/// cgats when some entries have a spectrum, L*a*b* or a record and others have not.
+/// Throws Failure, with what would help, if the format cannot hold an entry: raw without its
+/// record, cgats if some entries have a spectrum, L*a*b* or a record and others do not.
 std::string writtenRecords(const RecordSet& set, ExchangeFormat format);
 
 /// Reads what writtenRecords() gives, and files of other programs as far as they have what is
@@ -73,8 +73,8 @@ RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const s
 /// The same from a file.
 RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format);
 
-/// The record of every entry, in order; throws Failure naming the first that has none. \param
-/// source as above.
+/// The record of every entry, in order; throws Failure naming the first without one.
+/// \param source as above.
 std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::string& source);
 
 }  // namespace cqtool
