@@ -15,8 +15,6 @@ namespace cqbench {
 void addLineBenchmarks();
 /// Many instruments at once, and open ones that do nothing.
 void addManyInstrumentsBenchmarks();
-/// What the debug log costs while it is off.
-void addLogBenchmark();
 /// Packets taken from memory.
 void addReceivePathBenchmark();
 void addColorBenchmarks();

@@ -3,27 +3,17 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <utility>
 #include <vector>
 
 namespace cqbench {
 
 using Seconds = std::chrono::duration<double>;
 
-/// The value that one in `parts` of the values, which are not empty, do not reach.
-inline double quantile(std::vector<double> values, std::size_t parts) {
-    const auto place = values.begin() + static_cast<std::ptrdiff_t>(values.size() / parts);
+/// The middle one of the values, which are not empty.
+inline double median(std::vector<double> values) {
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), place, values.end());
     return *place;
-}
-
-inline double median(std::vector<double> values) {
-    return quantile(std::move(values), 2);
-}
-
-/// What work takes when nothing gets in its way.
-inline double quickTenth(std::vector<double> values) {
-    return quantile(std::move(values), 10);
 }
 
 template <class Work>

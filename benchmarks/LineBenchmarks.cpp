@@ -1,4 +1,7 @@
 #include <array>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -15,15 +18,18 @@ namespace {
 constexpr std::uint16_t kSmallPacket = 64;
 constexpr std::uint16_t kLargePacket = 1024;
 constexpr std::uint32_t kManyStandards = 10'000;
+constexpr std::uint32_t kFewStandards = 100;
 constexpr double kMega = 1e6;
+/// What USB gives, each way.
+constexpr std::chrono::microseconds kUsb{1000};
 
 using Records = std::vector<CqMeasurementRecord>;
 
 /// The library and the bare host, each with an instrument of its own.
 struct Line {
-    explicit Line(std::uint16_t maxPacket)
-        : ourInstrument(maxPacket),
-          peersInstrument(maxPacket),
+    explicit Line(std::uint16_t maxPacket, std::chrono::microseconds latency = {})
+        : ourInstrument(maxPacket, latency),
+          peersInstrument(maxPacket, latency),
           session(ourInstrument),
           bare(peersInstrument) {}
 
@@ -42,9 +48,14 @@ struct Line {
     BareHost bare;
 };
 
-void requestStatus(benchmark::State& state) {
-    constexpr int kRequests = 100;
-    Line line(kSmallPacket);
+/// What a row of the table calls the line.
+std::string lineName(std::chrono::microseconds latency) {
+    return latency.count() == 0 ? "" : ", 1 ms latency each way";
+}
+
+void requestStatus(benchmark::State& state, std::chrono::microseconds latency, double goal) {
+    const int kRequests = latency.count() == 0 ? 100 : 10;
+    Line line(kSmallPacket, latency);
     const auto times = compare(
         state,
         [&] {
@@ -58,32 +69,75 @@ void requestStatus(benchmark::State& state) {
                 line.bare.requestStatus();
             }
         });
-    results().push_back({.what = "status request",
+    results().push_back({.what = "status request" + lineName(latency),
                          .unit = "us",
                          .figure = times.ours / kRequests * kMega,
                          .peerName = "bare loop",
                          .peer = times.peers / kRequests * kMega,
                          .bound = Bound::atMost,
-                         .goal = 1.25});
+                         .goal = goal});
 }
 
 /// \param isUpload from the instrument; else to it.
-void transfer(benchmark::State& state, bool isUpload, std::uint16_t maxPacket, double goal) {
-    Line line(maxPacket);
-    line.bare.prepare(kManyStandards);
-    Records records(kManyStandards);
+void transfer(benchmark::State& state, bool isUpload, std::uint16_t maxPacket,
+              std::chrono::microseconds latency, double goal) {
+    Line line(maxPacket, latency);
+    const std::uint32_t count = latency.count() == 0 ? kManyStandards : kFewStandards;
+    line.bare.prepare(count);
+    Records records(count);
     const auto times = compare(
         state, [&] { isUpload ? line.upload(records) : line.download(records); },
         [&] { isUpload ? line.bare.upload() : line.bare.download(); });
     const double megabytes = static_cast<double>(records.size() * sizeof(records[0])) / kMega;
-    results().push_back({.what = std::string(isUpload ? "upload" : "download") +
-                                 " of 10,000 standards, packets of " + std::to_string(maxPacket),
+    results().push_back({.what = std::string(isUpload ? "upload" : "download") + " of " +
+                                 std::to_string(count) + " standards, packets of " +
+                                 std::to_string(maxPacket) + lineName(latency),
                          .unit = "MB/s",
                          .figure = megabytes / times.ours,
                          .peerName = "bare train",
                          .peer = megabytes / times.peers,
                          .bound = Bound::atLeast,
                          .goal = goal});
+}
+
+/// From the button to the callback, when a call has just ended.
+void pressedMeasurement(benchmark::State& state) {
+    struct Host {
+        std::mutex mutex;
+        std::condition_variable arrived;
+        std::size_t count = 0;
+        ScriptedInstrument::Clock::time_point at;
+
+        static void callback(bool, const CqMeasurementRecord*, void* user) {
+            auto& self = *static_cast<Host*>(user);
+            const std::lock_guard lock(self.mutex);
+            self.at = ScriptedInstrument::Clock::now();
+            ++self.count;
+            self.arrived.notify_all();
+        }
+    } host;
+    ScriptedInstrument instrument(kLargePacket);
+    const Session session(instrument);
+    cqSetMeasurementResultReceivedCallback(session.handle(), &Host::callback, &host);
+    instrument.pressAfterReplies();
+    std::vector<double> seconds;
+    for (auto _ : state) {
+        static_cast<void>(_);
+        CqInstrumentStatus status;
+        require(cqGetInstrumentStatus(session.handle(), &status));
+        std::unique_lock lock(host.mutex);
+        host.arrived.wait_for(lock, std::chrono::seconds(1),
+                              [&] { return host.count > seconds.size(); });
+        seconds.push_back(Seconds(host.at - instrument.pressedAt()).count());
+        state.SetIterationTime(seconds.back());
+    }
+    results().push_back({.what = "pressed measurement to callback, right after a call",
+                         .unit = "us",
+                         .figure = median(seconds) * kMega,
+                         .peerName = "limit",
+                         .peer = 2000,
+                         .bound = Bound::atMost,
+                         .goal = 1});
 }
 
 /// How often the library allocates for a large packet, everything that a call does counted.
@@ -138,13 +192,20 @@ void growth(benchmark::State& state, bool isUpload, std::uint32_t count) {
 }  // namespace
 
 void addLineBenchmarks() {
-    add("status", 100, requestStatus);
+    add("status", 100, [](benchmark::State& state) { requestStatus(state, {}, 2.0); });
+    add("status/usb", 30, [](benchmark::State& state) { requestStatus(state, kUsb, 1.05); });
+    add("pressed", 500, pressedMeasurement);
     for (const bool isUpload : {true, false}) {
         const std::string direction = isUpload ? "upload" : "download";
-        add(direction + "/64", 15,
-            [isUpload](benchmark::State& state) { transfer(state, isUpload, kSmallPacket, 0.9); });
-        add(direction + "/1024", 61,
-            [isUpload](benchmark::State& state) { transfer(state, isUpload, kLargePacket, 0.8); });
+        add(direction + "/64", 15, [isUpload](benchmark::State& state) {
+            transfer(state, isUpload, kSmallPacket, {}, 0.8);
+        });
+        add(direction + "/1024", 61, [isUpload](benchmark::State& state) {
+            transfer(state, isUpload, kLargePacket, {}, 0.8);
+        });
+        add(direction + "/usb", 5, [isUpload](benchmark::State& state) {
+            transfer(state, isUpload, kLargePacket, kUsb, 0.95);
+        });
         add(direction + "/allocations", 1, [isUpload](benchmark::State& state) {
             allocationsPerPacket(state, isUpload, isUpload ? 0.1 : 2.1);
         });

@@ -54,7 +54,6 @@ void addOptions(CLI::App& app, Options& options) {
 int run(const Options& options) {
     cqbench::addLineBenchmarks();
     cqbench::addManyInstrumentsBenchmarks();
-    cqbench::addLogBenchmark();
     cqbench::addReceivePathBenchmark();
     cqbench::addColorBenchmarks();
     Reporter reporter;

@@ -42,12 +42,15 @@ bool isRequest(std::uint8_t operation) {
 
 }  // namespace
 
-ScriptedInstrument::ScriptedInstrument(std::uint16_t maxPacket)
+ScriptedInstrument::ScriptedInstrument(std::uint16_t maxPacket, std::chrono::microseconds latency)
     : maxPacket_(maxPacket),
+      latency_(latency),
       master_(makePseudoTerminal()),
       portName_(terminalName(master_)),
       terminal_(openTerminal(portName_)),
       acknowledgement_(acknowledgement(Sender::instrument, 0)),
+      pressed_(makeTrain(Sender::instrument, maxPacket, command::kMeasureStandard.operation,
+                         Bytes(sizeof(CqMeasurementRecord)))),
       thread_([this] { serve(); }) {}
 
 ScriptedInstrument::~ScriptedInstrument() {
@@ -76,6 +79,9 @@ void ScriptedInstrument::serve() {
             held = rest.size();
             std::copy(rest.begin(), rest.end(), buffer.begin());
             if (!toSend_.empty()) {
+                if (latency_.count() > 0) {
+                    std::this_thread::sleep_for(2 * latency_);
+                }
                 master_.write(toSend_);
                 toSend_.clear();
             }
@@ -140,9 +146,17 @@ const Train& ScriptedInstrument::replyTo(std::uint8_t operation, ByteView data) 
 }
 
 void ScriptedInstrument::sendNext() {
-    if (sending_ == nullptr || next_ == sending_->size()) {
-        sending_ = nullptr;
+    if (sending_ == nullptr) {
         return;
+    }
+    if (next_ == sending_->size()) {
+        const bool isNext = isPressed_ && sending_ != &pressed_;
+        sending_ = isNext ? &pressed_ : nullptr;
+        if (!isNext) {
+            return;
+        }
+        next_ = 0;
+        pressedAt_ = Clock::now();
     }
     const Bytes& packet = (*sending_)[next_++];
     toSend_.insert(toSend_.end(), packet.begin(), packet.end());

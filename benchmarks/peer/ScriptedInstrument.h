@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -18,9 +20,12 @@ namespace cqbench {
 /// Serves one host at a time, on a thread of its own.
 class ScriptedInstrument {
   public:
+    using Clock = std::chrono::steady_clock;
+
     /// \param maxPacket the largest packet, for both directions.
+    /// \param latency what the line takes to carry bytes, each way.
     /// \throw std::system_error without a pseudo-terminal.
-    explicit ScriptedInstrument(std::uint16_t maxPacket);
+    explicit ScriptedInstrument(std::uint16_t maxPacket, std::chrono::microseconds latency = {});
     /// Ends the service.
     ~ScriptedInstrument();
     ScriptedInstrument(const ScriptedInstrument&) = delete;
@@ -28,6 +33,11 @@ class ScriptedInstrument {
 
     const std::string& portName() const { return portName_; }
     std::uint16_t maxPacket() const { return maxPacket_; }
+
+    /// From now on its button is pressed whenever the host has acknowledged a reply.
+    void pressAfterReplies() { isPressed_ = true; }
+    /// When the measurement was sent that was pressed last.
+    Clock::time_point pressedAt() const { return pressedAt_; }
 
   private:
     void serve();
@@ -38,6 +48,7 @@ class ScriptedInstrument {
     void sendNext();
 
     std::uint16_t maxPacket_;
+    std::chrono::microseconds latency_;
     Descriptor master_;
     std::string portName_;
     Descriptor terminal_;  // kept open, so that the terminal outlives its hosts
@@ -48,6 +59,10 @@ class ScriptedInstrument {
     const Train* sending_ = nullptr;
     std::size_t next_ = 0;        // packet of the train
     std::uint8_t operation_ = 0;  // of the transfer that comes in
+
+    std::atomic<bool> isPressed_{false};
+    std::atomic<Clock::time_point> pressedAt_{};
+    Train pressed_;
 
     std::thread thread_;
 };

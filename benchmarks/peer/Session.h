@@ -7,30 +7,22 @@
 
 namespace cqbench {
 
-/// What the benchmarks of the line call; another build of the library can take its place.
-struct Library {
-    decltype(&cqOpen) open = cqOpen;
-    decltype(&cqClose) close = cqClose;
-    decltype(&cqUploadStandards) uploadStandards = cqUploadStandards;
-};
-
 /// An instrument opened through the library, for as long as this lives.
 class Session {
   public:
-    explicit Session(const ScriptedInstrument& instrument, Library library = {})
-        : library_(library), handle_(library.open(instrument.portName().c_str())) {
+    explicit Session(const ScriptedInstrument& instrument)
+        : handle_(cqOpen(instrument.portName().c_str())) {
         if (handle_ == nullptr) {
             throw std::runtime_error("cqOpen has failed on " + instrument.portName());
         }
     }
-    ~Session() { library_.close(handle_); }
+    ~Session() { cqClose(handle_); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
     CqHandle handle() const { return handle_; }
 
   private:
-    Library library_;
     CqHandle handle_;
 };
 
