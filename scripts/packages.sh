@@ -1,17 +1,18 @@
 # shellcheck shell=bash disable=SC2034 # sourced, its variables used elsewhere
-# Sourced by the commands at the root: installs what is missing on a Debian machine.
+# Sourced by the commands at the root and in scripts/: installs what is missing on a Debian machine, and
+# builds with a log.
 
 native_packages="g++ cmake ninja-build python3 libcli11-dev nlohmann-json3-dev googletest"
 windows_packages="g++-mingw-w64-x86-64-posix wine wine64"
 bench_packages="g++ cmake ninja-build libbenchmark-dev liblcms2-dev libcli11-dev nlohmann-json3-dev"
-deb_packages="dpkg-dev file pkg-config"
-zip_packages="zip"
+deb_packages="dpkg-dev file pkg-config mono-mcs"
+zip_packages="zip llvm mono-mcs"
 lint_packages="clang-format clang-tidy shellcheck"
 # Optional: without them the Python and C# bindings, and their examples, are tested in part or not at all.
 bindings_packages="python3-numpy python3-matplotlib python3-pip python3-setuptools python3-wheel mono-mcs mono-runtime libmono-system4.0-cil libmono-system-core4.0-cil"
 coverage_packages="gcovr"
 fuzz_packages="clang libclang-rt-14-dev llvm g++ cmake ninja-build python3"
-site_packages="doxygen doxygen-awesome-css python3"
+site_packages="doxygen doxygen-awesome-css python3-numpy python3-matplotlib"
 
 # need PACKAGE...: installs those that are missing, asking for root's rights if need be.
 need() {
@@ -35,4 +36,26 @@ need() {
     $as_root apt-get update -qq &&
         $as_root env DEBIAN_FRONTEND=noninteractive \
             apt-get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+# Where ccache is installed nothing is compiled twice, in whatever build folder.
+if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1
+fi
+
+# quietly LOG COMMAND...: what it prints goes to the log, whose end is shown when it fails.
+quietly() {
+    local log=$1
+    shift
+    mkdir -p "$(dirname "$log")"
+    "$@" >"$log" 2>&1 || {
+        tail -n 40 "$log" >&2
+        echo "This failed: $*. Its log is $log." >&2
+        return 1
+    }
+}
+
+# build_native TARGET...
+build_native() {
+    cmake --preset native && cmake --build --preset native --target "$@"
 }

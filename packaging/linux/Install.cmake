@@ -15,7 +15,7 @@ if(CQAPI_BUILD_TOOLS)
   endforeach()
 endif()
 
-set(CQAPI_PACKAGE_SET "" CACHE STRING "Packages to prepare for: empty or deb; set by ./package")
+set(CQAPI_PACKAGE_SET "" CACHE STRING "Packages to prepare for: empty or deb; set by scripts/package")
 if(CQAPI_PACKAGE_SET STREQUAL "deb")
   include(linux/Debian.cmake)
 endif()

@@ -1,19 +1,15 @@
 #include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "colour/ChartPatches.h"
 #include "commands/ConvertedColors.h"
 #include "ResultText.h"
 #include "Samples.h"
-#include "text/Csv.h"
 
 namespace cqtool {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-using testing::SizeIs;
 
 TEST(ColorNames, AreFoundInAnyCaseAndListedWhenNot) {
     EXPECT_EQ(colorSpaceNamed("LCh").number, std::uint32_t{ColorSpaceLch});
@@ -70,51 +66,12 @@ TEST(ResultText, ExplainsEveryFailure) {
                 HasSubstr("cq calibrate white"));
 }
 
-/// A grey under two illuminants and a red under one, in Lab and in DIN99, which has no hue for
-/// greys.
-class ConvertedColors : public testing::Test {
-  protected:
-    ConvertedColors() {
-        const std::vector<InputColor> grey{{"grey, \"mid\"", std::vector<double>(31, 0.5)}};
-        const Viewing viewings[] = {{IlluminantD65, Observer10Degree},
-                                    {IlluminantA, Observer2Degree}};
-        colors_ = convert(grey, InputKind::spectrum, spaces_, viewings);
-        const auto red = convert({{"red", {50, 60, 40}}}, InputKind::lab, spaces_, {viewings, 1});
-        colors_.insert(colors_.end(), red.begin(), red.end());
-    }
-
-    std::vector<const SpaceInfo*> spaces_{&colorSpaceNamed("lab"), &colorSpaceNamed("srgb")};
-    std::vector<ConvertedColor> colors_;
-};
-
-TEST_F(ConvertedColors, AreLaidOutForReading) {
-    // L* of half the white's light is 116 * cbrt(0.5) - 16 = 76.07 under every illuminant.
-    const std::string table = tableOf(colors_, spaces_, Palette(ColorDepth::none));
-    EXPECT_THAT(table, testing::StartsWith("name         for                  L*"));
-    EXPECT_THAT(table, HasSubstr("\ngrey, \"mid\"  D65/10°  #bcbcbc  76.07"));
-    EXPECT_THAT(table, HasSubstr("A/2°"));
-    EXPECT_THAT(table, Not(HasSubstr("\x1b")));
-    EXPECT_THAT(tableOf(colors_, spaces_, Palette(ColorDepth::trueColor)),
-                HasSubstr("\x1b[48;2;188;188;188m      \x1b[0m"));
-}
-
-TEST_F(ConvertedColors, AreWrittenAsCsv) {
-    std::istringstream stream(csvOf(colors_, spaces_));
-    const CsvTable table = readCsv(stream, "output");
-    ASSERT_THAT(table.rows, SizeIs(4));
-    EXPECT_THAT(table.rows[0].fields,
-                ElementsAre("name", "illuminant", "observer", "lab.L", "lab.a", "lab.b", "srgb.R",
-                            "srgb.G", "srgb.B", "hex"));
-    EXPECT_THAT(table.rows[1].fields[0], "grey, \"mid\"");
-    EXPECT_THAT(table.rows[2].fields[1], "A");
-    EXPECT_THAT(table.rows[3].fields[3], "50");
-}
-
-TEST_F(ConvertedColors, AreWrittenAsJson) {
-    spaces_ = {&colorSpaceNamed("lab"), &colorSpaceNamed("din99")};
+// DIN99 has no hue for greys.
+TEST(ConvertedColors, AreWrittenAsJson) {
+    const std::vector<const SpaceInfo*> spaces{&colorSpaceNamed("lab"), &colorSpaceNamed("din99")};
     const Viewing viewing{IlluminantD65, Observer2Degree};
-    const auto colors = convert({{"neutral", {50, 0, 0}}}, InputKind::lab, spaces_, {&viewing, 1});
-    const auto json = nlohmann::json::parse(jsonOf(colors, spaces_));
+    const auto colors = convert({{"neutral", {50, 0, 0}}}, InputKind::lab, spaces, {&viewing, 1});
+    const auto json = nlohmann::json::parse(jsonOf(colors, spaces));
     ASSERT_EQ(json.size(), 1U);
     EXPECT_EQ(json[0]["lab"]["L"], 50);
     EXPECT_EQ(json[0]["observer"], 2);

@@ -6,30 +6,10 @@ namespace cqtool {
 namespace {
 
 using testing::HasSubstr;
-using testing::StartsWith;
 
 MeasurementView viewIn(const char* space) {
     return MeasurementView({IlluminantD65, Observer10Degree}, colorSpaceNamed(space),
                            RecordLayout{});
-}
-
-TEST(MeasurementView, ShowsTheColourOfARecord) {
-    Spectrum grey;
-    grey.fill(0.5F);
-    const MeasurementView view = viewIn("xyz");
-    const Measurement measurement = view.of(recordOf(grey), true);
-
-    // Half of what the perfect white gives under D65 and 10 degrees: 94.811, 100, 107.304.
-    const Json json = view.json(measurement);
-    EXPECT_EQ(json["kind"], "standard");
-    EXPECT_EQ(json["illuminant"], "D65");
-    EXPECT_EQ(json["observer"], 10);
-    EXPECT_NEAR(json["xyz"]["X"].get<double>(), 47.41, 0.01);
-    EXPECT_NEAR(json["lab"]["L"].get<double>(), 76.07, 0.01);
-    EXPECT_EQ(json["hex"], "#bcbcbc");
-    EXPECT_EQ(json["spectrum"]["values"].size(), 31U);
-    EXPECT_EQ(json["record"].get<std::string>().substr(128, 8), "0000003f");
-    EXPECT_THAT(view.line(measurement, Palette(ColorDepth::none)), StartsWith("#bcbcbc  X 47.40"));
 }
 
 TEST(MeasurementView, SaysWhenARecordHasNoSpectrum) {

@@ -7,7 +7,6 @@ namespace cqtool {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 CqBleSlave entry(const std::string& name, const std::string& address, std::int32_t rssi) {
     CqBleSlave slave{};
@@ -53,33 +52,12 @@ TEST(Slaves, AreListedTheStrongestFirst) {
     EXPECT_EQ(json[2].dump(), R"({"name":null,"address":null,"rssi":-70,"strongest":false})");
 }
 
-TEST(Slaves, NobodyIsAnEmptyList) {
-    EXPECT_THAT(slavesOf(nullptr), IsEmpty());
-    EXPECT_EQ(slavesJson({}).dump(), "[]");
-}
-
 TEST(SlaveAddress, IsHexadecimalDigits) {
     EXPECT_EQ(slaveAddressOf("C4BE84a1b2c3"), "C4BE84a1b2c3");
     EXPECT_EQ(slaveAddressOf("C4:BE:84-A1-B2:C3"), "C4BE84A1B2C3");
     for (const char* text : {"", ":", "C4BE84A1B2CG", "C4 BE", "0x12"}) {
         EXPECT_THAT(thrownBy<UsageError>([&] { slaveAddressOf(text); }),
                     testing::HasSubstr("not '" + std::string(text) + "'"));
-    }
-}
-
-TEST(ScanFailure, SaysWhatToTry) {
-    const struct {
-        std::uint32_t code;
-        const char* text;
-        const char* advice;
-    } cases[] = {
-        {CQ_FAIL_TO_OPEN, "fail to open (2)", "plug the adapter in"},
-        {CQ_SYSTEM_ERROR, "system error (9)", "no adapter answers"},
-        {CQ_INVALID_PARAMETER, "invalid parameter (16)", "--adapter"},
-    };
-    for (const auto& [code, text, tryThis] : cases) {
-        EXPECT_THAT(failureText(code, Operation::scan), testing::EndsWith(text));
-        EXPECT_THAT(advice(code, Operation::scan), testing::HasSubstr(tryThis));
     }
 }
 

@@ -7,7 +7,6 @@ namespace cqtool {
 namespace {
 
 using testing::EndsWith;
-using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
@@ -87,28 +86,6 @@ TEST(SpectrumPlot, LeavesNoGapInASteepCurve) {
         }
         EXPECT_NE(dots, "") << row;
     }
-}
-
-TEST(SpectrumPlot, ScalesToTheCurve) {
-    const struct {
-        float most;
-        double top;
-    } cases[] = {{0.04F, 0.1}, {0.1F, 0.1}, {0.15F, 0.2}, {0.5F, 0.5}, {0.9F, 1}, {1.2F, 2}};
-    for (const auto& [most, top] : cases) {
-        Spectrum spectrum{};
-        spectrum[7] = most;
-        EXPECT_NEAR(scaleTop(spectrum), top, 1e-6) << most;
-    }
-    Spectrum beyond{};
-    beyond.fill(2.5F);
-    EXPECT_THAT(plotSpectrum(beyond, 16, 2)[0], HasSubstr("⠉"));
-}
-
-TEST(SpectrumPlot, IsAListWhereNothingCanBeDrawn) {
-    const auto lines = listSpectrum(rampSpectrum());
-    ASSERT_THAT(lines, SizeIs(4));
-    EXPECT_EQ(lines[0], "400 nm  0.1000  0.1200  0.1400  0.1600  0.1800  0.2000  0.2200  0.2400");
-    EXPECT_EQ(lines[3], "640 nm  0.5800  0.6000  0.6200  0.6400  0.6600  0.6800  0.7000");
 }
 
 }  // namespace

@@ -76,28 +76,5 @@ TEST(Records, DownloadBeyondCapacityIsRefusedAndChangesNothing) {
     EXPECT_EQ(cqDownloadStandards(wired.handle, written.data(), 2), CQ_NO_ERROR);
 }
 
-TEST(Records, DeletingRemovesTheRecordThatWasNamed) {
-    Wired wired;
-    const Records written = numberedRecords(4);
-    ASSERT_EQ(cqDownloadStandards(wired.handle, written.data(), 4), CQ_NO_ERROR);
-    ASSERT_EQ(cqDeleteStandard(wired.handle, 1), CQ_NO_ERROR);
-    EXPECT_EQ(uploadStandards(wired.handle, 0, CQ_ALL_RECORDS, 3),
-              (Records{written[0], written[2], written[3]}));
-    EXPECT_EQ(cqDeleteStandard(wired.handle, 3), CQ_EXECUTE_COMMAND_FAILED);
-
-    ASSERT_EQ(cqDeleteAllRecords(wired.handle), CQ_NO_ERROR);
-    EXPECT_EQ(totalStandards(wired.handle), 0U);
-}
-
-TEST(Records, DeletingASampleLeavesTheOthers) {
-    Wired wired("--standards 1 --samples 3");
-    Records before(3);
-    ASSERT_EQ(cqUploadSamples(wired.handle, before.data(), 0, 0, 3), CQ_NO_ERROR);
-    ASSERT_EQ(cqDeleteSample(wired.handle, 0, 0), CQ_NO_ERROR);
-    Records after(3);
-    ASSERT_EQ(cqUploadSamples(wired.handle, after.data(), 0, 0, 3), CQ_NO_ERROR);
-    EXPECT_EQ(after, (Records{before[1], before[2], CqMeasurementRecord{}}));
-}
-
 }  // namespace
 }  // namespace cqtest

@@ -19,6 +19,7 @@ namespace cqtest {
 /// An open handle that is closed at the end of its scope.
 class Handle {
   public:
+    explicit Handle(CqHandle handle) : handle_(handle) {}
     explicit Handle(const char* portName) : handle_(cqOpen(portName)) {}
     Handle(const char* adapterPortName, const char* slaveAddress)
         : handle_(cqOpenByBleDongle(adapterPortName, slaveAddress)) {}

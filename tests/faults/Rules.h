@@ -1,9 +1,5 @@
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "faults/Matrix.h"
 
 namespace cqtest::faults {

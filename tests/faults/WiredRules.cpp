@@ -63,8 +63,6 @@ constexpr Outcome kSilent{Then::lost, Recovery::replace, "5"};
 constexpr Outcome kSilentAfter{Then::after, Recovery::replace, "6"};
 constexpr Outcome kNoSession{Then::lost, Recovery::reopen, "4"};
 constexpr Outcome kNoSessionAfter{Then::after, Recovery::reopen, "4"};
-constexpr Outcome kGone{Then::lost, Recovery::reopen, "3"};
-constexpr Outcome kGoneAfter{Then::after, Recovery::reopen, "3"};
 /// These faults do not go away; but the handle stays ready, which a busy one would not.
 constexpr Outcome kAborts{Then::refused, Recovery::replace, "8"};
 
@@ -92,9 +90,9 @@ constexpr Rule kRules[] = {
     {"disconnect", kFromHost, Place::first, kNoSession, kNoSession},
     {"disconnect", kFromHost, Place::middle, kNoSession, kNoSession},
     {"disconnect", kFromHost, Place::last, kNoSessionAfter, kNoSession},
-    {"unplug", kFromHost, Place::first, kGone, kGone},
-    {"unplug", kFromHost, Place::middle, kGone, kGone},
-    {"unplug", kFromHost, Place::last, kGoneAfter, kGone},
+    {"unplug", kFromHost, Place::first, kNoSession, kNoSession},
+    {"unplug", kFromHost, Place::middle, kNoSession, kNoSession},
+    {"unplug", kFromHost, Place::last, kNoSessionAfter, kNoSession},
 };
 
 const Special kSpecials[] = {

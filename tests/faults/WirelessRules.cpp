@@ -265,6 +265,21 @@ void addRuled(std::vector<Cell>& cells, const Rule& rule, const Operation& opera
     cells.push_back(std::move(cell));
 }
 
+/// The adapter is pulled out while the instrument is being opened.
+void addPulledOpenings(std::vector<Cell>& cells) {
+    for (const milliseconds after : {20ms, 80ms, 150ms, 250ms, 350ms, 450ms, 700ms, 1500ms}) {
+        const std::string row = "unplug, after " + std::to_string(after.count()) + " ms";
+        Cell cell{Kind::wireless, row, "open", {}};
+        cell.expected.options = "--at-delay 50";
+        cell.expected.outcomes = {"null", "handle"};
+        cell.expected.atMost = kOpened;
+        cell.expected.recovery = reopen;
+        cell.expected.next = "3";
+        cell.expected.unplugAfter = after;
+        cells.push_back(std::move(cell));
+    }
+}
+
 }  // namespace
 
 std::vector<Cell> wirelessCells() {
@@ -280,6 +295,7 @@ std::vector<Cell> wirelessCells() {
             addSpecials(cells, row, operation);
         }
     }
+    addPulledOpenings(cells);
     return cells;
 }
 

@@ -8,17 +8,19 @@
 #include <chrono>
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <map>
 
 #include "faults/Matrix.h"
 
 namespace {
 
 using namespace cqtest::faults;
+using cqtest::Kind;
+using cqtest::milliseconds;
 
 struct Choice {
     bool isWiredOnly = false;
     bool isWirelessOnly = false;
-    bool isMarkdown = false;
     bool isList = false;
     std::string only;
     std::size_t jobs = 32;
@@ -39,11 +41,11 @@ std::vector<Cell> chosenCells(const Choice& choice) {
                              [&](const Cell& cell) { return isChosen(cell, choice.only); });
     };
     if (!choice.isWirelessOnly) {
-        add(faultlessCells(Kind::wired));
+        add(commonCells(Kind::wired));
         add(wiredCells());
     }
     if (!choice.isWiredOnly) {
-        add(faultlessCells(Kind::wireless));
+        add(commonCells(Kind::wireless));
         add(wirelessCells());
     }
     return cells;
@@ -69,6 +71,35 @@ void judgeAgain(const std::vector<Cell>& cells, std::vector<Result>& results) {
     }
 }
 
+/// Prints the wrong cells and the counts. \return how many were wrong.
+std::size_t printSummary(const std::vector<Cell>& cells, const std::vector<Result>& results,
+                         milliseconds taken) {
+    std::size_t wrong = 0;
+    std::map<std::string, std::size_t> outcomes;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        ++outcomes[results[i].outcome];
+        if (results[i].problems.empty()) {
+            continue;
+        }
+        ++wrong;
+        const Cell& cell = cells[i];
+        std::printf("wrong: %s %s/%s (%s)\n", cell.kind == Kind::wired ? "wired" : "wireless",
+                    cell.fault.c_str(), cell.operation.c_str(), cell.expected.options.c_str());
+        for (const std::string& problem : results[i].problems) {
+            std::printf("       %s\n", problem.c_str());
+        }
+    }
+    std::printf("%zu cells in %.1f s, %zu wrong; results:", cells.size(),
+                static_cast<double>(taken.count()) / 1000, wrong);
+    const char* separator = " ";
+    for (const auto& [outcome, count] : outcomes) {
+        std::printf("%s%s (%zu)", separator, outcome.c_str(), count);
+        separator = ", ";
+    }
+    std::printf("\n");
+    return wrong;
+}
+
 int runMatrix(const Choice& choice) {
     const std::vector<Cell> cells = chosenCells(choice);
     if (cells.empty()) {
@@ -90,9 +121,6 @@ int runMatrix(const Choice& choice) {
     }
     std::vector<Result> results = runAll(cells, choice.jobs);
     judgeAgain(cells, results);
-    if (choice.isMarkdown) {
-        printMarkdown(cells, results);
-    }
     const auto taken =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
     return printSummary(cells, results, taken) == 0 ? 0 : 1;
@@ -112,7 +140,6 @@ int main(int argc, char** argv) {
     app.add_option("--jobs", choice.jobs, "Cells that run at a time")
         ->check(CLI::Range(1, 500))
         ->capture_default_str();
-    app.add_flag("--markdown", choice.isMarkdown, "Print the results as tables, too");
     app.add_flag("--list", choice.isList, "Print the cells and do not run them");
     CLI11_PARSE(app, argc, argv);
     return runMatrix(choice);

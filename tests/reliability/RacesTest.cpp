@@ -17,7 +17,7 @@
 
 #include "endtoend/wireless/Wireless.h"
 #include "peer/AtOnce.h"
-#include "reliability/Rounds.h"
+#include "peer/Rounds.h"
 
 namespace cqtest {
 namespace {
@@ -199,7 +199,7 @@ TEST(Races, WiredHandleIsClosedWhileAllElseGoesOn) {
 TEST(Races, WirelessHandleIsClosedWhileAllElseGoesOn) {
     Adapter adapter("--calibrated --standards 5");
     Race race(
-        adapter, [](const char* port) { return cqOpenByBleDongle(port, kFirstAddress); },
+        adapter, [](const char* port) { return openWireless(port); },
         {&Race::closeLate, &Race::ask, &Race::listen, &Race::lookUp, &Race::listen, &Race::lookUp,
          &Race::closeLate, &Race::listen},
         std::chrono::milliseconds(150));

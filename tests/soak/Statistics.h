@@ -1,75 +1,53 @@
 #pragma once
 
-#include <array>
 #include <atomic>
-#include <cstddef>
+#include <chrono>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <string>
 
-#include "soak/Histogram.h"
+#include "operations/Operations.h"
 
 namespace cqtest::soak {
 
-enum class Kind : std::size_t {
-    info,
-    status,
-    countStandards,
-    countSamples,
-    calibrate,
-    measureStandard,
-    measureTrial,
-    uploadStandards,
-    uploadSamples,
-    download,
-    deleteStandard,
-    deleteSample,
-    deleteAll,
-    getWhiteBoard,
-    setWhiteBoard,
-    getParameter,
-    setParameter,
-    pressed,
-    close,
-    open,
-};
-inline constexpr std::size_t kKinds = static_cast<std::size_t>(Kind::open) + 1;
-
-const char* nameOf(Kind kind);
-
-/// What has been done and what came of it. Any thread may add; nothing is allocated.
+/// What has been done and what came of it. Any thread may add; nothing is allocated once it is made.
 class Statistics {
   public:
     struct Tally {
-        Histogram times;
-        std::atomic<std::uint64_t> lost{0};   ///< calls that failed
-        std::atomic<std::uint64_t> wrong{0};  ///< calls that succeeded with wrong data
+        std::atomic<std::uint64_t> count{0};
+        std::atomic<std::uint64_t> failed{0};
+        std::atomic<std::uint64_t> microseconds{0};
+        std::atomic<std::uint64_t> longest{0};
     };
 
-    Tally& of(bool isWired, Kind kind) {
-        return tallies_[isWired ? 0 : 1][static_cast<std::size_t>(kind)];
-    }
-    const Tally& of(bool isWired, Kind kind) const {
-        return tallies_[isWired ? 0 : 1][static_cast<std::size_t>(kind)];
-    }
+    Statistics();
+
+    void add(const Operation& operation, Kind kind, std::chrono::steady_clock::duration taken);
+    /// Tells the user at once; the first few of them.
+    void fail(const Operation& operation, Kind kind, const std::string& problem);
 
     std::uint64_t operations() const;
-    std::uint64_t lost() const;
-    std::uint64_t wrong() const;
-
-    std::atomic<std::uint64_t> callbacksExpected{0};
-    std::atomic<std::uint64_t> callbacksReceived{0};
-    std::atomic<std::uint64_t> recordsCompared{0};
-
-    /// Tells the user at once; the first few of them.
-    void report(const std::string& problem);
+    std::uint64_t failed() const;
+    void print() const;
 
   private:
-    std::uint64_t sum(std::uint64_t (*part)(const Tally&)) const;
-
-    std::array<std::array<Tally, kKinds>, 2> tallies_{};
+    std::map<std::string, Tally> tallies_[2];
     std::mutex reportMutex_;
     int reported_ = 0;
 };
+
+/// What the process took of the machine at some time.
+struct Reading {
+    std::chrono::seconds at;
+    std::int64_t rssBytes;
+    std::int64_t descriptors;
+    std::int64_t threads;
+
+    static Reading now(std::chrono::seconds at);
+};
+
+/// Minutes and seconds, memory, descriptors and threads.
+std::string toText(const Reading& reading);
 
 }  // namespace cqtest::soak

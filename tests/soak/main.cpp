@@ -15,9 +15,6 @@
 #include <vector>
 
 #include "peer/AtOnce.h"
-#include "soak/Gauges.h"
-#include "soak/Report.h"
-#include "soak/Statistics.h"
 #include "soak/Worker.h"
 
 namespace {
@@ -30,7 +27,6 @@ struct Choice {
     double minutes = 0;
     unsigned wired = 8;
     unsigned wireless = 4;
-    bool isMarkdown = false;
 };
 
 /// Ctrl-C and its like are waited for, not met in the middle of something.
@@ -67,48 +63,64 @@ std::vector<std::unique_ptr<Worker>> startInstruments(const Choice& choice, Stat
     std::vector<std::unique_ptr<Worker>> workers;
     for (unsigned number = 0; number < choice.wired + choice.wireless; ++number) {
         const bool isOdd = number % 2 != 0;
-        const Worker::Settings settings{.isWired = number < choice.wired,
-                                        .isPressed = isOdd,
-                                        .number = number,
-                                        .maxPacket = number % 4 < 2 ? 64U : 1024U};
+        const Worker::Settings settings{
+            .kind = number < choice.wired ? cqtest::Kind::wired : cqtest::Kind::wireless,
+            .isPressed = isOdd,
+            .number = number,
+            .maxPacket = number % 4 < 2 ? 64U : 1024U};
         workers.push_back(std::make_unique<Worker>(settings, statistics, mustStop));
     }
     return workers;
 }
 
-void showProgress(const Reading& reading, const Statistics& statistics) {
-    std::cout << toClock(reading.at) << ' ' << reading.operations << " operations, "
-              << statistics.lost() << " lost, " << statistics.wrong() << " wrong, "
-              << statistics.callbacksReceived << " of " << statistics.callbacksExpected
-              << " callbacks, RSS " << toMegabytes(reading.rssBytes) << " MB, "
-              << reading.descriptors << " descriptors, " << reading.threads << " threads"
-              << std::endl;
-}
+/// What the process took once it had taken all that it takes only once, and at the end.
+struct Growth {
+    Reading settled;
+    Reading last;
+};
 
-/// Watches until the time is up or somebody wants an end. \return how long that was.
-std::chrono::seconds watch(std::chrono::seconds duration, const Statistics& statistics,
-                           Gauges& gauges) {
+/// Watches until the time is up or somebody wants an end.
+Growth watch(std::chrono::seconds duration, const Statistics& statistics) {
     const sigset_t signals = endingSignals();
     const std::chrono::seconds period = isatty(STDOUT_FILENO) != 0 ? 10s : 60s;
+    const auto settled = std::min<std::chrono::seconds>(2min, duration / 10);
     const auto start = Clock::now();
     auto nextProgress = period;
-    for (std::chrono::seconds at{0}; at < duration;) {
-        const timespec wait{0, 100'000'000};
+    Growth growth{Reading::now(0s), Reading::now(0s)};
+    while (growth.last.at < duration) {
+        const timespec wait{1, 0};
         if (sigtimedwait(&signals, nullptr, &wait) > 0) {
-            return at;
+            break;
         }
-        const auto now = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start);
-        if (now == at) {
-            continue;
+        growth.last =
+            Reading::now(std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start));
+        if (growth.last.at <= settled) {
+            growth.settled = growth.last;
         }
-        at = now;
-        gauges.add(Reading::now(at, statistics.operations()));
-        if (at >= nextProgress) {
+        if (growth.last.at >= nextProgress) {
             nextProgress += period;
-            showProgress(gauges.readings().back(), statistics);
+            std::cout << toText(growth.last) << ", " << statistics.operations() << " operations, "
+                      << statistics.failed() << " failed" << std::endl;
         }
     }
-    return duration;
+    return growth;
+}
+
+/// \return true when nothing was lost, wrong or left behind.
+bool judge(const Statistics& statistics, const Growth& growth, const Reading& before,
+           const Reading& after) {
+    constexpr std::int64_t kAllowedGrowth = 1'000'000;  // bytes
+    statistics.print();
+    std::printf("\nbefore   %s\nsettled  %s\nlast     %s\nafter    %s\n", toText(before).c_str(),
+                toText(growth.settled).c_str(), toText(growth.last).c_str(), toText(after).c_str());
+    const bool isRight = statistics.failed() == 0 && statistics.operations() > 0 &&
+                         after.descriptors == before.descriptors &&
+                         after.threads == before.threads &&
+                         growth.last.rssBytes - growth.settled.rssBytes < kAllowedGrowth;
+    std::printf(
+        "%llu operations. %s\n", static_cast<unsigned long long>(statistics.operations()),
+        isRight ? "Nothing was lost, wrong or left behind." : "FAILED: see the numbers above.");
+    return isRight;
 }
 
 int soak(const Choice& choice) {
@@ -117,19 +129,18 @@ int soak(const Choice& choice) {
     const std::chrono::seconds duration(
         std::max<std::int64_t>(1, static_cast<std::int64_t>(choice.minutes * 60)));
     const auto statistics = std::make_unique<Statistics>();
-    Gauges gauges(duration);
     std::atomic<bool> mustStop{false};
     auto workers = startInstruments(choice, *statistics, mustStop);
 
-    Run run{choice.wired, choice.wireless, {}, Reading::now(0s, 0), {}};
+    const Reading before = Reading::now(0s);
     std::thread all(
         [&] { cqtest::atOnce(workers.size(), [&](std::size_t i) { workers[i]->run(); }); });
-    run.duration = watch(duration, *statistics, gauges);
+    const Growth growth = watch(duration, *statistics);
     mustStop = true;
     all.join();
-    run.after = Reading::now(run.duration, statistics->operations());
+    const Reading after = Reading::now(growth.last.at);
     workers.clear();
-    return printReport(run, *statistics, gauges, choice.isMarkdown) ? 0 : 1;
+    return judge(*statistics, growth, before, after) ? 0 : 1;
 }
 
 }  // namespace
@@ -151,7 +162,6 @@ int main(int argc, char** argv) {
     app.add_option("--wireless", choice.wireless, "Wireless instruments")
         ->check(CLI::Range(0, 64))
         ->capture_default_str();
-    app.add_flag("--markdown", choice.isMarkdown, "Print the results as Markdown tables");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -21,47 +21,6 @@ Bench::Set calibrated() {
     return set;
 }
 
-TEST(Session, TakesNothingThatDoesNotBelongToIt) {
-    struct Case {
-        const char* name;
-        std::string packets;
-        const char* note;
-    };
-    const Case cases[] = {
-        {"before the shake-hands", kCountStandards, "a shake-hands request must come first"},
-        {"before the confirmation", kShakeHands + kCountStandards, "not confirmed"},
-        {"of another session", kShakeHands + kConfirm + "55 AA A4 02", "another session"},
-        {"wrong shake-hands", "55 AA A1 00 00 00 01 00 02", "55 aa a1 00 00 00 02 00 02"},
-        {"an instrument's packet", kShakeHands + kConfirm + "55 AA A8 01", "no such packet"},
-        {"out of order", kShakeHands + kConfirm + "55 AA A6 01 01 00 00 00 03 00 2A D8 64",
-         "sequence number"},
-        {"no payload and no CRC", kShakeHands + kConfirm + "55 AA A6 01 00 00 00 00 00 00",
-         "no payload"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        Bench bench;
-        const std::string answer = bench.host(c.packets);
-        EXPECT_EQ(answer, c.packets.starts_with(kShakeHands) ? kWelcome : "");
-        EXPECT_THAT(bench.log(), HasSubstr(c.note));
-    }
-}
-
-TEST(Session, EndsFromEitherSide) {
-    Bench bench;
-    bench.connected();
-    EXPECT_EQ(bench.host("55 AA A4 01"), "AA 55 A5 01");
-    EXPECT_FALSE(bench.protocol.hasSession());
-    EXPECT_FALSE(bench.protocol.disconnect(bench.now));
-
-    bench.host(kShakeHands);
-    bench.host("55 AA A3 02");
-    EXPECT_TRUE(bench.protocol.disconnect(bench.now));
-    EXPECT_EQ(bench.after(milliseconds(0)), "AA 55 A4 02");
-    EXPECT_EQ(bench.host("55 AA A5 02"), "");
-    EXPECT_FALSE(bench.protocol.hasSession());
-}
-
 /// A killed host says no goodbye: what it still had coming must not reach the next one.
 TEST(Session, ANewOneDropsWhatTheOldOneHadComing) {
     Bench bench(calibrated());
@@ -81,19 +40,6 @@ TEST(Session, ANewOneStopsWhatIsOnItsWay) {
     bench.connected().host(kCountStandards);
     EXPECT_EQ(bench.host(kShakeHands), "");
     EXPECT_EQ(bench.after(milliseconds(50)), "AA 55 A2 02 00 40 00 01 1F 00 00 00 00");
-}
-
-TEST(KeepAlive, IsSentWhenAskedForAndWhenDue) {
-    Bench::Set set;
-    set.protocol.engine.keepAlive = milliseconds(2000);
-    Bench bench(set);
-    EXPECT_FALSE(bench.protocol.requestKeepAlive(bench.now));
-    bench.connected();
-    EXPECT_TRUE(bench.protocol.requestKeepAlive(bench.now));
-    EXPECT_EQ(bench.after(milliseconds(1999)), "AA 55 A8 01");
-    EXPECT_EQ(bench.host("55 AA A9 01"), "");
-    EXPECT_EQ(bench.after(milliseconds(1)), "AA 55 A8 01");
-    EXPECT_EQ(bench.protocol.deadline(), bench.now + milliseconds(2000));
 }
 
 TEST(Command, IsRefusedWithANumber) {
@@ -126,15 +72,6 @@ TEST(Command, IsRefusedWithANumber) {
         EXPECT_EQ(bench.connected().host(c.packet), c.answer);
         EXPECT_EQ(bench.host(kCountStandards), kCounted);
     }
-}
-
-TEST(Command, CalibratingIsAcknowledgedWhenItIsDone) {
-    Bench bench;
-    bench.connected();
-    EXPECT_EQ(bench.host(kCalibrateWhite), "");
-    EXPECT_EQ(bench.after(milliseconds(299)), "");
-    EXPECT_EQ(bench.after(milliseconds(1)), kTaken1);
-    EXPECT_THAT(bench.host(kStatusRequest), HasSubstr("22 00 00 00 08 00 01 64 01 00 00"));
 }
 
 /// A packet of so many zeros between its header and the CRC of that.
@@ -185,28 +122,6 @@ TEST(Transmission, RepeatsAPacketThatNobodyAcknowledgesAndThenGivesUp) {
     EXPECT_EQ(bench.after(milliseconds(1000)), "");
 }
 
-TEST(Transmission, GrantsEachPacketItsOwnRepetitions) {
-    Bench::Set set;
-    set.instrument.standards = 1;
-    Bench bench(set);
-    bench.connected().host("55 AA A6 01 00 00 00 00 0B 00 2C 00 00 00 00 01 00 00 00 2A 7C");
-    for (int repetition = 0; repetition < 3; ++repetition) {
-        EXPECT_THAT(bench.after(milliseconds(1000)), StartsWith("AA 55 A6 01 00 00 00 40"));
-    }
-    EXPECT_THAT(bench.host(kAcknowledge1), StartsWith("AA 55 A6 01 01 00 00 40"));
-    EXPECT_THAT(bench.after(milliseconds(1000)), StartsWith("AA 55 A6 01 01 00 00 40"));
-}
-
-TEST(Transmission, HeedsOnlyAcknowledgementsOfTheLastPacket) {
-    Bench bench;
-    bench.connected();
-    bench.host(kCountStandards);
-    EXPECT_EQ(bench.host("55 AA A7 01 00 00 00 00"), "");            // of an earlier packet
-    EXPECT_EQ(bench.host("55 AA A7 01 00 00 00 80"), kNoStandards);  // wanted again
-    EXPECT_EQ(bench.host("55 AA A7 01 00 00 00 FF"), "");            // the host gives up
-    EXPECT_EQ(bench.after(milliseconds(2000)), "");
-}
-
 /// The button's result becomes ready while a host's command is being answered: the answer must come
 /// first and whole.
 TEST(Button, WaitsForTheHostsBusiness) {
@@ -217,15 +132,6 @@ TEST(Button, WaitsForTheHostsBusiness) {
                 StartsWith(kTaken1 + " AA 55 A6 01 00 00 00 00 07 00 2A"));
     EXPECT_EQ(bench.after(milliseconds(300)), "");
     EXPECT_THAT(bench.host(kAcknowledge1), StartsWith("AA 55 A6 01 00 00 00 40 36 00 23"));
-}
-
-TEST(Button, WorksOnceAtATimeWithoutAHost) {
-    Bench bench(calibrated());
-    EXPECT_EQ(bench.protocol.press(Kind::trial, bench.now), Error::none);
-    EXPECT_EQ(bench.protocol.press(Kind::trial, bench.now), Error::busy);
-    EXPECT_EQ(bench.after(milliseconds(1000)), "");
-    EXPECT_EQ(bench.instrument.count(Kind::trial), 1U);
-    EXPECT_EQ(Bench().protocol.press(Kind::standard, kStart), Error::notCalibrated);
 }
 
 }  // namespace

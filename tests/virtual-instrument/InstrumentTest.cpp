@@ -80,49 +80,5 @@ TEST(Measuring, GoesThroughTheChartAndMeasuresTrialsWhereItStands) {
     EXPECT_EQ(instrument.count(Kind::standard), 0U);
 }
 
-TEST(Measuring, NoiseFollowsTheSeedAndTheSigma) {
-    Instrument::Settings settings = calibrated(0.001);
-    Instrument one = make(settings);
-    Instrument same = make(settings);
-    ++settings.seed;
-    Instrument other = make(settings);
-    double squares = 0;
-    constexpr std::size_t kRounds = 200;
-    for (std::size_t i = 0; i < kRounds; ++i) {
-        const Record record = one.measure(Kind::standard, kStart).record;
-        EXPECT_EQ(record, same.measure(Kind::standard, kStart).record);
-        EXPECT_NE(record, other.measure(Kind::standard, kStart).record);
-        const Spectrum noisy = spectrumOf(record);
-        for (std::size_t band = 0; band < kBandCount; ++band) {
-            squares += std::pow(noisy[band] - patches()[i % kPatchCount].reflectance[band], 2);
-        }
-    }
-    EXPECT_NEAR(std::sqrt(squares / (kRounds * kBandCount)), 0.001, 0.00005);
-}
-
-TEST(Calibration, IsNeededOnceForEachTileAndTakesItsTime) {
-    Instrument instrument = make({});
-    EXPECT_EQ(instrument.measure(Kind::standard, kStart).error, Error::notCalibrated);
-    const auto white = instrument.calibrateWhite(kStart);
-    EXPECT_EQ(white.ready, kStart + milliseconds(300));
-    EXPECT_EQ(instrument.measure(Kind::standard, white.ready).error, Error::notCalibrated);
-    EXPECT_EQ(instrument.calibrateBlack(kStart).error, Error::busy);
-    const auto black = instrument.calibrateBlack(white.ready);
-    EXPECT_EQ(instrument.measure(Kind::standard, kStart).error, Error::busy);
-    EXPECT_EQ(instrument.measure(Kind::standard, black.ready).error, Error::none);
-    EXPECT_EQ(instrument.statusItem(0), 1);
-}
-
-TEST(Memory, TakesNoPartOfARecordAndNoPressedMeasurementWhenFull) {
-    Instrument::Settings settings = calibrated(0);
-    settings.capacity = 1;
-    Instrument instrument = make(settings);
-    EXPECT_EQ(instrument.append(Bytes(255)), Error::badParameter);
-    EXPECT_EQ(instrument.press(Kind::standard, kStart).error, Error::none);
-    EXPECT_EQ(instrument.press(Kind::standard, kStart).error, Error::none);
-    EXPECT_EQ(instrument.count(Kind::standard), 1U);
-    EXPECT_EQ(instrument.statusItem(20), 100) << "percent full";
-}
-
 }  // namespace
 }  // namespace vi::test

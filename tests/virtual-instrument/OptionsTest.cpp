@@ -1,4 +1,4 @@
-// The command line: what it sets, and what it refuses.
+// What the command line and the list of slaves refuse, and what they say then.
 
 #include "Options.h"
 
@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "Bench.h"
+#include "adapter/Slave.h"
+#include "wired/FaultPlan.h"
 
 namespace vi::test {
 namespace {
@@ -32,30 +33,6 @@ struct Parsed {
     std::string out;
     std::string error;
 };
-
-TEST(Options, ReachTheInstrumentTheProtocolAndTheLine) {
-    const Parsed parsed(
-        {"--capacity",     "5",        "--standards",   "2",         "--battery", "50",
-         "--max-packet",   "1024",     "--line-rate",   "9600",      "--latency", "1.5",
-         "--measure-time", "20",       "--fault",       "bad-crc:3", "--fault",   "bad-crc:5",
-         "--fault",        "one-byte", "--press-every", "0.5:trial"});
-    ASSERT_TRUE(parsed.options) << parsed.error;
-    const Options& options = *parsed.options;
-    EXPECT_EQ(options.instrument.capacity, 5U);
-    EXPECT_EQ(options.instrument.battery, 50);
-    EXPECT_EQ(options.instrument.measureTime, milliseconds(20));
-    EXPECT_EQ(options.protocol.engine.maxPacket, 1024);
-    EXPECT_THAT(options.protocol.faults.badCrc, testing::ElementsAre(3U, 5U));
-    EXPECT_EQ(options.fromHost.perByte, std::chrono::nanoseconds(1'041'667));
-    EXPECT_EQ(options.fromHost.latency, std::chrono::microseconds(1500));
-    EXPECT_TRUE(options.toHost.isByteByByte);
-    EXPECT_FALSE(options.fromHost.isByteByByte);
-    EXPECT_EQ(options.press->kind, Kind::trial);
-    EXPECT_EQ(options.press->period, milliseconds(500));
-    // An acknowledgement needs its own time on such a line.
-    EXPECT_EQ(options.protocol.engine.acknowledgementPatience,
-              std::chrono::seconds(1) + options.fromHost.latency + 8 * options.fromHost.perByte);
-}
 
 TEST(Options, AreRefusedWithWhatToDo) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
@@ -89,13 +66,53 @@ TEST(Options, AreRefusedWithWhatToDo) {
     }
 }
 
-TEST(Options, HelpNamesEveryFaultAndKey) {
-    const Parsed parsed({"--help"});
-    EXPECT_FALSE(parsed.options);
-    EXPECT_EQ(parsed.exitCode, 0);
-    for (const char* text : {"wrong-sequence", "abort-send", "ble-pause", "at-late",
-                             "press the trial button", "--until-eof"}) {
-        EXPECT_THAT(parsed.out, testing::HasSubstr(text));
+TEST(FaultPlan, TellsWhatIsWrongWithATextAndKeepsThePlan) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "there is no fault ''"},
+        {"badcrc", "choose from bad-crc, lost-ack"},
+        {"bad-crc:", "not ''"},
+        {"bad-crc:0", "from 1 to"},
+        {"bad-crc:-1", "not '-1'"},
+        {"bad-crc:1x", "not '1x'"},
+        {"abort-reply:0x10000", "from 0 to 65535"},
+        {"one-byte:1", "takes no number"},
+    };
+    for (const auto& [text, problem] : cases) {
+        wired::FaultPlan plan;
+        EXPECT_THAT(wired::addFault(plan, text), testing::HasSubstr(problem)) << text;
+        EXPECT_TRUE(plan.badCrc.empty() && !plan.oneByte && !plan.abortReply) << text;
+    }
+}
+
+TEST(Slaves, TellWhatIsWrongAndWhere) {
+    const auto entry = [](const std::string& fields) {
+        return R"([{"name": "A", "address": "AA", "rssi": -5}, {"name": "B", )" + fields + "}]";
+    };
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "line 1"},
+        {"[\n{]", "line 2"},
+        {"{}", "list"},
+        {"[1]", "entry 1"},
+        {entry(R"("rssi": -5)"), "entry 2: \"address\" is missing"},
+        {entry(R"("address": "AX", "rssi": -5)"), "hexadecimal"},
+        {entry(R"("address": "aa", "rssi": -5)"), "another"},
+        {entry(R"("address": "AB", "rssi": 5)"), "-127 to -1"},
+        {entry(R"("address": "AB", "rssi": -5.5)"), "whole number"},
+        {entry(R"("address": "AB", "rssi": 18446744073709551615)"), "whole number"},
+        {entry(R"("address": 12, "rssi": -5)"), "must be a text"},
+        {entry(R"("address": "AB", "rssi": -5, "standards": 1001)"), "0 to 1000"},
+        {entry(R"("address": "AB", "rssi": -5, "calibrated": 1)"), "true or false"},
+        {entry(R"("address": "AB", "rssi": -5, "serial": "sixteen letters!")"), "15"},
+        {entry(R"("address": "AB", "rssi": -5, "colour": 1)"), "\"colour\" is not a field"},
+        {R"([{"name": "A\nB", "address": "AA", "rssi": -5}])", "control"},
+    };
+    for (const auto& [json, problem] : cases) {
+        try {
+            adapter::parseSlaves(json, {});
+            ADD_FAILURE() << "taken: " << json;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_THAT(error.what(), testing::HasSubstr(problem)) << json;
+        }
     }
 }
 

@@ -7,8 +7,6 @@
 namespace vi::test {
 namespace {
 
-using testing::HasSubstr;
-
 AdapterBench::Set stored() {
     AdapterBench::Set set;
     set.instrument.capacity = 3;
@@ -38,43 +36,11 @@ TEST(Peripheral, RefusesWhatIsWrong) {
         {"03 01 00 00", fail},
     };
     AdapterBench bench(stored());
-    bench.greeted();
+    bench.write("AT+CT=C4BE84A1B2C3\r\n");
+    bench.packet("01 01 00 00");
     for (const auto& [request, reply] : cases) {
         EXPECT_EQ(bench.packet(request), request.substr(0, 5) + reply) << request;
     }
-}
-
-/// Nothing but silence separates packets on this line: a notification that followed a reply at once
-/// would be lost, and the reply with it.
-TEST(Peripheral, TellsOfItsButtonOnlyWhileTheLineIsQuiet) {
-    AdapterBench bench;
-    EXPECT_EQ(bench.press(Kind::standard), Error::none);
-    bench.linked();
-    EXPECT_EQ(bench.press(Kind::standard), Error::none);
-    EXPECT_TRUE(bench.after(milliseconds(1000)).empty()) << "nobody has greeted it";
-
-    bench.packet(kHello);
-    bench.press(Kind::standard);
-    bench.press(Kind::trial);
-    auto pieces = bench.after(milliseconds(1000));
-    ASSERT_EQ(pieces.size(), 2U);
-    EXPECT_EQ(pieces[0].at, milliseconds(50));
-    EXPECT_EQ(pieces[0].text.substr(0, 4), std::string("\1\4\0\1", 4));
-    EXPECT_EQ(pieces[1].at, milliseconds(100));
-    EXPECT_EQ(pieces[1].text.substr(0, 4), std::string("\1\5\0\1", 4));
-
-    bench.press(Kind::trial);
-    bench.after(milliseconds(10));
-    EXPECT_EQ(bench.packet(kCount), "") << "the reply keeps its distance, too";
-    pieces = bench.after(milliseconds(1000));
-    ASSERT_EQ(pieces.size(), 1U);
-    EXPECT_EQ(pieces[0].at, milliseconds(40));
-    EXPECT_EQ(bench.packet("02 01 00 00"), "02 01 04 00 03 00 00 00") << "all were stored";
-    EXPECT_THAT(bench.log(), HasSubstr("host < notification type=1 cmd=5"));
-
-    EXPECT_EQ(bench.packet(kGoodbye), "01 02 02 00 4F 4B");
-    bench.press(Kind::trial);
-    EXPECT_TRUE(bench.after(milliseconds(1000)).empty()) << "it has said goodbye";
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <future>
 #include <type_traits>
 
 #include "cqapi/CQApi.hpp"
@@ -92,8 +90,6 @@ TEST(CppInstrument, UploadsAsManyAsThereAre) {
 
     EXPECT_EQ(numbers(instrument.uploadStandards()), (std::vector{1, 2, 3, 4, 5, 6, 7}));
     EXPECT_EQ(numbers(instrument.uploadStandards(5)), (std::vector{6, 7}));
-    EXPECT_EQ(numbers(instrument.uploadStandards(1, 3)), (std::vector{2, 3, 4}));
-    EXPECT_EQ(numbers(instrument.uploadStandards(6, 100)), (std::vector{7}));
     EXPECT_EQ(numbers(instrument.uploadStandards(7)), std::vector<int>{});
     EXPECT_EQ(numbers(instrument.uploadSamples(0, 3)), (std::vector{4, 5}));
     EXPECT_EQ(numbers(instrument.uploadSamples(0, 0, 2)), (std::vector{1, 2}));
@@ -170,18 +166,6 @@ TEST(CppInstrument, OwnsItsHandle) {
     EXPECT_EQ(errorOf([&] { instrument.portName(); }).code(), CQ_NOT_SUPPORTED);
     EXPECT_TRUE(Instrument::open(second.portName()).isOpen()) << "the port is free again";
     EXPECT_TRUE(Instrument::open(second.portName()).isOpen()) << "and at the end of its scope, too";
-}
-
-TEST(CppInstrument, ClosingBreaksARunningCallOff) {
-    const VirtualInstrument peer("--calibrated --measure-time 14000");
-    Instrument instrument = Instrument::open(peer.portName());
-    auto measuring = std::async(std::launch::async,
-                                [&] { return errorOf([&] { instrument.measureStandard(); }); });
-    ASSERT_TRUE(peer.waitUntilLogged("last operation=0x23"));
-    const auto began = std::chrono::steady_clock::now();
-    instrument.close();
-    EXPECT_NE(measuring.get().code(), CQ_NO_ERROR);
-    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(10));
 }
 
 }  // namespace

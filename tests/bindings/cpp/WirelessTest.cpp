@@ -25,12 +25,6 @@ TEST(CppWireless, ScansWhoIsThere) {
     EXPECT_EQ(slaves[1].address, "AA02");
 }
 
-TEST(CppWireless, NobodyIsNoError) {
-    const VirtualInstrument peer(kQuick, "[]");
-    EXPECT_TRUE(cqapi::scan(peer.portName()).empty());
-    EXPECT_THROW(cqapi::scan("/dev/no-such-port"), cqapi::Error);
-}
-
 TEST(CppWireless, OpensTheOneThatIsNamedOrTheStrongest) {
     const VirtualInstrument peer(kQuick);
     const auto serialOf = [](Instrument instrument) { return instrument.deviceInfo().infoText4; };

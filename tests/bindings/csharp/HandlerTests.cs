@@ -31,22 +31,6 @@ internal static class HandlerTests
         Check.Equal(3, received.Count);
     });
 
-    internal static void SeveralHandlersMayComeAndGo() => Use("--calibrated", (peer, instrument) =>
-    {
-        int once = 0, always = 0;
-        EventHandler<MeasurementReceivedEventArgs> first = null;
-        first = (sender, arguments) =>
-        {
-            ++once;
-            instrument.MeasurementReceived -= first; // from within
-        };
-        instrument.MeasurementReceived += first;
-        instrument.MeasurementReceived += (sender, arguments) => Interlocked.Increment(ref always);
-        peer.Press("sss");
-        Check.Until(() => always == 3, "the measurements");
-        Check.Equal(1, once);
-    });
-
     internal static void ExceptionsStayOnThisSide() => Use("--calibrated", (peer, instrument) =>
     {
         var failures = new List<object>();
@@ -58,21 +42,5 @@ internal static class HandlerTests
         Check.Until(() => failures.Count == 2, "both failures");
         Check.True(failures.All(failure => failure is InvalidTimeZoneException), "their kind");
         Check.Equal(1u, Check.Ask(instrument.GetTotalStandards));
-    });
-
-    internal static void ClosingWaitsForARunningHandler() => Use("--calibrated", (peer, instrument) =>
-    {
-        var began = new ManualResetEvent(false);
-        bool isEnded = false;
-        instrument.MeasurementReceived += (sender, arguments) =>
-        {
-            began.Set();
-            Thread.Sleep(200);
-            isEnded = true;
-        };
-        peer.Press("s");
-        Check.True(began.WaitOne(TimeSpan.FromSeconds(10)), "the handler runs");
-        instrument.Dispose();
-        Check.True(isEnded, "the handler has ended");
     });
 }

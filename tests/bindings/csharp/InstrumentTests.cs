@@ -158,17 +158,4 @@ internal static class InstrumentTests
         Instrument instrument = Instrument.Open(port);
         instrument.MeasurementReceived += (sender, arguments) => instrument.ToString();
     }
-
-    internal static void ClosingBreaksARunningCallOff() => Use(
-        "--calibrated --measure-time 14000", (peer, instrument) =>
-    {
-        CQException thrown = null;
-        var measuring = new Thread(() =>
-            thrown = Check.Throws<CQException>(() => instrument.MeasureStandard()));
-        measuring.Start();
-        Check.Until(() => peer.LineLog.Contains("last operation=0x23"), "the request");
-        instrument.Dispose();
-        Check.True(measuring.Join(TimeSpan.FromSeconds(5)), "the call has ended");
-        Check.True(thrown != null, "the call has failed");
-    });
 }

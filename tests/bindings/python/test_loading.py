@@ -56,24 +56,6 @@ class Loading(unittest.TestCase):
         libc = "libc.so.6"
         self.assertIn("no function cqOpen", self.python(USE, CQAPI_LIBRARY=libc))
 
-    def test_loaded_once(self):
-        library = cqapi.load_library()
-        self.assertIs(cqapi.load_library(LIBRARY), library)
-        with self.assertRaises(RuntimeError):
-            cqapi.load_library("/elsewhere/libCQApi.so")
-
-    def test_debug_log_lies_beside_the_library(self):
-        copy = self.folder / "libCQApi.so"
-        shutil.copy(LIBRARY, copy)
-        self.python("import cqapi; cqapi.enable_debug_log()\n"
-                    "try: cqapi.Instrument.open('/dev/no-such-port')\n"
-                    "except cqapi.CQError: cqapi.disable_debug_log()", CQAPI_LIBRARY=str(copy))
-        self.assertGreater((self.folder / "libCQApi.so.log").stat().st_size, 0)
-        (self.folder / "libCQApi.so.log").unlink()
-        (self.folder / "libCQApi.so.log").mkdir()
-        self.assertIn("OSError: the debug log cannot be opened", self.python(
-            "import cqapi; cqapi.enable_debug_log()", CQAPI_LIBRARY=str(copy)))
-
     def test_pip_installs_it(self):
         for module in ("pip", "setuptools", "wheel"):
             if importlib.util.find_spec(module) is None:

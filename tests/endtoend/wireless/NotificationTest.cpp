@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -39,21 +38,20 @@ TEST(Notification, ReachesTheCallbackThatIsSet) {
 
 /// The button is pressed while a request waits for its reply, which must get that and nothing else.
 TEST(Notification, KeepsApartFromTheRepliesToAnotherThread) {
-    constexpr std::uint32_t kRounds = 6;
+    constexpr std::uint32_t kRounds = 3;
     Received received;
     Wireless wireless("--calibrated --fault ble-late:300");
     received.listenTo(wireless.handle);
-    std::atomic<std::uint32_t> asking{0};
+    std::size_t before = wireless.adapter.lineLog().size();
     std::thread host([&] {
         for (std::uint32_t round = 0; round < kRounds; ++round) {
-            asking = round + 1;
             EXPECT_EQ(totalStandards(wireless.handle), round);
             EXPECT_EQ(received.waitFor(round + 1).size(), round + 1);
         }
     });
     for (std::uint32_t round = 1; round <= kRounds; ++round) {
-        waitUntil([&] { return asking >= round; });
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_TRUE(wireless.adapter.waitUntilLogged("host > request", before));
+        before = wireless.adapter.lineLog().size();
         wireless.adapter.pressStandard();
     }
     host.join();

@@ -35,7 +35,7 @@ TEST(WirelessSession, OpensAndClosesInOrder) {
 
 TEST(WirelessSession, CloseEndsTheCallThatRunsAndThoseThatWaitTheirTurn) {
     Adapter adapter("--calibrated --measure-time 3000");
-    const CqHandle handle = cqOpenByBleDongle(adapter.portName(), kFirstAddress);
+    const CqHandle handle = openWireless(adapter.portName());
     std::atomic<std::uint32_t> waiting{99};
     std::thread second([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "endtoend/Wired.h"
+#include "peer/OpenWireless.h"
 
 namespace cqtest {
 
@@ -18,7 +19,7 @@ struct Adapter : VirtualInstrument {
 /// takes 1.4 s, so a test checks all that it can on one.
 struct Wireless {
     explicit Wireless(const std::string& options = {}, const std::string& slaves = {})
-        : adapter(options, slaves), handle(adapter.portName(), kFirstAddress) {
+        : adapter(options, slaves), handle(openWireless(adapter.portName())) {
         EXPECT_NE(static_cast<CqHandle>(handle), nullptr);
     }
 

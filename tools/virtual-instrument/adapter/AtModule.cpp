@@ -212,6 +212,7 @@ void AtModule::tell(const std::string& words, const std::string& text, TimePoint
     Outbox::Message message{.words = words + " " + text.substr(lineStart),
                             .bytes = toBytes(text + std::string(kLineEnd))};
     if (settings_.faults.atSplit) {
+        message.words += ", fault: at-split";
         message.firstPiece = message.bytes.size() / 2;
         message.pause = kAnswerSplitPause;
     }

@@ -38,24 +38,34 @@ PacketLine::Verdict PacketLine::admit() {
 
 TimePoint PacketLine::sendReply(Bytes packet, TimePoint due) {
     ++replies_;
+    std::string faults;
     if (plan_.bleLength.contains(replies_)) {
+        faults += ", fault: ble-length";
         packet = withWrongLength(packet);
     }
     if (plan_.bleJoined.contains(replies_)) {
+        faults += ", fault: ble-joined";
         const Bytes second = packet;
         packet.insert(packet.end(), second.begin(), second.end());
     }
-    return send("reply", std::move(packet), due + plan_.bleLate);
+    if (plan_.bleLate.count() > 0) {
+        faults += ", fault: ble-late";
+    }
+    return send("reply", std::move(packet), due + plan_.bleLate, std::move(faults));
 }
 
 TimePoint PacketLine::sendNotification(Bytes packet, TimePoint due) {
     return send("notification", std::move(packet), due);
 }
 
-TimePoint PacketLine::send(std::string_view role, Bytes packet, TimePoint due) {
+TimePoint PacketLine::send(std::string_view role, Bytes packet, TimePoint due, std::string faults) {
     ++toHost_;
+    if (plan_.blePause.contains(toHost_)) {
+        faults += ", fault: ble-pause";
+    }
+    faults += plan_.bleSplit ? ", fault: ble-split" : plan_.bleBytes ? ", fault: ble-bytes" : "";
     Outbox::Message message;
-    message.words = describe(role, packet);
+    message.words = describe(role, packet) + faults;
     message.bytes = std::move(packet);
     if (plan_.blePause.contains(toHost_) || plan_.bleSplit) {
         message.firstPiece = message.bytes.size() / 2;

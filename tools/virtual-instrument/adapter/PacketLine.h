@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -38,7 +39,8 @@ class PacketLine {
     const Outbox& outbox() const { return outbox_; }
 
   private:
-    TimePoint send(std::string_view role, Bytes packet, TimePoint due);
+    /// \param faults those that have struck, for the log.
+    TimePoint send(std::string_view role, Bytes packet, TimePoint due, std::string faults = {});
 
     FaultPlan plan_;
     Outbox& outbox_;

@@ -18,30 +18,39 @@ bool isCount(ByteView payload) {
 
 }  // namespace
 
-FaultLayer::FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap)
-    : plan_(std::move(plan)), random_(seed), out_(out), tap_(std::move(tap)) {
+FaultLayer::FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap, Strike strike)
+    : plan_(std::move(plan)),
+      random_(seed),
+      out_(out),
+      tap_(std::move(tap)),
+      strike_(std::move(strike)) {
     settle();
 }
 
 FaultLayer::Verdict FaultLayer::admit(ByteView packet, TimePoint now) {
     if (isSilent_) {
+        strike_("silence");
         return Verdict::swallow;
     }
     ++fromHost_;
     if (plan_.disconnect == fromHost_) {
+        strike_("disconnect");
         return Verdict::disconnect;
     }
     if (plan_.unplug == fromHost_) {
+        strike_("unplug");
         return Verdict::unplug;
     }
     const PacketView view(packet);
     if (view.type() == kData && view.flag() != kAbort) {
         if (plan_.abortSend) {
+            strike_("abort-send");
             answer(view, kAbort, *plan_.abortSend, now);
             return Verdict::swallow;
         }
         if (asked_ < plan_.retransmit) {
             ++asked_;
+            strike_("retransmit");
             answer(view, kSendAgain, view.number(), now);
             return Verdict::swallow;
         }
@@ -64,6 +73,7 @@ PacketSink::Sent FaultLayer::send(ByteView packet, TimePoint now) {
     }
     const bool isAcknowledgement = view.type() == kAcknowledgement && view.flag() == kAcknowledge;
     if (isAcknowledgement && plan_.lostAck.contains(++acknowledgementsDue_)) {
+        strike_("lost-ack");
         return {.arrives = now};
     }
     return {.arrives = emit(packet, now)};
@@ -73,6 +83,7 @@ PacketSink::Sent FaultLayer::sendData(const PacketView& packet, TimePoint now) {
     const bool isFirst = packet.number() == 0;
     const bool isOnly = isFirst && packet.flag() != kMore;
     if (plan_.abortReply && (isOnly || !isFirst)) {
+        strike_("abort-reply");
         return {.arrives = emit(abortDataPacket(packet.session(), *plan_.abortReply), now),
                 .endsTransfer = true};
     }
@@ -84,9 +95,11 @@ PacketSink::Sent FaultLayer::sendData(const PacketView& packet, TimePoint now) {
         return {.arrives = emit(dataPacket(packet.session(), flag, 0, claimed), now)};
     }
     if (plan_.wrongSequence.contains(dataSent_)) {
+        strike_("wrong-sequence");
         sendWrongSequence(packet, now);
     }
     if (plan_.badCrc.contains(dataSent_)) {
+        strike_("bad-crc");
         Bytes damaged(packet.bytes().begin(), packet.bytes().end());
         damaged.back() ^= 0xFF;
         return {.arrives = emit(damaged, now)};
@@ -103,6 +116,12 @@ void FaultLayer::sendWrongSequence(const PacketView& packet, TimePoint now) {
 TimePoint FaultLayer::emit(ByteView packet, TimePoint now) {
     ++sent_;
     const int copies = plan_.duplicate.contains(sent_) ? 2 : 1;
+    if (copies > 1) {
+        strike_("duplicate");
+    }
+    if (plan_.oneByte) {
+        strike_("one-byte");
+    }
     TimePoint arrives = now;
     for (int copy = 0; copy < copies; ++copy) {
         emitGarbage(now);
@@ -116,6 +135,7 @@ void FaultLayer::emitGarbage(TimePoint now) {
     if (plan_.garbage == 0) {
         return;
     }
+    strike_("garbage");
     Bytes bytes(plan_.garbage);
     for (std::uint8_t& byte : bytes) {
         byte = static_cast<std::uint8_t>(random_());

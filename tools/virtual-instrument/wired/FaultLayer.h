@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <random>
+#include <string_view>
 
 #include "Bytes.h"
 #include "line/DelayLine.h"
@@ -26,8 +27,11 @@ class FaultLayer final : public PacketSink {
     /// Called with what goes out: whole packets, and other bytes.
     using Tap = std::function<void(ByteView bytes, bool isPacket, TimePoint now)>;
 
+    /// Called with the name of a fault when it strikes.
+    using Strike = std::function<void(std::string_view fault)>;
+
     /// \param out must live as long as the layer.
-    FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap);
+    FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap, Strike strike);
 
     /// \param packet one whole packet from the host.
     Verdict admit(ByteView packet, TimePoint now);
@@ -48,6 +52,7 @@ class FaultLayer final : public PacketSink {
     std::mt19937_64 random_;
     DelayLine& out_;
     Tap tap_;
+    Strike strike_;
 
     std::uint32_t fromHost_ = 0;
     std::uint32_t sent_ = 0;

@@ -13,13 +13,15 @@ WiredProtocol::WiredProtocol(Instrument& instrument, DelayLine& out, TrafficLog&
                              Settings settings, std::function<void()> unplug)
     : log_(log),
       unplug_(std::move(unplug)),
-      faults_(std::move(settings.faults), settings.seed, out,
-              [this](ByteView bytes, bool isPacket, TimePoint now) {
-                  if (log_.isOn()) {
-                      log_.packet(Direction::toHost, isPacket ? describe(bytes) : "garbage", bytes,
-                                  now);
-                  }
-              }),
+      faults_(
+          std::move(settings.faults), settings.seed, out,
+          [this](ByteView bytes, bool isPacket, TimePoint now) {
+              if (log_.isOn()) {
+                  log_.packet(Direction::toHost, isPacket ? describe(bytes) : "garbage", bytes,
+                              now);
+              }
+          },
+          [this](std::string_view fault) { log_.note("fault: " + std::string(fault), now_); }),
       engine_(instrument, faults_, settings.engine,
               [this](std::string_view words) { log_.note(words, now_); }),
       scanner_(

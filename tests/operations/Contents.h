@@ -5,14 +5,13 @@
 #include <string>
 
 #include "cqapi/CQApi.h"
-#include "faults/Matrix.h"
-#include "peer/MeasuredRecord.h"
+#include "operations/Session.h"
 
 /// \file
-/// What a virtual instrument that starts calibrated, with the records of Stored and without noise,
+/// What a virtual instrument that starts calibrated, with the records of its model and without noise,
 /// answers (docs/virtual-instrument.md, "Records byte by byte").
 
-namespace cqtest::faults {
+namespace cqtest {
 
 /// The texts, in the order in which a wireless instrument is asked for them.
 struct Texts {
@@ -31,11 +30,12 @@ CqDeviceInfo expectedInfo(const Session& session);
 /// \param background what bytes hold that a wireless instrument says nothing about.
 CqInstrumentStatus expectedStatus(const Session& session, std::uint8_t background);
 CqWhiteBoardParameter expectedWhiteBoard(const Session& session, std::uint8_t background);
-CqWhiteBoardParameter writtenWhiteBoard();
+/// As instruments have it from the start.
+CqWhiteBoardParameter firstWhiteBoard();
 
 template <class T>
 bool isSame(const T& left, const T& right) {
     return std::memcmp(&left, &right, sizeof(T)) == 0;
 }
 
-}  // namespace cqtest::faults
+}  // namespace cqtest

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace cqtest::faults {
+namespace cqtest {
 
 /// Room for records between two strips of guard bytes, all filled with one pattern, so that it can
 /// be told what a call has written, and whether that was inside.
@@ -38,4 +38,4 @@ class Guarded {
     std::vector<std::uint8_t> bytes_;
 };
 
-}  // namespace cqtest::faults
+}  // namespace cqtest

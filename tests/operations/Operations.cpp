@@ -1,39 +1,35 @@
-// The operations of the exports that talk to an instrument: what each sends and receives, and what
-// it gives when nothing goes wrong.
+#include "operations/Operations.h"
 
-#include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstring>
-#include <map>
 #include <stdexcept>
 #include <thread>
 
 #include "endtoend/NumberedRecords.h"
-#include "faults/Connect.h"
-#include "faults/Contents.h"
-#include "faults/Guarded.h"
-#include "faults/Matrix.h"
+#include "operations/Contents.h"
+#include "operations/Guarded.h"
 #include "peer/WaitUntil.h"
 
-namespace cqtest::faults {
+namespace cqtest {
 namespace {
 
 using namespace std::chrono_literals;
 
-// Stored records that the operations read, write and delete.
+// Stored records that the operations read, write and delete if nothing else is chosen.
 constexpr std::uint32_t kFirst = 1;
 constexpr std::uint32_t kCount = 3;
 constexpr std::uint32_t kDeleted = 2;
 constexpr std::uint8_t kParameter = 7;
 constexpr std::uint8_t kParameterValue = 42;
+/// How many records are read at a time by chance, at most.
+constexpr std::size_t kPortion = 8;
 
 /// When a wireless instrument fails in the middle, what has come so far is in the record.
 enum class OnFailure { untouched, mayBePartial };
 
 /// Calls with guarded room for the records, and checks what was written there.
 template <class T, class Call, class CheckContents>
-std::string callInto(const Session& session, std::size_t count, const Call& call,
+std::string callInto(Session& session, std::size_t count, const Call& call,
                      const CheckContents& isRight, OnFailure onFailure = OnFailure::untouched) {
     Guarded<T> room(count);
     const std::uint32_t code = call(room.get());
@@ -65,70 +61,85 @@ std::string callForCount(Session& s, std::uint32_t expected, const Call& call) {
     return callInto<std::uint32_t>(s, 1, call, [&](auto* count) { return *count == expected; });
 }
 
-template <std::uint32_t (*Count)(CqHandle, std::uint32_t*), std::uint32_t Stored::*expected>
+template <std::uint32_t (*Count)(CqHandle, std::uint32_t*), RecordKind kind>
 std::string countStored(Session& s) {
-    return callForCount(s, Stored().*expected, [&](auto* count) { return Count(s.handle, count); });
+    const auto count = static_cast<std::uint32_t>(s.model.stored(kind).size());
+    return callForCount(s, count, [&](auto* result) { return Count(s.handle, result); });
+}
+
+/// A wired instrument takes the samples of all standards together, whatever is asked for.
+std::uint32_t allSamples(const Session& s) {
+    return s.isWired() ? 0 : CQ_ALL_RECORDS;
 }
 
 std::string getSampleCount(Session& s) {
-    const std::uint32_t each = Stored().samples / Stored().standards;
-    return callForCount(s, s.isWired() ? Stored().samples : each,
-                        [&](auto* count) { return cqGetSampleCount(s.handle, 0, count); });
+    const auto count = static_cast<std::uint32_t>(s.model.samples.size());
+    return callForCount(
+        s, count, [&](auto* result) { return cqGetSampleCount(s.handle, allSamples(s), result); });
 }
 
-/// \param step from the running number of one to that of the next.
-auto areRecords(RecordKind kind, std::uint32_t first, std::uint32_t count, std::uint32_t step) {
-    return [=](const CqMeasurementRecord* records) {
-        bool areRight = true;
-        for (std::uint32_t i = 0; i < count; ++i) {
-            areRight = areRight && isMeasuredRecord(records[i], kind, first + i * step);
-        }
-        return areRight;
-    };
-}
-
-template <std::uint32_t (*Measure)(CqHandle, CqMeasurementRecord*), RecordKind kind,
-          std::uint32_t Stored::*numbered>
+template <std::uint32_t (*Measure)(CqHandle, CqMeasurementRecord*), RecordKind kind>
 std::string measure(Session& s) {
+    const Held expected{true, ++s.model.lastNumber(kind)};
     return callInto<CqMeasurementRecord>(
         s, 1, [&](auto* record) { return Measure(s.handle, record); },
-        areRecords(kind, Stored().*numbered + 1, 1, 1));
+        [&](auto* record) { return expected.is(*record, kind); });
+}
+
+/// \param upload called with room, the first index, and what the caller gives as the count.
+template <class Upload>
+std::string uploadStored(Session& s, RecordKind kind, std::uint32_t first, std::uint32_t count,
+                         const Upload& upload) {
+    const std::vector<Held>& stored = s.model.stored(kind);
+    return callInto<CqMeasurementRecord>(s, count, upload, [&](auto* records) {
+        return std::equal(
+            records, records + count, stored.begin() + first,
+            [&](const auto& record, const Held& held) { return held.is(record, kind); });
+    });
+}
+
+struct Portion {
+    std::uint32_t first;
+    std::uint32_t count;
+};
+
+Portion pickPortion(Session& s, RecordKind kind, std::uint32_t usualFirst) {
+    const std::size_t size = s.model.stored(kind).size();
+    const std::uint32_t first = s.pick(size + 1, usualFirst);
+    return {first, s.pick(std::min(kPortion, size - first) + 1, kCount)};
 }
 
 std::string uploadStandards(Session& s) {
-    return callInto<CqMeasurementRecord>(
-        s, kCount,
-        [&](auto* records) { return cqUploadStandards(s.handle, records, kFirst, kCount); },
-        areRecords(RecordKind::standard, kFirst + 1, kCount, 1));
+    const auto [first, count] = pickPortion(s, RecordKind::standard, kFirst);
+    return uploadStored(s, RecordKind::standard, first, count, [&](auto* records) {
+        return cqUploadStandards(s.handle, records, first, count);
+    });
 }
 
 std::string uploadAllStandards(Session& s) {
-    const std::uint32_t count = Stored().standards - kFirst;
-    return callInto<CqMeasurementRecord>(
-        s, count,
-        [&](auto* records) { return cqUploadStandards(s.handle, records, kFirst, CQ_ALL_RECORDS); },
-        areRecords(RecordKind::standard, kFirst + 1, count, 1));
+    const auto size = static_cast<std::uint32_t>(s.model.standards.size());
+    const std::uint32_t first = s.pick(size, kFirst);
+    return uploadStored(s, RecordKind::standard, first, size - first, [&](auto* records) {
+        return cqUploadStandards(s.handle, records, first, CQ_ALL_RECORDS);
+    });
 }
 
-// A wired instrument gives the samples of all standards, a wireless one those of the standard asked
-// for, which is each fifth.
 std::string uploadSamples(Session& s) {
-    return callInto<CqMeasurementRecord>(
-        s, kCount, [&](auto* records) { return cqUploadSamples(s.handle, records, 0, 0, kCount); },
-        areRecords(RecordKind::trial, 1, kCount, s.isWired() ? 1 : Stored().standards));
+    const auto [first, count] = pickPortion(s, RecordKind::trial, 0);
+    return uploadStored(s, RecordKind::trial, first, count, [&](auto* records) {
+        return cqUploadSamples(s.handle, records, allSamples(s), first, count);
+    });
 }
 
 std::string downloadStandards(Session& s) {
-    return std::to_string(cqDownloadStandards(s.handle, numberedRecords(kCount).data(), kCount));
-}
-
-void readBackStandards(Session& s) {
-    std::array<CqMeasurementRecord, kCount> records{};
-    bool isThere = cqUploadStandards(s.handle, records.data(), Stored().standards, kCount) == 0;
-    for (std::uint32_t i = 0; i < kCount; ++i) {
-        isThere = isThere && isSame(records[i], numberedRecord(i));
+    const std::size_t free = s.model.capacity - s.model.standards.size();
+    const std::uint32_t count = s.pick(std::min<std::size_t>(free, kPortion) + 1, kCount);
+    std::vector<CqMeasurementRecord> records;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        records.push_back(numberedRecord(s.model.written));
+        s.model.standards.push_back({false, s.model.written++});
     }
-    s.check(isThere, "the written standards are not there");
+    return std::to_string(cqDownloadStandards(s.handle, records.data(), count));
 }
 
 std::string getWhiteBoard(Session& s) {
@@ -139,34 +150,32 @@ std::string getWhiteBoard(Session& s) {
         OnFailure::mayBePartial);
 }
 
+// A wireless instrument gets the text alone.
 std::string setWhiteBoard(Session& s) {
-    const CqWhiteBoardParameter board = writtenWhiteBoard();
+    CqWhiteBoardParameter board = s.model.whiteBoard;
+    const std::string text = "WT-" + std::to_string(s.pick(10'000, 4711));
+    std::memset(board.text, 0, sizeof(board.text));
+    std::copy(text.begin(), text.end(), board.text);
+    if (s.isWired()) {
+        board.firstBlock[s.pick(sizeof(board.firstBlock), 5)] ^= 0x55;
+        board.secondBlock[s.pick(sizeof(board.secondBlock), 123)] ^= 0x55;
+    }
+    s.model.whiteBoard = board;
     return std::to_string(cqSetWhiteBoardParameter(s.handle, &board));
 }
 
-// A wireless instrument gets the text alone.
-void readBackWhiteBoard(Session& s) {
-    CqWhiteBoardParameter board{};
-    const CqWhiteBoardParameter written = writtenWhiteBoard();
-    const bool isRead = cqGetWhiteBoardParameter(s.handle, &board) == CQ_NO_ERROR;
-    s.check(isRead && std::strcmp(board.text, written.text) == 0 &&
-                (!s.isWired() || isSame(board, written)),
-            "the written white-board parameter is not there");
-}
-
 std::string getParameter(Session& s) {
-    return callForCount(
-        s, 0, [&](auto* value) { return cqGetMeasurementParameter(s.handle, kParameter, value); });
+    const auto number = static_cast<std::uint8_t>(s.pick(256, kParameter));
+    return callForCount(s, s.model.parameters[number], [&](auto* value) {
+        return cqGetMeasurementParameter(s.handle, number, value);
+    });
 }
 
 std::string setParameter(Session& s) {
-    return std::to_string(cqSetMeasurementParameter(s.handle, kParameter, kParameterValue));
-}
-
-void readBackParameter(Session& s) {
-    std::uint32_t value = 0;
-    const bool isRead = cqGetMeasurementParameter(s.handle, kParameter, &value) == CQ_NO_ERROR;
-    s.check(isRead && value == kParameterValue, "the written parameter is not there");
+    const auto number = static_cast<std::uint8_t>(s.pick(256, kParameter));
+    const auto value = static_cast<std::uint8_t>(s.pick(256, kParameterValue));
+    s.model.parameters[number] = value;
+    return std::to_string(cqSetMeasurementParameter(s.handle, number, value));
 }
 
 template <std::uint32_t (*Function)(CqHandle)>
@@ -175,31 +184,47 @@ std::string callAlone(Session& s) {
 }
 
 std::string deleteStandard(Session& s) {
-    return std::to_string(cqDeleteStandard(s.handle, kDeleted));
+    const std::uint32_t index = s.pick(s.model.standards.size(), kDeleted);
+    s.model.standards.erase(s.model.standards.begin() + index);
+    return std::to_string(cqDeleteStandard(s.handle, index));
 }
 
 std::string deleteSample(Session& s) {
-    return std::to_string(cqDeleteSample(s.handle, 0, 1));
+    const std::uint32_t index = s.pick(s.model.samples.size(), 1);
+    s.model.samples.erase(s.model.samples.begin() + index);
+    return std::to_string(cqDeleteSample(s.handle, allSamples(s), index));
+}
+
+std::string deleteAll(Session& s) {
+    s.model.standards.clear();
+    s.model.samples.clear();
+    return std::to_string(cqDeleteAllRecords(s.handle));
 }
 
 /// The button is pressed, and the callback is called once with the measurement, or not at all.
 std::string press(Session& s) {
+    const RecordKind kind = s.pick(2, 0) == 0 ? RecordKind::standard : RecordKind::trial;
     struct Calls {
+        RecordKind kind;
+        Held expected;
         std::atomic<int> count{0};
         std::atomic<bool> areRight{true};
-    } calls;
+    } calls{kind, {true, ++s.model.lastNumber(kind)}};
     const auto callback = [](bool isStandard, const CqMeasurementRecord* record, void* user) {
         auto* const seen = static_cast<Calls*>(user);
-        const bool isRight =
-            isStandard && isMeasuredRecord(*record, RecordKind::standard, Stored().standards + 1);
+        const bool isRight = isStandard == (seen->kind == RecordKind::standard) &&
+                             seen->expected.is(*record, seen->kind);
         seen->areRight = seen->areRight && isRight;
         ++seen->count;
     };
+    if (s.model.stored(kind).size() < s.model.capacity) {
+        s.model.stored(kind).push_back(calls.expected);
+    }
     s.check(cqSetMeasurementResultReceivedCallback(s.handle, callback, &calls) == CQ_NO_ERROR,
             "the callback was not taken");
-    s.instrument->pressStandard();
+    kind == RecordKind::standard ? s.instrument->pressStandard() : s.instrument->pressTrial();
     waitUntil([&] { return calls.count > 0; }, 2500ms);
-    std::this_thread::sleep_for(300ms);  // for a second call
+    std::this_thread::sleep_for(s.afterPress);
     cqSetMeasurementResultReceivedCallback(s.handle, nullptr, nullptr);
     s.check(calls.areRight, "the callback was given a wrong record");
     return calls.count == 0 ? "none" : calls.count == 1 ? "called" : "called again";
@@ -233,7 +258,7 @@ std::string scan(Session& s) {
 std::string open(Session& s) {
     std::atomic<bool> hasReturned{false};
     std::thread opener([&] {
-        s.handle = connect(s.kind, s.instrument->portName());
+        s.open();
         hasReturned = true;
     });
     const bool isWaiting = !waitUntil([&] { return hasReturned.load(); }, s.isWired() ? 2s : 10s);
@@ -265,8 +290,8 @@ const WirelessStep kDelete{Check::done, 10000ms};
 
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> table{
-        {"open", {}, {}, open},
-        {"scan", {}, {}, scan},
+        {"open", {}, {}, open, "handle"},
+        {"scan", {}, {}, scan, "0 list"},
         {"info", {kInfo}, {kText, kText, kText, kText, kText, kText}, getDeviceInfo},
         {"status",
          {{0, sizeof(CqInstrumentStatus), 5000ms}},
@@ -277,17 +302,14 @@ const std::vector<Operation>& operations() {
         {"measureStandard",
          {kMeasured},
          {kRecord},
-         measure<cqMeasureStandard, RecordKind::standard, &Stored::standards>},
-        {"measureTrial",
-         {kMeasured},
-         {kRecord},
-         measure<cqMeasureTrial, RecordKind::trial, &Stored::samples>},
-        {"press", {{{}, kRecordSize, 0ms}}, {}, press, {6, 15}},
+         measure<cqMeasureStandard, RecordKind::standard>},
+        {"measureTrial", {kMeasured}, {kRecord}, measure<cqMeasureTrial, RecordKind::trial>},
+        {"press", {{{}, kRecordSize, 0ms}}, {}, press, "called"},
         {"totalStandards",
          {kTotal},
          {kNumber},
-         countStored<cqGetTotalStandards, &Stored::standards>},
-        {"totalSamples", {kTotal}, {kNumber}, countStored<cqGetTotalSamples, &Stored::samples>},
+         countStored<cqGetTotalStandards, RecordKind::standard>},
+        {"totalSamples", {kTotal}, {kNumber}, countStored<cqGetTotalSamples, RecordKind::trial>},
         {"sampleCount", {kTotal}, {kNumber}, getSampleCount},
         {"uploadStandards",
          {{2 * kWordSize, kCount * kRecordSize, 5150ms}},
@@ -304,12 +326,10 @@ const std::vector<Operation>& operations() {
         {"download",
          {kInfo, kTotal, {kCount * kRecordSize, {}, 5000ms}},
          {kWrite, kWrite, kWrite},
-         downloadStandards,
-         {8, 15},
-         readBackStandards},
-        {"deleteStandard", {{kWordSize, {}, 5000ms}}, {kDelete}, deleteStandard, {4, 15}},
-        {"deleteAll", {{kWordSize, {}, 30000ms}}, {kDelete}, callAlone<cqDeleteAllRecords>, {0, 0}},
-        {"deleteSample", {{2 * kWordSize, {}, 5000ms}}, {kDelete}, deleteSample, {5, 14}},
+         downloadStandards},
+        {"deleteStandard", {{kWordSize, {}, 5000ms}}, {kDelete}, deleteStandard},
+        {"deleteAll", {{kWordSize, {}, 30000ms}}, {kDelete}, deleteAll},
+        {"deleteSample", {{2 * kWordSize, {}, 5000ms}}, {kDelete}, deleteSample},
         {"getWhiteBoard",
          {{0, sizeof(CqWhiteBoardParameter), 5000ms}},
          {kText, {Check::block, 2000ms}},
@@ -317,12 +337,10 @@ const std::vector<Operation>& operations() {
         {"setWhiteBoard",
          {{sizeof(CqWhiteBoardParameter), {}, 5000ms}},
          {kWrite, {Check::written, 2000ms}},
-         setWhiteBoard,
-         {},
-         readBackWhiteBoard},
+         setWhiteBoard},
         {"getParameter", {{1, 1, 5000ms}}, {}, getParameter},
-        {"setParameter", {{2, {}, 5000ms}}, {}, setParameter, {}, readBackParameter},
-        {"close", {}, {}, close},
+        {"setParameter", {{2, {}, 5000ms}}, {}, setParameter},
+        {"close", {}, {}, close, "closed"},
     };
     return table;
 }
@@ -335,24 +353,4 @@ const Operation& operationNamed(const std::string& name) {
     return *found;
 }
 
-std::vector<Cell> faultlessCells(Kind kind) {
-    const std::map<std::string, std::string> words{
-        {"open", "handle"}, {"scan", "0 list"}, {"press", "called"}, {"close", "closed"}};
-    std::vector<Cell> cells;
-    for (const Operation& operation : operations()) {
-        if (!operation.isFor(kind)) {
-            continue;
-        }
-        const auto word = words.find(operation.name);
-        Cell cell{kind, "none", operation.name, {}};
-        cell.expected.outcomes = {word == words.end() ? "0" : word->second};
-        cell.expected.atMost = 5000ms;
-        cell.expected.effect = Effect::done;
-        const bool hasHandle = operation.name != "close" && operation.name != "scan";
-        cell.expected.recovery = hasHandle ? Recovery::handle : Recovery::reopen;
-        cells.push_back(std::move(cell));
-    }
-    return cells;
-}
-
-}  // namespace cqtest::faults
+}  // namespace cqtest

@@ -1,13 +1,11 @@
-#include "faults/Contents.h"
+#include "operations/Contents.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
-namespace cqtest::faults {
+namespace cqtest {
 namespace {
-
-constexpr std::uint64_t kCapacity = 1000;
 
 template <std::size_t Size>
 void put(char (&field)[Size], const std::string& text) {
@@ -23,17 +21,22 @@ void putReflectance(std::uint8_t* place, float level) {
     }
 }
 
+std::uint8_t percentFull(const Model& model) {
+    return static_cast<std::uint8_t>(100 * model.standards.size() / model.capacity);
+}
+
 }  // namespace
 
 Texts expectedTexts(const Session& session) {
     Texts texts;
-    const std::string& fault = session.expected->textFault;
+    texts.tile = session.model.whiteBoard.text;
+    const std::string& fault = session.textFault;
     if (fault.empty()) {
         return texts;
     }
     const std::array<std::string*, 6> inOrder{&texts.serial,      &texts.model,    &texts.firmware,
                                               &texts.description, &texts.hardware, &texts.tile};
-    std::string& struck = *inOrder.at(session.expected->struckStep);
+    std::string& struck = *inOrder.at(session.struckStep);
     struck = fault == "short" ? struck.substr(0, struck.size() - 1) : fault;
     return texts;
 }
@@ -47,7 +50,7 @@ CqDeviceInfo expectedInfo(const Session& session) {
     put(info.infoText7, texts.description);
     put(info.infoText6, texts.firmware);
     put(info.infoText12, texts.tile);
-    info.trailingValue = session.isWired() ? kCapacity : 0;
+    info.trailingValue = session.isWired() ? session.model.capacity : 0;
     return info;
 }
 
@@ -59,36 +62,34 @@ CqInstrumentStatus expectedStatus(const Session& session, std::uint8_t backgroun
     status.item15 = 1;
     status.item14 = 100;
     status.item18 = 1;
-    status.item20 = 0;
+    status.item20 = percentFull(session.model);
     status.item19 = 1;
-    status.totalStandards = static_cast<std::uint16_t>(Stored().standards);
+    status.totalStandards = static_cast<std::uint16_t>(session.model.standards.size());
     status.item0 = 1;
     return status;
 }
 
 CqWhiteBoardParameter expectedWhiteBoard(const Session& session, std::uint8_t background) {
-    CqWhiteBoardParameter board{};
-    // A wireless text is copied with its NUL, what is behind it stays.
-    std::memset(board.text, session.isWired() ? 0 : background, sizeof(board.text));
-    std::memset(board.reserved, session.isWired() ? 0 : background, sizeof(board.reserved));
-    std::string text = Texts().tile;
-    if (const std::string& fault = session.expected->textFault; !fault.empty()) {
+    CqWhiteBoardParameter board = session.model.whiteBoard;
+    std::string text = board.text;
+    if (const std::string& fault = session.textFault; !fault.empty()) {
         text = fault == "short" ? text.substr(0, text.size() - 1) : fault;
     }
+    if (!session.isWired()) {
+        // A wireless text is copied with its NUL, what is behind it stays.
+        std::memset(board.text, background, sizeof(board.text));
+        std::memset(board.reserved, background, sizeof(board.reserved));
+    }
     std::memcpy(board.text, text.c_str(), text.size() + 1);
+    return board;
+}
+
+CqWhiteBoardParameter firstWhiteBoard() {
+    CqWhiteBoardParameter board{};
+    put(board.text, Texts().tile);
     putReflectance(board.firstBlock, 0.94F);
     putReflectance(board.secondBlock, 0.90F);
     return board;
 }
 
-CqWhiteBoardParameter writtenWhiteBoard() {
-    CqWhiteBoardParameter board{};
-    put(board.text, "WT-4711");
-    for (std::size_t i = 0; i < sizeof(board.firstBlock); ++i) {
-        board.firstBlock[i] = static_cast<std::uint8_t>(i);
-        board.secondBlock[i] = static_cast<std::uint8_t>(200 - i);
-    }
-    return board;
-}
-
-}  // namespace cqtest::faults
+}  // namespace cqtest
