@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -35,9 +36,9 @@ Spectrum spectrumAt(const float* samples) {
     return Spectrum{samples, kSpectrumSamples};
 }
 
-/// Nothing stands for what is not defined.
+/// Nothing and not-a-number stand for what is not defined.
 std::uint32_t store(const std::optional<double>& result, float* value) {
-    if (!result) {
+    if (!result || std::isnan(*result)) {
         return CQ_INVALID_PARAMETER;
     }
     *value = static_cast<float>(*result);
@@ -148,7 +149,9 @@ uint32_t cqGetGreyScaleRating(uint32_t scale, const ColorData* standardLab,
     }
     const auto rate = scale == CqGreyScaleChange ? ratingOfChange : ratingOfStaining;
     const GreyScaleRating result = rate(labAt(standardLab), labAt(trialLab));
-    *rating = static_cast<float>(result.rating);
-    *step = static_cast<float>(result.step);
-    return CQ_NO_ERROR;
+    const std::uint32_t code = store(result.rating, rating);
+    if (code == CQ_NO_ERROR) {
+        *step = static_cast<float>(result.step);
+    }
+    return code;
 }

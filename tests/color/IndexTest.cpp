@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <utility>
 
 #include "cqapi/CQApi.h"
@@ -278,6 +279,9 @@ TEST(Metamerism, IsNotDefinedForABlackTrial) {
     const Spectrum grey = metamers().standard;
     const Spectrum black{};
     const std::pair<std::uint32_t, float> refused{16, kUntouched};
+    Spectrum unread = grey;
+    unread[7] = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(askMetamerism(0, 1, 0, 2, grey, unread), refused);
     EXPECT_EQ(askMetamerism(0, 0, 0, 2, grey, black), refused);
     EXPECT_EQ(askMetamerism(0, 1, 0, 2, grey, black).first, 0u);
     EXPECT_EQ(askMetamerism(7, 0, 0, 2, grey, grey), refused);
@@ -343,7 +347,13 @@ TEST(GreyScale, ColourCountsAsTheFormulasSay) {
     Rating untouched;
     const ColorData color{};
     EXPECT_EQ(cqGetGreyScaleRating(2, &color, &color, &untouched.rating, &untouched.step), 16u);
+    const ColorData none{{std::numeric_limits<float>::quiet_NaN(), 0, 0}};
+    for (const std::uint32_t scale : {CqGreyScaleChange, CqGreyScaleStaining}) {
+        EXPECT_EQ(cqGetGreyScaleRating(scale, &color, &none, &untouched.rating, &untouched.step),
+                  16u);
+    }
     EXPECT_EQ(untouched.rating, kUntouched);
+    EXPECT_EQ(untouched.step, kUntouched);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <sstream>
 
 #include "Samples.h"
@@ -75,10 +76,27 @@ TEST(Csv, RefusesBrokenQuotations) {
 }
 
 TEST(Csv, WritesFieldsThatItReadsBack) {
-    for (const std::string text : {"plain", "with, comma", "say \"so\"", "two\nlines"}) {
-        EXPECT_THAT(fieldsOf("1," + csvField(text) + ",2\n"),
-                    ElementsAre(ElementsAre("1", text, "2")));
+    for (const std::string text : {"plain", "with, comma", "say \"so\"", "two\nlines", " spaces ",
+                                   "#1", "it's", "'quoted'"}) {
+        EXPECT_THAT(fieldsOf(csvField(text) + ",2\n"), ElementsAre(ElementsAre(text, "2")));
     }
+    // What a spreadsheet would compute is marked as text.
+    for (const std::string text : {"=1+1", "+1", "-x", "@sum", "'=1", "''-1", "\t=1", "=a,\"b\""}) {
+        EXPECT_THAT(csvField(text), testing::ContainsRegex("^\"?'"));
+        EXPECT_THAT(fieldsOf(csvField(text) + ",2\n"), ElementsAre(ElementsAre(text, "2")));
+    }
+}
+
+TEST(Csv, TakesTimeInProportionToItsSize) {
+    const auto began = std::chrono::steady_clock::now();
+    for (const std::string piece : {"x\n", "a,", "1 "}) {
+        std::string text;
+        while (text.size() < 2'000'000) {
+            text += piece;
+        }
+        EXPECT_FALSE(tableOf(text).rows.empty());
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(10));
 }
 
 }  // namespace

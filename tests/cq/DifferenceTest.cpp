@@ -14,7 +14,7 @@ TEST(ToleranceOutline, IsAsFarFromTheStandardAsTheTolerance) {
     constexpr ColorData kStandards[] = {
         {{50, 60, 30}}, {{30, 10, -50}}, {{80, -40, 5}}, {{60, 0, 0}}};
     for (const ColorData& standard : kStandards) {
-        for (const auto formula : {DifferenceFormula::ab, DifferenceFormula::ciede2000}) {
+        for (const DifferenceFormula& formula : differenceFormulas()) {
             const auto outline = toleranceOutline(formula, standard, 0.1);
             ASSERT_GE(outline.size(), 36U);
             for (const AbOffset& offset : outline) {
@@ -24,6 +24,23 @@ TEST(ToleranceOutline, IsAsFarFromTheStandardAsTheTolerance) {
                 EXPECT_NEAR(difference(formula, standard, trial), 0.1, 0.002);
             }
         }
+    }
+}
+
+TEST(DifferenceFormula, IsNamedWithItsFactors) {
+    for (const auto& [text, symbol] : {std::pair{"76", "ΔE*ab"},
+                                       {"94t", "ΔE94t"},
+                                       {"cmc", "ΔEcmc(2:1)"},
+                                       {"cmc:1:1", "ΔEcmc(1:1)"},
+                                       {"2000", "ΔE00"},
+                                       {"2000:2:1:0.5", "ΔE00(2:1:0.5)"}}) {
+        EXPECT_EQ(nameOf(differenceFormulaNamed(text)), text);
+        EXPECT_EQ(symbolOf(differenceFormulaNamed(text)), symbol);
+    }
+    for (const char* wrong :
+         {"", "2001", "76:1:1:1", "cmc:2", "2000:2:1", "94:0:1:1", "94:1:1:x"}) {
+        EXPECT_THAT(thrownBy<UsageError>([&] { differenceFormulaNamed(wrong); }),
+                    HasSubstr("must be one of 76, 94, 94t, cmc, 2000, 99, 99o"));
     }
 }
 
@@ -49,13 +66,13 @@ TEST(RecordReport, GroupsAndJudgesTrials) {
     ASSERT_EQ(groups.size(), 3U);
     EXPECT_FALSE(groups[0].standard);
     EXPECT_EQ(groups[1].trials.size(), 2U);
-    const TrialSummary summary = summaryOf(groups, {DifferenceFormula::ab, 1.0});
+    const TrialSummary summary = summaryOf(groups, {{}, 1.0});
     EXPECT_EQ(summary.trials, 2U);
     EXPECT_EQ(summary.passed, 1U);
     EXPECT_NEAR(summary.mean, 1.75, 1e-6);
     EXPECT_EQ(summary.mostName, "far & out");
     // Three units of a* at this chroma are less than two of CIEDE2000.
-    EXPECT_EQ(summaryOf(groups, {DifferenceFormula::ciede2000, 2.0}).passed, 2U);
+    EXPECT_EQ(summaryOf(groups, {differenceFormulaNamed("2000"), 2.0}).passed, 2U);
 
     const RecordSet set = batch();
     EXPECT_EQ(groupsAgainst({set.entries[1]}, set, "f").at(0).trials.size(), 5U);
@@ -67,7 +84,7 @@ TEST(RecordReport, GroupsAndJudgesTrials) {
 
 TEST(RecordReport, ShowsWhatPassesAndNeedsNothingElse) {
     const RecordSet set = batch();
-    const std::string page = recordReport(set, groupsOf(set), {DifferenceFormula::ab, 1.0});
+    const std::string page = recordReport(set, groupsOf(set), {{}, 1.0});
     for (const char* part :
          {"<h1>Batch &lt;7&gt;</h1>", "1 of 2 within ΔE*<sub>ab</sub> 1",
           "<td class=\"pass\">pass</td>", "<td class=\"fail\">fail</td>", "far &amp; out",

@@ -1,3 +1,9 @@
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 #include <filesystem>
 #include <fstream>
 
@@ -62,8 +68,36 @@ TEST_F(Files, AreReplacedThroughALink) {
     writeFile(folder_ / "link", "new");
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
     EXPECT_EQ(readFile(folder_ / "real"), "new");
-    EXPECT_THAT(thrownBy<Failure>([] { writeFile("/dev/null", "x"); }),
-                HasSubstr("not an ordinary file"));
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::lchown((folder_ / "link").c_str(), 12345, 12345), 0);
+        EXPECT_THAT(thrownBy<Failure>([&] { writeFile(folder_ / "link", "x"); }),
+                    HasSubstr("another user's link"));
+    }
+}
+
+TEST_F(Files, KeepTheirModeAndTouchNothingBesides) {
+    writeFile(folder_ / "page", "old");
+    fs::permissions(folder_ / "page", fs::perms::owner_read | fs::perms::owner_write);
+    fs::create_symlink("page.victim", folder_ / "page.partial");
+    writeFile(folder_ / "page", "new");
+    EXPECT_EQ(fs::status(folder_ / "page").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_TRUE(fs::is_symlink(folder_ / "page.partial"));
+    EXPECT_EQ(filesInFolder(), 2U);
+}
+
+TEST_F(Files, ThatAreDevicesAndPipesAreWrittenTo) {
+    writeFile("/dev/null", "x");
+    EXPECT_TRUE(fs::is_character_file("/dev/null"));
+    const fs::path pipe = folder_ / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT(thrownBy<Failure>([&] { writeFile(pipe, "x"); }), HasSubstr("nobody reads"));
+    const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    writeFile(pipe, "x");
+    char read = 0;
+    EXPECT_EQ(::read(reader, &read, 1), 1);
+    EXPECT_EQ(read, 'x');
+    ::close(reader);
 }
 #endif
 

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "commands/MeasurementSeries.h"
+#include "instrument/Storage.h"
 #include "instrument/WhiteBoard.h"
 #include "Samples.h"
 #include "terminal/StatusLine.h"
@@ -23,6 +24,19 @@ TEST(IndexList, NamesIndicesAndRanges) {
     }
     EXPECT_EQ(rangeText(7, 1), "7");
     EXPECT_EQ(rangeText(7, 3), "7 to 9");
+}
+
+TEST(Portion, FitsTheLine) {
+    Portion portion;
+    EXPECT_EQ(portion.size(), 1U);
+    portion.took(1, std::chrono::milliseconds(2));
+    EXPECT_EQ(portion.size(), 50U);
+    portion.took(50, std::chrono::seconds(5));
+    EXPECT_EQ(portion.size(), 5U);
+    portion.took(5, std::chrono::minutes(1));
+    EXPECT_EQ(portion.size(), 1U);
+    portion.took(1, std::chrono::nanoseconds(0));
+    EXPECT_EQ(portion.size(), 50U);
 }
 
 TEST(StatusLine, ShowsHowFarSomethingIs) {

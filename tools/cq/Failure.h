@@ -36,4 +36,7 @@ class Failure : public std::runtime_error {
 /// Thrown by a command that Ctrl-C has ended.
 struct Interrupted {};
 
+/// What the user reads of it.
+inline constexpr const char* kEndedByInterrupt = "cq: ended by Ctrl-C\n";
+
 }  // namespace cqtool

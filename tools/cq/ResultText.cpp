@@ -1,24 +1,10 @@
 #include "ResultText.h"
 
-#include <iterator>
-
 #include "cqapi/CQApi.h"
 #include "Failure.h"
 
 namespace cqtool {
 namespace {
-
-// Indexed by CqResult.
-constexpr const char* kTexts[] = {
-    "no error",          "cannot found device", "fail to open",
-    "device is closed",  "no session",          "device is busy",
-    "sending timeout",   "receiving timeout",   "execute command failed",
-    "system error",      "invalid packet",      "unexpected command",
-    "uncalibrated",      "the storage is full", "fail to calibrate",
-    "no enough storage", "invalid parameter",   "not supported",
-    "has connected",     "unknown error",
-};
-static_assert(std::size(kTexts) == CQ_UNKNOWN_ERROR + 1);
 
 constexpr const char* kCalibrateFirst =
     "calibrate first: cq calibrate white, then cq calibrate black";
@@ -105,7 +91,7 @@ std::string adviceForScan(std::uint32_t code) {
 }  // namespace
 
 const char* resultText(std::uint32_t code) {
-    return code < std::size(kTexts) ? kTexts[code] : kTexts[CQ_UNKNOWN_ERROR];
+    return cqGetResultText(code);
 }
 
 std::string advice(std::uint32_t code, Operation operation) {

@@ -40,6 +40,7 @@ int main(int argc, char** argv) {
     cqtool::addParameter(program, environment);
     cqtool::addScan(program, environment);
     cqtool::addColor(program, environment);
+    cqtool::addDifference(program, environment);
     cqtool::addReport(program, environment);
     cqtool::addLog(program, environment);
     cqtool::addDoctor(program, environment);

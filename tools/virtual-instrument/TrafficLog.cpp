@@ -19,7 +19,11 @@ void TrafficLog::packet(Direction direction, std::string_view words, ByteView by
     }
     static constexpr char kDigits[] = "0123456789abcdef";
     std::string line = prefix(direction == Direction::fromHost ? "host >" : "host <", now);
-    line.append(words).append(" :");
+    // Some of the words are the host's own, and a terminal must not obey them.
+    for (const char letter : words) {
+        line += letter >= ' ' && letter <= '~' ? letter : '?';
+    }
+    line.append(" :");
     for (const std::uint8_t byte : bytes) {
         line.append({' ', kDigits[byte >> 4], kDigits[byte & 0xF]});
     }

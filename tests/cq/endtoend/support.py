@@ -86,10 +86,10 @@ class CqTest(unittest.TestCase):
             process.kill()
         process.communicate()
 
-    def interrupt(self, process, status):
+    def interrupt(self, process, status, number=signal.SIGINT):
         """Ctrl-C: the command must end soon with this status."""
         began = time.monotonic()
-        process.send_signal(signal.SIGINT)
+        process.send_signal(number)
         process.wait(timeout=PATIENCE)
         self.assertLess(time.monotonic() - began, 5)
         out, err = process.communicate()

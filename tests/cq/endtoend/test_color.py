@@ -2,6 +2,7 @@
 
 import csv
 import io
+import os
 import pathlib
 import re
 import signal
@@ -61,16 +62,62 @@ class Color(CqTest):
         (row,) = self.rows("--from", "spectrum", "--percent", "--input", "-", stdin=percent)
         self.assertAlmostEqual(float(row["lab.L"]), 76.07, delta=0.01)
 
+    def test_figures_besides_spaces(self):
+        (paper,) = self.rows("--from", "xyz", "95", "100", "105", "--observer", "2", "--index",
+                             "yellowness-e313,yellowness-d1925")
+        self.assertAlmostEqual(float(paper["index.yellowness-e313"]), 4.34, places=4)
+        self.assertEqual(paper["index.yellowness-d1925"], "")  # C alone
+        (grey,) = self.json("color", "--from", "xyz", "50", "40", "30", "--index", "whiteness-cie")
+        self.assertEqual(grey["beyondLimits"], ["whiteness-cie"])
+
+        standard = self.folder / "standard.csv"
+        standard.write_text(white("0.5") + "\n")
+        against = ("--strength-against", standard, "--metamerism-against", standard)
+        rows = self.json("color", "--from", "spectrum", white("0.25"), *against, "--illuminant",
+                         "D65,A")
+        self.assertEqual([row["illuminant"] for row in rows], ["D65", "A"])
+        for row in rows:
+            for percent in row["strength"].values():
+                self.assertAlmostEqual(percent, 450, places=3)
+            self.assertAlmostEqual(row["metamerism"]["76"], 0, places=3)
+        self.refused("color", "--from", "spectrum", white(), *against, status=2,
+                     says="--illuminant D65,A,F11")
+        self.refused("color", "--from", "lab", "1", "2", "3", *against, status=2,
+                     says="those of spectra")
+
+    def test_differences(self):
+        # Sharma's first pair, and Lindbloom's by CMC.
+        pair = ("difference", "--from", "lab", "50", "2.6772", "-79.7751", "50", "0", "-82.7485")
+        (trial,) = self.json(*pair)["trials"]
+        self.assertAlmostEqual(trial["deltaE"]["2000"], 2.0425, places=4)
+        self.assertAlmostEqual(trial["deltaB"], -2.9734, places=4)
+        self.assertEqual(len(trial["deltaE"]), 7)
+        trials = self.folder / "trials.csv"
+        trials.write_text("name,L,a,b\ndark,20,10,-20\nsame,100,-50,50\n")
+        table = self.cq("difference", "--from", "lab", "100,-50,50", "--input", trials, "--formula",
+                        "cmc:1:1,2000:2:1:1").stdout.splitlines()
+        self.assertEqual(table[0].split()[-2:], ["ΔEcmc(1:1)", "ΔE00(2:1:1)"])
+        self.assertEqual(table[1].split()[:2] + table[1].split()[-2:-1], ["dark", "-80.00", "66.32"])
+        self.assertEqual(table[2].split()[1:], ["0.00"] * 7)
+        self.refused("difference", "--from", "lab", "1", "2", "3", status=2, says="then the trials")
+        self.refused(*pair, "--formula", "cmc:2", status=2, says="must be one of")
+
     def test_can_be_interrupted_while_it_reads(self):
-        process = self.start("color", "--from", "lab", "--input", "-", stdin=subprocess.PIPE)
-        process.stdin.write("50,0,0\n")
-        process.stdin.flush()
-        # It catches the signal once it runs; the signal's mask of caught ones says so.
-        status = pathlib.Path(f"/proc/{process.pid}/status")
-        caught = lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16)
-        self.wait_for(lambda: caught() & 1 << (signal.SIGINT - 1), "the program's start")
-        out, _ = self.interrupt(process, status=130)
-        self.assertEqual(out, "")
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        for command in (("color", "--from", "lab", "--input", "-"),
+                        ("color", "--from", "lab", "--input", pipe),
+                        ("report", pipe, "--format", "csv", "--output", self.folder / "page.html")):
+            with self.subTest(command):
+                process = self.start(*command, stdin=subprocess.PIPE)
+                process.stdin.write("50,0,0\n")
+                process.stdin.flush()
+                # It catches the signal once it runs; the signal's mask of caught ones says so.
+                status = pathlib.Path(f"/proc/{process.pid}/status")
+                caught = lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16)
+                self.wait_for(lambda: caught() & 1 << (signal.SIGINT - 1), "the program's start")
+                self.assertEqual(self.interrupt(process, status=130), ("", "cq: ended by Ctrl-C\n"))
+        self.refused("color", "--from", "lab", "--input", "/dev/zero", status=1, says="256 MiB")
 
     def test_bad_input(self):
         for kind, stdin, says in (

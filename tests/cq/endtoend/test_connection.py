@@ -1,6 +1,7 @@
 """Ports that are missing, silent or go away, refusals, and Ctrl-C."""
 
 import os
+import signal
 import time
 
 from support import CqTest, PATIENCE
@@ -25,7 +26,7 @@ class Ports(CqTest):
         port, other_end = self.silent_port()
         process = self.start("info", "--port", port, "--open-timeout", "600")
         os.read(other_end, 100)
-        self.interrupt(process, status=130)
+        self.assertEqual(self.interrupt(process, status=130)[1], "cq: ended by Ctrl-C\n")
 
     def test_a_wrong_one_is_explained(self):
         nothing = self.folder / "ttyNONE"
@@ -62,17 +63,21 @@ class CtrlC(CqTest):
         return process, link
 
     def test_ends_a_measurement(self):
+        """So do the other signals that ask a program to end."""
         log = self.folder / "log"
-        process, link = self.start_with_link(
-            "measure", "standard", "--output", self.folder / "record",
-            options=f"--calibrated --measure-time 14000 --log {log}",
-        )
-        self.wait_for(lambda: log.exists() and "measure standard" in log.read_text(), "the request")
-        _, message = self.interrupt(process, status=130)
-        self.assertIn("ended by Ctrl-C", message)
-        self.assertFalse(link.is_symlink())
-        self.assertEqual([p.name for p in self.folder.iterdir()], ["log"])
-        self.assertIn("55 aa a4", log.read_text().lower())  # the farewell
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            with self.subTest(number):
+                process, link = self.start_with_link(
+                    "measure", "standard", "--output", self.folder / "a.record",
+                    options=f"--calibrated --measure-time 14000 --log {log}",
+                )
+                self.wait_for(lambda: log.exists() and "measure standard" in log.read_text(), "the request")
+                _, message = self.interrupt(process, status=130, number=number)
+                self.assertIn("ended by Ctrl-C", message)
+                self.assertFalse(link.is_symlink())
+                self.assertEqual([p.name for p in self.folder.iterdir()], ["log"])
+                self.assertIn("55 aa a4", log.read_text().lower())  # the farewell
+                log.unlink()
 
     def test_ends_listening(self):
         process, link = self.start_with_link("monitor", options="--calibrated")

@@ -38,8 +38,14 @@ class Report(CqTest):
         self.assertEqual(done["report"], str(self.page))
         self.assertIn("2 of 3 within", self.page.read_text())
         text = self.cq("report", self.batch, "--output", self.page, "--tolerance", 2,
-                       "--formula", "00", "--standard", 3).stdout
+                       "--formula", "2000", "--standard", 3).stdout
         self.assertRegex(text, r"^\d of 3 trials within ΔE00 2\nΔE00: mean \d\.\d\d, largest ")
+
+    def test_judges_by_any_formula(self):
+        done = self.report("--tolerance", "1", "--formula", "cmc:1:1")
+        self.assertEqual(done["formula"], "cmc:1:1")
+        self.assertLess(done["trials"][1]["deltaE"], done["trials"][1]["deltaEab"])
+        self.assertIn("ΔE<sub>cmc(1:1)</sub>", self.page.read_text())
 
     def test_compares_with_another_file(self):
         master = self.folder / "master.json"
@@ -55,7 +61,7 @@ class Report(CqTest):
         report = ("report", self.batch, "--output", self.page)
         self.refused(*report, "--standard", 9, status=1, says="no measurement with the index 9")
         self.refused(*report, "--tolerance", 0, status=2, says="--tolerance")
-        self.refused(*report, "--formula", "94", status=2, says="ab (CIE 1976) or 00")
+        self.refused(*report, "--formula", "95", status=2, says="76, 94, 94t, cmc, 2000, 99, 99o")
         self.batch.write_text(BATCH.replace("60.1", "x"))
         self.refused(*report, status=1, says="batch.csv line 3: a must be a number, not 'x'")
         self.batch.write_text(BATCH.splitlines()[0])

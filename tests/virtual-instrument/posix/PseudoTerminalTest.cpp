@@ -41,10 +41,15 @@ TEST(PseudoTerminal, IsUnlockedWhenAHostHasGone) {
     EXPECT_TRUE(isLocked(next));
 }
 
-TEST(PseudoTerminal, LinkReplacesALinkOnlyAndGoesWithIt) {
+TEST(PseudoTerminal, LinkReplacesALinkToATerminalOnlyAndGoesWithIt) {
     const std::string link = testing::TempDir() + "vi-test-" + std::to_string(::getpid());
     fs::remove(link);
     fs::create_symlink("/nowhere", link);
+    EXPECT_THROW(PseudoTerminal{link}, std::runtime_error);
+    EXPECT_EQ(fs::read_symlink(link), "/nowhere");
+    fs::remove(link);
+    fs::create_symlink("/dev/pts/999999", link);  // as a killed program leaves it
+    std::ofstream(link + ".new") << "somebody's";
     {
         const PseudoTerminal terminal(link);
         EXPECT_EQ(fs::read_symlink(link), terminal.name());
@@ -52,6 +57,7 @@ TEST(PseudoTerminal, LinkReplacesALinkOnlyAndGoesWithIt) {
         EXPECT_EQ(fs::read_symlink(link), other.name());
     }
     EXPECT_FALSE(fs::exists(fs::symlink_status(link)));
+    EXPECT_TRUE(fs::remove(link + ".new"));
 
     std::ofstream(link) << "a file";
     EXPECT_THROW(PseudoTerminal{link}, std::runtime_error);

@@ -19,6 +19,13 @@ Json colorJson(const ColorData& color, const SpaceInfo& space);
 /// {"start": 400, "step": 10, "values": [...]}.
 Json spectrumJson(const Spectrum& spectrum);
 
+/// Adds a trial's difference: "deltaEab", and by another formula "formula" and "deltaE", too.
+void addDifference(Json& json, const DifferenceFormula& formula, const ColorData& standardLab,
+                   const ColorData& trialLab);
+
+/// The text; null for none.
+Json orNull(const std::string& text);
+
 /// Two hexadecimal digits a byte.
 std::string hexText(const std::uint8_t* bytes, std::size_t size);
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "colour/ColorNames.h"
+#include "colour/Difference.h"
 #include "colour/Spectrum.h"
 #include "cqapi/CQApi.h"
 
@@ -24,27 +25,10 @@ ColorData colorOfSpectrum(const Spectrum& spectrum, std::uint32_t space, const V
 ColorData colorOfXyz(const ColorData& xyz, std::uint32_t space, const Viewing& viewing);
 ColorData colorOfLab(const ColorData& lab, std::uint32_t space, const Viewing& viewing);
 
-/// CIE 1976 colour difference of two colours given as L*, a*, b* (ISO/CIE 11664-4): their distance.
-double deltaEab(const ColorData& lab1, const ColorData& lab2);
-
-/// What CIEDE2000 makes of a place in the L*, a*, b* space, all parametric factors being 1
-/// (CIE 142-2001, ISO/CIE 11664-6:2014).
-struct Ciede2000Weights {
-    double stretch;    ///< what a* is multiplied by: 1 + G
-    double hue;        ///< hue angle h' in radians, of the stretched a* and b*
-    double lightness;  ///< S_L
-    double chroma;     ///< S_C
-    double hueWeight;  ///< S_H
-    double rotation;   ///< R_T
-
-    /// ΔE00 of a small difference of the same lightness from this place.
-    double difference(double a, double b) const;
-};
-
-Ciede2000Weights ciede2000WeightsAt(const ColorData& lab);
-
-/// CIEDE2000 colour difference, as above.
-double deltaE00(const ColorData& lab1, const ColorData& lab2);
+/// ΔE*ab of two colours given as L*, a*, b*.
+inline double deltaEab(const ColorData& lab1, const ColorData& lab2) {
+    return difference({}, lab1, lab2);
+}
 
 /// \param srgb a colour of ColorSpaceSrgb.
 Rgb toRgb(const ColorData& srgb);

@@ -1,64 +1,27 @@
 #include <algorithm>
-#include <cstdlib>
-#include <iostream>
 #include <memory>
 #include <ostream>
-#include <sstream>
 
-#include "colour/ColorInput.h"
 #include "commands/Commands.h"
 #include "commands/ConvertedColors.h"
+#include "commands/GivenColors.h"
 #include "commands/Options.h"
 #include "Failure.h"
-#include "system/Files.h"
 
 namespace cqtool {
 namespace {
 
 struct ColorOptions {
-    InputKind from = InputKind::spectrum;
+    GivenColors given;
     std::vector<const SpaceInfo*> to{&colorSpace(ColorSpaceLab)};
     std::vector<std::int32_t> illuminants{IlluminantD65};
     std::vector<std::int32_t> observers{Observer10Degree};
-    std::string input;
-    std::vector<std::string> values;
-    bool isPercent = false;
+    FigureRequest figures;
+    std::string strengthFile;
+    std::string metamerismFile;
     std::string format = "table";
     OutputOptions output;
 };
-
-std::vector<InputColor> readTable(const ColorOptions& options, Interrupt& interrupt) {
-    if (options.input == "-") {
-        // Reading goes on after a signal; there is nothing here to put in order first.
-        const auto end =
-            interrupt.onInterrupt([] { std::_Exit(static_cast<int>(ExitStatus::interrupted)); });
-        const std::string source = "standard input";
-        return colorsOfTable(readCsv(std::cin, source), options.from, source);
-    }
-    std::istringstream content(readFile(options.input));
-    return colorsOfTable(readCsv(content, options.input), options.from, options.input);
-}
-
-std::vector<InputColor> readColors(const ColorOptions& options, Interrupt& interrupt) {
-    if (options.input.empty() == options.values.empty()) {
-        throw UsageError(
-            options.input.empty()
-                ? "give the colours: a file with --input FILE, '-' for standard input, "
-                  "or numbers on the command line"
-                : "give either --input or numbers on the command line, not both");
-    }
-    auto colors = options.input.empty() ? colorsOfArguments(options.values, options.from)
-                                        : readTable(options, interrupt);
-    if (options.from == InputKind::spectrum) {
-        if (options.isPercent) {
-            convertFromPercent(colors);
-        }
-        checkReflectances(colors);
-    } else if (options.isPercent) {
-        throw UsageError("--percent is for spectra");
-    }
-    return colors;
-}
 
 /// The spaces of these names, each once; "all" stands for all of them.
 std::vector<const SpaceInfo*> spacesNamed(const std::vector<std::string>& names) {
@@ -88,22 +51,35 @@ std::vector<Viewing> viewingsOf(const ColorOptions& options) {
     return viewings;
 }
 
-void runColor(const ColorOptions& options, const Environment& environment) {
-    const auto viewings = viewingsOf(options);
-    if (options.from != InputKind::spectrum && viewings.size() > 1) {
-        throw UsageError(
-            "XYZ and Lab values belong to one illuminant and one observer; only spectra can be "
-            "computed for several");
+/// The spectrum that a file begins with.
+Spectrum standardIn(const std::string& file, bool isPercent) {
+    GivenColors given;
+    given.input = file;
+    given.isPercent = isPercent;
+    return spectrumOf(firstColorIn(given));
+}
+
+/// With the standards read.
+FigureRequest figuresFor(const ColorOptions& options) {
+    FigureRequest request = options.figures;
+    if (options.strengthFile.empty() && options.metamerismFile.empty()) {
+        return request;
     }
-    const auto colors =
-        convert(readColors(options, environment.interrupt), options.from, options.to, viewings);
-    if (options.output.json || options.format == "json") {
-        environment.out << jsonOf(colors, options.to);
-    } else if (options.format == "csv") {
-        environment.out << csvOf(colors, options.to);
-    } else {
-        environment.out << tableOf(colors, options.to, options.output.palette());
+    if (options.given.kind != InputKind::spectrum) {
+        throw UsageError("strength and metamerism are those of spectra: --from spectrum");
     }
+    if (!options.strengthFile.empty()) {
+        request.strengthStandard = standardIn(options.strengthFile, options.given.isPercent);
+    }
+    if (!options.metamerismFile.empty()) {
+        if (options.illuminants.size() < 2) {
+            throw UsageError(
+                "metamerism needs the reference illuminant and those to test with, as in "
+                "--illuminant D65,A,F11");
+        }
+        request.metamerismStandard = standardIn(options.metamerismFile, options.given.isPercent);
+    }
+    return request;
 }
 
 /// Adds an option for several values, each named by a text.
@@ -116,18 +92,52 @@ void addNames(CommandLine& line, const OptionText& text, std::vector<Value>& val
     });
 }
 
+void addFigureOptions(CommandLine& line, ColorOptions& options) {
+    addNames(line,
+             {"--index", "NAMES", "Indices of white, several with commas: " + colorIndexNames()},
+             options.figures.indices, colorIndexNamed);
+    line.addOption({"--strength-against", "FILE",
+                    "Give the colour strength in percent of the first spectrum in this file, by "
+                    "each method"},
+                   options.strengthFile);
+    line.addOption({"--metamerism-against", "FILE",
+                    "Give the metamerism index with the first spectrum in this file, for a change "
+                    "from the first illuminant to each other one"},
+                   options.metamerismFile);
+    addFormulaOption(line, options.figures.formula);
+}
+
+void runColor(const ColorOptions& options, const Environment& environment) {
+    const auto viewings = viewingsOf(options);
+    const InputKind from = options.given.kind;
+    if (from != InputKind::spectrum && viewings.size() > 1) {
+        throw UsageError(
+            "XYZ and Lab values belong to one illuminant and one observer; only spectra can be "
+            "computed for several");
+    }
+    const FigureRequest figures = figuresFor(options);
+    const auto given = readColors(options.given);
+    auto colors = convert(given, from, options.to, viewings);
+    for (std::size_t i = 0; i < colors.size(); ++i) {
+        colors[i].figures = figuresOf(given[i / viewings.size()], from, figures, viewings.front(),
+                                      colors[i].viewing);
+    }
+    if (options.output.json || options.format == "json") {
+        environment.out << jsonOf(colors, options.to);
+    } else if (options.format == "csv") {
+        environment.out << csvOf(colors, options.to);
+    } else {
+        environment.out << tableOf(colors, options.to, options.output.palette());
+    }
+}
+
 }  // namespace
 
 void addColor(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("color", "Compute colours from spectra, XYZ or Lab; needs no instrument");
     const auto options = std::make_shared<ColorOptions>();
-    addNamed(line,
-             {.name = "--from",
-              .valueName = "spectrum|xyz|lab",
-              .description = "What the numbers are; a spectrum is 31 reflectances, 400 to 700 nm",
-              .isRequired = true},
-             options->from, inputKindNamed);
+    addKindOption(line, options->given.kind);
     line.addList(
         {"--to", "NAMES",
          "Colour spaces, separated by commas: " + colorSpaceNames() + ", or all (default lab)"},
@@ -141,11 +151,8 @@ void addColor(Program& program, const Environment& environment) {
              {"--observer", "DEGREES",
               "Standard observers in degrees, separated by commas: 2, 10 (default 10)"},
              options->observers, observerNamed);
-    line.addOption({"--input", "FILE", "Table of colours, one per line; '-' reads standard input"},
-                   options->input);
-    line.addArguments({"values", "NUMBERS", "The colour values, instead of --input"},
-                      options->values);
-    line.addFlag({"--percent", "", "The spectra are in percent"}, options->isPercent);
+    addOptions(line, options->given);
+    addFigureOptions(line, *options);
     line.addChoice({"--format", "table|csv|json", "Output format (default table)"},
                    options->format);
     addOptions(line, options->output);
@@ -153,7 +160,9 @@ void addColor(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq color --from lab 50 -20 30 --to xyz,srgb --illuminant D50 --observer 2\n"
         "  cq color --from spectrum --input spectra.csv --illuminant D65,A,F11\n"
-        "  cq color --from xyz --to all --format csv --input - < colours.txt");
+        "  cq color --from xyz --to all --format csv --input - < colours.txt\n"
+        "  cq color --from xyz 84.6 88.3 104.1 --to yxy --index whiteness-cie,tint-cie\n"
+        "  cq color --from spectrum --input trials.csv --strength-against standard.csv");
     line.setAction([options, environment] { runColor(*options, environment); });
 }
 

@@ -3,6 +3,7 @@
 #include <iosfwd>
 
 #include "commands/Program.h"
+#include "system/Files.h"
 #include "system/Interrupt.h"
 
 namespace cqtool {
@@ -12,6 +13,11 @@ struct Environment {
     std::ostream& out;    ///< results
     std::ostream& notes;  ///< remarks that are not results
     Interrupt& interrupt;
+
+    /// For the words about a file that is written: not among its bytes on standard output.
+    std::ostream& besides(const std::string& file) const {
+        return isStandardOutput(file) ? notes : out;
+    }
 };
 
 // Each adds a command to the program.
@@ -28,6 +34,7 @@ void addSamples(Program& program, const Environment& environment);
 void addWhiteBoard(Program& program, const Environment& environment);
 void addParameter(Program& program, const Environment& environment);
 void addColor(Program& program, const Environment& environment);
+void addDifference(Program& program, const Environment& environment);
 void addReport(Program& program, const Environment& environment);
 void addLog(Program& program, const Environment& environment);
 void addDoctor(Program& program, const Environment& environment);

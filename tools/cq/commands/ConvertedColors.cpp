@@ -1,36 +1,52 @@
 #include "commands/ConvertedColors.h"
 
+#include <algorithm>
+
 #include "colour/ColorJson.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
 namespace {
 
-ColorData colorOf(const InputColor& input, InputKind kind, std::uint32_t space,
-                  const Viewing& viewing) {
-    if (kind == InputKind::spectrum) {
-        Spectrum spectrum;
-        for (std::size_t i = 0; i < spectrum.size(); ++i) {
-            spectrum[i] = static_cast<float>(input.values[i]);
-        }
-        return colorOfSpectrum(spectrum, space, viewing);
-    }
-    const ColorData triple{{static_cast<float>(input.values[0]),
-                            static_cast<float>(input.values[1]),
-                            static_cast<float>(input.values[2])}};
-    return kind == InputKind::xyz ? colorOfXyz(triple, space, viewing)
-                                  : colorOfLab(triple, space, viewing);
+/// As in "94.85", with a mark beyond the limits of the index; a dash where it is not defined.
+std::string textOf(const Figure& figure) {
+    return figure.value ? fixed(*figure.value, 2) + (figure.isWithinLimits ? "" : "!") : "-";
+}
+
+/// As in "index.tint-cie".
+std::string titleOf(const Figure& figure) {
+    return figure.group + '.' + figure.name;
 }
 
 }  // namespace
+
+Spectrum spectrumOf(const InputColor& color) {
+    Spectrum spectrum;
+    std::transform(color.values.begin(), color.values.end(), spectrum.begin(),
+                   [](double value) { return static_cast<float>(value); });
+    return spectrum;
+}
+
+ColorData colorOf(const InputColor& color, InputKind kind, std::uint32_t space,
+                  const Viewing& viewing) {
+    if (kind == InputKind::spectrum) {
+        return colorOfSpectrum(spectrumOf(color), space, viewing);
+    }
+    const ColorData triple{{static_cast<float>(color.values[0]),
+                            static_cast<float>(color.values[1]),
+                            static_cast<float>(color.values[2])}};
+    return kind == InputKind::xyz ? colorOfXyz(triple, space, viewing)
+                                  : colorOfLab(triple, space, viewing);
+}
 
 std::vector<ConvertedColor> convert(const std::vector<InputColor>& colors, InputKind kind,
                                     Spaces spaces, std::span<const Viewing> viewings) {
     std::vector<ConvertedColor> result;
     for (const InputColor& color : colors) {
         for (const Viewing& viewing : viewings) {
-            ConvertedColor converted{color.name, viewing, {}, {}};
+            ConvertedColor converted{color.name, viewing, {}, {}, {}};
             for (const SpaceInfo* space : spaces) {
                 converted.values.push_back(colorOf(color, kind, space->number, viewing));
             }
@@ -50,16 +66,22 @@ std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const
             columns.push_back({symbol});
         }
     }
+    for (const Figure& figure : colors.empty() ? std::vector<Figure>() : colors.front().figures) {
+        columns.push_back({titleOf(figure)});
+    }
     std::vector<TextTable::Row> rows;
     TextTable table(std::move(columns));
     for (const ConvertedColor& color : colors) {
         const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
-        TextTable::Row row{color.name, viewingName(color.viewing),
+        TextTable::Row row{shown(color.name), viewingName(color.viewing),
                            swatch.empty() ? hexColor(color.rgb) : swatch};
         for (std::size_t i = 0; i < spaces.size(); ++i) {
             for (std::size_t k = 0; k < 3; ++k) {
                 row.push_back(fixed(color.values[i].values[k], spaces[i]->decimals[k]));
             }
+        }
+        for (const Figure& figure : color.figures) {
+            row.push_back(textOf(figure));
         }
         table.fit(row);
         rows.push_back(std::move(row));
@@ -78,14 +100,21 @@ std::string csvOf(std::span<const ConvertedColor> colors, Spaces spaces) {
             text += std::string(",") + space->name + "." + key;
         }
     }
+    for (const Figure& figure : colors.empty() ? std::vector<Figure>() : colors.front().figures) {
+        text += ',' + titleOf(figure);
+    }
     text += ",hex\n";
     for (const ConvertedColor& color : colors) {
-        text += csvField(color.name) + "," + illuminantName(color.viewing.illuminant) + "," +
+        text += csvField(shown(color.name)) + "," + illuminantName(color.viewing.illuminant) + "," +
                 std::to_string(observerDegrees(color.viewing.observer));
         for (const ColorData& values : color.values) {
             for (const float value : values.values) {
                 text += "," + digitsOf(shortest(value));
             }
+        }
+        for (const Figure& figure : color.figures) {
+            text += ',' + (figure.value ? digitsOf(shortest(static_cast<float>(*figure.value)))
+                                        : std::string());
         }
         text += "," + hexColor(color.rgb) + '\n';
     }
@@ -100,6 +129,12 @@ std::string jsonOf(std::span<const ConvertedColor> colors, Spaces spaces) {
                    {"observer", observerDegrees(color.viewing.observer)}};
         for (std::size_t i = 0; i < spaces.size(); ++i) {
             entry[spaces[i]->name] = colorJson(color.values[i], *spaces[i]);
+        }
+        for (const Figure& figure : color.figures) {
+            entry[figure.group][figure.name] = figure.value ? Json(*figure.value) : Json();
+            if (!figure.isWithinLimits) {
+                entry["beyondLimits"].push_back(figure.name);
+            }
         }
         entry["hex"] = hexColor(color.rgb);
         json.push_back(std::move(entry));

@@ -6,6 +6,7 @@
 
 #include "colour/ColorInput.h"
 #include "colour/ColorMath.h"
+#include "commands/ColorFigures.h"
 #include "terminal/Palette.h"
 
 namespace cqtool {
@@ -16,7 +17,14 @@ struct ConvertedColor {
     Viewing viewing;
     std::vector<ColorData> values;  ///< one for each space
     Rgb rgb;
+    std::vector<Figure> figures;  ///< the same ones of every colour
 };
+
+/// \param color 31 numbers.
+Spectrum spectrumOf(const InputColor& color);
+
+ColorData colorOf(const InputColor& color, InputKind kind, std::uint32_t space,
+                  const Viewing& viewing);
 
 using Spaces = std::span<const SpaceInfo* const>;
 

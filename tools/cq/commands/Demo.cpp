@@ -6,12 +6,14 @@
 #include "colour/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "exchange/Exchange.h"
 #include "Failure.h"
 #include "instrument/RecordLayout.h"
 #include "instrument/Records.h"
 #include "report/ChartReport.h"
 #include "system/Files.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -50,7 +52,7 @@ std::string localTime() {
 class Progress {
   public:
     Progress(const DemoOptions& options, const Environment& environment)
-        : out_(environment.out),
+        : out_(environment.besides(options.report)),
           palette_(options.output.palette()),
           isSilent_(options.output.json) {
         using Align = TextTable::Align;
@@ -160,11 +162,17 @@ std::string writeReport(const std::string& file, const std::vector<PatchResult>&
     const std::filesystem::path path(file);
     std::error_code ignored;  // a failure shows when the file is written
     std::filesystem::create_directories(path.parent_path(), ignored);
-    writeFile(path, chartReport(results, origin));
+    writeFile(path, pageFormatFor(path) == ExchangeFormat::json
+                        ? pageOfJson(jsonOf(results, origin, {}))
+                        : chartReport(results, origin));
     return std::filesystem::absolute(path).lexically_normal().string();
 }
 
 void runDemo(const DemoOptions& options, const Environment& environment) {
+    if (!options.report.empty()) {
+        checkOutput(options.report, options.output, {options.recordLayout});
+        pageFormatFor(options.report);
+    }
     const RecordLayout layout = loadRecordLayout(options.recordLayout);
     Progress progress(options, environment);
     const Connection connection(connectionFor(options.connection), environment.interrupt);
@@ -190,7 +198,7 @@ void runDemo(const DemoOptions& options, const Environment& environment) {
         environment.out << pageOfJson(jsonOf(results, origin, report));
     }
     progress.say(report.empty() ? "\nAdd --report FILE for a page with swatches and curves."
-                                : "\nReport: " + report);
+                                : "\nReport: " + shown(report));
 }
 
 }  // namespace
@@ -199,8 +207,10 @@ void addDemo(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "demo", "Measure a chart of 24 patches with a virtual instrument and show the colours");
     const auto options = std::make_shared<DemoOptions>();
-    line.addOption({"--report", "FILE", "Write an HTML page with swatches, curves and differences"},
-                   options->report);
+    line.addOption(
+        {"--report", "FILE",
+         "Write a page with swatches, curves and differences (.html) or its numbers (.json)"},
+        options->report);
     addOptions(line, options->viewing);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);

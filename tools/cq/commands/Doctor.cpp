@@ -9,6 +9,7 @@
 #include "Failure.h"
 #include "instrument/RecordLayout.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -16,7 +17,7 @@ namespace {
 
 using Level = Finding::Level;
 
-constexpr const char* kVirtualOptions = "--calibrated --measure-time 1";
+constexpr const char* kInstrumentOptions = "--calibrated --measure-time 1";
 
 /// Opens a virtual instrument and measures with it, which exercises the program, the library and a
 /// line of the system.
@@ -24,7 +25,7 @@ Finding virtualFinding(Interrupt& interrupt) {
     constexpr const char* kSubject = "virtual instrument";
     ConnectionOptions options;
     options.useVirtual = true;
-    options.virtualOptions = kVirtualOptions;
+    options.virtualOptions = kInstrumentOptions;
     try {
         const Connection connection(options, interrupt);
         const ReadSpectrum read = readSpectrum(connection.measure(true), RecordLayout{});
@@ -71,10 +72,10 @@ class Protocol {
         }
         const std::string level = nameOf(finding.level);
         out_ << table_.line({finding.level == Level::problem ? palette_.strong(level) : level,
-                             finding.subject, finding.text})
+                             finding.subject, shown(finding.text)})
              << '\n';
         if (!finding.advice.empty()) {
-            out_ << table_.line({"", "", "Try: " + finding.advice}) << '\n';
+            out_ << table_.line({"", "", "Try: " + shown(finding.advice)}) << '\n';
         }
         out_.flush();
     }

@@ -67,7 +67,7 @@ Json jsonOf(const LogEvent& event) {
 
 void decode(const LogOptions& options, const Environment& environment) {
     LogDecoder decoder;
-    for (const LogLine& line : readLog(readFile(options.file), options.file)) {
+    for (const LogLine& line : readLog(readFile(options.file), sourceName(options.file))) {
         decoder.take(line);
     }
     const auto events = decoder.finish();

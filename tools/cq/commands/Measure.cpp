@@ -1,11 +1,12 @@
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <ostream>
+#include <utility>
 
 #include "commands/Commands.h"
 #include "commands/MeasurementSeries.h"
 #include "commands/Options.h"
+#include "exchange/Exchange.h"
 #include "Failure.h"
 #include "instrument/Storage.h"
 #include "system/Files.h"
@@ -13,6 +14,7 @@
 #include "terminal/SpectrumPlot.h"
 #include "terminal/StatusLine.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -26,7 +28,9 @@ struct MeasureOptions {
     std::uint32_t count = 0;  ///< 0: once
     bool isAveraged = false;
     std::string against;
+    DifferenceFormula formula;
     std::string recordFile;
+    std::string format;
     std::string recordLayout;
     ConnectionOptions connection;
     OutputOptions output;
@@ -34,26 +38,10 @@ struct MeasureOptions {
 
     bool isSeries() const { return count > 0; }
     bool isStandard() const { return kind == "standard"; }
-};
-
-CqMeasurementRecord loadRecord(const std::string& file) {
-    const std::string content = readFile(file);
-    CqMeasurementRecord record;
-    if (content.size() != sizeof record.bytes) {
-        throw Failure(
-            file + " is not a measurement record: it has " + std::to_string(content.size()) +
-                " bytes, but a record has 256",
-            "give a file written by cq measure --output, or the index of a stored standard");
+    std::string fileOf(std::uint32_t number) const {
+        return isSeries() ? numberedFile(recordFile, number, count) : recordFile;
     }
-    std::memcpy(record.bytes, content.data(), content.size());
-    return record;
-}
-
-void saveRecord(const std::string& file, const CqMeasurementRecord& record) {
-    std::string content(sizeof record.bytes, '\0');
-    std::memcpy(content.data(), record.bytes, content.size());
-    writeFile(file, content);
-}
+};
 
 /// The reference of the colour differences.
 struct Reference {
@@ -66,15 +54,30 @@ bool isIndex(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-Reference referenceOf(const std::string& name, const CqMeasurementRecord& record,
-                      const MeasurementView& view) {
-    Reference reference{name, view.of(record, true)};
+Reference referenceOf(const std::string& name, Measurement measurement) {
     // Its spectrum must be readable, or nothing is measured.
-    if (!reference.measurement.spectrum) {
-        throw Failure(name + ": " + reference.measurement.problem,
+    if (!measurement.spectrum) {
+        throw Failure(name + ": " + measurement.problem,
                       "give a record of the same instrument, or its --record-layout");
     }
-    return reference;
+    return {name, std::move(measurement)};
+}
+
+/// What one measurement in a file is compared by.
+Reference referenceIn(const std::string& file, const MeasurementView& view) {
+    const RecordSet set = loadRecords(file, exchangeFormatFor(file));
+    if (set.entries.size() != 1) {
+        throw Failure(file + " holds " + std::to_string(set.entries.size()) +
+                          " measurements; to compare with, there must be one",
+                      "give a file that cq measure --output has written, or the index of a stored "
+                      "standard");
+    }
+    const RecordEntry& entry = set.entries.front();
+    if (!entry.record && !entry.spectrum) {
+        throw Failure(file + " has no spectrum to compute colours from");
+    }
+    return referenceOf(
+        file, entry.record ? view.of(*entry.record, true) : view.of(*entry.spectrum, true));
 }
 
 /// Measures, saves and shows as the options say.
@@ -83,10 +86,12 @@ class Measuring {
     Measuring(const MeasureOptions& options, const Environment& environment)
         : options_(options),
           environment_(environment),
-          view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
+          out_(environment.besides(options.recordFile)),
+          layout_(loadRecordLayout(options.recordLayout)),
+          view_(options.view.viewing, *options.view.space, layout_),
           palette_(options.output.palette()) {
         if (!options_.against.empty() && !isIndex(options_.against)) {
-            reference_ = referenceOf(options_.against, loadRecord(options_.against), view_);
+            reference_ = referenceIn(options_.against, view_);
         }
     }
 
@@ -96,7 +101,10 @@ class Measuring {
             const std::uint32_t index =
                 wholeNumberOf(options_.against, "--against", 0, CQ_ALL_RECORDS - 1);
             reference_ = referenceOf("stored standard " + std::to_string(index),
-                                     Storage(connection).readStandard(index), view_);
+                                     view_.of(Storage(connection).readStandard(index), true));
+        }
+        if (isSaved() && format() != ExchangeFormat::raw) {
+            saved_ = recordSetOf(connection.deviceInfo(), options_.kind, view_.viewing());
         }
         if (options_.isSeries()) {
             measureSeries(connection);
@@ -112,20 +120,23 @@ class Measuring {
                                                     : "measuring");
         Measurement measurement =
             view_.of(connection.measure(options_.isStandard()), options_.isStandard());
-        if (!options_.recordFile.empty()) {
-            saveRecord(fileOf(number), *measurement.record);
+        if (isSaved()) {
+            saved_.entries = {entryOf(*measurement.record, number - 1, options_.isStandard(),
+                                      layout_, view_.viewing())};
+            writeFile(options_.fileOf(number), writtenRecords(saved_, format()));
         }
         return measurement;
     }
 
-    std::string fileOf(std::uint32_t number) const {
-        return options_.isSeries() ? numberedFile(options_.recordFile, number, options_.count)
-                                   : options_.recordFile;
+    bool isSaved() const { return !options_.recordFile.empty(); }
+
+    ExchangeFormat format() const {
+        return exchangeFormatFor(options_.recordFile, options_.format);
     }
 
     static void requireSpectrum(const Measurement& measurement) {
         if (!measurement.spectrum) {
-            throw Failure(measurement.problem, "without a spectrum there is no ΔE*ab");
+            throw Failure(measurement.problem, "without a spectrum there is no difference");
         }
     }
 
@@ -134,26 +145,27 @@ class Measuring {
             return std::nullopt;
         }
         requireSpectrum(measurement);
-        return deltaEab(reference_->measurement.lab, measurement.lab);
+        return difference(options_.formula, reference_->measurement.lab, measurement.lab);
     }
 
     Json jsonOf(const Measurement& measurement) const {
         Json json = view_.json(measurement);
-        if (const auto difference = differenceOf(measurement)) {
-            json["deltaEab"] = *difference;
+        if (reference_) {
+            requireSpectrum(measurement);
+            addDifference(json, options_.formula, reference_->measurement.lab, measurement.lab);
         }
         return json;
     }
 
     void printTitle(const std::string& port) {
-        environment_.out << palette_.strong(options_.kind) << " on " << port << ", "
-                         << viewingName(view_.viewing()) << std::endl;
+        out_ << palette_.strong(options_.kind) << " on " << port << ", "
+             << viewingName(view_.viewing()) << std::endl;
     }
 
     void printDifference(const Measurement& measurement) {
         if (const auto difference = differenceOf(measurement)) {
-            environment_.out << "ΔE*ab " << fixed(*difference, 2) << " from " << reference_->name
-                             << '\n';
+            out_ << symbolOf(options_.formula) << ' ' << fixed(*difference, 2) << " from "
+                 << shown(reference_->name) << '\n';
         }
     }
 
@@ -161,7 +173,7 @@ class Measuring {
         for (const std::string& line : terminalFacts().isTerminal
                                            ? plotSpectrum(spectrum, kPlotColumns, kPlotRows)
                                            : listSpectrum(spectrum)) {
-            environment_.out << line << '\n';
+            out_ << line << '\n';
         }
     }
 
@@ -170,7 +182,7 @@ class Measuring {
         if (options_.output.json) {
             Json json{{"port", connection.portName()}};
             json.update(jsonOf(measurement));
-            environment_.out << pageOfJson(json);
+            out_ << pageOfJson(json);
             return;
         }
         if (reference_) {
@@ -180,12 +192,12 @@ class Measuring {
         if (!measurement.spectrum) {
             environment_.notes << "cq: " << measurement.problem << '\n';
         } else {
-            environment_.out << view_.line(measurement, palette_) << '\n';
+            out_ << view_.line(measurement, palette_) << '\n';
             printDifference(measurement);
             printSpectrum(*measurement.spectrum);
         }
-        if (!options_.recordFile.empty()) {
-            environment_.out << "record written to " << options_.recordFile << '\n';
+        if (isSaved()) {
+            out_ << "record written to " << shown(options_.recordFile) << '\n';
         }
     }
 
@@ -193,11 +205,11 @@ class Measuring {
         const std::size_t width = std::to_string(options_.count).size();
         const std::string digits = std::to_string(number);
         const auto difference = differenceOf(measurement);
-        environment_.out << std::string(width - digits.size(), ' ') << digits << "  "
-                         << (measurement.spectrum ? view_.line(measurement, palette_)
-                                                  : measurement.problem)
-                         << (difference ? "  ΔE*ab " + fixed(*difference, 2) : std::string())
-                         << std::endl;
+        out_ << std::string(width - digits.size(), ' ') << digits << "  "
+             << (measurement.spectrum ? view_.line(measurement, palette_) : measurement.problem)
+             << (difference ? "  " + symbolOf(options_.formula) + ' ' + fixed(*difference, 2)
+                            : std::string())
+             << std::endl;
     }
 
     void measureSeries(const Connection& connection) {
@@ -218,17 +230,17 @@ class Measuring {
         if (options_.isAveraged) {
             printAverage(averageOf(measurements, view_));
         }
-        if (!options_.recordFile.empty()) {
-            environment_.out << "records written to " << fileOf(1) << " to "
-                             << fileOf(options_.count) << '\n';
+        if (isSaved()) {
+            out_ << "records written to " << shown(options_.fileOf(1)) << " to "
+                 << shown(options_.fileOf(options_.count)) << '\n';
         }
     }
 
     void printAverage(const Average& average) {
-        environment_.out << palette_.strong("average") << '\n'
-                         << view_.line(average.measurement, palette_) << '\n'
-                         << "ΔE*ab from the average: mean " << fixed(average.meanDeltaEab, 2)
-                         << ", largest " << fixed(average.mostDeltaEab, 2) << '\n';
+        out_ << palette_.strong("average") << '\n'
+             << view_.line(average.measurement, palette_) << '\n'
+             << "ΔE*ab from the average: mean " << fixed(average.meanDeltaEab, 2) << ", largest "
+             << fixed(average.mostDeltaEab, 2) << '\n';
         printDifference(average.measurement);
         printSpectrum(*average.measurement.spectrum);
     }
@@ -245,19 +257,37 @@ class Measuring {
             json["average"]["meanDeltaEabFromAverage"] = average.meanDeltaEab;
             json["average"]["largestDeltaEabFromAverage"] = average.mostDeltaEab;
         }
-        environment_.out << pageOfJson(json);
+        out_ << pageOfJson(json);
     }
 
     const MeasureOptions& options_;
     const Environment& environment_;
+    std::ostream& out_;
+    RecordLayout layout_;
+    RecordSet saved_;  ///< what is known of all measurements that are saved
     MeasurementView view_;
     Palette palette_;
     std::optional<Reference> reference_;
 };
 
+void checkFiles(const MeasureOptions& options) {
+    if (options.isSeries() && isStream(options.recordFile)) {
+        throw UsageError("--count writes a file for each measurement; " + options.recordFile +
+                         " is none");
+    }
+    const std::string against = isIndex(options.against) ? std::string() : options.against;
+    for (std::uint32_t number = 1; number <= std::max(options.count, 1U); ++number) {
+        checkOutput(options.fileOf(number), options.output, {against, options.recordLayout});
+    }
+}
+
 void runMeasure(const MeasureOptions& options, const Environment& environment) {
     if (options.isAveraged && options.count < 2) {
         throw UsageError("--average needs a --count of at least 2");
+    }
+    if (!options.recordFile.empty()) {
+        exchangeFormatFor(options.recordFile, options.format);
+        checkFiles(options);
     }
     Measuring(options, environment).run();
 }
@@ -273,9 +303,14 @@ void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
                     "Show the colour difference from this: the file of a saved record, or the "
                     "index of a stored standard"},
                    options.against);
+    addFormulaOption(line, options.formula);
     line.addOption({"--output", "FILE",
-                    "Save the record (256 bytes) to this file; with --count to numbered files"},
+                    "Save the measurement to this file, '-' for standard output; with --count to "
+                    "numbered files"},
                    options.recordFile);
+    line.addOption(
+        {"--format", "NAME", exchangeFormatNames() + " (default: what the file's extension means)"},
+        options.format);
 }
 
 }  // namespace
@@ -297,7 +332,7 @@ void addMeasure(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq measure standard --output red.record\n"
         "  cq measure trial --against red.record --illuminant A\n"
-        "  cq measure trial --against 3 --count 5 --average\n"
+        "  cq measure trial --against 3 --count 5 --average --formula cmc:2:1\n"
         "  cq measure standard --virtual --space lch");
     line.setAction([options, environment] { runMeasure(*options, environment); });
 }

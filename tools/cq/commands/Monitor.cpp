@@ -22,6 +22,7 @@ constexpr std::uint32_t kMostAwaited = 999'999;
 
 struct MonitorOptions {
     std::uint32_t count = 0;  ///< 0: until Ctrl-C
+    DifferenceFormula formula;
     std::string recordLayout;
     ConnectionOptions connection;
     OutputOptions output;
@@ -118,22 +119,22 @@ class Reporter {
         : environment_(environment),
           view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
           palette_(options.output.palette()),
+          formula_(options.formula),
           isJson_(options.output.json) {}
 
     void report(const Pressed& pressed) {
         const Measurement measurement = view_.of(pressed.record, pressed.isStandard);
-        std::optional<double> difference;
         if (pressed.isStandard) {
             standard_ = measurement;
-        } else if (standard_ && standard_->spectrum && measurement.spectrum) {
-            difference = deltaEab(standard_->lab, measurement.lab);
         }
+        const bool isCompared =
+            !pressed.isStandard && standard_ && standard_->spectrum && measurement.spectrum;
         ++number_;
         if (isJson_) {
             Json json{{"number", number_}};
             json.update(view_.json(measurement));
-            if (difference) {
-                json["deltaEab"] = *difference;
+            if (isCompared) {
+                addDifference(json, formula_, standard_->lab, measurement.lab);
             }
             environment_.out << lineOfJson(json) << std::flush;
             return;
@@ -142,14 +143,19 @@ class Reporter {
                          << "  "
                          << (measurement.spectrum ? view_.line(measurement, palette_)
                                                   : measurement.problem)
-                         << (difference ? "  ΔE*ab " + fixed(*difference, 2) : std::string())
-                         << std::endl;
+                         << (isCompared ? differenceText(measurement) : std::string()) << std::endl;
     }
 
   private:
+    std::string differenceText(const Measurement& trial) const {
+        return "  " + symbolOf(formula_) + ' ' +
+               fixed(difference(formula_, standard_->lab, trial.lab), 2);
+    }
+
     const Environment& environment_;
     MeasurementView view_;
     Palette palette_;
+    DifferenceFormula formula_;
     bool isJson_;
     std::uint64_t number_ = 0;
     std::optional<Measurement> standard_;
@@ -186,6 +192,7 @@ void addMonitor(Program& program, const Environment& environment) {
     const auto options = std::make_shared<MonitorOptions>();
     addNamed(line, {"--count", "N", "End after this many measurements"}, options->count, countOf);
     addOptions(line, options->view);
+    addFormulaOption(line, options->formula);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);
     addOptions(line, options->output);

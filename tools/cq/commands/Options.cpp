@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "system/Files.h"
 #include "system/Terminal.h"
 #include "text/Numbers.h"
 
@@ -155,6 +156,28 @@ void addOptions(CommandLine& line, ViewOptions& options) {
         line,
         {"--space", "NAME", "Colour space: " + colorSpaceNames() + " (default lab)", kColorGroup},
         options.space, [](const std::string& name) { return &colorSpaceNamed(name); });
+}
+
+void checkOutput(const std::string& file, const OutputOptions& output,
+                 std::initializer_list<std::string> inputs) {
+    for (const std::string& input : inputs) {
+        if (!input.empty() && areSameFile(file, input)) {
+            throw UsageError(input + " would be replaced by what is made of it; name another file");
+        }
+    }
+    if (output.json && isStandardOutput(file)) {
+        throw UsageError("--json tells of a file: leave it out where " + file +
+                         " is standard output");
+    }
+}
+
+void addFormulaOption(CommandLine& line, DifferenceFormula& formula) {
+    addNamed(line,
+             {"--formula", "NAME",
+              "Which difference counts: " + differenceFormulaNames() +
+                  "; with factors 2000:2:1:1, cmc:2:1 (default 76)",
+              kColorGroup},
+             formula, differenceFormulaNamed);
 }
 
 void addRecordLayoutOption(CommandLine& line, std::string& file) {

@@ -1,17 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 #include "colour/ColorNames.h"
+#include "colour/Difference.h"
 #include "commands/Program.h"
 #include "instrument/Connection.h"
 #include "terminal/Palette.h"
 
 namespace cqtool {
-
-/// In place of a file's name: standard output.
-constexpr const char* kStandardOutput = "-";
 
 /// How results are shown.
 struct OutputOptions {
@@ -50,6 +49,12 @@ void addAdapterOptions(CommandLine& line, ConnectionOptions& options);
 void addOptions(CommandLine& line, OutputOptions& options);
 void addOptions(CommandLine& line, ViewOptions& options);
 void addOptions(CommandLine& line, Viewing& viewing);
+/// To be called before anything is done. Throws UsageError for an output that is one of the inputs,
+/// and for one on standard output among JSON that tells of it.
+/// \param inputs empty for those that were not given.
+void checkOutput(const std::string& file, const OutputOptions& output,
+                 std::initializer_list<std::string> inputs);
+void addFormulaOption(CommandLine& line, DifferenceFormula& formula);
 void addRecordLayoutOption(CommandLine& line, std::string& file);
 
 }  // namespace cqtool

@@ -2,16 +2,13 @@
 
 #include "commands/SlaveList.h"
 #include "instrument/Records.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
 namespace {
 
 constexpr const char* kIndent = "    ";
-
-Json orNull(const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-}
 
 std::vector<std::string> linesBelow(const ListedPort& listed, const Palette& palette) {
     std::vector<std::string> lines;
@@ -24,7 +21,7 @@ std::vector<std::string> linesBelow(const ListedPort& listed, const Palette& pal
         lines = slaveLines(*listed.slaves, palette);
     }
     if (!listed.problem.empty()) {
-        lines.push_back(listed.problem);
+        lines.push_back(shown(listed.problem));
     }
     return lines;
 }
@@ -50,7 +47,7 @@ std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const P
     for (const ListedPort& listed : ports) {
         const PortInfo& port = listed.port;
         const std::string obstacle = obstacleOf(port);
-        rows.push_back({std::string(nameOf(port.kind)), port.name,
+        rows.push_back({std::string(nameOf(port.kind)), shown(port.name),
                         port.usb ? textOf(*port.usb) : "", port.description, port.driver,
                         obstacle.empty() ? "free" : obstacle});
         table.fit(rows.back());

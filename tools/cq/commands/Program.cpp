@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "system/Terminal.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -17,9 +18,9 @@ void describe(CLI::Option* option, const OptionText& text) {
 
 void printProblem(std::string_view problem, std::string_view advice) {
     std::cout.flush();
-    std::cerr << "cq: " << problem << '\n';
+    std::cerr << "cq: " << shown(problem) << '\n';
     if (!advice.empty()) {
-        std::cerr << "  Try: " << advice << '\n';
+        std::cerr << "  Try: " << shown(advice) << '\n';
     }
 }
 
@@ -139,14 +140,15 @@ ExitStatus Program::run(int argc, char** argv) {
         printProblem(failure.what(), failure.advice());
         return ExitStatus::failed;
     } catch (const Interrupted&) {
-        printProblem("ended by Ctrl-C", {});
+        std::cout.flush();
+        std::cerr << kEndedByInterrupt;
         return ExitStatus::interrupted;
     } catch (const std::exception& error) {
         printProblem(error.what(), {});
         return ExitStatus::failed;
     }
     std::cout.flush();
-    if (!std::cout) {
+    if (!std::cout && !isOutputAbandoned()) {
         printProblem("standard output cannot be written to", "check what reads it, or the disk");
         return ExitStatus::failed;
     }

@@ -12,12 +12,15 @@
 #include "report/RecordReport.h"
 #include "system/Files.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
 
 constexpr double kMostTolerance = 100;
 constexpr std::uint32_t kMostIndex = 0xFFFFFFFE;
+/// More than anybody looks at on a page, and than browsers show gladly.
+constexpr std::size_t kMostMeasurements = 20'000;
 
 struct ReportOptions {
     std::string file;
@@ -42,7 +45,7 @@ class Reader {
     /// \param viewing illuminant and observer; nothing: those of the file.
     RecordSet read(const std::string& file, const std::string& format,
                    const std::optional<Viewing>& viewing) const {
-        RecordSet set = loadRecords(file, exchangeFormatFor(file, format));
+        RecordSet set = load(file, exchangeFormatFor(file, format));
         if (set.entries.empty()) {
             throw Failure(file + " holds no measurements");
         }
@@ -59,6 +62,25 @@ class Reader {
     }
 
   private:
+    static RecordSet load(const std::string& file, ExchangeFormat format) {
+        const std::string content = readFile(file);
+        // In lines there are more than measurements, but seen before memory is taken for them.
+        const bool isTable = format == ExchangeFormat::csv || format == ExchangeFormat::cgats;
+        const auto lines = std::count(content.begin(), content.end(), '\n');
+        const bool hasManyLines =
+            isTable && static_cast<std::size_t>(lines) > 2 * kMostMeasurements;
+        RecordSet set;
+        if (!hasManyLines) {
+            set = parsedRecords(content, format, sourceName(file));
+        }
+        if (hasManyLines || set.entries.size() > kMostMeasurements) {
+            throw Failure(file + " holds more than " + std::to_string(kMostMeasurements) +
+                              " measurements, the most that a report can show",
+                          "divide the file");
+        }
+        return set;
+    }
+
     void color(RecordEntry& entry, const Viewing& given, const Viewing& wanted,
                const std::string& file) const {
         std::string problem = "it has none";
@@ -128,7 +150,8 @@ Json trialJson(const TrialGroup& group, const RecordEntry& trial, const Judgemen
     Json json{{"index", trial.index}, {"name", trial.name}, {"standard", group.standard->name}};
     const ColorData& standard = *group.standard->lab;
     json["deltaEab"] = deltaEab(standard, *trial.lab);
-    json["deltaE00"] = deltaE00(standard, *trial.lab);
+    json["deltaE00"] = difference({CqDeltaE2000, {}}, standard, *trial.lab);
+    json["deltaE"] = difference(judgement.formula, standard, *trial.lab);
     if (judgement.tolerance) {
         json["passed"] = judgement.isPassed(difference(judgement.formula, standard, *trial.lab));
     }
@@ -156,7 +179,7 @@ Json jsonOf(const std::vector<TrialGroup>& groups, const Judgement& judgement,
 }
 
 std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
-    const std::string name = judgement.formula == DifferenceFormula::ab ? "ΔE*ab" : "ΔE00";
+    const std::string name = symbolOf(judgement.formula);
     if (summary.trials == 0) {
         return "no trials with a standard to compare with\n";
     }
@@ -166,16 +189,19 @@ std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
                 " trials within " + name + " " + digitsOf(*judgement.tolerance) + "\n";
     }
     return text + name + ": mean " + fixed(summary.mean, 2) + ", largest " +
-           fixed(summary.most, 2) + " (" + summary.mostName + ")\n";
+           fixed(summary.most, 2) + " (" + shown(summary.mostName) + ")\n";
 }
 
 void runReport(const ReportOptions& options, const Environment& environment) {
+    const std::string standards = isNumber(options.standard) ? std::string() : options.standard;
+    checkOutput(options.report, options.output, {options.file, standards, options.recordLayout});
+    const ExchangeFormat pageFormat = pageFormatFor(options.report);
     const Reader reader(options);
     RecordSet set = reader.read(options.file, options.format, std::nullopt);
     if (!options.title.empty()) {
         set.title = options.title;
     } else if (set.title.empty()) {
-        set.title = std::filesystem::path(options.file).filename().string();
+        set.title = std::filesystem::path(sourceName(options.file)).filename().string();
     }
     const auto groups = groupsFor(options, reader, set);
     const TrialSummary summary = summaryOf(groups, options.judgement);
@@ -183,14 +209,19 @@ void runReport(const ReportOptions& options, const Environment& environment) {
         throw Failure(options.file + " has no trials with a standard to judge them by",
                       "name the standard with --standard, an index or another file");
     }
-    writeFile(options.report, recordReport(set, groups, options.judgement));
+    Json json = jsonOf(groups, options.judgement, summary);
+    writeFile(options.report, pageFormat == ExchangeFormat::json
+                                  ? pageOfJson(json)
+                                  : recordReport(set, groups, options.judgement));
     const std::string path = std::filesystem::absolute(options.report).string();
     if (options.output.json) {
-        Json json = jsonOf(groups, options.judgement, summary);
         json["report"] = path;
         environment.out << pageOfJson(json);
-    } else {
-        environment.out << textOf(options.judgement, summary) << "Report: " << path << '\n';
+        return;
+    }
+    environment.besides(options.report) << textOf(options.judgement, summary);
+    if (!isStandardOutput(options.report)) {
+        environment.out << "Report: " << shown(path) << '\n';
     }
 }
 
@@ -216,14 +247,13 @@ void addReport(Program& program, const Environment& environment) {
              options->judgement.tolerance, [](const std::string& text) {
                  return numberOf(text, "--tolerance", 0.001, kMostTolerance);
              });
-    addNamed(line,
-             {"--formula", "ab|00", "Which difference decides: CIE 1976 or CIEDE2000 (default ab)"},
-             options->judgement.formula, differenceFormulaNamed);
-    line.addOption({.name = "--output",
-                    .valueName = "FILE",
-                    .description = "Write the report to this file",
-                    .isRequired = true},
-                   options->report);
+    addFormulaOption(line, options->judgement.formula);
+    line.addOption(
+        {.name = "--output",
+         .valueName = "FILE",
+         .description = "The report (.html) or its numbers (.json); '-' for standard output",
+         .isRequired = true},
+        options->report);
     line.addOption({"--title", "TEXT", "The report's title"}, options->title);
     addNamed(line,
              {"--illuminant", "NAME", "Illuminant to compute for (default: the file's)", "Colour"},
@@ -235,7 +265,7 @@ void addReport(Program& program, const Environment& environment) {
     line.setExamples(
         "Examples:\n"
         "  cq report batch.csv --standard 0 --tolerance 1 --output batch.html\n"
-        "  cq report batch.json --standard master.json --tolerance 0.8 --formula 00 \\\n"
+        "  cq report batch.json --standard master.json --tolerance 0.8 --formula 2000 \\\n"
         "    --output batch.html");
     line.setAction([options, environment] { runReport(*options, environment); });
 }

@@ -5,6 +5,7 @@
 #include "commands/Options.h"
 #include "commands/SlaveList.h"
 #include "Failure.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -16,7 +17,7 @@ struct ScanOptions {
 
 void printText(const ScanOptions& options, const Environment& environment,
                const std::string& adapter, const std::vector<Slave>& slaves) {
-    environment.out << "adapter  " << adapter << '\n';
+    environment.out << "adapter  " << shown(adapter) << '\n';
     if (slaves.empty()) {
         environment.out << "no wireless instrument is within reach\n";
         environment.notes << "wake the instrument, bring it near the adapter and scan again\n";

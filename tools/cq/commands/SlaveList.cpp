@@ -10,10 +10,6 @@ std::string orTooLong(const std::string& text, const char* what) {
     return text.empty() ? "(" + std::string(what) + " too long)" : text;
 }
 
-Json orNull(const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-}
-
 }  // namespace
 
 std::vector<std::string> slaveLines(const std::vector<Slave>& slaves, const Palette& palette) {

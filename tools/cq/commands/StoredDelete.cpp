@@ -47,7 +47,7 @@ void checkCanConfirm(const StoredDeleteOptions& options) {
 void confirm(const Environment& environment, std::uint32_t standards, std::uint32_t samples) {
     // Reading goes on after a signal; the connection, registered earlier, is closed by then.
     const auto end = environment.interrupt.onInterrupt([] {
-        std::cerr << "\ncq: ended by Ctrl-C; nothing was deleted\n";
+        std::cerr << "\ncq: nothing was deleted\n";
         endProcess(ExitStatus::interrupted);
     });
     environment.notes << "This deletes all " << standards << " standards AND all " << samples

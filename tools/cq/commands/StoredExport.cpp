@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <memory>
 #include <ostream>
 
@@ -6,7 +5,6 @@
 #include "commands/StoredRecords.h"
 #include "exchange/Exchange.h"
 #include "Failure.h"
-#include "instrument/Records.h"
 #include "system/Files.h"
 #include "text/Text.h"
 
@@ -20,50 +18,28 @@ struct StoredExportOptions : StoredOptions {
     Viewing viewing;
 };
 
-RecordSet recordSetOf(const StoredExportOptions& options, const CqDeviceInfo& info,
-                      const std::vector<CqMeasurementRecord>& records) {
-    // By convention the third text is the model, the fourth the serial number.
-    RecordSet set;
-    set.instrument = printableText(info.infoText3, sizeof info.infoText3);
-    set.serial = printableText(info.infoText4, sizeof info.infoText4);
-    set.title = (options.list.isStandards ? "Standards of " : "Samples of ") +
-                (set.instrument.empty() ? "an instrument" : set.instrument);
-    set.time = nowText();
-    set.viewing = options.viewing;
+void runStoredExport(const StoredExportOptions& options, const Environment& environment) {
+    checkOutput(options.file, options.output, {options.recordLayout});
+    const ExchangeFormat format = exchangeFormatFor(options.file, options.format);
     const RecordLayout layout = loadRecordLayout(options.recordLayout);
+    Connection connection(options.connection, environment.interrupt);
+    RecordSet set =
+        recordSetOf(connection.deviceInfo(), options.list.isStandards ? "Standards" : "Samples",
+                    options.viewing);
     std::uint32_t index = options.first;
-    for (const CqMeasurementRecord& record : records) {
+    for (const CqMeasurementRecord& record : readStored(Storage(connection), options)) {
         set.entries.push_back(
             entryOf(record, index++, options.list.isStandards, layout, options.viewing));
     }
-    return set;
-}
-
-void runStoredExport(const StoredExportOptions& options, const Environment& environment) {
-    const bool isToOutput = options.file == kStandardOutput;
-    if (isToOutput && (options.format.empty() || options.output.json)) {
-        throw UsageError(options.format.empty()
-                             ? "--output - needs a --format: " + exchangeFormatNames()
-                             : "--json reports about a file; with --output - use --format json");
-    }
-    const ExchangeFormat format = exchangeFormatFor(options.file, options.format);
-    Connection connection(options.connection, environment.interrupt);
-    const CqDeviceInfo info = connection.deviceInfo();
-    const auto records = readStored(Storage(connection), options);
-    const std::string content = writtenRecords(recordSetOf(options, info, records), format);
-    if (isToOutput) {
-        environment.out << content;
-        return;
-    }
-    writeFile(options.file, content);
+    writeFile(options.file, writtenRecords(set, format));
     if (options.output.json) {
         environment.out << pageOfJson({{"port", connection.portName()},
                                        {"list", options.list.name()},
                                        {"file", options.file},
-                                       {"records", records.size()}});
-    } else {
-        environment.out << records.size() << ' ' << options.list.name() << " written to "
-                        << options.file << '\n';
+                                       {"records", set.entries.size()}});
+    } else if (!isStandardOutput(options.file)) {
+        environment.out << set.entries.size() << ' ' << options.list.name() << " written to "
+                        << shown(options.file) << '\n';
     }
 }
 

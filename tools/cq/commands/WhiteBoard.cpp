@@ -14,14 +14,18 @@ namespace cqtool {
 namespace {
 
 struct WhiteBoardOptions {
-    std::string file = kStandardOutput;
+    std::string file = kStandardStream;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-/// The extension tells: .bin is the bytes, anything else JSON.
+/// The extension tells: .bin is the bytes, .json JSON, as without one on a stream.
 bool isBytes(const std::string& file) {
-    return lowerCase(std::filesystem::path(file).extension().string()) == ".bin";
+    const std::string extension = lowerCase(std::filesystem::path(file).extension().string());
+    if (extension != ".bin" && extension != ".json" && !(extension.empty() && isStream(file))) {
+        throw UsageError("a white-board parameter's file must be named .bin or .json, not " + file);
+    }
+    return extension == ".bin";
 }
 
 CqWhiteBoardParameter readFrom(const Connection& connection) {
@@ -36,19 +40,19 @@ void report(const WhiteBoardOptions& options, const Environment& environment,
     if (options.output.json) {
         environment.out << pageOfJson({{"port", port}, {"file", options.file}});
     } else {
-        environment.out << sentence << '\n';
+        environment.out << shown(sentence) << '\n';
     }
 }
 
 void get(const WhiteBoardOptions& options, const Environment& environment) {
+    const bool isInBytes = isBytes(options.file);
     const Connection connection(options.connection, environment.interrupt);
     const CqWhiteBoardParameter parameter = readFrom(connection);
-    if (options.file == kStandardOutput) {
-        environment.out << pageOfJson(whiteBoardJson(parameter));
+    writeFile(options.file,
+              isInBytes ? whiteBoardBytes(parameter) : pageOfJson(whiteBoardJson(parameter)));
+    if (isStandardOutput(options.file)) {
         return;
     }
-    writeFile(options.file, isBytes(options.file) ? whiteBoardBytes(parameter)
-                                                  : pageOfJson(whiteBoardJson(parameter)));
     report(options, environment, connection.portName(),
            "white-board parameter written to " + options.file);
 }
@@ -60,10 +64,11 @@ void set(const WhiteBoardOptions& options, const Environment& environment) {
             "sends the address of the data in this machine's memory, never the data; connect the "
             "instrument by its cable");
     }
+    const bool isInBytes = isBytes(options.file);
     const std::string content = readFile(options.file);
-    const CqWhiteBoardParameter parameter = isBytes(options.file)
-                                                ? whiteBoardOfBytes(content, options.file)
-                                                : whiteBoardOfJson(content, options.file);
+    const std::string source = sourceName(options.file);
+    const CqWhiteBoardParameter parameter =
+        isInBytes ? whiteBoardOfBytes(content, source) : whiteBoardOfJson(content, source);
     Connection connection(options.connection, environment.interrupt);
     CqWhiteBoardParameter stored{};
     {
@@ -94,7 +99,7 @@ void addWhiteBoard(Program& program, const Environment& environment) {
     const auto getOptions = std::make_shared<WhiteBoardOptions>();
     getting.addOption(
         {"file", "FILE",
-         "The file to write: .bin for the 280 bytes, else JSON; '-' or no file prints JSON"},
+         "The file to write: .bin for the 280 bytes, or .json; '-' or no file prints JSON"},
         getOptions->file);
     addOptions(getting, getOptions->connection);
     addOptions(getting, getOptions->output);
@@ -107,7 +112,7 @@ void addWhiteBoard(Program& program, const Environment& environment) {
     const auto setOptions = std::make_shared<WhiteBoardOptions>();
     setting.addOption({.name = "file",
                        .valueName = "FILE",
-                       .description = "A file written by cq whiteboard get: .bin, else JSON",
+                       .description = "A file written by cq whiteboard get: .bin or .json",
                        .isRequired = true},
                       setOptions->file);
     addOptions(setting, setOptions->connection);

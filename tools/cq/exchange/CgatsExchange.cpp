@@ -13,7 +13,7 @@ namespace {
 
 // Keywords and fields that the standard does not define are declared with KEYWORD.
 constexpr const char* kIllumination = "ILLUMINATION";
-constexpr const char* kObserver = "OBSERVER";
+constexpr const char* kObserverKeyword = "OBSERVER";
 constexpr const char* kKindField = "SAMPLE_KIND";
 constexpr const char* kRecordField = "RECORD_HEX";
 constexpr const char* kSpectralPrefix = "SPECTRAL_NM";
@@ -88,8 +88,8 @@ std::string heading(const RecordSet& set, const Shape& shape) {
     text += keywordLine("SERIAL", set.serial);
     text += declaration(kIllumination);
     text += keywordLine(kIllumination, illuminantName(set.viewing.illuminant));
-    text += declaration(kObserver);
-    text += keywordLine(kObserver, std::to_string(observerDegrees(set.viewing.observer)));
+    text += declaration(kObserverKeyword);
+    text += keywordLine(kObserverKeyword, std::to_string(observerDegrees(set.viewing.observer)));
     text += declaration(kKindField);
     if (shape.hasSpectrum) {
         for (std::size_t i = 0; i < kWavelengthCount; ++i) {
@@ -131,7 +131,7 @@ std::string row(const RecordEntry& entry) {
 
 Viewing viewingOfTable(const CgatsTable& table, const std::string& source) {
     const std::string illuminant = table.value(kIllumination);
-    const std::string observer = table.value(kObserver);
+    const std::string observer = table.value(kObserverKeyword);
     return illuminant.empty() && observer.empty() ? kUnsaid
                                                   : viewingOf(illuminant, observer, source);
 }

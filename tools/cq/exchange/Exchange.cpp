@@ -93,7 +93,31 @@ ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::s
         }
     }
     throw UsageError("the name " + file.string() +
-                     " does not tell the format; give --format, one of " + exchangeFormatNames());
+                     " does not tell the format; rename it, or give --format, one of " +
+                     exchangeFormatNames());
+}
+
+ExchangeFormat pageFormatFor(const std::filesystem::path& file) {
+    const std::string extension = lowerCase(file.extension().string());
+    if (contains({".html", ".htm"}, extension) || (extension.empty() && isStream(file))) {
+        return ExchangeFormat::html;
+    }
+    if (extension == ".json") {
+        return ExchangeFormat::json;
+    }
+    throw UsageError("the page " + file.string() +
+                     " must be named .html, or .json for its numbers");
+}
+
+RecordSet recordSetOf(const CqDeviceInfo& info, const std::string& what, const Viewing& viewing) {
+    // By convention the third text is the model, the fourth the serial number.
+    RecordSet set;
+    set.instrument = printableText(info.infoText3, sizeof info.infoText3);
+    set.serial = printableText(info.infoText4, sizeof info.infoText4);
+    set.title = what + " of " + (set.instrument.empty() ? "an instrument" : set.instrument);
+    set.time = nowText();
+    set.viewing = viewing;
+    return set;
 }
 
 std::string nowText() {
@@ -164,7 +188,7 @@ RecordSet parsedRecords(std::string_view content, ExchangeFormat format,
 }
 
 RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format) {
-    return parsedRecords(readFile(file), format, file.string());
+    return parsedRecords(readFile(file), format, sourceName(file));
 }
 
 std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::string& source) {

@@ -49,8 +49,15 @@ std::string exchangeFormatNames();
 /// .htm, .bin, .raw and .record). Throws UsageError if neither names one.
 ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name = {});
 
+/// The same for a page, which is html or json; html for a stream without one.
+ExchangeFormat pageFormatFor(const std::filesystem::path& file);
+
 /// The time now as in "2024-05-01T10:00:00Z".
 std::string nowText();
+
+/// A set without entries of what an instrument has given.
+/// \param what its title begins with: "Standards".
+RecordSet recordSetOf(const CqDeviceInfo& info, const std::string& what, const Viewing& viewing);
 
 /// An entry from an instrument's record: spectrum and L*, a*, b* too if the layout finds a
 /// plausible spectrum in it.

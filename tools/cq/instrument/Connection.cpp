@@ -3,7 +3,6 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <iostream>
 #include <mutex>
 #include <optional>
@@ -78,11 +77,12 @@ class PendingOpen {
     const std::string time = fixed(seconds, 1) + " s";
     if (target.isWireless) {
         std::cerr << "cq: no instrument was linked through "
-                  << (target.port.empty() ? "an adapter" : target.port) << " within " << time
+                  << (target.port.empty() ? "an adapter" : shown(target.port)) << " within " << time
                   << "\n  Try: wake the instrument and bring it near the adapter; allow more time "
                      "with --open-timeout\n";
     } else {
-        std::cerr << "cq: " << (target.port.empty() ? "the port that was found" : target.port)
+        std::cerr << "cq: "
+                  << (target.port.empty() ? "the port that was found" : shown(target.port))
                   << " opened, but nothing answered within " << time
                   << "\n  Try: switch the instrument on; check that the port is the instrument's; "
                      "unplug the instrument and plug it in again; allow more time with "
@@ -145,12 +145,6 @@ std::string portNameOf(CqHandle handle) {
 }
 
 }  // namespace
-
-void endProcess(ExitStatus status) {
-    std::cout.flush();
-    std::cerr.flush();
-    std::_Exit(static_cast<int>(status));
-}
 
 void startDebugLog(const ConnectionOptions& options) {
     if (options.writeDebugLog && !cqEnableDebugLog()) {

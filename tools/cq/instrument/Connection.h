@@ -33,9 +33,6 @@ void startDebugLog(const ConnectionOptions& options);
 /// The virtual instrument or adapter that the options request; null if there is none.
 std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options);
 
-/// Ends the process although a thread still waits inside the library, which cannot be helped.
-[[noreturn]] void endProcess(ExitStatus status);
-
 /// An open instrument, closed at the end of this object or by Ctrl-C, which makes a call that is
 /// waiting return.
 class Connection {

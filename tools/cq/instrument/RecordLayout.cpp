@@ -153,7 +153,7 @@ RecordLayout parseRecordLayout(std::string_view json, const std::string& source)
 }
 
 RecordLayout loadRecordLayout(const std::filesystem::path& file) {
-    return file.empty() ? RecordLayout{} : parseRecordLayout(readFile(file), file.string());
+    return file.empty() ? RecordLayout{} : parseRecordLayout(readFile(file), sourceName(file));
 }
 
 ReadSpectrum readSpectrum(const CqMeasurementRecord& record, const RecordLayout& layout) {

@@ -10,9 +10,13 @@
 namespace cqtool {
 namespace {
 
-// A portion takes well below a second: over USB in one transfer, wireless record by record.
-constexpr std::uint32_t kWiredPortion = 50;
-constexpr std::uint32_t kWirelessPortion = 5;
+// The library gives a wired portion 5 s, whatever its size. In between, progress is shown and Ctrl-C
+// is heeded.
+constexpr std::chrono::duration<double> kPortionTime{0.5};
+constexpr double kMostAtOnce = 50;
+constexpr double kLeastTimeOfARecord = 1e-6;  // seconds
+
+using Clock = std::chrono::steady_clock;
 
 /// The selection of the samples of all standards.
 constexpr std::uint32_t kAllStandards = 0xFFFFFFFF;
@@ -60,11 +64,12 @@ std::optional<std::uint32_t> Storage::room() const {
     return capacity > stored ? capacity - stored : 0;
 }
 
-std::uint32_t Storage::portionSize() const {
-    return connection_.isWireless() ? kWirelessPortion : kWiredPortion;
+void Portion::took(std::uint32_t records, std::chrono::nanoseconds time) {
+    const double each = std::chrono::duration<double>(time).count() / records;
+    const double fitting = kPortionTime.count() / std::max(each, kLeastTimeOfARecord);
+    size_ = static_cast<std::uint32_t>(std::clamp(fitting, 1.0, kMostAtOnce));
 }
 
-/// How many records have come.
 std::uint32_t Storage::readPortion(const RecordList& list, std::span<CqMeasurementRecord> portion,
                                    std::uint32_t first) const {
     const auto count = static_cast<std::uint32_t>(portion.size());
@@ -86,14 +91,18 @@ std::vector<CqMeasurementRecord> Storage::read(const RecordList& list, std::uint
                                                std::uint32_t most, const Progress& progress) const {
     const std::uint32_t stored = count(list);
     const std::uint32_t wanted = stored > first ? std::min(stored - first, most) : 0;
-    std::vector<CqMeasurementRecord> records(wanted);
-    const std::span all(records);
+    // An instrument may claim any number: memory is taken for what comes.
+    std::vector<CqMeasurementRecord> records;
+    Portion portion;
     for (std::uint32_t done = 0; done < wanted;) {
         progress(done, wanted);
-        const auto portion = all.subspan(done, std::min(wanted - done, portionSize()));
-        const std::uint32_t got = readPortion(list, portion, first + done);
+        const std::uint32_t asked = std::min(wanted - done, portion.size());
+        records.resize(done + asked);
+        const auto began = Clock::now();
+        const std::uint32_t got = readPortion(list, std::span(records).subspan(done), first + done);
+        portion.took(asked, Clock::now() - began);
         done += got;
-        if (got < portion.size()) {
+        if (got < asked) {
             // A wired instrument counts the samples of all standards, whichever is asked for.
             if (!list.standard || connection_.isWireless()) {
                 refuseShort(list, done, wanted);
@@ -123,12 +132,15 @@ Change Storage::write(std::span<const CqMeasurementRecord> standards, const Prog
     const std::uint32_t before = count({});
     const Connection::KeepOpen keepOpen(connection_);
     Change change;
+    Portion portion;
     while (change.done < standards.size() && !change.isInterrupted) {
         progress(change.done, standards.size());
-        const auto portion = standards.subspan(
-            change.done, std::min<std::size_t>(standards.size() - change.done, portionSize()));
-        const auto size = static_cast<std::uint32_t>(portion.size());
-        change.code = cqDownloadStandards(connection_.handle(), portion.data(), size);
+        const auto rest = standards.subspan(change.done);
+        const auto size =
+            static_cast<std::uint32_t>(std::min<std::size_t>(rest.size(), portion.size()));
+        const auto began = Clock::now();
+        change.code = cqDownloadStandards(connection_.handle(), rest.data(), size);
+        portion.took(size, Clock::now() - began);
         if (change.code != CQ_NO_ERROR) {
             settle(change, before, size);
             return change;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -29,6 +30,18 @@ struct Change {
     std::uint32_t unknown = 0;
 
     bool isComplete() const { return code == 0 && !isInterrupted; }
+};
+
+/// How many records to pass at once: as many as the line has shown to carry in a fraction of the
+/// library's time-outs, one at first.
+class Portion {
+  public:
+    std::uint32_t size() const { return size_; }
+    /// Told how long the last portion, of this size or less, took.
+    void took(std::uint32_t records, std::chrono::nanoseconds time);
+
+  private:
+    std::uint32_t size_ = 1;
 };
 
 /// The records that an instrument stores, read and written in portions. Functions throw as
@@ -63,7 +76,6 @@ class Storage {
     void eraseAll() const;
 
   private:
-    std::uint32_t portionSize() const;
     std::uint32_t readPortion(const RecordList& list, std::span<CqMeasurementRecord> portion,
                               std::uint32_t first) const;
     void settle(Change& change, std::uint32_t before, std::uint32_t underWay) const;

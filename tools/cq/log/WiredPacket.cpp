@@ -159,43 +159,44 @@ std::optional<std::size_t> WiredPacketFinder::lengthAtFront() const {
     static constexpr std::array<std::uint8_t, 2> kToHost{0xAA, 0x55};
     static constexpr std::array<std::uint8_t, 2> kToInstrument{0x55, 0xAA};
     const auto& marks = direction_ == Direction::toHost ? kToHost : kToInstrument;
+    const auto front = std::span(buffer_).subspan(begin_);
     for (std::size_t i = 0; i < marks.size(); ++i) {
-        if (i == buffer_.size()) {
+        if (i == front.size()) {
             return std::nullopt;
         }
-        if (buffer_[i] != marks[i]) {
+        if (front[i] != marks[i]) {
             return 0;
         }
     }
-    if (buffer_.size() == marks.size()) {
+    if (front.size() == marks.size()) {
         return std::nullopt;
     }
-    const PacketType* type = packetType(buffer_[marks.size()]);
+    const PacketType* type = packetType(front[marks.size()]);
     if (type == nullptr) {
         return 0;
     }
     if (type->type != kDataType) {
         return type->length;
     }
-    return buffer_.size() < kHeaderSize ? std::nullopt
-                                        : std::optional(kHeaderSize + lengthField(buffer_));
+    return front.size() < kHeaderSize ? std::nullopt
+                                      : std::optional(kHeaderSize + lengthField(front));
 }
 
 std::optional<WiredPacket> WiredPacketFinder::take() {
     auto length = lengthAtFront();
-    std::size_t skipped = 0;
     while (length == std::size_t{0}) {
-        ++skipped;
-        buffer_.erase(buffer_.begin());
+        ++skipped_;
+        ++begin_;
         length = lengthAtFront();
     }
-    skipped_ += skipped;
-    if (!length || buffer_.size() < *length) {
+    const auto begin = buffer_.begin() + static_cast<std::ptrdiff_t>(begin_);
+    if (!length || buffer_.size() - begin_ < *length) {
+        buffer_.erase(buffer_.begin(), begin);
+        begin_ = 0;
         return std::nullopt;
     }
-    const auto end = buffer_.begin() + static_cast<std::ptrdiff_t>(*length);
-    WiredPacket packet{{buffer_.begin(), end}};
-    buffer_.erase(buffer_.begin(), end);
+    WiredPacket packet{{begin, begin + static_cast<std::ptrdiff_t>(*length)}};
+    begin_ += *length;
     return packet;
 }
 

@@ -51,7 +51,10 @@ class WiredPacketFinder {
     std::optional<WiredPacket> take();
 
     /// Forgets a packet that has begun: bytes are missing.
-    void reset() { buffer_.clear(); }
+    void reset() {
+        buffer_.clear();
+        begin_ = 0;
+    }
 
     /// How many bytes belonged to no packet since the last call.
     std::size_t takeSkipped();
@@ -62,6 +65,7 @@ class WiredPacketFinder {
 
     Direction direction_;
     std::vector<std::uint8_t> buffer_;
+    std::size_t begin_ = 0;  ///< what comes before has been taken; it is dropped at once later
     std::size_t skipped_ = 0;
 };
 

@@ -1,12 +1,13 @@
 #include "report/Html.h"
 
 #include "report/PageStyle.h"
+#include "text/Text.h"
 
 namespace cqtool {
 
 std::string escaped(const std::string& text) {
     std::string result;
-    for (const char c : text) {
+    for (const char c : shown(text)) {
         switch (c) {
             case '&':
                 result += "&amp;";

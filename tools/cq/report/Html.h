@@ -6,7 +6,7 @@
 
 namespace cqtool {
 
-/// The text with the characters that mean something in HTML replaced.
+/// The text as it may be shown, with the characters that mean something in HTML replaced.
 std::string escaped(const std::string& text);
 
 /// \param content HTML.

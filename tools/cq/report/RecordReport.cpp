@@ -24,13 +24,13 @@ AbOffset placeOf(const ColorData& lab) {
     return {lab.values[1], lab.values[2]};
 }
 
-std::string signedNumber(double value) {
-    const std::string text = fixed(value, 2);
-    return value > 0 && text != "0.00" ? "+" + text : text;
-}
-
-std::string differenceTitle(DifferenceFormula formula) {
-    return formula == DifferenceFormula::ab ? "ΔE*<sub>ab</sub>" : "ΔE<sub>00</sub>";
+/// Those that the table has columns for: two that everybody knows, and what decides.
+std::vector<DifferenceFormula> shownFormulas(const Judgement& judgement) {
+    std::vector<DifferenceFormula> formulas{{CqDeltaE76, {}}, {CqDeltaE2000, {}}};
+    if (std::find(formulas.begin(), formulas.end(), judgement.formula) == formulas.end()) {
+        formulas.push_back(judgement.formula);
+    }
+    return formulas;
 }
 
 /// Writes the parts of a page about one set.
@@ -166,9 +166,8 @@ class Page {
         for (const char* title : {"L*", "a*", "b*", "ΔL*", "Δa*", "Δb*"}) {
             cells += element("th", title);
         }
-        for (const DifferenceFormula formula :
-             {DifferenceFormula::ab, DifferenceFormula::ciede2000}) {
-            cells += element("th", differenceTitle(formula));
+        for (const DifferenceFormula& formula : shownFormulas(judgement_)) {
+            cells += element("th", symbolInHtml(formula));
         }
         cells += judgement_.tolerance ? element("th", "") : std::string();
         return element("thead", element("tr", cells));
@@ -177,8 +176,10 @@ class Page {
     std::string trialRow(const RecordEntry& standard, const RecordEntry& trial) const {
         const std::string name = element("th", escaped(trial.name));
         if (!standard.lab || !trial.lab) {
-            const std::string columns = judgement_.tolerance ? "9" : "8";
-            return element("tr", element("td", "") + name + "<td colspan=\"" + columns + "\">" +
+            const std::size_t columns =
+                6 + shownFormulas(judgement_).size() + (judgement_.tolerance ? 1 : 0);
+            return element("tr", element("td", "") + name + "<td colspan=\"" +
+                                     std::to_string(columns) + "\">" +
                                      "no plausible spectrum</td>");
         }
         std::string cells =
@@ -192,10 +193,9 @@ class Page {
         }
         for (std::size_t i = 0; i < 3; ++i) {
             cells +=
-                element("td", signedNumber(double{trial.lab->values[i]} - standard.lab->values[i]));
+                element("td", withSign(double{trial.lab->values[i]} - standard.lab->values[i], 2));
         }
-        for (const DifferenceFormula formula :
-             {DifferenceFormula::ab, DifferenceFormula::ciede2000}) {
+        for (const DifferenceFormula& formula : shownFormulas(judgement_)) {
             cells += element("td", fixed(difference(formula, *standard.lab, *trial.lab), 2),
                              formula == judgement_.formula ? "difference" : "");
         }
@@ -225,7 +225,7 @@ std::string figures(const std::vector<TrialGroup>& groups, const Judgement& judg
     if (summary.trials == 0) {
         return element("div", content, "figures");
     }
-    const std::string title = differenceTitle(judgement.formula);
+    const std::string title = symbolInHtml(judgement.formula);
     if (judgement.tolerance) {
         const std::size_t failed = summary.trials - summary.passed;
         content += element("div",
@@ -245,7 +245,7 @@ std::string figures(const std::vector<TrialGroup>& groups, const Judgement& judg
 std::string legend(const Judgement& judgement) {
     std::string keys = legendKey("standard", "standard") + legendKey("trial", "trial");
     if (judgement.tolerance) {
-        keys += legendKey("tolerance", differenceTitle(judgement.formula) + " " +
+        keys += legendKey("tolerance", symbolInHtml(judgement.formula) + " " +
                                            digitsOf(*judgement.tolerance) +
                                            " at the standard’s lightness");
     }

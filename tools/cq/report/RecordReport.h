@@ -11,7 +11,7 @@ namespace cqtool {
 
 /// How trials are judged.
 struct Judgement {
-    DifferenceFormula formula = DifferenceFormula::ab;
+    DifferenceFormula formula;
     std::optional<double> tolerance;  ///< without one nothing passes or fails
 
     /// Only with a tolerance.

@@ -4,40 +4,23 @@
 #include <cstddef>
 #include <numbers>
 
-#include "Failure.h"
-
 namespace cqtool {
 namespace {
 
 constexpr std::size_t kOutlinePoints = 72;
 
+/// Small for the formulas, large for the digits of a float.
+constexpr float kSmall = 0.05F;
+
 }  // namespace
 
-DifferenceFormula differenceFormulaNamed(std::string_view name) {
-    if (name == "ab") {
-        return DifferenceFormula::ab;
-    }
-    if (name == "00") {
-        return DifferenceFormula::ciede2000;
-    }
-    throw UsageError("the formula must be ab (CIE 1976) or 00 (CIEDE2000), not '" +
-                     std::string(name) + "'");
-}
-
-const char* nameOf(DifferenceFormula formula) {
-    return formula == DifferenceFormula::ab ? "ab" : "00";
-}
-
-double difference(DifferenceFormula formula, const ColorData& standard, const ColorData& trial) {
-    return formula == DifferenceFormula::ab ? deltaEab(standard, trial) : deltaE00(standard, trial);
-}
-
-std::vector<AbOffset> toleranceOutline(DifferenceFormula formula, const ColorData& standard,
+std::vector<AbOffset> toleranceOutline(const DifferenceFormula& formula, const ColorData& standard,
                                        double tolerance) {
-    const Ciede2000Weights weights = ciede2000WeightsAt(standard);
-    const auto squared = [&](double a, double b) {
-        return formula == DifferenceFormula::ab ? a * a + b * b
-                                                : std::pow(weights.difference(a, b), 2);
+    const auto squared = [&](float a, float b) {
+        ColorData trial = standard;
+        trial.values[1] += kSmall * a;
+        trial.values[2] += kSmall * b;
+        return std::pow(difference(formula, standard, trial) / double{kSmall}, 2);
     };
     // The squared difference is aa * a^2 + 2 * ab * a * b + bb * b^2. Its Cholesky factor turns the
     // unit circle into the outline, with points dense where it bends.

@@ -3,10 +3,13 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <iostream>
 #include <iterator>
 #include <utility>
 
 #include "Failure.h"
+#include "system/Terminal.h"
 
 namespace cqtool {
 namespace {
@@ -15,6 +18,7 @@ namespace {
 constexpr std::chrono::milliseconds kLookInterval{20};
 
 std::atomic<bool> hasHappened{false};
+std::atomic<bool> mustEndProcess{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
 extern "C" void handleSignal(int signal) {
@@ -24,14 +28,29 @@ extern "C" void handleSignal(int signal) {
 
 }  // namespace
 
+void endProcess(ExitStatus status) {
+    if (status == ExitStatus::interrupted) {
+        std::cerr << kEndedByInterrupt;
+    }
+    std::cout.flush();
+    std::cerr.flush();
+    std::_Exit(static_cast<int>(status));
+}
+
 Interrupt::Interrupt() : watcher_([this] { watch(); }) {
-    std::signal(SIGINT, handleSignal);
-    std::signal(SIGTERM, handleSignal);
+    for (const int signal : endingSignals()) {
+        // One that is ignored, as under nohup, stays so; but shells let programs in the background
+        // ignore Ctrl-C, which then is sent to them on purpose.
+        if (std::signal(signal, handleSignal) == SIG_IGN && signal != SIGINT) {
+            std::signal(signal, SIG_IGN);
+        }
+    }
 }
 
 Interrupt::~Interrupt() {
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    for (const int signal : endingSignals()) {
+        std::signal(signal, SIG_DFL);
+    }
     {
         const std::scoped_lock lock(mutex_);
         isEnding_ = true;
@@ -56,11 +75,27 @@ void Interrupt::watch() {
         ending_.wait_for(lock, kLookInterval);
     }
     if (happened()) {
+        if (mustEndProcess) {
+            endProcess(ExitStatus::interrupted);
+        }
         for (const Action& action : actions_) {
             action();
         }
         haveActionsRun_ = true;
     }
+}
+
+Interrupt::EndsProcess::EndsProcess() {
+    mustEndProcess = true;
+    // Later the watcher sees both; earlier it may have looked already.
+    if (hasHappened) {
+        mustEndProcess = false;
+        throw Interrupted{};
+    }
+}
+
+Interrupt::EndsProcess::~EndsProcess() {
+    mustEndProcess = false;
 }
 
 std::unique_ptr<Interrupt::Registration> Interrupt::onInterrupt(Action action) {

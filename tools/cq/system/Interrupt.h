@@ -7,9 +7,14 @@
 #include <mutex>
 #include <thread>
 
+#include "Failure.h"
+
 namespace cqtool {
 
-/// Ctrl-C and the request to terminate, for a program that wants to end in good order: the first
+/// Ends the process although something still waits that cannot be woken; says so of Ctrl-C.
+[[noreturn]] void endProcess(ExitStatus status);
+
+/// Ctrl-C and the other requests to end (of a terminal that is closed, too), for a program that wants to end in good order: the first
 /// one sets a flag and runs the actions registered here, on a thread of this object; a second one
 /// ends the process at once. Make one, in main(), before other threads.
 class Interrupt {
@@ -24,6 +29,16 @@ class Interrupt {
     bool happened() const noexcept;
     /// Throws Interrupted once it has happened.
     void throwIfHappened() const;
+
+    /// While it lives, the first Ctrl-C ends the process at once: for a wait that nothing else can
+    /// end, when there is nothing to put in order. Throws Interrupted once that has happened.
+    class EndsProcess {
+      public:
+        EndsProcess();
+        ~EndsProcess();
+        EndsProcess(const EndsProcess&) = delete;
+        EndsProcess& operator=(const EndsProcess&) = delete;
+    };
 
     /// Keeps an action registered; its end waits for the action when that is running.
     class Registration {

@@ -2,13 +2,21 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "terminal/Palette.h"
 
 namespace cqtool {
 
-/// Makes standard output take UTF-8 and, where it is a console, colours; call once, early.
+/// Makes standard output take UTF-8, bytes as they are and, where it is a console, colours. Takes the
+/// places of standard streams that are closed, or a port would get one. Call once, first of all.
 void prepareTerminal();
+
+/// The signals that ask a program to end.
+const std::vector<int>& endingSignals();
+
+/// Whether the reader of standard output has gone, as in cq ... | head.
+bool isOutputAbandoned();
 
 /// What standard output is, and the variables that decide about colours.
 TerminalFacts terminalFacts();

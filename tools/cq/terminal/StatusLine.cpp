@@ -20,10 +20,11 @@ void StatusLine::show(const std::string& text) {
     if (!isShown_) {
         return;
     }
-    const std::size_t width = displayWidth(text);
+    const std::string line = shown(text);
+    const std::size_t width = displayWidth(line);
     const std::size_t rest = width_ > width ? width_ - width : 0;
     // What is left of a longer text is overwritten, which every terminal can.
-    std::cerr << '\r' << text << std::string(rest, ' ') << std::string(rest, '\b') << std::flush;
+    std::cerr << '\r' << line << std::string(rest, ' ') << std::string(rest, '\b') << std::flush;
     width_ = width;
 }
 

@@ -11,6 +11,22 @@ namespace cqtool {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kFormulaSigns = "=+-@\t\r";
+
+/// Whether a spreadsheet would take the text for a formula; after apostrophes, whether it would
+/// without them.
+bool looksLikeFormula(std::string_view text) {
+    const std::size_t first = text.find_first_not_of('\'');
+    return first != std::string_view::npos && kFormulaSigns.find(text[first]) != kFormulaSigns.npos;
+}
+
+/// What csvField() was given.
+std::string withoutMark(std::string text) {
+    if (text.starts_with('\'') && looksLikeFormula(text)) {
+        text.erase(0, 1);
+    }
+    return text;
+}
 
 /// Takes one row after another from the text.
 class RowReader {
@@ -43,10 +59,11 @@ class RowReader {
         if (rest_.starts_with('"')) {
             return quotedField(delimiter);
         }
+        const char ends[] = {delimiter, '\n'};
         const std::string_view text =
-            rest_.substr(0, std::min(currentLine().size(), rest_.find(delimiter)));
+            rest_.substr(0, rest_.find_first_of(std::string_view(ends, sizeof ends)));
         rest_.remove_prefix(text.size());
-        return std::string(trimmed(text));
+        return withoutMark(std::string(trimmed(text)));
     }
 
     std::string quotedField(char delimiter) {
@@ -78,7 +95,7 @@ class RowReader {
             throw Failure(source_ + " line " + std::to_string(line_) + ": text after a closing \"",
                           "write a quotation mark inside a field as \"\"");
         }
-        return text;
+        return withoutMark(std::move(text));
     }
 
     bool takeDelimiter(char delimiter) {
@@ -89,7 +106,8 @@ class RowReader {
         if (delimiter == ' ') {
             // A run of spaces is one delimiter; those at the end of a line are none.
             rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size()));
-            return !trimmed(currentLine()).empty();
+            const std::size_t next = rest_.find_first_not_of(" \t\r");
+            return next != std::string_view::npos && rest_[next] != '\n';
         }
         rest_.remove_prefix(1);
         return true;
@@ -157,11 +175,14 @@ CsvTable readCsv(std::istream& input, const std::string& source) {
 }
 
 std::string csvField(const std::string& text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
+    std::string safe = (looksLikeFormula(text) ? "'" : "") + text;
+    const bool isPlain = safe.find_first_of(",;\t\"\r\n") == std::string::npos &&
+                         !safe.starts_with('#') && trimmed(safe) == safe;
+    if (isPlain) {
+        return safe;
     }
     std::string result = "\"";
-    for (const char c : text) {
+    for (const char c : safe) {
         result += c == '"' ? "\"\"" : std::string(1, c);
     }
     return result + '"';

@@ -28,7 +28,8 @@ struct CsvTable {
 /// Throws Failure, with the line, for a quotation that does not end or is followed by more text.
 CsvTable readCsv(std::istream& input, const std::string& source);
 
-/// The text as one field, quoted where it must be.
+/// The text as one field, quoted where it must be. Before what a spreadsheet would take for a formula
+/// stands an apostrophe, which readCsv() takes away again.
 std::string csvField(const std::string& text);
 
 }  // namespace cqtool

@@ -53,6 +53,11 @@ std::string fixed(double value, int decimals) {
     return text;
 }
 
+std::string withSign(double value, int decimals) {
+    const std::string text = fixed(value, decimals);
+    return value > 0 && text != fixed(0, decimals) ? '+' + text : text;
+}
+
 std::string digitsOf(double value) {
     if (!std::isfinite(value)) {
         return fixed(value, 0);

@@ -15,6 +15,9 @@ std::optional<double> parseNumber(std::string_view text, char decimalMark = '.')
 /// values.
 std::string fixed(double value, int decimals);
 
+/// The same with a sign, "+0.51", unless it is "0.00".
+std::string withSign(double value, int decimals);
+
 /// The number with as few digits as tell it from its neighbours: "0.1", "3600"; "nan" and so on as
 /// above.
 std::string digitsOf(double value);

@@ -1,7 +1,6 @@
 #include "text/Text.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "Failure.h"
 
@@ -65,18 +64,19 @@ std::string joined(const std::vector<std::string>& texts, std::string_view separ
     return result;
 }
 
-std::string printableText(const char* field, std::size_t size) {
-    const void* end = std::memchr(field, 0, size);
-    std::string_view rest(
-        field,
-        end == nullptr ? size : static_cast<std::size_t>(static_cast<const char*>(end) - field));
+std::string shown(std::string_view text) {
     std::string result;
-    while (!rest.empty()) {
-        const std::size_t length = printableLength(rest);
-        result += length == 0 ? std::string_view("?") : rest.substr(0, length);
-        rest.remove_prefix(std::max<std::size_t>(length, 1));
+    while (!text.empty()) {
+        const std::size_t length = printableLength(text);
+        result += length == 0 ? std::string_view("?") : text.substr(0, length);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return result;
+}
+
+std::string printableText(const char* field, std::size_t size) {
+    const std::string_view text(field, size);
+    return shown(text.substr(0, text.find('\0')));
 }
 
 std::vector<std::string> splitArguments(std::string_view text) {

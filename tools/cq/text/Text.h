@@ -16,12 +16,15 @@ std::string lowerCase(std::string_view text);
 /// The texts with the separator between them.
 std::string joined(const std::vector<std::string>& texts, std::string_view separator);
 
-/// What an instrument put into a fixed text field: up to its NUL or its end, as UTF-8 that is safe
-/// to print. Control characters and bytes that are no UTF-8 become '?'.
+/// A text from outside, a name, a cell, an argument, as it may be shown on a terminal or a page:
+/// control characters, line ends among them, and bytes that are no UTF-8 become '?'.
+std::string shown(std::string_view text);
+
+/// The same of what an instrument put into a fixed text field: up to its NUL or its end.
 std::string printableText(const char* field, std::size_t size);
 
-/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and
-/// a backslash before a literal character. Throws UsageError for a quotation that does not end.
+/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and a
+/// backslash before a literal character. Throws UsageError for a quotation that does not end.
 std::vector<std::string> splitArguments(std::string_view text);
 
 /// How many columns a terminal needs for UTF-8 text; escape sequences take none.

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 #include <system_error>
 
@@ -16,6 +17,7 @@ namespace vi {
 namespace {
 
 constexpr std::size_t kReadSize = 65536;
+constexpr const char* kTerminals = "/dev/pts";
 
 [[noreturn]] void fail(const std::string& what) {
     throw std::runtime_error(what + ": " + std::generic_category().message(errno));
@@ -98,17 +100,23 @@ void PseudoTerminal::makeLink() {
     std::error_code error;
     const auto present = fs::symlink_status(link_, error).type();
     const std::string wanted = link_;
-    if (present != fs::file_type::not_found && present != fs::file_type::symlink) {
+    const bool isOwn = present == fs::file_type::symlink &&
+                       fs::read_symlink(link_, error).parent_path() == kTerminals;
+    if (present != fs::file_type::not_found && !isOwn) {
         link_.clear();
         throw std::runtime_error(
-            wanted + " already exists and is not a symbolic link; choose another path for --link");
+            wanted +
+            " already exists and is not a link to a terminal; choose another path for --link");
     }
-    // Made beside and moved over, so that a host never finds the path missing.
-    const std::string fresh = link_ + ".new";
-    fs::remove(fresh, error);
+    // Made beside, where nothing is, and moved over, so that a host never finds the path missing.
+    const std::string fresh = link_ + '.' + std::to_string(std::random_device{}());
     fs::create_symlink(name_, fresh, error);
     if (!error) {
         fs::rename(fresh, link_, error);
+        if (error) {
+            std::error_code ignored;
+            fs::remove(fresh, ignored);
+        }
     }
     if (error) {
         link_.clear();

@@ -11,8 +11,8 @@ namespace vi {
 /// disappears with the object, and hosts that have it open see a hang-up.
 class PseudoTerminal {
   public:
-    /// \param link path of a symbolic link to make; empty for none. A link that is there is
-    ///        replaced.
+    /// \param link path of a symbolic link to make; empty for none. A link to a pseudo-terminal that
+    ///        is there, such as a killed program has left, is replaced; anything else is not.
     /// \throw std::runtime_error with what went wrong.
     explicit PseudoTerminal(const std::string& link);
     /// Removes the link, unless another program has replaced it.

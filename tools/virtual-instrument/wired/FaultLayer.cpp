@@ -8,6 +8,14 @@ namespace {
 /// The offset of a wrong sequence number, never so large that it wraps to 0.
 constexpr std::uint32_t kSequenceOffset = 5;
 
+/// Whether a transfer tells how many standards or samples are stored.
+bool isCount(ByteView payload) {
+    constexpr std::uint8_t kCountStandards = 0x2A;
+    constexpr std::uint8_t kCountSamples = 0x2B;
+    return !payload.empty() &&
+           (payload.front() == kCountStandards || payload.front() == kCountSamples);
+}
+
 }  // namespace
 
 FaultLayer::FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap, Strike strike)
@@ -80,6 +88,12 @@ PacketSink::Sent FaultLayer::sendData(const PacketView& packet, TimePoint now) {
                 .endsTransfer = true};
     }
     ++dataSent_;
+    if (plan_.claim && isFirst && isCount(packet.payload())) {
+        Bytes claimed{packet.payload().front()};
+        put32(claimed, *plan_.claim);
+        const auto flag = static_cast<Flag>(packet.flag());
+        return {.arrives = emit(dataPacket(packet.session(), flag, 0, claimed), now)};
+    }
     if (plan_.wrongSequence.contains(dataSent_)) {
         strike_("wrong-sequence");
         sendWrongSequence(packet, now);

@@ -19,6 +19,7 @@ struct FaultPlan {
     bool oneByte = false;
     std::optional<std::uint16_t> abortReply;
     std::optional<std::uint16_t> abortSend;
+    std::optional<std::uint32_t> claim;
 
     // Counted in packets from the host.
     std::uint32_t retransmit = 0;

@@ -1,5 +1,7 @@
 #include "system/Terminal.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -17,9 +19,26 @@ std::optional<std::string> variable(const char* name) {
 }  // namespace
 
 void prepareTerminal() {
+    // Open for the wrong direction, so that using one still fails.
+    for (int stream = 0; stream >= 0 && stream <= STDERR_FILENO;) {
+        stream = ::open("/dev/null", ::fcntl(STDIN_FILENO, F_GETFD) < 0 ? O_WRONLY : O_RDONLY);
+        if (stream > STDERR_FILENO) {
+            ::close(stream);
+        }
+    }
     // A reader that goes away (cq ... | head) shows as a failed write instead of ending the program
     // before the instrument is closed.
     std::signal(SIGPIPE, SIG_IGN);
+}
+
+const std::vector<int>& endingSignals() {
+    static const std::vector<int> kSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+    return kSignals;
+}
+
+bool isOutputAbandoned() {
+    pollfd output{STDOUT_FILENO, 0, 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
 TerminalFacts terminalFacts() {

@@ -1,8 +1,12 @@
 #include "system/Terminal.h"
 
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
 
 #include <array>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
 namespace cqtool {
@@ -25,10 +29,23 @@ bool consoleMode(DWORD& mode) {
 
 void prepareTerminal() {
     SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdin), _O_BINARY);
+    _setmode(_fileno(stdout), _O_BINARY);
     DWORD mode = 0;
     if (consoleMode(mode)) {
         SetConsoleMode(output(), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     }
+}
+
+const std::vector<int>& endingSignals() {
+    static const std::vector<int> kSignals{SIGINT, SIGTERM, SIGBREAK};
+    return kSignals;
+}
+
+bool isOutputAbandoned() {
+    DWORD count = 0;
+    return GetFileType(output()) == FILE_TYPE_PIPE &&
+           WriteFile(output(), "", 0, &count, nullptr) == FALSE;
 }
 
 TerminalFacts terminalFacts() {

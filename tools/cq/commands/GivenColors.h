@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "colour/ColorInput.h"
+#include "commands/Program.h"
+
+namespace cqtool {
+
+/// Where the colours of a command come from.
+struct GivenColors {
+    InputKind kind = InputKind::spectrum;
+    std::string input;                ///< a file, "-" for standard input
+    std::vector<std::string> values;  ///< numbers on the command line
+    bool isPercent = false;           ///< of spectra
+};
+
+/// --from, which must be given; and --input, --percent and numbers.
+void addKindOption(CommandLine& line, InputKind& kind);
+void addOptions(CommandLine& line, GivenColors& given);
+
+/// From the command line or the file. Throws UsageError unless one of them is given, Failure for a
+/// file without such colours and for spectra that cannot be reflectances.
+std::vector<InputColor> readColors(const GivenColors& given);
+
+/// The same from both: those of the command line come first.
+std::vector<InputColor> readAllColors(const GivenColors& given);
+
+/// The first one of a file.
+InputColor firstColorIn(const GivenColors& given);
+
+}  // namespace cqtool
