@@ -1,4 +1,4 @@
-"""Installs what ./package has made into empty places and uses it as a stranger would.
+"""Installs what scripts/package has made into empty places and uses it as a stranger would.
 
 Usage: check_packages.py FILE...    (.deb and .zip files)
 """

@@ -1,15 +1,13 @@
-"""Reports, debug logs, the doctor, and the texts that are made from the command line's definitions."""
+"""Reports of exchange files, and what other programs read in them."""
 
 import ctypes
 import ctypes.util
 import json
-import os
-import pathlib
 import re
 import shutil
 import subprocess
 
-from support import CQ, CqTest
+from support import CqTest
 
 # A standard and three trials, the last of which is far off.
 BATCH = """index,kind,name,illuminant,observer,L,a,b
@@ -122,132 +120,3 @@ class Cgats(CqTest):
             self.assertTrue(line, done.stdout)
             for read, written in zip(map(float, line.groups()), entry["lab"].values(), strict=True):
                 self.assertAlmostEqual(read, written, places=4)
-
-
-class Log(CqTest):
-    def log_of(self, *command):
-        """The log of a command that a copy of the program writes: others may be running."""
-        programs = pathlib.Path(CQ).parent
-        for file in (CQ, programs / "cq-virtual-instrument", *programs.parent.glob("libCQApi.so*")):
-            shutil.copy(file, self.folder)
-        done = subprocess.run(
-            [self.folder / "cq", *command, "--debug-log"], capture_output=True, text=True,
-            env={**os.environ, "LD_LIBRARY_PATH": str(self.folder)}, timeout=30)
-        self.assertEqual(done.returncode, 0, done.stderr)
-        (log,) = self.folder.glob("*.log")
-        return log
-
-    def test_a_measurement(self):
-        log = self.log_of("measure", "standard", "--virtual-options",
-                          "--calibrated --measure-time 1")
-        shown = self.json("log", "decode", log)["entries"]
-        self.assertEqual([e["text"] for e in shown if not e["known"] or e["problem"]], [])
-        self.assertEqual(shown[0]["packet"], "A2")
-        request = next(e for e in shown if e["direction"] == "sent" and e["packet"] == "A6")
-        self.assertEqual((request["operation"], request["operationName"]),
-                         (0x23, "measure a standard"))
-        reply = [e for e in shown if e["direction"] == "received" and e["packet"] == "A6"]
-        self.assertEqual(sum(e["size"] for e in reply), 256)
-        self.assertEqual([e["last"] for e in reply][-1], True)
-        text = self.cq("log", "decode", log).stdout
-        self.assertRegex(text, r"\n\d\d:\d\d:\d\d\.\d{3}  +>  A6 data  #0  23 measure a standard")
-
-    def test_a_wireless_instrument(self):
-        log = self.log_of("info", "--wireless", "--virtual")
-        shown = self.json("log", "decode", log)["entries"]
-        self.assertEqual([e["text"] for e in shown if not e["known"]], [])
-        commands = [e["command"] for e in shown if e["layer"] == "at" and "command" in e]
-        self.assertIn("AT+SC", commands)
-        self.assertTrue(any(c.startswith("AT+CT=") for c in commands))
-        requests = [e.get("name") for e in shown
-                    if e["layer"] == "wireless" and e["direction"] == "sent"]
-        self.assertEqual(requests[0], "hello")
-        self.assertIn("text 7", requests)
-
-    def test_faults_and_other_files(self):
-        log = self.log_of("info", "--virtual-options", "--fault bad-crc:1")
-        shown = self.json("log", "decode", log)["entries"]
-        self.assertIn("again", [e.get("flag") for e in shown if e["direction"] == "sent"])
-        whole = log.read_bytes()
-        log.write_bytes(whole[: len(whole) * 2 // 3 - 1])
-        self.assertIn("the log ends within", self.cq("log", "decode", log).stdout)
-        log.write_bytes(os.urandom(4096))
-        self.refused("log", "decode", log, status=1, says="is not a debug log")
-
-
-class Doctor(CqTest):
-    def test_finds_the_virtual_instrument(self):
-        done = subprocess.run([CQ, "doctor", "--json"], capture_output=True, text=True, timeout=30)
-        report = json.loads(done.stdout)
-        findings = {f["subject"]: f for f in report["findings"]}
-        self.assertEqual(done.returncode, 0 if report["usable"] else 1)
-        self.assertEqual(findings["virtual instrument"]["level"], "ok", findings)
-        self.assertIn("measures L* 37.", findings["virtual instrument"]["text"])
-        self.assertEqual(findings["colours"]["level"], "ok")
-
-    def test_misses_it(self):
-        alone = self.folder / "bin"
-        alone.mkdir()
-        shutil.copy(CQ, alone)
-        library = os.path.dirname(os.path.dirname(CQ))
-        done = subprocess.run(
-            [alone / "cq", "doctor"], capture_output=True, text=True, timeout=30,
-            env={"PATH": "/nowhere", "LD_LIBRARY_PATH": library})
-        self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stdout, "problem +virtual instrument +the virtual instrument did not")
-        self.assertIn("lies beside cq", done.stdout)
-
-
-def completions(line):
-    """What bash proposes at the end of the line."""
-    script = (
-        f'source <("{CQ}" completion bash); COMP_LINE="$1"; read -ra COMP_WORDS <<< "$1"; '
-        '[[ $1 == *" " ]] && COMP_WORDS+=(""); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); '
-        'COMPREPLY=(); _cq; printf "%s\\n" "${COMPREPLY[@]}"'
-    )
-    done = subprocess.run(["bash", "-c", script, "bash", line], capture_output=True, text=True,
-                          timeout=30)
-    if done.returncode != 0 or done.stderr:
-        raise AssertionError(done.stderr)
-    return done.stdout.split()
-
-
-class Manual(CqTest):
-    def test_bash_proposes_commands_options_and_values(self):
-        self.assertIn("measure", completions("cq "))
-        self.assertEqual(completions("cq calibrate w"), ["white"])
-        self.assertEqual(completions("cq measure trial --observer "), ["2", "10"])
-        self.assertIn("--tolerance", completions("cq report --"))
-        self.assertEqual(completions("cq log d"), ["decode"])
-        self.assertNotIn("measure", completions("cq info "))
-
-    def test_shells_take_their_scripts(self):
-        for shell, check in (("bash", "-n"), ("zsh", "-n"), ("fish", "--no-execute")):
-            script = self.folder / shell
-            script.write_text(self.cq("completion", shell).stdout)
-            if shutil.which(shell) is not None:
-                done = subprocess.run([shell, check, script], capture_output=True, text=True)
-                self.assertEqual((done.returncode, done.stderr), (0, ""), shell)
-
-    def test_fish_proposes_the_same(self):
-        if shutil.which("fish") is None:
-            self.skipTest("fish is not installed")
-        script = self.folder / "cq.fish"
-        script.write_text(self.cq("completion", "fish").stdout)
-        for line, proposal in (("cq ca", "calibrate"), ("cq measure trial --observer 1", "10"),
-                               ("cq log d", "decode"), ("cq report --tol", "--tolerance")):
-            done = subprocess.run(["fish", "-c", f"source {script}; complete -C '{line}'"],
-                                  capture_output=True, text=True, timeout=30)
-            self.assertEqual(done.stderr, "")
-            self.assertEqual([p.split("\t")[0] for p in done.stdout.splitlines()], [proposal])
-
-    def test_man_page(self):
-        page = self.cq("man").stdout
-        for command in ("measure", "log decode", "color"):
-            self.assertIn(f".SS \\fBcq {command}\\fR", page)
-        self.assertEqual(len(re.findall(r"\.TP\n\\fB\\-\\-port\\fR", page)), 1)
-        if shutil.which("groff") is None:
-            self.skipTest("groff is not installed")
-        done = subprocess.run(["groff", "-man", "-ww", "-z", "-Tutf8", "-k"], input=page,
-                              capture_output=True, text=True)
-        self.assertEqual((done.returncode, done.stderr), (0, ""))

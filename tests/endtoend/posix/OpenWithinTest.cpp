@@ -10,7 +10,7 @@
 #include <future>
 
 #include "endtoend/wireless/Wireless.h"
-#include "reliability/Rounds.h"
+#include "peer/Rounds.h"
 #include "serial/posix/PseudoTerminal.h"
 
 namespace cqtest {
