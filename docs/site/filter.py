@@ -1,7 +1,8 @@
 """Prepares a file for Doxygen, and prints it: filter.py FILE.
 
 Markdown: gives each heading the anchor that other readers of Markdown give it, turns links to other pages
-into Doxygen's, and marks code in a link's text, where Doxygen knows no backticks. Headers: turns the lines that divide them into groups.
+into Doxygen's, and marks code in a link's text, where Doxygen knows no backticks. Headers: turns the lines
+that divide them into groups.
 """
 
 import os
