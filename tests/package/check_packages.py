@@ -294,7 +294,7 @@ class Zip(PackageTest):
         self.assertGreater(len(named), 10)
         self.assert_files(self.root, "README.txt", *(name.replace("\\", "/") for name in named))
 
-    def test_program_of_the_working_folder_is_not_run(self):
+    def test_program_on_the_search_path_is_run_and_one_of_the_working_folder_not(self):
         alone = self.folder / "alone"
         planted = self.folder / "planted"
         for folder, names in (alone, ("cq.exe", "CQApi.dll")), (planted, ("cq-virtual-instrument.exe",)):
@@ -303,6 +303,8 @@ class Zip(PackageTest):
                 shutil.copy(self.root / "bin" / name, folder)
         printed = run(*self.wine, alone / "cq.exe", "measure", "--virtual", cwd=planted, status=1)
         self.assertIn("the virtual instrument did not start", printed)
+        self.assert_first_patch(run(*self.wine, alone / "cq.exe", "measure", "--virtual",
+                                    env={"WINEPATH": f"Z:{planted}"}))
 
     def test_python_package_is_built_without_a_network(self):
         run("/usr/bin/python3", "-m", "pip", "install", "--no-index", "--no-build-isolation", "--target",
