@@ -1,6 +1,11 @@
 using System;
 using System.Runtime.InteropServices;
 
+// On Windows the library is sought beside the assembly, beside the program and in the system's folder; in the
+// working folder never.
+[assembly: DefaultDllImportSearchPaths(
+    DllImportSearchPath.AssemblyDirectory | DllImportSearchPath.SafeDirectories)]
+
 namespace CQApi
 {
     /// <summary>The library's functions as CQApi.h declares them. Records cross as structures, arrays of

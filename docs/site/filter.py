@@ -1,14 +1,17 @@
 """Prepares a file for Doxygen, and prints it: filter.py FILE.
 
-Markdown: gives each heading the anchor that other readers of Markdown give it, and turns links to other
-pages into Doxygen's. Headers: turns the lines that divide them into groups.
+Markdown: gives each heading the anchor that other readers of Markdown give it, turns links to other pages
+into Doxygen's, and marks code in a link's text, where Doxygen knows no backticks. Headers: turns the lines
+that divide them into groups.
 """
 
+import os
 import pathlib
 import re
 import sys
 
 DOCS = pathlib.Path("docs")
+CHANGES = pathlib.Path("CHANGELOG.md")
 
 
 def anchor(page, heading=""):
@@ -20,15 +23,17 @@ def anchor(page, heading=""):
 
 def link(page, match):
     text, target, _, fragment = match.groups()
-    if "://" in target:
+    if "://" in target or target.endswith(".svg"):
         return match.group(0)
     if target.endswith((".h", ".hpp")):
         return f"[{text}](@ref {pathlib.Path(target).name})"
     if target and not target.endswith(".md"):
         return text  # a file that is not on the site
-    if target and not (DOCS in (page.parent / target).parents):
+    file = pathlib.Path(os.path.normpath(page.parent / target))
+    if target and DOCS not in file.parents and file != CHANGES:
         return text
-    return f"[{text}](@ref {anchor(target or page, fragment or '')})"
+    reference = f"[{text.replace('`', '')}](@ref {anchor(target or page, fragment or '')})"
+    return f'<span class="code">{reference}</span>' if "`" in text else reference
 
 
 def markdown(page):

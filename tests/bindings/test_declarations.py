@@ -95,7 +95,10 @@ class Declarations(unittest.TestCase):
                 self.assertRegex(CPP, rf"\b{name}\b")
 
     def test_csharp_widths_and_conventions(self):
-        """A bool of the library is one byte, where C# would take four; it calls as C does."""
+        """A bool of the library is one byte, where C# would take four; it calls as C does. The
+        working folder is not searched."""
+        self.assertRegex(CSHARP, r"\[assembly: DefaultDllImportSearchPaths\(\s*DllImportSearchPath\."
+                                 r"AssemblyDirectory \| DllImportSearchPath\.SafeDirectories\)\]")
         declared = re.findall(r"\[DllImport\((.*?)\)\]\s*(\[return[^\n]*\])?\s*"
                               r"internal static extern (\w+)", CSHARP, re.DOTALL)
         self.assertEqual(len(declared), len(IN_HEADER))

@@ -27,6 +27,16 @@ SYSTEM_DLLS = {
     "advapi32", "kernel32", "msvcrt", "ole32", "setupapi", "shell32", "shlwapi", "user32",
 }
 STRANGERS_PATIENCE = 60  # seconds from the download to a colour
+LINK = re.compile(r"\]\(([^)#\s]*)(?:#([^)\s]*))?\)")
+CODE = re.compile(r"^```.*?^```$", re.MULTILINE | re.DOTALL)
+PYTHON_MEASURES = """
+import sys, cqapi
+instrument = cqapi.Instrument.open(sys.argv[1])
+instrument.calibrate_white()
+instrument.calibrate_black()
+lab = cqapi.color_from_spectrum(instrument.measure_standard().spectrum(64))
+print("L* %.2f  a* %.2f  b* %.2f" % tuple(lab))
+"""
 
 
 def run(*command, cwd=None, env=None, patience=300, status=0):
@@ -39,6 +49,26 @@ def run(*command, cwd=None, env=None, patience=300, status=0):
     if done.returncode != status:
         raise AssertionError(f"{command} ended with {done.returncode}:\n{done.stdout}")
     return done.stdout
+
+
+def anchors(page):
+    """The identifiers that readers of Markdown give the headings of a page."""
+    headings = re.findall(r"^#+ (.*)$", CODE.sub("", page.read_text(encoding="utf-8")), re.MULTILINE)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def dead_links(root, *needed):
+    """Of each page below a folder the links that lead nowhere in it; the needed pages must be there."""
+    pages = sorted(root.rglob("*.md"))
+    assert set(needed) <= {page.name for page in pages}, f"{needed} are not all among {pages}"
+    dead = []
+    for page in pages:
+        for target, anchor in LINK.findall(CODE.sub("", page.read_text(encoding="utf-8"))):
+            file = (page.parent / target).resolve() if target else page
+            if "://" not in target and (not file.is_relative_to(root.resolve()) or not file.exists()
+                                        or anchor and anchor not in anchors(file)):
+                dead.append(f"{page.relative_to(root)}: {target}#{anchor}")
+    return dead
 
 
 class PackageTest(unittest.TestCase):
@@ -102,7 +132,9 @@ class Debs(PackageTest):
     def test_contain_what_they_should(self):
         self.assert_files(
             self.root / "usr", "bin/cq", "bin/cq-virtual-instrument", "include/cqapi/CQApi.h",
-            "lib/udev/rules.d/70-cqapi.rules", "share/doc/libcqapi-dev/virtual-instrument.md",
+            "lib/udev/rules.d/70-cqapi.rules", "lib/cli/CQApi.Net/CQApi.Net.dll",
+            "lib/python3/dist-packages/cqapi/__init__.py",
+            "share/doc/libcqapi-dev/bindings/csharp/Instrument.cs",
         )
         self.assert_files(self.libraries, "libCQApi.so", "libCQApi.so.1", "pkgconfig/cqapi.pc",
                           "cmake/CQApi/CQApiConfig.cmake")
@@ -112,13 +144,24 @@ class Debs(PackageTest):
         self.assertRegex(self.fields("libcqapi1")["Depends"], r"libc6 \(>= [\d.]+\)")
         for file in self.programs / "cq", self.libraries / "libCQApi.so.1":
             self.assertNotIn(" .symtab", run("readelf", "-SW", file), f"{file} is not stripped")
+            self.assertNotIn("PATH", run("readelf", "-dW", file), f"{file} has a run path")
+        self.assertEqual(self.fields("python3-cqapi")["Architecture"], "all")
 
-    def test_device_rules_name_both_devices(self):
+    def test_links_lead_somewhere(self):
+        self.assertEqual(
+            dead_links(self.root / "usr", "index.md", "first-measurement.md", "CHANGELOG.md"), [])
+
+    def test_device_rules_take_no_other_makers_port(self):
+        """Each names its device wholly; only the instrument's port is taken from the modem manager."""
         rules = (self.root / "usr/lib/udev/rules.d/70-cqapi.rules").read_text(encoding="utf-8")
-        for vendor, product in ("0483", "5740"), ("1a86", "7523"):
-            line = next(line for line in rules.splitlines() if f'=="{product}"' in line)
-            self.assertIn(f'ATTRS{{idVendor}}=="{vendor}"', line)
-            self.assertIn('TAG+="uaccess"', line)
+        rules = [line for line in rules.replace("\\\n", "").splitlines() if "ATTRS" in line]
+        self.assertEqual(len(rules), 2)
+        for rule, port, vendor, product in zip(rules, ("ACM", "USB"), ("0483", "1a86"), ("5740", "7523")):
+            for part in (f'KERNEL=="tty{port}*"', f'ATTRS{{idVendor}}=="{vendor}"',
+                         f'ATTRS{{idProduct}}=="{product}"', 'TAG+="uaccess"'):
+                self.assertIn(part, rule)
+        self.assertEqual(re.findall(r"ID_MM_\w+", "\n".join(rules)), ["ID_MM_PORT_IGNORE"])
+        self.assertIn("ID_MM_PORT_IGNORE", rules[0])
 
     def test_cmake_finds_the_library(self):
         self.assert_measures(self.built_consumer(f"-DCMAKE_PREFIX_PATH={self.root / 'usr'}"))
@@ -139,6 +182,22 @@ class Debs(PackageTest):
         program = self.folder / "measure"
         run("cc", EXAMPLES / "c" / "measure.c", "-o", program, *flags)
         self.assert_measures(program)
+
+    def test_python_measures(self):
+        port = self.instrument(self.programs / "cq-virtual-instrument")
+        modules = self.root / "usr/lib/python3/dist-packages"
+        self.assert_first_patch(run(
+            "/usr/bin/python3", "-B", "-c", PYTHON_MEASURES, port,
+            env={"LD_LIBRARY_PATH": str(self.libraries), "PYTHONPATH": str(modules)}))
+
+    @unittest.skipUnless(shutil.which("mono"), "mono is not installed")
+    def test_csharp_program_is_built_and_measures(self):
+        assembly = self.root / "usr/lib/cli/CQApi.Net/CQApi.Net.dll"
+        program = pathlib.Path(shutil.copy(assembly, self.folder)).with_name("check.exe")
+        run("mcs", f"-out:{program}", f"-reference:{assembly}", EXAMPLES / "csharp/ToleranceCheck.cs")
+        port = self.instrument(self.programs / "cq-virtual-instrument")
+        self.assertIn("trial 2", run("mono", program, port, "9", "2",
+                                     env={"LD_LIBRARY_PATH": str(self.libraries)}))
 
 
 def debian_mirror():
@@ -181,6 +240,8 @@ class FreshDebian(PackageTest):
             "apt-get install -y -qq /tmp/libcqapi1_*.deb /tmp/cqapi-tools_*.deb >/tmp/log 2>&1 ||"
             " { cat /tmp/log; exit 1; }\n cq measure standard --virtual")
         seconds = time.monotonic() - began
+        self.inside("apt-get install -y -qq /tmp/python3-cqapi_*.deb >/tmp/log 2>&1 ||"
+                    " { cat /tmp/log; exit 1; }\n python3 -c 'import cqapi; cqapi.load_library()'")
         self.assert_first_patch(printed)
         self.assertLess(seconds, STRANGERS_PATIENCE)
         print(f"  from the packages to a colour on a fresh Debian: {seconds:.1f} s")
@@ -213,17 +274,42 @@ class Zip(PackageTest):
     def test_contains_what_it_should(self):
         self.assert_files(
             self.root, "README.txt", "bin/CQApi.dll", "bin/cq.exe", "bin/cq-virtual-instrument.exe",
-            "include/cqapi/CQApi.h", "lib/libCQApi.dll.a", "lib/CQApi.def", "doc/cq.md",
+            "include/cqapi/CQApi.h", "lib/libCQApi.dll.a", "lib/CQApi.def", "bin/CQApi.Net.dll",
             "examples/c/measure.c", "lib/cmake/CQApi/CQApiConfig.cmake",
+            "bindings/csharp/Instrument.cs", "bindings/python/cqapi/__init__.py",
         )
         self.assertLessEqual((self.root / "bin/CQApi.dll").stat().st_size, LARGEST_DLL)
 
     def test_needs_system_dlls_alone(self):
-        for file in (self.root / "bin").iterdir():
+        for file in {*(self.root / "bin").iterdir()} - {self.root / "bin/CQApi.Net.dll"}:
             headers = run("x86_64-w64-mingw32-objdump", "-p", file)
             needed = {name.lower() for name in re.findall(r"DLL Name: (.*)\.dll", headers, re.I)}
             self.assertLessEqual(needed - {"cqapi"}, SYSTEM_DLLS, file.name)
             self.assertGreater(len(needed), 0, file.name)
+
+    def test_links_lead_somewhere(self):
+        self.assertEqual(dead_links(self.root, "index.md", "first-measurement.md", "CHANGELOG.md"), [])
+        readme = (self.root / "README.txt").read_text(encoding="utf-8")
+        named = re.findall(r"^    (\w+\\[\w.\\-]+)  ", readme, re.MULTILINE)
+        self.assertGreater(len(named), 10)
+        self.assert_files(self.root, "README.txt", *(name.replace("\\", "/") for name in named))
+
+    def test_program_on_the_search_path_is_run_and_one_of_the_working_folder_not(self):
+        alone = self.folder / "alone"
+        planted = self.folder / "planted"
+        for folder, names in (alone, ("cq.exe", "CQApi.dll")), (planted, ("cq-virtual-instrument.exe",)):
+            folder.mkdir()
+            for name in names:
+                shutil.copy(self.root / "bin" / name, folder)
+        printed = run(*self.wine, alone / "cq.exe", "measure", "--virtual", cwd=planted, status=1)
+        self.assertIn("the virtual instrument did not start", printed)
+        self.assert_first_patch(run(*self.wine, alone / "cq.exe", "measure", "--virtual",
+                                    env={"WINEPATH": f"Z:{planted}"}))
+
+    def test_python_package_is_built_without_a_network(self):
+        run("/usr/bin/python3", "-m", "pip", "install", "--no-index", "--no-build-isolation", "--target",
+            self.folder / "site", self.root / "bindings/python")
+        self.assert_files(self.folder / "site/cqapi", "__init__.py", "py.typed")
 
     def test_stranger_sees_a_colour(self):
         self.assert_first_patch(
@@ -233,14 +319,16 @@ class Zip(PackageTest):
         program = self.root / "bin" / "measure.exe"
         self.addCleanup(program.unlink)
         run("x86_64-w64-mingw32-gcc-posix", f"-I{self.root / 'include'}",
-            EXAMPLES / "c" / "measure.c", "-o", program, self.root / "lib" / "libCQApi.dll.a")
+            EXAMPLES / "c" / "measure.c", "-o", program, self.root / "lib" / "CQApi.lib")
         self.assert_measures(program)
 
-    def test_cmake_finds_the_library(self):
+    def test_cmake_links_with_the_import_library_of_visual_studio(self):
         built = self.built_consumer(
             f"-DCMAKE_TOOLCHAIN_FILE={SOURCE / 'cmake/mingw-w64-x86_64.cmake'}",
             f"-DCQApi_DIR={self.root / 'lib/cmake/CQApi'}",  # outside the compiler's own root
             "-DCMAKE_EXE_LINKER_FLAGS=-static", suffix=".exe")
+        linked = re.search(r"LINK_LIBRARIES = (.*)", (built.parent / "build.ninja").read_text(encoding="utf-8"))
+        self.assertRegex(linked[1], r"/CQApi\.lib ")
         program = shutil.copy(built, self.root / "bin")
         self.addCleanup(os.unlink, program)
         self.assert_measures(program)

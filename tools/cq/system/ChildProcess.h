@@ -14,7 +14,8 @@ namespace cqtool {
 /// standard error is this program's.
 class ChildProcess {
   public:
-    /// A program that lies beside this one; else its name alone, to be found on the search path.
+    /// A program that lies beside this one, else one on the search path: on Windows its full path,
+    /// because a name alone would be sought in the working folder, too; on POSIX its name.
     static std::filesystem::path locate(const std::string& name);
 
     /// Throws std::system_error when it cannot be started.

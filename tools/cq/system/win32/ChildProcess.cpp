@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <sstream>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -88,6 +89,17 @@ std::wstring quoted(const std::wstring& argument) {
     return result.append(backslashes, L'\\') + L'"';
 }
 
+std::vector<std::filesystem::path> searchPath() {
+    std::wstring path(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
+    path.resize(GetEnvironmentVariableW(L"PATH", path.data(), static_cast<DWORD>(path.size())));
+    std::vector<std::filesystem::path> folders;
+    std::wistringstream entries(path);
+    for (std::wstring entry; std::getline(entries, entry, L';');) {
+        folders.emplace_back(entry);
+    }
+    return folders;
+}
+
 std::wstring commandLine(const std::filesystem::path& program,
                          const std::vector<std::string>& arguments) {
     std::wstring line = quoted(program.wstring());
@@ -100,7 +112,7 @@ std::wstring commandLine(const std::filesystem::path& program,
 }  // namespace
 
 struct ChildProcess::Impl {
-    void start(std::wstring line) {
+    void start(const std::filesystem::path& program, std::wstring line) {
         Handle childInput = inheritable(input.readEnd.get());
         Handle childOutput = inheritable(output.writeEnd.get());
         Handle childError = inheritable(GetStdHandle(STD_ERROR_HANDLE));
@@ -115,8 +127,8 @@ struct ChildProcess::Impl {
         const DWORD flags =
             CREATE_NEW_PROCESS_GROUP | (GetConsoleWindow() == nullptr ? CREATE_NO_WINDOW : 0);
         PROCESS_INFORMATION information{};
-        if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr,
-                           &startup, &information) == FALSE) {
+        if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                           nullptr, &startup, &information) == FALSE) {
             fail();
         }
         CloseHandle(information.hThread);
@@ -135,13 +147,21 @@ struct ChildProcess::Impl {
 std::filesystem::path ChildProcess::locate(const std::string& name) {
     const auto beside = executableFolder() / (name + ".exe");
     std::error_code ignored;
-    return std::filesystem::exists(beside, ignored) ? beside : beside.filename();
+    if (std::filesystem::exists(beside, ignored)) {
+        return beside;
+    }
+    for (const std::filesystem::path& folder : searchPath()) {
+        if (folder.is_absolute() && std::filesystem::exists(folder / beside.filename(), ignored)) {
+            return folder / beside.filename();
+        }
+    }
+    return beside;  // starting it will say that it is not there
 }
 
 ChildProcess::ChildProcess(const std::filesystem::path& program,
                            const std::vector<std::string>& arguments)
     : impl_(std::make_unique<Impl>()) {
-    impl_->start(commandLine(program, arguments));
+    impl_->start(program, commandLine(program, arguments));
 }
 
 ChildProcess::~ChildProcess() {
