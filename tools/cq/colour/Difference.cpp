@@ -125,7 +125,7 @@ CqColorDifference compare(const DifferenceFormula& formula, const ColorData& sta
 
 double difference(const DifferenceFormula& formula, const ColorData& standard,
                   const ColorData& trial) {
-    return compare(formula, standard, trial).deltaE;
+    return shortest(compare(formula, standard, trial).deltaE);
 }
 
 }  // namespace cqtool

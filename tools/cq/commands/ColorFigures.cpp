@@ -6,6 +6,7 @@
 #include "commands/ConvertedColors.h"
 #include "Failure.h"
 #include "ResultText.h"
+#include "text/Numbers.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -17,13 +18,12 @@ constexpr const char* kIndices[] = {"whiteness-cie", "tint-cie",        "whitene
 constexpr const char* kStrengthMethods[] = {"single", "sum", "weighted"};
 
 /// Nothing for what the library calls not defined.
-template <typename Value>
-std::optional<double> unlessUndefined(std::uint32_t code, const Value& value) {
+std::optional<double> unlessUndefined(std::uint32_t code, float value) {
     if (code == CQ_INVALID_PARAMETER || code == CQ_NOT_SUPPORTED) {
         return std::nullopt;
     }
     check(code, Operation::computeColor);
-    return value;
+    return shortest(value);
 }
 
 Figure indexOf(std::uint32_t index, const ColorData& xyz, const Viewing& viewing) {

@@ -113,8 +113,7 @@ std::string csvOf(std::span<const ConvertedColor> colors, Spaces spaces) {
             }
         }
         for (const Figure& figure : color.figures) {
-            text += ',' + (figure.value ? digitsOf(shortest(static_cast<float>(*figure.value)))
-                                        : std::string());
+            text += ',' + (figure.value ? digitsOf(*figure.value) : std::string());
         }
         text += "," + hexColor(color.rgb) + '\n';
     }

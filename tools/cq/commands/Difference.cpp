@@ -99,7 +99,7 @@ Json jsonOf(const std::vector<NamedLab>& labs, const DifferenceOptions& options)
         Json entry{{"name", trial->name}, {"lab", colorJson(trial->lab, space)}};
         const CqColorDifference components = compare({}, standard, trial->lab);
         for (const Component& component : kComponents) {
-            entry[component.key] = components.*component.value;
+            entry[component.key] = shortest(components.*component.value);
         }
         for (const DifferenceFormula& formula : options.formulas) {
             entry["deltaE"][nameOf(formula)] = difference(formula, standard, trial->lab);
