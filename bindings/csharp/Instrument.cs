@@ -33,27 +33,29 @@ namespace CQApi
         private readonly InstrumentHandle handle;
         private EventHandler<MeasurementReceivedEventArgs> measurementReceived;
 
-        private Instrument(InstrumentHandle opened, string what, string portName)
+        private Instrument(uint code, InstrumentHandle opened, string what, string portName)
         {
-            if (opened.IsInvalid)
+            if (code != (uint)ResultCode.NoError)
             {
-                throw string.IsNullOrEmpty(portName)
-                    ? new CQException(ResultCode.CannotFoundDevice, "searching the ports for " + what)
-                    : new CQException(ResultCode.FailToOpen, "opening " + what + " on " + portName);
+                opened.Dispose();
+                throw new CQException((ResultCode)code, string.IsNullOrEmpty(portName)
+                    ? "searching the ports for " + what
+                    : "opening " + what + " on " + portName);
             }
             handle = opened;
             handle.Callback = OnMeasurement;
         }
 
-        /// <summary>Opens a wired instrument. Waits indefinitely on a port that opens but never
-        /// answers.</summary>
+        /// <summary>Opens a wired instrument.</summary>
         /// <param name="portName">"COM5", "/dev/ttyACM0"; null: the first port with the instrument's USB
         /// identity that answers.</param>
-        /// <exception cref="CQException">CannotFoundDevice after a search, FailToOpen for a named port.
-        /// Only the debug log tells why opening failed.</exception>
-        public static Instrument Open(string portName = null)
+        /// <param name="timeout">For all of it; null: as long as the port stays silent.</param>
+        /// <exception cref="CQException">With the reason: CannotFoundDevice, FailToOpen, UnknownError,
+        /// ReceivingTimeout when the time was up.</exception>
+        public static Instrument Open(string portName = null, TimeSpan? timeout = null)
         {
-            return new Instrument(NativeMethods.cqOpen(portName), "an instrument", portName);
+            var code = NativeMethods.cqOpenWithin(portName, Milliseconds(timeout), out var opened);
+            return new Instrument(code, opened, "an instrument", portName);
         }
 
         /// <summary>Opens a wireless instrument through the Bluetooth LE adapter. Takes 2 to 5 s, with a
@@ -61,12 +63,22 @@ namespace CQApi
         /// <param name="adapterPortName">Null: the first port of an adapter that answers.</param>
         /// <param name="slaveAddress">A <see cref="BleSlave.Address"/>; null: the instrument with the
         /// strongest signal.</param>
+        /// <param name="timeout">As for <see cref="Open"/>.</param>
         /// <exception cref="CQException">As <see cref="Open"/>.</exception>
         public static Instrument OpenWireless(
-            string adapterPortName = null, string slaveAddress = null)
+            string adapterPortName = null, string slaveAddress = null, TimeSpan? timeout = null)
         {
-            return new Instrument(NativeMethods.cqOpenByBleDongle(adapterPortName, slaveAddress),
-                "a wireless instrument", adapterPortName);
+            var code = NativeMethods.cqOpenByBleDongleWithin(
+                adapterPortName, slaveAddress, Milliseconds(timeout), out var opened);
+            return new Instrument(code, opened, "a wireless instrument", adapterPortName);
+        }
+
+        private static uint Milliseconds(TimeSpan? time)
+        {
+            const uint NoLimit = uint.MaxValue;
+            return time is TimeSpan given
+                ? (uint)Math.Min(Math.Max(given.TotalMilliseconds, 0), NoLimit - 1)
+                : NoLimit;
         }
 
         /// <summary>Says goodbye and closes; does nothing the second time. May be called while another

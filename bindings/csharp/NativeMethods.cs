@@ -29,6 +29,16 @@ namespace CQApi
 
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi,
             BestFitMapping = false, ThrowOnUnmappableChar = true)]
+        internal static extern uint cqOpenWithin(
+            string portName, uint milliseconds, out InstrumentHandle handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi,
+            BestFitMapping = false, ThrowOnUnmappableChar = true)]
+        internal static extern uint cqOpenByBleDongleWithin(string adapterPortName,
+            string slaveAddress, uint milliseconds, out InstrumentHandle handle);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl, CharSet = CharSet.Ansi,
+            BestFitMapping = false, ThrowOnUnmappableChar = true)]
         internal static extern uint cqScanBleSlaves(string adapterPortName, out IntPtr slaves);
 
         // Not with a safe handle: its owner closes with it.

@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -29,6 +30,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -103,27 +105,35 @@ class Instrument {
         std::function<void(bool isStandard, const MeasurementRecord& record)>;
 
     /**
-     * Opens a wired instrument; see cqOpen, also for how long it can take.
+     * Opens a wired instrument; see cqOpenWithin.
      *
      * @param portName  empty: search every port that carries the instrument's USB identity.
-     * @throw Error  with CQ_CANNOT_FOUND_DEVICE after a search, CQ_FAIL_TO_OPEN for a named port.
-     *               Only the debug log tells why opening failed.
+     * @param timeout   for all of it, up to 49 days; without one, as long as the port stays silent.
+     * @throw Error  with the reason: CQ_CANNOT_FOUND_DEVICE, CQ_FAIL_TO_OPEN, CQ_RECEIVING_TIMEOUT
+     *               when the time was up, CQ_UNKNOWN_ERROR.
      */
-    static Instrument open(const std::string& portName = {}) {
-        return Instrument(cqOpen(portName.c_str()), "an instrument", portName);
+    static Instrument open(const std::string& portName = {},
+                           std::optional<std::chrono::milliseconds> timeout = {}) {
+        CqHandle handle = nullptr;
+        const auto code = cqOpenWithin(portName.c_str(), milliseconds(timeout), &handle);
+        return Instrument(code, handle, "an instrument", portName);
     }
 
     /**
-     * Opens a wireless instrument through the adapter; see cqOpenByBleDongle.
+     * Opens a wireless instrument through the adapter; see cqOpenByBleDongleWithin.
      *
      * @param adapterPortName  empty: search every port that may be an adapter's.
      * @param slaveAddress     a Slave::address; empty: the instrument with the strongest signal.
+     * @param timeout          as for open().
      * @throw Error  as open().
      */
     static Instrument openWireless(const std::string& adapterPortName = {},
-                                   const std::string& slaveAddress = {}) {
-        return Instrument(cqOpenByBleDongle(adapterPortName.c_str(), slaveAddress.c_str()),
-                          "a wireless instrument", adapterPortName);
+                                   const std::string& slaveAddress = {},
+                                   std::optional<std::chrono::milliseconds> timeout = {}) {
+        CqHandle handle = nullptr;
+        const auto code = cqOpenByBleDongleWithin(adapterPortName.c_str(), slaveAddress.c_str(),
+                                                  milliseconds(timeout), &handle);
+        return Instrument(code, handle, "a wireless instrument", adapterPortName);
     }
 
     /** Says goodbye and closes; does nothing the second time. Waits for a running handler, so do
@@ -333,13 +343,20 @@ class Instrument {
         std::exception_ptr exception;
     };
 
-    Instrument(CqHandle opened, const std::string& what, const std::string& portName) {
-        if (opened == nullptr) {
-            throw portName.empty()
-                ? Error(CQ_CANNOT_FOUND_DEVICE, "searching the ports for " + what)
-                : Error(CQ_FAIL_TO_OPEN, "opening " + what + " on " + portName);
+    Instrument(std::uint32_t code, CqHandle opened, const std::string& what,
+               const std::string& portName) {
+        if (code != CQ_NO_ERROR) {
+            throw Error(code, portName.empty() ? "searching the ports for " + what
+                                               : "opening " + what + " on " + portName);
         }
         link_ = std::make_unique<Link>(opened);
+    }
+
+    /// A time as the library takes it; none is no limit.
+    static std::uint32_t milliseconds(std::optional<std::chrono::milliseconds> time) {
+        constexpr std::int64_t kNoLimit = 0xFFFFFFFF;
+        return static_cast<std::uint32_t>(
+            time ? std::clamp<std::int64_t>(time->count(), 0, kNoLimit - 1) : kNoLimit);
     }
 
     template <class T>

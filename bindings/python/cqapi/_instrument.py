@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import math
 import weakref
 from collections.abc import Callable, Sequence
 from types import TracebackType
@@ -23,6 +24,7 @@ from ._records import (
 MeasurementHandler = Callable[[bool, MeasurementRecord], object]
 
 _ALL_RECORDS = 0xFFFFFFFF
+_NO_LIMIT = 0xFFFFFFFF  # milliseconds
 _LAST_STANDARD = 0x7FFFFFFE  # that can be deleted: bit 31 is set on a wired line, and all bits are "all"
 _RECORD_SIZE = ctypes.sizeof(MeasurementRecord)
 _PORT_NAME_SIZE = 4096  # longer than any path
@@ -43,6 +45,13 @@ def _number(value: int, what: str, last: int = _ALL_RECORDS - 1) -> int:
     if not 0 <= value <= last:
         raise ValueError(f"{what} is 0 to {last}, not {value}")
     return value
+
+
+def _milliseconds(seconds: float | None) -> int:
+    """A time as the library takes it; None is no limit."""
+    if seconds is None:
+        return _NO_LIMIT
+    return min(max(math.ceil(seconds * 1000), 0), _NO_LIMIT - 1)
 
 
 class _HandlerSlot:
@@ -75,30 +84,32 @@ class Instrument:
         self._closer = weakref.finalize(self, self._library.cqClose, handle)
 
     @classmethod
-    def open(cls, port: str | None = None) -> Instrument:
+    def open(cls, port: str | None = None, timeout: float | None = None) -> Instrument:
         """Opens a wired instrument on a port such as "COM5" or "/dev/ttyACM0", or on the first port
         with the instrument's USB identity that answers.
 
-        Waits indefinitely on a port that opens but never answers. Raises CQConnectionError, with
-        CANNOT_FOUND_DEVICE after a search and FAIL_TO_OPEN for a named port; only the debug log tells
-        why opening failed."""
-        return cls._opened(load_library().cqOpen(_encoded(port)), "an instrument", port)
+        `timeout` in seconds is for all of it; without one it waits as long as a port stays silent.
+        Raises CQError with the reason: CQTimeoutError when the time was up, CQConnectionError for
+        CANNOT_FOUND_DEVICE and FAIL_TO_OPEN."""
+        return cls._opened("an instrument", port, "cqOpenWithin", _encoded(port),
+                           _milliseconds(timeout))
 
     @classmethod
-    def open_wireless(cls, adapter: str | None = None, slave: str | None = None) -> Instrument:
+    def open_wireless(cls, adapter: str | None = None, slave: str | None = None,
+                      timeout: float | None = None) -> Instrument:
         """Opens a wireless instrument through the Bluetooth LE adapter on a port, by default the first
         port of an adapter that answers. Opens the instrument with this address, by default the one
-        with the strongest signal. Takes 2 to 5 s, with a scan about 2 s more. Raises as open()."""
-        handle = load_library().cqOpenByBleDongle(_encoded(adapter), _encoded(slave))
-        return cls._opened(handle, "a wireless instrument", adapter)
+        with the strongest signal. Takes 2 to 5 s, with a scan about 2 s more. `timeout` and what it
+        raises as open()."""
+        return cls._opened("a wireless instrument", adapter, "cqOpenByBleDongleWithin",
+                           _encoded(adapter), _encoded(slave), _milliseconds(timeout))
 
     @classmethod
-    def _opened(cls, handle: int | None, what: str, port: str | None) -> Instrument:
-        if handle is not None:
-            return cls(handle)
-        if port:
-            raise error_of(ResultCode.FAIL_TO_OPEN, f"opening {what} on {port}")
-        raise error_of(ResultCode.CANNOT_FOUND_DEVICE, f"searching the ports for {what}")
+    def _opened(cls, what: str, port: str | None, name: str, *arguments: Any) -> Instrument:
+        handle = ctypes.c_void_p()
+        code = getattr(load_library(), name)(*arguments, ctypes.byref(handle))
+        check(code, f"opening {what} on {port}" if port else f"searching the ports for {what}")
+        return cls(handle.value or 0)
 
     def close(self) -> None:
         """Says goodbye and closes; does nothing the second time. May be called while another thread's

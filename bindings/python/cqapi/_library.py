@@ -67,6 +67,9 @@ PROTOTYPES: dict[str, tuple[type | None, ...]] = {
     "cqGetColorDataFromSpectralData": (_Code, _Floats, _U32, _I32, _I32, _Color),
     "cqGetColorDataFromXyz": (_Code, _I32, _I32, _Floats, _U32, _Color),
     "cqGetColorDataFromLab": (_Code, _I32, _I32, _Floats, _U32, _Color),
+    "cqOpenWithin": (_Code, ctypes.c_char_p, _U32, ctypes.POINTER(_Handle)),
+    "cqOpenByBleDongleWithin":
+        (_Code, ctypes.c_char_p, ctypes.c_char_p, _U32, ctypes.POINTER(_Handle)),
     "cqGetResultText": (ctypes.c_char_p, _U32),
     "cqGetVersion": (ctypes.c_char_p,),
     "cqGetColorDifference":

@@ -53,6 +53,7 @@ TEST(HeldUpCaller, KeepsTheInstrumentWaitingForNothing) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));  // now it waits for its reply
     {
         const HeldUp held(caller.native_handle());
+        EXPECT_TRUE(wired.instrument.waitUntilLogged("acknowledgement next=5"));  // the reply's
         wired.instrument.pressStandard();
         EXPECT_EQ(received.waitFor(1).size(), 1U) << "while the caller is held up";
         EXPECT_TRUE(wired.instrument.waitUntilLogged("keep-alive answer",
