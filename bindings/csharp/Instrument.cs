@@ -54,6 +54,7 @@ namespace CQApi
         /// </exception>
         public static Instrument Open(string portName = null)
         {
+            NativeMethods.RequireLibrary();
             return new Instrument(NativeMethods.cqOpen(portName), "an instrument", portName);
         }
 
@@ -66,6 +67,7 @@ namespace CQApi
         public static Instrument OpenWireless(
             string adapterPortName = null, string slaveAddress = null)
         {
+            NativeMethods.RequireLibrary();
             return new Instrument(NativeMethods.cqOpenByBleDongle(adapterPortName, slaveAddress),
                 "a wireless instrument", adapterPortName);
         }
