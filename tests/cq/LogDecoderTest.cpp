@@ -66,7 +66,7 @@ TEST(LogDecoder, DecodesAWiredSession) {
         ElementsAre("< A2 shake-hands acknowledgement  session 7, packets up to 64 bytes",
                     "< A8 keep-alive request  session 7",
                     "> A6 data  #0  24 measure a trial, 0 bytes, last",
-                    "< A7 acknowledgement  next is #1", "!< 1 bytes that belong to no packet",
+                    "< A7 acknowledgement  next is #1", "!< 1 byte of no packet",
                     "!< A6 data  aborts, error 258", "!  Data transfer was aborted by remote"));
 }
 

@@ -88,6 +88,19 @@ std::vector<Viewing> viewingsOf(const ColorOptions& options) {
     return viewings;
 }
 
+/// XYZ and Lab values are taken for what their table says, or for nothing.
+void checkViewing(const std::vector<InputColor>& colors, const Viewing& wanted) {
+    for (const InputColor& color : colors) {
+        if (color.viewing && viewingName(*color.viewing) != viewingName(wanted)) {
+            throw Failure("'" + color.name + "' is given for " + viewingName(*color.viewing) +
+                              ", not for " + viewingName(wanted),
+                          std::string("add --illuminant ") +
+                              illuminantName(color.viewing->illuminant) + " --observer " +
+                              std::to_string(observerDegrees(color.viewing->observer)));
+        }
+    }
+}
+
 void runColor(const ColorOptions& options, const Environment& environment) {
     const auto viewings = viewingsOf(options);
     if (options.from != InputKind::spectrum && viewings.size() > 1) {
@@ -95,8 +108,11 @@ void runColor(const ColorOptions& options, const Environment& environment) {
             "XYZ and Lab values belong to one illuminant and one observer; only spectra can be "
             "computed for several");
     }
-    const auto colors =
-        convert(readColors(options, environment.interrupt), options.from, options.to, viewings);
+    const auto given = readColors(options, environment.interrupt);
+    if (options.from != InputKind::spectrum) {
+        checkViewing(given, viewings.front());
+    }
+    const auto colors = convert(given, options.from, options.to, viewings);
     if (options.output.json || options.format == "json") {
         environment.out << jsonOf(colors, options.to);
     } else if (options.format == "csv") {

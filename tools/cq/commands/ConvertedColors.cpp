@@ -1,11 +1,17 @@
 #include "commands/ConvertedColors.h"
 
+#include <algorithm>
+#include <sstream>
+
 #include "colour/ColorJson.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
 namespace {
+
+constexpr std::size_t kMostWidth = 120;
 
 ColorData colorOf(const InputColor& input, InputKind kind, std::uint32_t space,
                   const Viewing& viewing) {
@@ -21,6 +27,48 @@ ColorData colorOf(const InputColor& input, InputKind kind, std::uint32_t space,
                             static_cast<float>(input.values[2])}};
     return kind == InputKind::xyz ? colorOfXyz(triple, space, viewing)
                                   : colorOfLab(triple, space, viewing);
+}
+
+/// The colours in some of the spaces.
+std::string blockOf(std::span<const ConvertedColor> colors, Spaces spaces, std::size_t first,
+                    std::size_t count, const Palette& palette) {
+    std::vector<TextTable::Column> columns{{"name", TextTable::Align::left},
+                                           {"for", TextTable::Align::left},
+                                           {"", TextTable::Align::left}};
+    for (std::size_t i = first; i < first + count; ++i) {
+        for (const char* symbol : spaces[i]->symbols) {
+            columns.push_back({symbol});
+        }
+    }
+    std::vector<TextTable::Row> rows;
+    TextTable table(std::move(columns));
+    for (const ConvertedColor& color : colors) {
+        const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
+        TextTable::Row row{color.name, viewingName(color.viewing),
+                           swatch.empty() ? hexColor(color.rgb) : swatch};
+        for (std::size_t i = first; i < first + count; ++i) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                row.push_back(fixed(color.values[i].values[k], spaces[i]->decimals[k]));
+            }
+        }
+        table.fit(row);
+        rows.push_back(std::move(row));
+    }
+    std::string text = table.titles() + '\n';
+    for (const TextTable::Row& row : rows) {
+        text += table.line(row) + '\n';
+    }
+    return text;
+}
+
+/// Of the widest line.
+std::size_t widthOf(const std::string& text) {
+    std::size_t width = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        width = std::max(width, displayWidth(line));
+    }
+    return width;
 }
 
 }  // namespace
@@ -42,31 +90,25 @@ std::vector<ConvertedColor> convert(const std::vector<InputColor>& colors, Input
 }
 
 std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const Palette& palette) {
-    std::vector<TextTable::Column> columns{{"name", TextTable::Align::left},
-                                           {"for", TextTable::Align::left},
-                                           {"", TextTable::Align::left}};
-    for (const SpaceInfo* space : spaces) {
-        for (const char* symbol : space->symbols) {
-            columns.push_back({symbol});
-        }
+    std::string text = blockOf(colors, spaces, 0, spaces.size(), palette);
+    if (widthOf(text) <= kMostWidth) {
+        return text;
     }
-    std::vector<TextTable::Row> rows;
-    TextTable table(std::move(columns));
-    for (const ConvertedColor& color : colors) {
-        const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
-        TextTable::Row row{color.name, viewingName(color.viewing),
-                           swatch.empty() ? hexColor(color.rgb) : swatch};
-        for (std::size_t i = 0; i < spaces.size(); ++i) {
-            for (std::size_t k = 0; k < 3; ++k) {
-                row.push_back(fixed(color.values[i].values[k], spaces[i]->decimals[k]));
+    // Too wide for a screen: as many spaces side by side as fit, the others below.
+    text.clear();
+    for (std::size_t first = 0; first < spaces.size();) {
+        std::size_t count = 1;
+        std::string block = blockOf(colors, spaces, first, count, palette);
+        while (first + count < spaces.size()) {
+            const std::string wider = blockOf(colors, spaces, first, count + 1, palette);
+            if (widthOf(wider) > kMostWidth) {
+                break;
             }
+            block = wider;
+            ++count;
         }
-        table.fit(row);
-        rows.push_back(std::move(row));
-    }
-    std::string text = table.titles() + '\n';
-    for (const TextTable::Row& row : rows) {
-        text += table.line(row) + '\n';
+        text += (first == 0 ? "" : "\n") + block;
+        first += count;
     }
     return text;
 }

@@ -13,6 +13,7 @@
 #include "terminal/SpectrumPlot.h"
 #include "terminal/StatusLine.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -40,8 +41,8 @@ CqMeasurementRecord loadRecord(const std::string& file) {
     const std::string content = readFile(file);
     CqMeasurementRecord record;
     if (content.size() != sizeof record.bytes) {
-        throw Failure(file + " is no measurement record: it has " + std::to_string(content.size()) +
-                          " bytes, a record has 256",
+        throw Failure(file + " is no measurement record: it has " +
+                          counted(content.size(), "bytes") + ", a record has 256",
                       "give a file that cq measure --output has written, or the index of a stored "
                       "standard");
     }

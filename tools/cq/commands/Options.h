@@ -50,5 +50,6 @@ void addOptions(CommandLine& line, OutputOptions& options);
 void addOptions(CommandLine& line, ViewOptions& options);
 void addOptions(CommandLine& line, Viewing& viewing);
 void addRecordLayoutOption(CommandLine& line, std::string& file);
+void addLabelsOption(CommandLine& line, std::string& file);
 
 }  // namespace cqtool

@@ -12,6 +12,7 @@
 #include "report/RecordReport.h"
 #include "system/Files.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -26,6 +27,7 @@ struct ReportOptions {
     std::string title;
     std::string report;
     std::string recordLayout;
+    bool isPercent = false;
     std::optional<std::int32_t> illuminant;
     std::optional<std::int32_t> observer;
     Judgement judgement;
@@ -36,13 +38,13 @@ struct ReportOptions {
 class Reader {
   public:
     explicit Reader(const ReportOptions& options)
-        : options_(options), layout_(loadRecordLayout(options.recordLayout)) {}
+        : options_(options), reading_{options.isPercent, loadRecordLayout(options.recordLayout)} {}
 
     /// \param format as exchangeFormatFor() takes it.
     /// \param viewing what to compute colours for; nothing: what the file says.
     RecordSet read(const std::string& file, const std::string& format,
                    const std::optional<Viewing>& viewing) const {
-        RecordSet set = loadRecords(file, exchangeFormatFor(file, format));
+        RecordSet set = loadRecords(file, exchangeFormatFor(file, format), reading_);
         if (set.entries.empty()) {
             throw Failure(file + " holds no measurements");
         }
@@ -63,7 +65,7 @@ class Reader {
                const std::string& file) const {
         std::string problem = "it has none";
         if (!entry.spectrum && entry.record) {
-            const ReadSpectrum read = readSpectrum(*entry.record, layout_);
+            const ReadSpectrum read = readSpectrum(*entry.record, reading_.layout);
             entry.spectrum = read.spectrum;
             problem = read.problem;
         }
@@ -79,7 +81,7 @@ class Reader {
     }
 
     const ReportOptions& options_;
-    RecordLayout layout_;
+    ReadOptions reading_;
 };
 
 bool isNumber(const std::string& text) {
@@ -161,11 +163,11 @@ std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
     }
     std::string text;
     if (judgement.tolerance) {
-        text += std::to_string(summary.passed) + " of " + std::to_string(summary.trials) +
-                " trials within " + name + " " + digitsOf(*judgement.tolerance) + "\n";
+        text += std::to_string(summary.passed) + " of " + counted(summary.trials, "trials") +
+                " within " + name + " " + digitsOf(*judgement.tolerance) + "\n";
     }
     return text + name + ": mean " + fixed(summary.mean, 2) + ", largest " +
-           fixed(summary.most, 2) + " (" + summary.mostName + ")\n";
+           judgement.textOf(summary.most) + " (" + summary.mostName + ")\n";
 }
 
 void runReport(const ReportOptions& options, const Environment& environment) {
@@ -224,6 +226,7 @@ void addReport(Program& program, const Environment& environment) {
                     .isRequired = true},
                    options->report);
     line.addOption({"--title", "TEXT", "The report's title"}, options->title);
+    line.addFlag({"--percent", "", "The files' spectra are in percent"}, options->isPercent);
     addNamed(line,
              {"--illuminant", "NAME", "Illuminant to compute for (default: the file's)", "Colour"},
              options->illuminant, illuminantNamed);

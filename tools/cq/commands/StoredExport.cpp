@@ -49,7 +49,12 @@ void runStoredExport(const StoredExportOptions& options, const Environment& envi
     const ExchangeFormat format = exchangeFormatFor(options.file, options.format);
     Connection connection(options.connection, environment.interrupt);
     const CqDeviceInfo info = connection.deviceInfo();
-    const auto records = readStored(Storage(connection), options);
+    const Storage storage(connection);
+    const auto records = readStored(storage, options);
+    if (records.empty()) {
+        throw Failure(emptyText(options, storage.count(options.list)) + "; nothing was written",
+                      std::string("see cq ") + options.list.name() + " list");
+    }
     const std::string content = writtenRecords(recordSetOf(options, info, records), format);
     if (isToOutput) {
         environment.out << content;
@@ -62,7 +67,7 @@ void runStoredExport(const StoredExportOptions& options, const Environment& envi
                                        {"file", options.file},
                                        {"records", records.size()}});
     } else {
-        environment.out << records.size() << ' ' << options.list.name() << " written to "
+        environment.out << counted(records.size(), options.list.name()) << " written to "
                         << options.file << '\n';
     }
 }

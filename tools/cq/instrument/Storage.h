@@ -64,6 +64,7 @@ class Storage {
     void eraseAll() const;
 
   private:
+    void requireStandard(std::uint32_t index) const;
     std::uint32_t portionSize() const;
     std::uint32_t readPortion(const RecordList& list, std::span<CqMeasurementRecord> portion,
                               std::uint32_t first) const;
