@@ -88,7 +88,7 @@ std::string meantBy(const std::string& word, const std::vector<std::string>& can
 }
 
 std::string usageText(const CLI::ParseError& error, const CLI::App& command) {
-    const std::string message = error.what();
+    std::string message = error.what();
     if (const std::string unknown = unknownOption(command); !unknown.empty()) {
         return unknownText(unknown, command);
     }
