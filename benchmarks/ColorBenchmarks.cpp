@@ -87,6 +87,77 @@ void spectrumToLab(benchmark::State& state, const std::string& what, Illuminant 
     });
 }
 
+/// A standard and a trial not far from it.
+struct LabPair {
+    ColorData standard;
+    ColorData trial;
+};
+
+std::array<LabPair, kColors> makePairs() {
+    std::array<LabPair, kColors> pairs;
+    for (std::size_t i = 0; i < kColors; ++i) {
+        const auto spread = [i](std::size_t factor) {
+            return static_cast<float>(i * factor % 101) - 50.0f;
+        };
+        const float l = 55.0f + spread(7) * 0.8f;
+        const float a = spread(13) * 1.5f;
+        const float b = spread(29) * 1.5f;
+        pairs[i] = {{{l, a, b}},
+                    {{l + spread(31) * 0.02f, a + spread(37) * 0.04f, b + spread(41) * 0.04f}}};
+    }
+    return pairs;
+}
+
+cmsCIELab toCms(const ColorData& lab) {
+    return {lab.values[0], lab.values[1], lab.values[2]};
+}
+
+/// One difference, with all its components, against lcms2's CIEDE2000.
+void difference(benchmark::State& state, const std::string& what, CqDifferenceFormula formula,
+                double goal) {
+    const auto pairs = makePairs();
+    const auto times = compare(
+        state,
+        [&] {
+            for (const LabPair& pair : pairs) {
+                CqColorDifference result;
+                cqGetColorDifference(formula, nullptr, &pair.standard, &pair.trial, &result);
+                benchmark::DoNotOptimize(result);
+            }
+        },
+        [&] {
+            for (const LabPair& pair : pairs) {
+                const cmsCIELab standard = toCms(pair.standard);
+                const cmsCIELab trial = toCms(pair.trial);
+                benchmark::DoNotOptimize(cmsCIE2000DeltaE(&standard, &trial, 1, 1, 1));
+            }
+        });
+    results().push_back({.what = "difference by " + what,
+                         .unit = "ns",
+                         .figure = times.ours / kColors * kNano,
+                         .peerName = "lcms2 cmsCIE2000DeltaE",
+                         .peer = times.peers / kColors * kNano,
+                         .bound = Bound::atMost,
+                         .goal = goal});
+}
+
+struct TimedFormula {
+    const char* name;
+    const char* what;
+    CqDifferenceFormula formula;
+    double goal;
+};
+
+constexpr TimedFormula kTimedFormulas[] = {
+    {"color/difference-76", "CIELAB", CqDeltaE76, 0.1},
+    {"color/difference-94", "CIE94", CqDeltaE94, 1},
+    {"color/difference-94t", "CIE94, textiles", CqDeltaE94Textile, 1},
+    {"color/difference-cmc", "CMC", CqDeltaECmc, 1},
+    {"color/difference-2000", "CIEDE2000", CqDeltaE2000, 1},
+    {"color/difference-99", "DIN99", CqDeltaE99, 1},
+    {"color/difference-99o", "DIN99o", CqDeltaE99o, 1},
+};
+
 }  // namespace
 
 void addColorBenchmarks() {
@@ -97,6 +168,11 @@ void addColorBenchmarks() {
     add("color/spectrum-5nm", kRounds, [](benchmark::State& state) {
         spectrumToLab(state, "spectrum to Lab, every 5 nm", IlluminantF2, 20);
     });
+    for (const TimedFormula& timed : kTimedFormulas) {
+        add(timed.name, kRounds, [&timed](benchmark::State& state) {
+            difference(state, timed.what, timed.formula, timed.goal);
+        });
+    }
 }
 
 }  // namespace cqbench

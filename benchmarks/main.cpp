@@ -42,7 +42,7 @@ class Reporter : public benchmark::ConsoleReporter {
 
 void addOptions(CLI::App& app, Options& options) {
     app.add_option("FILTER", options.filter,
-                   "Run the benchmarks alone whose names match this regular expression");
+                   "Run only the benchmarks whose names match this regular expression");
     app.add_option("--json", options.json, "Write the results to this file")->type_name("FILE");
     app.add_flag("--markdown", options.isMarkdown, "Print the closing table as Markdown");
     app.add_option("--dll-size", options.dll.size,

@@ -8,7 +8,7 @@ namespace CQApi
     public static class Adapter
     {
         /// <summary>Lists the wireless instruments within reach of the adapter, which must not be in use.
-        /// Takes about 2 to 5 s. Nobody within reach is no error.</summary>
+        /// Takes about 2 to 5 s. An empty list is not an error.</summary>
         /// <exception cref="CQException">InvalidParameter (no port name), FailToOpen, SystemError (no
         /// adapter answers on the port).</exception>
         public static BleSlave[] Scan(string adapterPortName)

@@ -1,4 +1,5 @@
 using System;
+using System.Runtime.InteropServices;
 
 namespace CQApi
 {
@@ -27,20 +28,11 @@ namespace CQApi
         UnknownError = 19
     }
 
-    /// <summary>A call of the library that failed.</summary>
+    /// <summary>A call to the library that failed.</summary>
     public class CQException : Exception
     {
-        private static readonly string[] Texts =
-        {
-            "no error", "cannot found device", "fail to open", "device is closed", "no session",
-            "device is busy", "sending timeout", "receiving timeout", "execute command failed",
-            "system error", "invalid packet", "unexpected command", "uncalibrated",
-            "the storage is full", "fail to calibrate", "no enough storage", "invalid parameter",
-            "not supported", "has connected", "unknown error"
-        };
-
         /// <param name="code">Why it failed.</param>
-        /// <param name="call">What was called; begins the message.</param>
+        /// <param name="call">The function that was called; it begins the message.</param>
         public CQException(ResultCode code, string call)
             : base(call + ": " + TextOf(code) + " (" + (uint)code + ")")
         {
@@ -52,10 +44,10 @@ namespace CQApi
         /// <summary>The code's text alone.</summary>
         public string Text => TextOf(Code);
 
-        /// <summary>The text of a code; codes beyond the table share that of UnknownError.</summary>
+        /// <summary>The text of a code; "unknown error" from 20 on.</summary>
         public static string TextOf(ResultCode code)
         {
-            return Texts[Math.Min((uint)code, (uint)Texts.Length - 1)];
+            return Marshal.PtrToStringAnsi(NativeMethods.cqGetResultText((uint)code));
         }
 
         internal static void ThrowUnlessNoError(uint code, string call)

@@ -3,7 +3,7 @@ using System.Runtime.InteropServices;
 
 namespace CQApi
 {
-    /// <summary>The form of a colour, and what its three values then are.</summary>
+    /// <summary>A colour space, and the meaning of a colour's three values in it.</summary>
     public enum ColorSpace : uint
     {
         /// <summary>CIE 1976 L*, a*, b*.</summary>
@@ -58,7 +58,7 @@ namespace CQApi
         Degree10 = 1
     }
 
-    /// <summary>Three numbers whose meaning the colour space gives.</summary>
+    /// <summary>The three values of a colour; the colour space gives their meaning.</summary>
     [StructLayout(LayoutKind.Sequential, Pack = 1)]
     public struct ColorData
     {
@@ -92,9 +92,9 @@ namespace CQApi
     }
 
     /// <summary>The colour functions. They need no instrument and may run on any number of threads at
-    /// once. A number that is no colour space, illuminant or observer is an
+    /// once. An unknown colour space, illuminant or observer throws
     /// <see cref="ArgumentOutOfRangeException"/>.</summary>
-    public static class Color
+    public static partial class Color
     {
         private const int SpectrumLength = 31;
 
@@ -103,10 +103,7 @@ namespace CQApi
         public static ColorData FromSpectrum(float[] spectrum, ColorSpace space = ColorSpace.Lab,
             Illuminant illuminant = Illuminant.D65, Observer observer = Observer.Degree10)
         {
-            if (spectrum == null || spectrum.Length != SpectrumLength)
-            {
-                throw new ArgumentException("31 reflectance factors are needed", nameof(spectrum));
-            }
+            CheckSpectrum(spectrum, nameof(spectrum));
             CheckArguments(space, illuminant, observer);
             ColorData color;
             uint code = NativeMethods.cqGetColorDataFromSpectralData(
@@ -139,6 +136,14 @@ namespace CQApi
             return color;
         }
 
+        private static void CheckSpectrum(float[] spectrum, string name)
+        {
+            if (spectrum == null || spectrum.Length != SpectrumLength)
+            {
+                throw new ArgumentException("31 reflectance factors are needed", name);
+            }
+        }
+
         private static void CheckArguments(ColorSpace space, Illuminant illuminant, Observer observer)
         {
             NativeMethods.RequireLibrary();
@@ -157,7 +162,14 @@ namespace CQApi
         }
     }
 
-    /// <summary>The library's debug log: a file beside it, named as it with ".log" appended.</summary>
+    /// <summary>The library that is loaded.</summary>
+    public static class NativeLibrary
+    {
+        /// <summary>Its version, as "1.0.0".</summary>
+        public static string Version => Marshal.PtrToStringAnsi(NativeMethods.cqGetVersion());
+    }
+
+    /// <summary>The debug log: a file beside the library, with its name and ".log" appended.</summary>
     public static class DebugLog
     {
         /// <summary>Starts the log and empties its file. False when the file cannot be opened.</summary>

@@ -22,9 +22,9 @@ namespace CQApi
     /// <summary>An open instrument, closed by <see cref="Dispose"/>.
     ///
     /// An instrument handles one request at a time: give each one thread, or a lock. Different
-    /// instruments run in parallel. Every call can throw <see cref="CQException"/>, with the codes that
-    /// CQApi.h gives for it, which also says how long each takes at most; and
-    /// <see cref="ObjectDisposedException"/> once closed.</summary>
+    /// instruments run in parallel. Every call can throw <see cref="CQException"/>, and
+    /// <see cref="ObjectDisposedException"/> once closed. CQApi.h lists the codes and the longest wait of
+    /// each call.</summary>
     public sealed class Instrument : IDisposable
     {
         private const uint AllRecords = uint.MaxValue;
@@ -45,13 +45,12 @@ namespace CQApi
             handle.Callback = OnMeasurement;
         }
 
-        /// <summary>Opens a wired instrument. Waits without a limit on a port that opens but never
+        /// <summary>Opens a wired instrument. Waits indefinitely on a port that opens but never
         /// answers.</summary>
         /// <param name="portName">"COM5", "/dev/ttyACM0"; null: the first port with the instrument's USB
         /// identity that answers.</param>
-        /// <exception cref="CQException">The library does not tell why opening failed, its debug log
-        /// does; the code is CannotFoundDevice after a search and FailToOpen for a named port.
-        /// </exception>
+        /// <exception cref="CQException">CannotFoundDevice after a search, FailToOpen for a named port.
+        /// Only the debug log tells why opening failed.</exception>
         public static Instrument Open(string portName = null)
         {
             NativeMethods.RequireLibrary();
@@ -59,7 +58,7 @@ namespace CQApi
         }
 
         /// <summary>Opens a wireless instrument through the Bluetooth LE adapter. Takes 2 to 5 s, with a
-        /// search for the strongest about 2 s more.</summary>
+        /// scan about 2 s more.</summary>
         /// <param name="adapterPortName">Null: the first port of an adapter that answers.</param>
         /// <param name="slaveAddress">A <see cref="BleSlave.Address"/>; null: the instrument with the
         /// strongest signal.</param>
@@ -73,8 +72,8 @@ namespace CQApi
         }
 
         /// <summary>Says goodbye and closes; does nothing the second time. May be called while another
-        /// thread's call runs, which then throws. Waits for a running event handler, so not from within
-        /// one.</summary>
+        /// thread's call runs, which then throws. Waits for a running event handler, so do not call it
+        /// from within one.</summary>
         public void Dispose()
         {
             handle.CloseNow();
@@ -96,7 +95,7 @@ namespace CQApi
             }
         }
 
-        /// <summary>The port that the instrument is connected through.</summary>
+        /// <summary>The port of the connection.</summary>
         public string PortName
         {
             get
@@ -147,7 +146,7 @@ namespace CQApi
 
         /// <summary>A measurement was made with the instrument's own button. Raised on a thread of the
         /// library: return soon, and do not call this instrument, except to add and remove handlers.
-        /// When removing a handler returns, it has ended and will not be called again, unless it removes
+        /// Once a handler has been removed, it has ended and will not be called again, unless it removes
         /// itself.</summary>
         public event EventHandler<MeasurementReceivedEventArgs> MeasurementReceived
         {
@@ -155,8 +154,8 @@ namespace CQApi
             remove { ChangeHandlers(handlers => handlers - value); }
         }
 
-        /// <summary>An exception has left a handler of <see cref="MeasurementReceived"/>, where it can go
-        /// no further. It is also written to the trace.</summary>
+        /// <summary>A handler of <see cref="MeasurementReceived"/> has thrown an exception, which does not
+        /// pass through the library. It is also written to the trace.</summary>
         public event UnhandledExceptionEventHandler MeasurementHandlerFailed;
 
         private void ChangeHandlers(
@@ -225,8 +224,7 @@ namespace CQApi
             return count;
         }
 
-        /// <summary>Reads at most so many standards, as many as there are; asks for their number first.
-        /// </summary>
+        /// <summary>Reads up to <paramref name="count"/> standards; asks first how many there are.</summary>
         public MeasurementRecord[] UploadStandards(uint firstIndex = 0, uint count = AllRecords)
         {
             return Upload(GetTotalStandards(), firstIndex, count, "cqUploadStandards",
@@ -234,9 +232,8 @@ namespace CQApi
                     NativeMethods.cqUploadStandards(handle, records, firstIndex, size));
         }
 
-        /// <summary>Reads at most so many samples of a standard, as many as there are; asks for their
-        /// number first. All of them must come within 5 s: over a slow link read them in portions.
-        /// </summary>
+        /// <summary>Reads up to <paramref name="count"/> samples of a standard; asks first how many there
+        /// are. All of them must arrive within 5 s: over a slow link read them in portions.</summary>
         public MeasurementRecord[] UploadSamples(
             uint standardIndex, uint firstIndex = 0, uint count = AllRecords)
         {
@@ -264,7 +261,8 @@ namespace CQApi
             return records;
         }
 
-        /// <summary>Appends standards to those that the instrument holds. Does nothing for none.</summary>
+        /// <summary>Appends standards to those that the instrument holds. Does nothing if there are none.
+        /// </summary>
         public void DownloadStandards(params MeasurementRecord[] records)
         {
             if (records == null || Array.IndexOf(records, null) >= 0)
@@ -284,11 +282,11 @@ namespace CQApi
                 "cqDownloadStandards");
         }
 
-        /// <exception cref="ArgumentOutOfRangeException">For uint.MaxValue, which would delete
-        /// everything.</exception>
+        /// <exception cref="ArgumentOutOfRangeException">For an index of 0x7FFFFFFF or more: on a wired
+        /// line, where bit 31 is set, the instrument could take it for "everything".</exception>
         public void DeleteStandard(uint standardIndex)
         {
-            if (standardIndex == AllRecords)
+            if (standardIndex >= int.MaxValue)
             {
                 throw new ArgumentOutOfRangeException(nameof(standardIndex),
                     "no standard has this index; see DeleteAllRecords");
@@ -315,9 +313,9 @@ namespace CQApi
             return parameter;
         }
 
-        /// <summary>For wired instruments; a wireless one takes the text alone.</summary>
-        /// <exception cref="ArgumentException">Not one that <see cref="GetWhiteBoardParameter"/> has
-        /// made.</exception>
+        /// <summary>For wired instruments; a wireless one accepts only the text.</summary>
+        /// <exception cref="ArgumentException">Not made by <see cref="GetWhiteBoardParameter"/>.
+        /// </exception>
         public void SetWhiteBoardParameter(WhiteBoardParameter parameter)
         {
             if (!parameter.IsWhole)
@@ -329,7 +327,7 @@ namespace CQApi
                 "cqSetWhiteBoardParameter");
         }
 
-        /// <summary>Wired instruments only, as is setting one: NotSupported else.</summary>
+        /// <summary>Wired instruments only, as is setting one; others throw NotSupported.</summary>
         public byte GetMeasurementParameter(byte number)
         {
             uint value;

@@ -4,8 +4,8 @@ using Microsoft.Win32.SafeHandles;
 
 namespace CQApi
 {
-    /// <summary>Owns a handle of the library. Also keeps the function that the library calls: it must
-    /// live until the handle is closed, also when both become garbage together.</summary>
+    /// <summary>Owns a handle of the library. Also keeps the delegate that the library calls, which must
+    /// live until the handle is closed, even if both become garbage together.</summary>
     internal sealed class InstrumentHandle : SafeHandleZeroOrMinusOneIsInvalid
     {
         private int isClosed;
@@ -16,8 +16,8 @@ namespace CQApi
 
         internal NativeMethods.MeasurementResultReceived Callback { get; set; }
 
-        /// <summary>Closes although calls may be running, which end with a code then; disposing alone
-        /// would wait for their end.</summary>
+        /// <summary>Closes even while calls are running, which then end with a code; disposing alone
+        /// would wait for them.</summary>
         internal void CloseNow()
         {
             bool isHeld = false;

@@ -152,5 +152,33 @@ namespace CQApi
         [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
         internal static extern uint cqGetColorDataFromLab(
             int illuminant, int observer, float[] lab, uint colorSpace, out ColorData color);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern IntPtr cqGetResultText(uint code);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern IntPtr cqGetVersion();
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetColorDifference(uint formula, float[] factors,
+            ref ColorData standardLab, ref ColorData trialLab, out ColorDifference difference);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetColorIndex(uint index, int illuminant, int observer,
+            ref ColorData xyz, out float value,
+            [MarshalAs(UnmanagedType.I1)] out bool isWithinLimits);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetColorStrength(uint method, int illuminant, int observer,
+            float[] standard, float[] trial, out float percent);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetMetamerismIndex(uint formula, uint correction,
+            int referenceIlluminant, int testIlluminant, int observer, float[] standard,
+            float[] trial, out float index);
+
+        [DllImport(Library, CallingConvention = CallingConvention.Cdecl)]
+        internal static extern uint cqGetGreyScaleRating(uint scale, ref ColorData standardLab,
+            ref ColorData trialLab, out float rating, out float step);
     }
 }

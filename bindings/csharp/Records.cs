@@ -6,7 +6,7 @@ using System.Text;
 
 namespace CQApi
 {
-    /// <summary>Who the instrument is. What each text says is the instrument's own choice.</summary>
+    /// <summary>The device information. The content of each text is up to the instrument.</summary>
     [StructLayout(LayoutKind.Sequential, Pack = 1)]
     public struct DeviceInfo
     {
@@ -33,12 +33,12 @@ namespace CQApi
         public string InfoText6 => FieldText.Of(infoText6);
         public string InfoText12 => FieldText.Of(infoText12);
 
-        /// <summary>How many standards a wired instrument can store; 0 of a wireless one.</summary>
+        /// <summary>How many standards a wired instrument can store; 0 for a wireless one.</summary>
         public uint StandardCapacity => (uint)(trailingValue & uint.MaxValue);
     }
 
     /// <summary>The instrument's status. Items are numbered as the instrument numbers them; those that a
-    /// wireless instrument does not tell are 0.</summary>
+    /// wireless instrument does not report are 0.</summary>
     [StructLayout(LayoutKind.Explicit, Pack = 1, Size = 20)]
     public struct InstrumentStatus
     {
@@ -64,7 +64,7 @@ namespace CQApi
     }
 
     /// <summary>One measurement, 256 bytes: the unit of stored standards and samples. Its inner layout is
-    /// the instrument's. Does not change.</summary>
+    /// the instrument's. Immutable.</summary>
     public sealed class MeasurementRecord
     {
         /// <summary>The size of a record in bytes.</summary>
@@ -101,7 +101,7 @@ namespace CQApi
         internal void CopyTo(byte[] records, int index) => bytes.CopyTo(records, index * Size);
 
         /// <summary>The 31 reflectance factors at 400, 410 ... 700 nm that begin at this byte (0 to 132),
-        /// as little-endian 32-bit floats. Where they begin, the instrument's manual tells; 64 for the
+        /// as little-endian 32-bit floats. The instrument's manual tells where they begin; 64 for the
         /// virtual instrument.</summary>
         public float[] SpectrumAt(int offset)
         {
@@ -165,7 +165,7 @@ namespace CQApi
         private byte[] address;
         private int rssi;
 
-        /// <summary>Empty when it is longer than 15 bytes.</summary>
+        /// <summary>Empty if longer than 15 bytes.</summary>
         public string Name => FieldText.Of(name);
 
         /// <summary>Hexadecimal digits, for <see cref="Instrument.OpenWireless"/>.</summary>
@@ -177,7 +177,7 @@ namespace CQApi
         internal bool IsEnd => name[0] == 0 && address[0] == 0 && rssi == 0;
     }
 
-    /// <summary>Texts in fixed fields: 8-bit, UTF-8 where they are, ended by a NUL.</summary>
+    /// <summary>NUL-terminated texts in fixed fields, as UTF-8.</summary>
     internal static class FieldText
     {
         internal static string Of(byte[] field)

@@ -1,4 +1,4 @@
-/* Receives what is measured with the instrument's own button. */
+/* Receives measurements made with the instrument's own button. */
 #include <cqapi/CQApi.h>
 #include <stdio.h>
 #include <string.h>
@@ -10,7 +10,7 @@ struct Received {
     int count;
 };
 
-/* Runs on a thread of the library: copies the record, which is valid during the call only. */
+/* Runs on a thread of the library: copies the record, which is valid only during the call. */
 static void receive(bool isStandard, const CqMeasurementRecord* record, void* user) {
     struct Received* received = user;
     (void)isStandard;

@@ -1,4 +1,4 @@
-/* Writes what goes over the line into the debug log. */
+/* Writes the bytes on the line to the debug log. */
 #include <cqapi/CQApi.h>
 #include <stdio.h>
 

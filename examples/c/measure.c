@@ -2,7 +2,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#define SPECTRUM_OFFSET 64 /* where the virtual instrument's records have it */
+#define SPECTRUM_OFFSET 64 /* in the virtual instrument's records */
 
 int main(int argc, char** argv) {
     CqHandle instrument = cqOpen(argc > 1 ? argv[1] : NULL); /* NULL: find the instrument */

@@ -4,7 +4,7 @@
 #include <exception>
 
 int main(int argc, char** argv) try {
-    constexpr std::size_t kSpectrumOffset = 64;  // where the virtual instrument's records have it
+    constexpr std::size_t kSpectrumOffset = 64;  // in the virtual instrument's records
     cqapi::Instrument instrument = cqapi::Instrument::open(argc > 1 ? argv[1] : "");
     const cqapi::DeviceInfo info = instrument.deviceInfo();
     std::printf("%s %s\n", info.infoText3.c_str(), info.infoText4.c_str());

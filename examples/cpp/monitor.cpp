@@ -7,14 +7,14 @@
 #include <queue>
 #include <string>
 
-constexpr std::size_t kSpectrumOffset = 64;  // where the virtual instrument's records have it
+constexpr std::size_t kSpectrumOffset = 64;  // in the virtual instrument's records
 
 struct Measurement {
     bool isStandard;
     cqapi::MeasurementRecord record;
 };
 
-// What the library's thread puts in and the program's own takes out.
+// Filled by the library's thread and emptied by the program's own.
 class Mailbox {
   public:
     void put(const Measurement& measurement) {

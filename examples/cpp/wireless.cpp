@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <vector>
 
-constexpr std::size_t kSpectrumOffset = 64;  // where the virtual instrument's records have it
+constexpr std::size_t kSpectrumOffset = 64;  // in the virtual instrument's records
 
 int main(int argc, char** argv) try {
     if (argc != 2) {

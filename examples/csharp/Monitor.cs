@@ -6,7 +6,7 @@ using CQApi;
 
 internal static class Monitor
 {
-    private const int SpectrumOffset = 64; // where the virtual instrument's records have it
+    private const int SpectrumOffset = 64; // in the virtual instrument's records
 
     private static int Main(string[] arguments)
     {

@@ -6,7 +6,7 @@ using CQApi;
 
 internal static class ToleranceCheck
 {
-    private const int SpectrumOffset = 64; // where the virtual instrument's records have it
+    private const int SpectrumOffset = 64; // in the virtual instrument's records
 
     private static int Main(string[] arguments)
     {
@@ -37,7 +37,9 @@ internal static class ToleranceCheck
             ColorData standard = LabOf(instrument.MeasureStandard());
             for (int trial = 1; trial <= count; ++trial)
             {
-                double difference = DeltaEab(standard, LabOf(instrument.MeasureTrial()));
+                ColorData color = LabOf(instrument.MeasureTrial());
+                float difference =
+                    Color.Difference(standard, color, DifferenceFormula.DeltaE76).DeltaE;
                 Console.WriteLine(string.Format(CultureInfo.InvariantCulture,
                     "trial {0}  dE*ab {1:F2}  {2}", trial, difference,
                     difference <= tolerance ? "pass" : "FAIL"));
@@ -49,17 +51,5 @@ internal static class ToleranceCheck
     private static ColorData LabOf(MeasurementRecord record)
     {
         return Color.FromSpectrum(record.SpectrumAt(SpectrumOffset), ColorSpace.Lab);
-    }
-
-    // CIE 1976 colour difference (ISO/CIE 11664-4): the distance of the two colours.
-    private static double DeltaEab(ColorData one, ColorData other)
-    {
-        double sum = 0;
-        for (int i = 0; i < 3; ++i)
-        {
-            double difference = one[i] - other[i];
-            sum += difference * difference;
-        }
-        return Math.Sqrt(sum);
     }
 }

@@ -1,4 +1,4 @@
-// Lists the wireless instruments within reach and asks the nearest who it is: Wireless ADAPTER-PORT
+// Lists the wireless instruments within reach and names the nearest: Wireless ADAPTER-PORT
 using System;
 using CQApi;
 

@@ -13,7 +13,7 @@ except cqapi.CQConnectionError as error:
 with instrument:
     try:
         instrument.measure_standard()
-    except cqapi.CQRefusedError:  # not calibrated, very likely
+    except cqapi.CQRefusedError:  # most likely not calibrated
         instrument.calibrate_white()
         instrument.calibrate_black()
         instrument.measure_standard()

@@ -8,7 +8,7 @@ from matplotlib import patheffects, pyplot
 import cqapi
 from cqapi import ColorSpace
 
-SPECTRUM_OFFSET = 64  # where the virtual instrument's records have it
+SPECTRUM_OFFSET = 64  # in the virtual instrument's records
 OUTLINE = [patheffects.Stroke(linewidth=2.8, foreground="0.4"), patheffects.Normal()]  # or white is not seen
 
 if len(sys.argv) != 3:

@@ -4,7 +4,7 @@ import sys
 
 import cqapi
 
-SPECTRUM_OFFSET = 64  # where the virtual instrument's records have it
+SPECTRUM_OFFSET = 64  # in the virtual instrument's records
 
 if len(sys.argv) != 3:
     sys.exit(__doc__)

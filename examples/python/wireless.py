@@ -1,4 +1,4 @@
-"""Lists the wireless instruments within reach and asks the nearest who it is: wireless.py ADAPTER-PORT"""
+"""Lists the wireless instruments within reach and names the nearest: wireless.py ADAPTER-PORT"""
 import sys
 
 import cqapi

@@ -2,21 +2,21 @@
 
 /** @file
  * CQApi for C++20: the functions of CQApi.h as classes, ranges and exceptions. Header only; links
- * against the same library. CQApi.h is the manual of what each operation does; this file says what
- * is different.
+ * against the same library. CQApi.h is the manual for each operation; this file describes only the
+ * differences.
  *
  *     cqapi::Instrument instrument = cqapi::Instrument::open();  // find it and connect
  *     instrument.calibrateWhite();
  *     instrument.calibrateBlack();
  *     const cqapi::MeasurementRecord record = instrument.measureStandard();
  *
- * ERRORS. What is not CQ_NO_ERROR is thrown as cqapi::Error with the code and its text; each
- * function can throw the codes that CQApi.h gives for it. An argument that the library would not
- * check itself throws std::invalid_argument, before anything is sent.
+ * ERRORS. Every code but CQ_NO_ERROR is thrown as cqapi::Error with the code and its text; each
+ * function can throw the codes that CQApi.h gives for it. An invalid argument that the library
+ * itself does not check throws std::invalid_argument, before anything is sent.
  *
  * THREADS. As in CQApi.h: different instruments run in parallel, one instrument handles one request
- * at a time. close() may be called while another thread's call runs, which then throws. Moving and
- * destroying an Instrument need it for themselves.
+ * at a time. close() may be called while another thread's call runs, which then throws. Moving or
+ * destroying an Instrument requires that no other thread uses it.
  */
 
 #include <algorithm>
@@ -47,7 +47,7 @@ using MeasurementRecord = CqMeasurementRecord;
 using InstrumentStatus = CqInstrumentStatus;
 using WhiteBoardParameter = CqWhiteBoardParameter;
 
-/** The text of a record's field; also right for one that is not ended by a NUL. */
+/** The text of a record's field, which need not end with a NUL. */
 template <std::size_t Size>
 std::string fieldText(const char (&field)[Size]) {
     return {field, std::find(field, field + Size, '\0')};
@@ -61,23 +61,23 @@ struct DeviceInfo {
     std::string infoText7;
     std::string infoText6;
     std::string infoText12;
-    /** How many standards a wired instrument can store; 0 of a wireless one. */
+    /** How many standards a wired instrument can store; 0 for a wireless one. */
     std::uint32_t standardCapacity = 0;
 };
 
 /** As CqBleSlave: a wireless instrument within reach. */
 struct Slave {
-    std::string name;    /**< empty when it is longer than 15 characters */
-    std::string address; /**< hexadecimal digits, to be given to Instrument::openWireless() */
+    std::string name;    /**< empty if longer than 15 characters */
+    std::string address; /**< hexadecimal digits, for Instrument::openWireless() */
     std::int32_t rssi;   /**< dBm: negative, nearer to 0 is stronger */
 };
 
 /**
  * Reads a spectrum out of a record, as 31 successive little-endian 32-bit floats.
  *
- * @param offset  where it begins, 0..132: the instrument's manual tells. 64 for the virtual
+ * @param offset  its first byte, 0..132, as the instrument's manual gives it; 64 for the virtual
  *                instrument.
- * @throw std::invalid_argument when it would end beyond the record.
+ * @throw std::invalid_argument if it would extend beyond the record.
  */
 inline Spectrum spectrumAt(const MeasurementRecord& record, std::size_t offset) {
     static_assert(sizeof(float) == 4);
@@ -97,8 +97,8 @@ inline Spectrum spectrumAt(const MeasurementRecord& record, std::size_t offset) 
  */
 class Instrument {
   public:
-    /** Receives a measurement made with the instrument's own button. The record is valid during the
-     *  call only. */
+    /** Receives a measurement made with the instrument's own button. The record is valid only
+     *  during the call. */
     using MeasurementHandler =
         std::function<void(bool isStandard, const MeasurementRecord& record)>;
 
@@ -106,8 +106,8 @@ class Instrument {
      * Opens a wired instrument; see cqOpen, also for how long it can take.
      *
      * @param portName  empty: search every port that carries the instrument's USB identity.
-     * @throw Error  the library does not tell why opening failed, its debug log does; the code is
-     *               CQ_CANNOT_FOUND_DEVICE after a search and CQ_FAIL_TO_OPEN for a named port.
+     * @throw Error  with CQ_CANNOT_FOUND_DEVICE after a search, CQ_FAIL_TO_OPEN for a named port.
+     *               Only the debug log tells why opening failed.
      */
     static Instrument open(const std::string& portName = {}) {
         return Instrument(cqOpen(portName.c_str()), "an instrument", portName);
@@ -117,7 +117,7 @@ class Instrument {
      * Opens a wireless instrument through the adapter; see cqOpenByBleDongle.
      *
      * @param adapterPortName  empty: search every port that may be an adapter's.
-     * @param slaveAddress     a Slave::address; empty: the one with the strongest signal.
+     * @param slaveAddress     a Slave::address; empty: the instrument with the strongest signal.
      * @throw Error  as open().
      */
     static Instrument openWireless(const std::string& adapterPortName = {},
@@ -126,8 +126,8 @@ class Instrument {
                           "a wireless instrument", adapterPortName);
     }
 
-    /** Says goodbye and closes; does nothing the second time. Waits for a running handler, so not
-     *  from within it. */
+    /** Says goodbye and closes; does nothing the second time. Waits for a running handler, so do
+     *  not call it from within one. */
     void close() noexcept {
         if (link_) {
             link_->close();
@@ -136,10 +136,10 @@ class Instrument {
 
     /** False once closed or moved from. Does not ask the instrument whether it is still there. */
     bool isOpen() const noexcept { return cqIsValidHandle(handle()); }
-    /** For functions of CQApi.h; stays this object's. Null when closed. */
+    /** For functions of CQApi.h; still owned by this object. Null once closed. */
     CqHandle handle() const noexcept { return link_ ? link_->handle.load() : nullptr; }
 
-    /** The port that it is connected through. */
+    /** The port of the connection. */
     std::string portName() const {
         std::array<char, 4097> name{};  // longer than any path, and the last NUL stays
         check(cqGetPortName(handle(), name.data(), static_cast<std::int32_t>(name.size() - 1)),
@@ -157,7 +157,7 @@ class Instrument {
                 fieldText(info.infoText12),
                 static_cast<std::uint32_t>(info.trailingValue)};
     }
-    /** Bytes that a wireless instrument does not tell are 0. */
+    /** Bytes that a wireless instrument does not report are 0. */
     InstrumentStatus status() {
         return read<InstrumentStatus>(cqGetInstrumentStatus, "cqGetInstrumentStatus");
     }
@@ -172,12 +172,12 @@ class Instrument {
     }
 
     /**
-     * Sets what receives measurements made on the instrument, in place of any earlier handler; an
-     * empty one removes it. It runs on a thread of the library and must not call this instrument,
-     * except to set another handler. When the call returns, an earlier handler has ended and will
-     * not be called again, unless the call is made from within it.
+     * Sets the handler of measurements made with the instrument's button, replacing any earlier
+     * one; an empty one removes it. It runs on a thread of the library and must not call this
+     * instrument, except to set another handler. When the call returns, an earlier handler has
+     * ended and will not be called again, unless the call is made from within it.
      *
-     * An exception that leaves the handler goes no further; rethrowHandlerException() throws it.
+     * An exception thrown by the handler is caught and kept; rethrowHandlerException() throws it.
      */
     void setMeasurementHandler(MeasurementHandler handler) {
         const bool isSet = static_cast<bool>(handler);
@@ -191,7 +191,7 @@ class Instrument {
         }
         check(code, "cqSetMeasurementResultReceivedCallback");
     }
-    /** Throws the first exception that has left the handler since the last call; else nothing. */
+    /** Throws the first exception of a handler since the last call, if there was one. */
     void rethrowHandlerException() {
         if (const std::exception_ptr exception = link_ ? link_->takeException() : nullptr) {
             std::rethrow_exception(exception);
@@ -211,13 +211,13 @@ class Instrument {
         return count;
     }
 
-    /** Fills `records` with stored standards from `firstIndex` on, in index order; places beyond
-     *  those that the instrument holds are left as they were. */
+    /** Fills `records` with stored standards from `firstIndex` on, in index order; elements beyond
+     *  those that the instrument holds keep their values. */
     void uploadStandards(std::span<MeasurementRecord> records, std::uint32_t firstIndex = 0) {
         check(cqUploadStandards(handle(), records.data(), firstIndex, size(records)),
               "cqUploadStandards");
     }
-    /** Reads at most `count` standards, as many as there are; asks for their number first. */
+    /** Reads up to `count` standards; asks first how many there are. */
     std::vector<MeasurementRecord> uploadStandards(std::uint32_t firstIndex = 0,
                                                    std::uint32_t count = CQ_ALL_RECORDS) {
         std::vector<MeasurementRecord> records(remaining(totalStandards(), firstIndex, count));
@@ -228,13 +228,13 @@ class Instrument {
     }
 
     /** Fills `records` with stored samples of one standard from `firstIndex` on, in index order;
-     *  zeroes places beyond those that the instrument holds. Ask for portions over a slow link. */
+     *  zeroes elements beyond those that the instrument holds. Over a slow link read in portions. */
     void uploadSamples(std::span<MeasurementRecord> records, std::uint32_t standardIndex,
                        std::uint32_t firstIndex) {
         check(cqUploadSamples(handle(), records.data(), standardIndex, firstIndex, size(records)),
               "cqUploadSamples");
     }
-    /** Reads at most `count` samples, as many as sampleCount() says; asks for that first. */
+    /** Reads up to `count` samples; asks first with sampleCount() how many there are. */
     std::vector<MeasurementRecord> uploadSamples(std::uint32_t standardIndex,
                                                  std::uint32_t firstIndex = 0,
                                                  std::uint32_t count = CQ_ALL_RECORDS) {
@@ -246,7 +246,7 @@ class Instrument {
         return records;
     }
 
-    /** Appends standards to those that the instrument holds. Does nothing for none. */
+    /** Appends standards to those that the instrument holds. Does nothing if `records` is empty. */
     void downloadStandards(std::span<const MeasurementRecord> records) {
         if (!records.empty()) {
             check(cqDownloadStandards(handle(), records.data(), size(records)),
@@ -254,9 +254,10 @@ class Instrument {
         }
     }
 
-    /** @throw std::invalid_argument for CQ_ALL_RECORDS, which would delete everything. */
+    /** @throw std::invalid_argument for an index of 0x7FFFFFFF or more: on a wired line, where bit 31
+     *  is set, the instrument could take it for "everything". */
     void deleteStandard(std::uint32_t standardIndex) {
-        if (standardIndex == CQ_ALL_RECORDS) {
+        if (standardIndex >= 0x7FFFFFFF) {
             throw std::invalid_argument("no standard has this index; see deleteAllRecords()");
         }
         check(cqDeleteStandard(handle(), standardIndex), "cqDeleteStandard");
@@ -270,12 +271,12 @@ class Instrument {
     WhiteBoardParameter whiteBoardParameter() {
         return read<WhiteBoardParameter>(cqGetWhiteBoardParameter, "cqGetWhiteBoardParameter");
     }
-    /** Wired instruments; a wireless one takes the text alone. */
+    /** For wired instruments; a wireless one accepts only the text. */
     void setWhiteBoardParameter(const WhiteBoardParameter& parameter) {
         check(cqSetWhiteBoardParameter(handle(), &parameter), "cqSetWhiteBoardParameter");
     }
 
-    /** Wired instruments; others throw CQ_NOT_SUPPORTED, here and below. */
+    /** Wired instruments only, as is setting one; others throw CQ_NOT_SUPPORTED. */
     std::uint8_t measurementParameter(std::uint8_t number) {
         std::uint32_t value = 0;
         check(cqGetMeasurementParameter(handle(), number, &value), "cqGetMeasurementParameter");
@@ -286,7 +287,7 @@ class Instrument {
     }
 
   private:
-    /// What must stay where it is: the library has its address for the callback.
+    /// Must not move: the library holds its address for the callback.
     struct Link {
         explicit Link(CqHandle opened) noexcept : handle(opened) {}
         ~Link() { close(); }
@@ -300,13 +301,13 @@ class Instrument {
         void store(MeasurementHandler next) {
             auto shared = next ? std::make_shared<MeasurementHandler>(std::move(next)) : nullptr;
             const std::lock_guard lock(mutex);
-            handler.swap(shared);  // the earlier one goes after the lock: it may own anything
+            handler.swap(shared);  // the old one is destroyed after the lock: it may own anything
         }
         std::exception_ptr takeException() {
             const std::lock_guard lock(mutex);
             return std::exchange(exception, nullptr);
         }
-        /// A handler may replace itself, and what runs must not go: a share of it is held.
+        /// A handler may replace itself, so the running one is kept alive by a shared pointer.
         static void receive(bool isStandard, const CqMeasurementRecord* record,
                             void* user) noexcept {
             auto* const self = static_cast<Link*>(user);
@@ -354,8 +355,8 @@ class Instrument {
         }
         return static_cast<std::uint32_t>(records.size());
     }
-    /// The number of records is fixed here, not by CQ_ALL_RECORDS: one that the instrument gains
-    /// meanwhile must not be written beyond the vector's end.
+    /// The number of records is fixed here, not by CQ_ALL_RECORDS: a record that the instrument
+    /// stores meanwhile must not be written beyond the vector's end.
     static std::uint32_t remaining(std::uint32_t total, std::uint32_t first, std::uint32_t count) {
         return std::min(total > first ? total - first : 0, count);
     }
@@ -365,7 +366,7 @@ class Instrument {
 
 /**
  * Lists the wireless instruments within the adapter's reach; see cqScanBleSlaves. The adapter must
- * not be in use. Takes about 2 to 5 s. Nobody within reach is no error.
+ * not be in use. Takes about 2 to 5 s. An empty list is not an error.
  *
  * @throw Error  CQ_FAIL_TO_OPEN, CQ_SYSTEM_ERROR (no adapter answers on the port).
  */
@@ -384,8 +385,8 @@ inline std::vector<Slave> scan(const std::string& adapterPortName) {
 
 // -------------------------------------------------------------------------- debug log
 
-/** Starts the library's debug log, in a file beside it; see cqEnableDebugLog. @return false when
- *  the file cannot be opened. */
+/** Starts the debug log, in a file beside the library; see cqEnableDebugLog. @return false when the
+ *  file cannot be opened. */
 inline bool enableDebugLog() noexcept {
     return cqEnableDebugLog();
 }

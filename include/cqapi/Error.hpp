@@ -4,9 +4,6 @@
  * Result codes of CQApi.h as C++ exceptions. Included by CQApi.hpp.
  */
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -15,17 +12,15 @@
 
 namespace cqapi {
 
-/** The text of a result code; codes beyond the table share that of CQ_UNKNOWN_ERROR. */
+/** The text of a result code; "unknown error" from 20 on. */
 inline const char* resultText(std::uint32_t code) noexcept {
-    constexpr std::array<const char*, CQ_UNKNOWN_ERROR + 1> kTexts{
-        "no error",          "cannot found device", "fail to open",
-        "device is closed",  "no session",          "device is busy",
-        "sending timeout",   "receiving timeout",   "execute command failed",
-        "system error",      "invalid packet",      "unexpected command",
-        "uncalibrated",      "the storage is full", "fail to calibrate",
-        "no enough storage", "invalid parameter",   "not supported",
-        "has connected",     "unknown error"};
-    return kTexts[std::min<std::size_t>(code, kTexts.size() - 1)];
+    return cqGetResultText(code);
+}
+
+/** The version of the library that is loaded, as "1.0.0"; CQAPI_VERSION_STRING is that of the
+ *  headers. */
+inline const char* libraryVersion() noexcept {
+    return cqGetVersion();
 }
 
 /** A call that failed. what() names the call, the text and the code. */
@@ -44,7 +39,7 @@ class Error : public std::runtime_error {
     std::uint32_t code_;
 };
 
-/** @throw Error unless the code is CQ_NO_ERROR. For a program's own calls of CQApi.h. */
+/** @throw Error unless the code is CQ_NO_ERROR. For a program's own calls to CQApi.h. */
 inline void check(std::uint32_t code, const char* call) {
     if (code != CQ_NO_ERROR) {
         throw Error(code, call);

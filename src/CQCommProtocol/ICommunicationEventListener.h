@@ -6,8 +6,7 @@
 namespace ovk {
 
 /// Hears what happens on a wired link. All operations run with the client's link mutex held, on the
-/// thread that receives at the moment: the receiving thread or a call that waits; disconnected()
-/// also on the watchdog's or the closing thread.
+/// receiving thread; disconnected() also on the watchdog's or the closing thread.
 class ICommunicationEventListener {
   public:
     virtual ~ICommunicationEventListener() = default;
@@ -26,8 +25,8 @@ class ICommunicationEventListener {
                                        std::span<const std::uint8_t> data, std::uint32_t error,
                                        bool isLast) = 0;
 
-    /// The instrument has acknowledged a packet, or aborted the transfer to it (`error` is then its
-    /// error number).
+    /// The instrument has acknowledged a packet, or has aborted the transfer to it or the work on it
+    /// (`error` is then its error number).
     /// \param total bytes of the whole transfer.
     /// \return non-zero to abort the transfer, while it is not done.
     virtual std::uint16_t transferProgress(std::uint8_t operation, std::uint32_t total,

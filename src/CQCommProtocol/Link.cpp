@@ -1,5 +1,6 @@
 #include "CQCommProtocol/Link.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -43,8 +44,16 @@ Link::Link(ICommunicationEventListener& listener, Writer write)
 
 void Link::shakeHands() {
     forgetSession();
+    unanswered_ = 1;
     state_ = State::shakeHandsRequested;
     write_(wire::kShakeHandsRequestPacket);
+}
+
+void Link::repeatShakeHands() {
+    if (state_ == State::shakeHandsRequested) {
+        ++unanswered_;
+        write_(wire::kShakeHandsRequestPacket);
+    }
 }
 
 ResultCode Link::send(std::uint8_t operation, std::span<const std::uint8_t> data,
@@ -61,9 +70,15 @@ ResultCode Link::send(std::uint8_t operation, std::span<const std::uint8_t> data
     if (state_ != State::idle) {
         return CQ_DEVICE_IS_BUSY;
     }
-    tx_.start(operation, data, std::move(stream));
-    debuglog::write(GBK_SEND_OPERATION "%d\r\n", operation);
-    sendNextPacket(now);
+    try {
+        tx_.start(operation, data, std::move(stream));
+        debuglog::write(GBK_SEND_OPERATION "%d\r\n", operation);
+        sendNextPacket(now);
+    } catch (...) {
+        tx_.clear();  // nothing has been sent
+        throw;
+    }
+    lastOperation_ = operation;
     return CQ_NO_ERROR;
 }
 
@@ -108,11 +123,13 @@ void Link::dispatch(TimePoint now) {
 
 void Link::handleShakeHandsAcknowledgement() {
     const auto packet = parser_.packet();
-    if (state_ != State::shakeHandsRequested) {
+    const bool isFirst = state_ == State::shakeHandsRequested;
+    if (!isFirst && (state_ != State::idle || unanswered_ == 0)) {
         debuglog::write("Received shake hands ack packet, but had not request\n");
         discarded_.insert(discarded_.end(), packet.begin(), packet.end());
         return;
     }
+    unanswered_ = std::max(unanswered_ - 1, 0);
     const std::uint8_t session = packet[wire::kSessionOffset];
     const bool isAccepted = session >= wire::kMinSession && session <= wire::kMaxSession;
     if (isAccepted) {
@@ -122,8 +139,10 @@ void Link::handleShakeHandsAcknowledgement() {
         instrumentValues_ = {static_cast<std::uint8_t>(values), values >> 8};
         write_(wire::shortPacket(wire::kShakeHandsConfirmation, session_));
     }
-    state_ = isAccepted ? State::idle : State::notConnected;
-    listener_.connectionResult(isAccepted);
+    if (isFirst) {
+        state_ = isAccepted ? State::idle : State::notConnected;
+        listener_.connectionResult(isAccepted);
+    }
 }
 
 void Link::handleDisconnectRequest() {
@@ -136,10 +155,10 @@ void Link::handleKeepAliveRequest() {
 }
 
 void Link::handleData() {
-    if (state_ != State::idle && state_ != State::sending && state_ != State::receiving) {
+    if (state_ < State::idle) {
         return;  // of a session that has ended, or was a killed host's
     }
-    if (state_ != State::receiving) {
+    if (state_ == State::idle || state_ == State::sending) {
         rx_.clear();
     }
     const DataPacketView packet(parser_.packet());
@@ -148,7 +167,7 @@ void Link::handleData() {
         case RxContext::Verdict::aborted:
             debuglog::write("Data transfer was aborted by remote\n");
             rx_.clear();
-            state_ = State::idle;
+            enter(State::idle);
             listener_.dataReceived(event.operation, event.offset, {}, abortError(event.error),
                                    true);
             return;
@@ -170,12 +189,12 @@ void Link::handleData() {
 }
 
 void Link::handleReceived(const RxContext::Event& event) {
-    state_ = State::receiving;
+    enter(State::receiving);
     debuglog::write("received a packet, opt = %d, seq = %d, len = %d\n", event.operation,
                     static_cast<int>(rx_.nextSequence() - 1), static_cast<int>(event.data.size()));
     const bool mayGoOn =
         listener_.dataReceived(event.operation, event.offset, event.data, 0, event.isLast) == 0;
-    if (state_ != State::receiving) {
+    if (state_ != State::receiving && state_ != State::closing) {
         return;  // the listener has sent a command, which acknowledged the transfer
     }
     // The abort word carries the sequence number, not an error code: instruments know it so.
@@ -187,35 +206,44 @@ void Link::handleReceived(const RxContext::Event& event) {
     }
     if (event.isLast || !mayGoOn) {
         rx_.clear();
-        state_ = State::idle;
+        enter(State::idle);
     }
 }
 
 void Link::handleAcknowledgement(TimePoint now) {
+    const std::uint32_t control = controlWordOf(parser_.packet());
+    const auto flag = static_cast<std::uint8_t>(control >> wire::kFlagShift);
+    if (flag == wire::kFlagAbort) {
+        return handleAbort(static_cast<std::uint16_t>(control & wire::kErrorMask));
+    }
     if (isSendingOver()) {
         return;
     }
-    const std::uint32_t control = controlWordOf(parser_.packet());
-    switch (static_cast<std::uint8_t>(control >> wire::kFlagShift)) {
-        case wire::kFlagAbort:
-            debuglog::write("Remote aborted receiving\n");
-            listener_.transferProgress(
-                tx_.operation(), static_cast<std::uint32_t>(tx_.totalSize()),
-                abortError(static_cast<std::uint16_t>(control & wire::kErrorMask)), true);
-            return endSending();
-        case wire::kFlagRetransmit:
-            debuglog::write(GBK_REQUEST_RETRANSMISSION "operation=%d, seq=%d\r\n", tx_.operation(),
-                            static_cast<int>(tx_.sequence()));
-            write_(tx_.lastPacket()->bytes());
-            return;
-        case wire::kFlagAcknowledge:
-            if (!isStale(control & wire::kSequenceMask, tx_.sequence())) {
-                handleProgress(now);
-            }
-            return;
-        default:
-            return;
+    if (flag == wire::kFlagRetransmit) {
+        debuglog::write(GBK_REQUEST_RETRANSMISSION "operation=%d, seq=%d\r\n", tx_.operation(),
+                        static_cast<int>(tx_.sequence()));
+        write_(tx_.lastPacket()->bytes());
+    } else if (flag == wire::kFlagAcknowledge &&
+               !isStale(control & wire::kSequenceMask, tx_.sequence())) {
+        handleProgress(now);
     }
+}
+
+/// The instrument gives up what it was sent last, be it while that goes over the line, while it
+/// works on the answer, or in the middle of it.
+void Link::handleAbort(std::uint16_t error) {
+    if (!lastOperation_) {
+        return;
+    }
+    debuglog::write("Remote aborted receiving\n");
+    const std::uint8_t operation = *lastOperation_;
+    const auto total = static_cast<std::uint32_t>(tx_.totalSize());
+    endSending();
+    if (state_ == State::receiving && rx_.operation() == operation) {
+        rx_.clear();
+        enter(State::idle);
+    }
+    listener_.transferProgress(operation, total, abortError(error), true);
 }
 
 void Link::handleProgress(TimePoint now) {
@@ -238,13 +266,13 @@ void Link::handleProgress(TimePoint now) {
 
 void Link::sendNextPacket(TimePoint now) {
     const auto packet = tx_.buildPacket(session_);
-    if (state_ != State::receiving) {
-        state_ = State::sending;
-    }
     if (debuglog::isOpen()) {
         debuglog::write(GBK_SEND_PACKET "operation=%d, seq=%d\r\n", tx_.operation(),
                         static_cast<int>(tx_.sequence()));
         debuglog::write("%s\r\n", debuglog::toHex(packet->bytes()).c_str());
+    }
+    if (state_ != State::receiving) {
+        enter(State::sending);
     }
     write_(packet->bytes());
     lastActivity_ = now;
@@ -257,9 +285,15 @@ void Link::sendReceivingAcknowledgement(std::uint8_t flag, std::uint32_t sequenc
     debuglog::write("SendPackAck: opt:%d, seq:%d\r\n", rx_.operation(), static_cast<int>(sequence));
 }
 
-/// True when nothing was sent that an answer could be about, or it matters no more.
+void Link::enter(State state) {
+    if (state_ != State::closing) {
+        state_ = state;
+    }
+}
+
+/// True when nothing was sent that an answer could be about.
 bool Link::isSendingOver() const {
-    return !tx_.lastPacket() || state_ == State::closing;
+    return !tx_.lastPacket();
 }
 
 void Link::endSending() {
@@ -303,10 +337,12 @@ void Link::endSession() {
 
 void Link::forgetSession() {
     session_ = 0;
+    unanswered_ = 0;
     discarded_.clear();
     parser_.clear();
     rx_.clear();
     tx_.clear();
+    lastOperation_.reset();
 }
 
 void Link::setRawDataListener(IRawDataListener* listener, bool isEnabled) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <istream>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -51,6 +52,11 @@ class Link {
 
     /// Asks the instrument for a session; the answer goes to the listener.
     void shakeHands();
+    /// Asks again, if the answer has not come. An instrument that was merely slow answers each
+    /// request with a new session: the last one holds.
+    void repeatShakeHands();
+    /// True while an answer to a request is to come.
+    bool awaitsShakeHands() const { return unanswered_ > 0; }
 
     /// Begins a transfer to the instrument: the operation code, the data, and what the stream (if
     /// any) holds from its position on.
@@ -74,8 +80,6 @@ class Link {
     State state() const { return state_; }
     std::uint8_t session() const { return session_; }
     bool hasSession() const { return session_ != 0; }
-    /// True while a transfer runs in either direction, and nobody can begin another one.
-    bool isTransferring() const { return state_ == State::sending || state_ == State::receiving; }
     InstrumentValues instrumentValues() const { return instrumentValues_; }
 
     /// \param listener hears the bytes that belong to no packet, while enabled; may be null.
@@ -89,11 +93,14 @@ class Link {
     void handleData();
     void handleReceived(const RxContext::Event& event);
     void handleAcknowledgement(TimePoint now);
+    void handleAbort(std::uint16_t error);
     void handleProgress(TimePoint now);
 
     void sendNextPacket(TimePoint now);
     void sendReceivingAcknowledgement(std::uint8_t flag, std::uint32_t sequence,
                                       const char* origin);
+    /// Goes into this state, unless a goodbye has been said: then only the session's end is to come.
+    void enter(State state);
     bool isSendingOver() const;
     void endSending();
     void dropSession();
@@ -107,12 +114,14 @@ class Link {
 
     State state_ = State::notConnected;
     std::uint8_t session_ = 0;
+    int unanswered_ = 0;  // requests for a session
     InstrumentValues instrumentValues_;
     TimePoint lastActivity_{};
     DataParser parser_{kPacketTimeout};
     std::vector<std::uint8_t> discarded_;  // since the last look at the raw-data listener
     RxContext rx_;
     TxContext tx_;
+    std::optional<std::uint8_t> lastOperation_;  // sent in this session
 };
 
 }  // namespace ovk

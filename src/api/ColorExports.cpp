@@ -8,8 +8,10 @@ namespace {
 using ovk::color::fromLab;
 using ovk::color::fromReflectance;
 using ovk::color::fromXyz;
-using ovk::color::SpectralGrid;
+using ovk::color::kSpectrumSamples;
+using ovk::color::Spectrum;
 using ovk::color::Triple;
+using ovk::color::Viewing;
 using Space = ovk::color::ColorSpace;
 
 static_assert(static_cast<std::uint32_t>(Space::kSrgb) == ColorSpaceSrgb &&
@@ -19,9 +21,15 @@ Triple tripleAt(const float* values) {
     return {values[0], values[1], values[2]};
 }
 
+/// Converts by `convert(viewing, result)`, which tells whether the colour space is assigned.
 // ColorData is packed and may lie anywhere in the caller's memory: copied, not converted into.
-std::uint32_t store(bool isAssigned, const Triple& result, ColorData* color) {
-    if (!isAssigned) {
+template <typename Convert>
+std::uint32_t convertTo(ColorData* color, Viewing viewing, Convert&& convert) {
+    if (!viewing.isKnown()) {
+        return CQ_INVALID_PARAMETER;
+    }
+    Triple result;
+    if (!convert(viewing, result)) {
         return CQ_HAS_CONNECTED;
     }
     std::memcpy(color, result.data(), sizeof *color);
@@ -32,25 +40,22 @@ std::uint32_t store(bool isAssigned, const Triple& result, ColorData* color) {
 
 uint32_t cqGetColorDataFromSpectralData(const float* spectrum, uint32_t colorSpace,
                                         int32_t illuminant, int32_t observer, ColorData* color) {
-    const SpectralGrid reflectance{400, 10, 31, spectrum};
-    Triple result;
-    const bool isAssigned =
-        fromReflectance(reflectance, {illuminant, observer}, Space{colorSpace}, result);
-    return store(isAssigned, result, color);
+    return convertTo(color, {illuminant, observer}, [&](Viewing viewing, Triple& result) {
+        return fromReflectance(Spectrum{spectrum, kSpectrumSamples}, viewing, Space{colorSpace},
+                               result);
+    });
 }
 
 uint32_t cqGetColorDataFromXyz(int32_t illuminant, int32_t observer, const float* xyz,
                                uint32_t colorSpace, ColorData* color) {
-    Triple result;
-    const bool isAssigned =
-        fromXyz(tripleAt(xyz), {illuminant, observer}, Space{colorSpace}, result);
-    return store(isAssigned, result, color);
+    return convertTo(color, {illuminant, observer}, [&](Viewing viewing, Triple& result) {
+        return fromXyz(tripleAt(xyz), viewing, Space{colorSpace}, result);
+    });
 }
 
 uint32_t cqGetColorDataFromLab(int32_t illuminant, int32_t observer, const float* lab,
                                uint32_t colorSpace, ColorData* color) {
-    Triple result;
-    const bool isAssigned =
-        fromLab(tripleAt(lab), {illuminant, observer}, Space{colorSpace}, result);
-    return store(isAssigned, result, color);
+    return convertTo(color, {illuminant, observer}, [&](Viewing viewing, Triple& result) {
+        return fromLab(tripleAt(lab), viewing, Space{colorSpace}, result);
+    });
 }

@@ -1,6 +1,8 @@
 // Exports that open and close instruments and the debug log.
 
+#include <chrono>
 #include <cstdlib>
+#include <optional>
 
 #include "api/DebugLog.h"
 #include "api/InstrumentRegistry.h"
@@ -10,23 +12,41 @@
 using ovk::cq::Instrument;
 using ovk::cq::InstrumentRegistry;
 
+namespace {
+
+/// \param milliseconds from now; 0xFFFFFFFF is no limit.
+ovk::Deadline deadlineIn(uint32_t milliseconds) {
+    return milliseconds == UINT32_MAX ? ovk::Deadline()
+                                      : ovk::Deadline::in(std::chrono::milliseconds(milliseconds));
+}
+
+}  // namespace
+
 CqHandle cqOpen(const char* portName) {
-    return ovk::cq::openInstrument(Instrument::Kind::wired, portName, nullptr);
+    CqHandle handle = nullptr;
+    openInstrument(Instrument::Kind::wired, portName, nullptr, std::nullopt, handle);
+    return handle;
+}
+
+CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress) {
+    CqHandle handle = nullptr;
+    openInstrument(Instrument::Kind::wireless, adapterPortName, slaveAddress, std::nullopt, handle);
+    return handle;
+}
+
+uint32_t cqOpenWithin(const char* portName, uint32_t milliseconds, CqHandle* handle) {
+    return openInstrument(Instrument::Kind::wired, portName, nullptr, deadlineIn(milliseconds),
+                          *handle);
+}
+
+uint32_t cqOpenByBleDongleWithin(const char* adapterPortName, const char* slaveAddress,
+                                 uint32_t milliseconds, CqHandle* handle) {
+    return openInstrument(Instrument::Kind::wireless, adapterPortName, slaveAddress,
+                          deadlineIn(milliseconds), *handle);
 }
 
 void cqClose(CqHandle handle) {
-    InstrumentRegistry& registry = InstrumentRegistry::instance();
-    const auto instrument = registry.find(handle);
-    if (!instrument) {
-        return;
-    }
-    instrument->close();
-    if (instrument->isReceivingThread()) {
-        registry.retire(handle);
-        return;
-    }
-    registry.remove(handle);
-    registry.releaseRetired();
+    InstrumentRegistry::instance().close(handle);
 }
 
 bool cqIsValidHandle(CqHandle handle) {

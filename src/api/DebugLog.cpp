@@ -8,40 +8,20 @@
 #include <mutex>
 
 #include "api/Module.h"
+#include "api/NeverDestroyed.h"
 
 namespace ovk::debuglog {
 namespace {
 
+struct Log {
+    std::mutex mutex;  // guards the file
+    std::ofstream file;
+    std::atomic<bool> isOpen{false};
+};
+
 // Created with the library, before any object that logs from its destructor.
-std::mutex fileMutex;  // guards file
-std::ofstream file;
-std::atomic<bool> fileIsOpen{false};
-
-}  // namespace
-
-bool open(const std::string& fileName) {
-    const std::lock_guard guard(fileMutex);
-    // An open log is closed first: it may be the same file, in which nobody may go on writing from
-    // where they were.
-    file.close();
-    file.clear();
-    file.open(fileName, std::ios::binary | std::ios::trunc);
-    const bool isOpened = file.is_open();
-    fileIsOpen.store(isOpened, std::memory_order_relaxed);
-    if (!isOpened) {
-        module::writeToDebugger("Open log file failed\r\n");
-    }
-    return isOpened;
-}
-
-void close() {
-    const std::lock_guard guard(fileMutex);
-    fileIsOpen.store(false, std::memory_order_relaxed);
-    file.close();
-}
-
-#ifndef CQAPI_NO_DEBUG_LOG
-namespace {
+NeverDestroyed<Log> log;
+const bool isToldOfForks = (module::callInForkedChild([] { log.renew(); }), true);
 
 std::uint64_t nowInTicks() {
     using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
@@ -51,8 +31,29 @@ std::uint64_t nowInTicks() {
 
 }  // namespace
 
+bool open(const std::string& fileName) {
+    const std::lock_guard guard(log->mutex);
+    // An open log is closed first: it may be the same file, in which nobody may go on writing from
+    // where they were.
+    log->file.close();
+    log->file.clear();
+    log->file.open(fileName, std::ios::binary | std::ios::trunc);
+    const bool isOpened = log->file.is_open();
+    log->isOpen.store(isOpened, std::memory_order_relaxed);
+    if (!isOpened) {
+        module::writeToDebugger("Open log file failed\r\n");
+    }
+    return isOpened;
+}
+
+void close() {
+    const std::lock_guard guard(log->mutex);
+    log->isOpen.store(false, std::memory_order_relaxed);
+    log->file.close();
+}
+
 bool isOpen() noexcept {
-    return fileIsOpen.load(std::memory_order_relaxed);
+    return log->isOpen.load(std::memory_order_relaxed);
 }
 
 void write(const char* format, ...) noexcept {
@@ -63,14 +64,13 @@ void write(const char* format, ...) noexcept {
     va_start(arguments, format);
     try {
         const std::string line = formatTime(nowInTicks()) + formatMessage(format, arguments);
-        const std::lock_guard guard(fileMutex);
-        file << line << std::flush;
+        const std::lock_guard guard(log->mutex);
+        log->file << line << std::flush;
     } catch (const std::exception&) {
-        // A line that cannot be written is lost; what is being logged must not fail for it.
+        // A line that cannot be written is lost; the logged operation must not fail for it.
     }
     va_end(arguments);
 }
-#endif
 
 std::string toHex(std::span<const std::uint8_t> bytes) {
     static constexpr char kDigits[] = "0123456789abcdef";

@@ -6,7 +6,7 @@
 #include <string>
 
 /// \file
-/// The process-wide debug log: off until opened, then one line a message, each after the time of
+/// The process-wide debug log: off until opened, and in a forked child, then one line a message, each after the time of
 /// day in square brackets. Every function may be called from any thread.
 
 #if defined(__MINGW32__)
@@ -23,16 +23,9 @@ namespace ovk::debuglog {
 /// false.
 bool open(const std::string& fileName);
 
-/// Closes the log. A line that another thread is writing is finished first.
+/// Closes the log, after any line that another thread is writing.
 void close();
 
-#ifdef CQAPI_NO_DEBUG_LOG
-// For the benchmark of what the log costs while it is off: calls that leave no code behind.
-constexpr bool isOpen() noexcept {
-    return false;
-}
-inline void write(const char* /*format*/, ...) noexcept {}
-#else
 /// Ask before preparing anything costly for a message.
 bool isOpen() noexcept;
 
@@ -40,7 +33,6 @@ bool isOpen() noexcept;
 /// longer than 1021 bytes. Of a message longer than 1023 bytes only the time is written. Does
 /// nothing when the log is off.
 void write(const char* format, ...) noexcept OVK_PRINTF_FORMAT(1, 2);
-#endif
 
 /// The bytes in hexadecimal, two digits each, separated by spaces.
 std::string toHex(std::span<const std::uint8_t> bytes);

@@ -9,9 +9,10 @@
 #include "api/InstrumentRegistry.h"
 #include "cqapi/CQApi.h"
 
-using ovk::cq::Instrument;
+using ovk::cq::Driver;
 using ovk::cq::InstrumentRegistry;
 using ovk::cq::MeasurementRecords;
+using ovk::cq::RECORD_TYPE;
 
 namespace {
 
@@ -24,16 +25,16 @@ requires(!std::is_pointer_v<T>) T& target(T& value) {
     return value;
 }
 
-/// Calls the operation on the handle's instrument, which lives until the call has ended whatever
+/// Performs the operation of the handle's instrument, which lives until the call has ended whatever
 /// happens to the handle. Pointers are followed only once the instrument has been found.
 template <class... Parameters, class... Arguments>
-std::uint32_t forward(CqHandle handle, ovk::ResultCode (Instrument::*operation)(Parameters...),
+std::uint32_t forward(CqHandle handle, ovk::ResultCode (Driver::*operation)(Parameters...),
                       Arguments... arguments) {
     const auto instrument = InstrumentRegistry::instance().find(handle);
     if (!instrument) {
         return CQ_NOT_SUPPORTED;
     }
-    return (instrument.get()->*operation)(target(arguments)...);
+    return instrument->perform(operation, target(arguments)...);
 }
 
 void copyRecords(const MeasurementRecords& from, CqMeasurementRecord* to) {
@@ -70,46 +71,49 @@ uint32_t cqSetMeasurementResultReceivedCallback(CqHandle handle,
 }
 
 uint32_t cqGetDeviceInfo(CqHandle handle, CqDeviceInfo* info) {
-    return forward(handle, &Instrument::getDeviceInfo, info);
+    return forward(handle, &Driver::getDeviceInfo, info);
 }
 
 uint32_t cqGetInstrumentStatus(CqHandle handle, CqInstrumentStatus* status) {
-    return forward(handle, &Instrument::getInstrumentStatus, status);
+    const auto instrument = InstrumentRegistry::instance().find(handle);
+    if (!instrument) {
+        return CQ_NOT_SUPPORTED;
+    }
+    return instrument->getInstrumentStatus(*status);
 }
 
 uint32_t cqCalibrateWhite(CqHandle handle) {
-    return forward(handle, &Instrument::calibrate, true);
+    return forward(handle, &Driver::calibrate, true);
 }
 
 uint32_t cqCalibrateBlack(CqHandle handle) {
-    return forward(handle, &Instrument::calibrate, false);
+    return forward(handle, &Driver::calibrate, false);
 }
 
 uint32_t cqMeasureStandard(CqHandle handle, CqMeasurementRecord* record) {
-    return forward(handle, &Instrument::measureStandard, record);
+    return forward(handle, &Driver::measure, RECORD_TYPE::standard, record);
 }
 
 uint32_t cqMeasureTrial(CqHandle handle, CqMeasurementRecord* record) {
-    return forward(handle, &Instrument::measureTrial, record);
+    return forward(handle, &Driver::measure, RECORD_TYPE::trial, record);
 }
 
 uint32_t cqGetTotalStandards(CqHandle handle, uint32_t* count) {
-    return forward(handle, &Instrument::getTotalStandards, count);
+    return forward(handle, &Driver::getTotalStandards, count);
 }
 
 uint32_t cqGetTotalSamples(CqHandle handle, uint32_t* count) {
-    return forward(handle, &Instrument::getTotalSamples, count);
+    return forward(handle, &Driver::getSampleCount, CQ_ALL_RECORDS, count);
 }
 
 uint32_t cqGetSampleCount(CqHandle handle, uint32_t standardIndex, uint32_t* count) {
-    return forward(handle, &Instrument::getSampleCount, standardIndex, count);
+    return forward(handle, &Driver::getSampleCount, standardIndex, count);
 }
 
 uint32_t cqUploadStandards(CqHandle handle, CqMeasurementRecord* records, uint32_t firstIndex,
                            uint32_t count) {
     MeasurementRecords received;
-    const uint32_t code =
-        forward(handle, &Instrument::uploadStandards, &received, firstIndex, &count);
+    const uint32_t code = forward(handle, &Driver::uploadStandards, &received, firstIndex, count);
     if (code == CQ_NO_ERROR) {
         copyRecords(received, records);
     }
@@ -120,42 +124,45 @@ uint32_t cqUploadSamples(CqHandle handle, CqMeasurementRecord* records, uint32_t
                          uint32_t firstIndex, uint32_t count) {
     MeasurementRecords received;
     const uint32_t code =
-        forward(handle, &Instrument::uploadSamples, &received, standardIndex, firstIndex, &count);
+        forward(handle, &Driver::uploadSamples, &received, standardIndex, firstIndex, count);
     if (code == CQ_NO_ERROR) {
         copyRecords(received, records);
-        std::fill(records + received.size(), records + count, CqMeasurementRecord{});
+        // With a count of all it is not known here how many places the host has.
+        const std::size_t wanted = count <= INT32_MAX ? count : 0;
+        std::fill(records + received.size(), records + std::max(received.size(), wanted),
+                  CqMeasurementRecord{});
     }
     return code;
 }
 
 uint32_t cqDownloadStandards(CqHandle handle, const CqMeasurementRecord* records, uint32_t count) {
-    return forward(handle, &Instrument::downloadStandards, std::span(records, count));
+    return forward(handle, &Driver::downloadStandards, std::span(records, count));
 }
 
 uint32_t cqGetWhiteBoardParameter(CqHandle handle, CqWhiteBoardParameter* parameter) {
-    return forward(handle, &Instrument::getWhiteBoardParameter, parameter);
+    return forward(handle, &Driver::getWhiteBoardParameter, parameter);
 }
 
 uint32_t cqSetWhiteBoardParameter(CqHandle handle, const CqWhiteBoardParameter* parameter) {
-    return forward(handle, &Instrument::setWhiteBoardParameter, parameter);
+    return forward(handle, &Driver::setWhiteBoardParameter, parameter);
 }
 
 uint32_t cqDeleteStandard(CqHandle handle, uint32_t standardIndex) {
-    return forward(handle, &Instrument::deleteStandard, standardIndex);
+    return forward(handle, &Driver::deleteStandard, standardIndex);
 }
 
 uint32_t cqDeleteAllRecords(CqHandle handle) {
-    return forward(handle, &Instrument::deleteStandard, CQ_ALL_RECORDS);
+    return forward(handle, &Driver::deleteStandard, CQ_ALL_RECORDS);
 }
 
 uint32_t cqDeleteSample(CqHandle handle, uint32_t standardIndex, uint32_t sampleIndex) {
-    return forward(handle, &Instrument::deleteSample, standardIndex, sampleIndex);
+    return forward(handle, &Driver::deleteSample, standardIndex, sampleIndex);
 }
 
 uint32_t cqGetMeasurementParameter(CqHandle handle, uint8_t number, uint32_t* value) {
-    return forward(handle, &Instrument::getMeasurementParameter, number, value);
+    return forward(handle, &Driver::getMeasurementParameter, number, value);
 }
 
 uint32_t cqSetMeasurementParameter(CqHandle handle, uint8_t number, uint8_t value) {
-    return forward(handle, &Instrument::setMeasurementParameter, number, value);
+    return forward(handle, &Driver::setMeasurementParameter, number, value);
 }

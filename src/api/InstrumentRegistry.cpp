@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "api/Module.h"
+#include "api/NeverDestroyed.h"
 
 namespace ovk::cq {
 namespace {
@@ -20,20 +21,20 @@ std::string textOrEmpty(const char* text) {
 }  // namespace
 
 InstrumentRegistry& InstrumentRegistry::instance() {
-    static InstrumentRegistry registry;
-    return registry;
+    static NeverDestroyed<InstrumentRegistry> registry;
+    static const struct AtExit {
+        AtExit() {
+            module::callInForkedChild([] { registry.renew(); });
+        }
+        ~AtExit() { registry->releaseAll(); }
+    } atExit;
+    return *registry;
 }
 
-InstrumentRegistry::~InstrumentRegistry() {
+InstrumentRegistry::Reference InstrumentRegistry::find(const void* handle) {
     if (module::isProcessEnding()) {
-        // The threads that the instruments would wait for are gone without having ended: leave
-        // everything to the system.
-        static_cast<void>(std::make_unique<Instruments>(std::move(instruments_)).release());
-        static_cast<void>(std::make_unique<Instruments>(std::move(retired_)).release());
+        return nullptr;
     }
-}
-
-InstrumentRegistry::Reference InstrumentRegistry::find(const void* handle) const {
     const std::lock_guard lock(mutex_);
     const auto found = std::find_if(instruments_.begin(), instruments_.end(), isNamedBy(handle));
     return found == instruments_.end() ? nullptr : *found;
@@ -45,20 +46,48 @@ void InstrumentRegistry::add(Reference instrument) {
 }
 
 void InstrumentRegistry::remove(const void* handle) {
-    // Destroyed, if it was the last reference, after the lock has been let go.
+    // Destroyed, if it was the last reference, after the lock has been released.
     const Instruments removed = take(handle);
 }
 
-void InstrumentRegistry::retire(const void* handle) {
-    Instruments removed = take(handle);
-    const std::lock_guard lock(mutex_);
-    retired_.splice(retired_.end(), removed);
+void InstrumentRegistry::close(const void* handle) {
+    const auto instrument = find(handle);
+    if (!instrument) {
+        return;
+    }
+    if (instrument->isInCallback()) {
+        // Closing waits for the callback's end, which would wait for itself.
+        instrument->setMeasurementCallback(nullptr, nullptr);
+        Instruments retired = take(handle);
+        const std::lock_guard lock(mutex_);
+        retired_.splice(retired_.end(), retired);
+        return;
+    }
+    instrument->close();
+    remove(handle);
+    releaseRetired();
+}
+
+void InstrumentRegistry::releaseAll() {
+    if (module::isProcessEnding()) {
+        return;  // the threads that closing waits for are gone
+    }
+    {
+        const std::lock_guard lock(mutex_);
+        retired_.splice(retired_.end(), instruments_);
+    }
+    releaseRetired();
 }
 
 void InstrumentRegistry::releaseRetired() {
     Instruments released;
     const std::lock_guard lock(mutex_);
-    released.swap(retired_);
+    for (auto next = retired_.begin(); next != retired_.end();) {
+        const auto entry = next++;
+        if (!(*entry)->isInCallback()) {
+            released.splice(released.end(), retired_, entry);
+        }
+    }
 }
 
 InstrumentRegistry::Instruments InstrumentRegistry::take(const void* handle) {
@@ -71,15 +100,19 @@ InstrumentRegistry::Instruments InstrumentRegistry::take(const void* handle) {
     return taken;
 }
 
-void* openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress) {
+ResultCode openInstrument(Instrument::Kind kind, const char* portName, const char* slaveAddress,
+                          std::optional<Deadline> deadline, void*& handle) {
+    handle = nullptr;
     InstrumentRegistry& registry = InstrumentRegistry::instance();
     registry.releaseRetired();
     const auto instrument = std::make_shared<Instrument>(kind);
-    if (instrument->open(textOrEmpty(portName), textOrEmpty(slaveAddress)) != CQ_NO_ERROR) {
-        return nullptr;
+    const ResultCode code =
+        instrument->open(textOrEmpty(portName), textOrEmpty(slaveAddress), deadline);
+    if (code == CQ_NO_ERROR) {
+        registry.add(instrument);
+        handle = instrument.get();
     }
-    registry.add(instrument);
-    return instrument.get();
+    return code;
 }
 
 }  // namespace ovk::cq

@@ -7,12 +7,12 @@
 #include "cqapi/CQApi.h"
 
 /// \file
-/// The records of the public header as the inside of the library uses them. Several are the very
-/// bytes that an instrument sends, so their places are pinned here.
+/// The records of the public header as used inside the library. Several are exactly the bytes that
+/// an instrument sends, so their layout is checked here.
 
 namespace ovk::cq {
 
-/// What a measurement is of.
+/// The kind of a measurement.
 enum class RECORD_TYPE : std::uint32_t { standard = 0, trial = 1 };
 
 /// Records in index order.

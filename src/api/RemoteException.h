@@ -6,7 +6,7 @@
 namespace ovk::cq {
 
 /// Carries the error number that the instrument reported (its own numbering, not a result code)
-/// from the receiving thread to the call that waits.
+/// from the receive thread to the waiting call.
 class RemoteException : public std::exception {
   public:
     explicit RemoteException(std::uint32_t instrumentError) : instrumentError_(instrumentError) {}

@@ -1,31 +1,27 @@
-// Exports that only a wireless instrument needs; once it is open it is used like a wired one.
+// The export that lists wireless instruments.
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "api/InstrumentRegistry.h"
 #include "ble/EhMc17AtInterface.h"
 #include "cqapi/CQApi.h"
-#include "serial/SerialPort.h"
 
 using ovk::SlaveDevice;
-using ovk::cq::Instrument;
 
 namespace {
 
-/// Copies a text with its NUL. One that does not fit leaves the field empty: what strangers'
-/// devices call themselves must not spoil a scan.
+/// Copies a text with its NUL. One that does not fit leaves the field empty: the name of an
+/// unrelated device must not spoil a scan.
 void copyText(const std::string& text, std::span<char> field) {
     if (text.size() < field.size()) {
         std::copy(text.begin(), text.end(), field.begin());
     }
 }
 
-/// A block for cqFree(), with an entry of zeros at its end. Null when there is no memory.
+/// A block for cqFree(), with an entry of zeros at its end. Null if there is no memory.
 CqBleSlave* makeList(const std::vector<SlaveDevice>& slaves) {
     auto* const list = static_cast<CqBleSlave*>(std::calloc(slaves.size() + 1, sizeof(CqBleSlave)));
     for (std::size_t i = 0; list != nullptr && i < slaves.size(); ++i) {
@@ -38,16 +34,12 @@ CqBleSlave* makeList(const std::vector<SlaveDevice>& slaves) {
 
 }  // namespace
 
-CqHandle cqOpenByBleDongle(const char* adapterPortName, const char* slaveAddress) {
-    return ovk::cq::openInstrument(Instrument::Kind::wireless, adapterPortName, slaveAddress);
-}
-
 uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves) {
     *slaves = nullptr;
     if (adapterPortName == nullptr) {
         return CQ_INVALID_PARAMETER;
     }
-    const auto port = std::make_shared<ovk::SerialPort>(adapterPortName);
+    const auto port = ovk::makeAdapterPort(adapterPortName);
     if (!port->open()) {
         return CQ_FAIL_TO_OPEN;
     }
@@ -57,9 +49,10 @@ uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves) {
         return CQ_SYSTEM_ERROR;
     }
     const std::vector<SlaveDevice> found = adapter.scan();
-    if (!found.empty()) {
-        *slaves = makeList(found);
-    }
     port->close();
-    return CQ_NO_ERROR;
+    if (found.empty()) {
+        return CQ_NO_ERROR;
+    }
+    *slaves = makeList(found);
+    return *slaves != nullptr ? CQ_NO_ERROR : CQ_SYSTEM_ERROR;
 }

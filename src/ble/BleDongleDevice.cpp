@@ -9,16 +9,11 @@
 #include "serial/PortDiscovery.h"
 
 namespace ovk {
-namespace {
-
-/// What is taken for the signal strength of a slave that was not scanned for, in dBm.
-constexpr std::int32_t kAssumedRssi = -50;
-
-}  // namespace
 
 void BleDongleDevice::open(const std::string& portName) {
     stopReceiving();
     at_ = EhMc17AtInterface();
+    at_.setDeadline(deadline_);
     if (portName.empty()) {
         search();
     } else {
@@ -28,11 +23,11 @@ void BleDongleDevice::open(const std::string& portName) {
         at_.attachPort(nullptr);
         throw CommunicationException(CQ_UNKNOWN_ERROR);
     }
-    arText_ = at_.readAr();
+    at_.readAr();
 }
 
 void BleDongleDevice::openNamed(const std::string& portName) {
-    const auto port = std::make_shared<SerialPort>(portName);
+    const auto port = makeAdapterPort(portName);
     if (!port->open()) {
         throw CommunicationException(CQ_FAIL_TO_OPEN);
     }
@@ -42,17 +37,19 @@ void BleDongleDevice::openNamed(const std::string& portName) {
 void BleDongleDevice::search() {
     std::vector<std::uint32_t> numbers;
     findCh340Ports(numbers);
-    for (const std::uint32_t number : numbers) {
-        const auto port = std::make_shared<SerialPort>(ch340PortName(number));
+    for (std::size_t left = numbers.size(); left > 0; --left) {
+        const auto port = makeAdapterPort(ch340PortName(numbers[numbers.size() - left]));
         if (!port->open()) {
             continue;
         }
         at_.attachPort(port);
+        at_.setDeadline(deadline_.firstOf(left));
         if (at_.configure()) {
             break;
         }
         at_.attachPort(nullptr);  // the port closes as its last owner goes
     }
+    at_.setDeadline(deadline_);
     if (at_.port() == nullptr || !at_.port()->isOpen()) {
         at_.attachPort(nullptr);
         throw CommunicationException(CQ_CANNOT_FOUND_DEVICE);
@@ -67,13 +64,19 @@ void BleDongleDevice::connect(const std::string& address) {
         stopReceiving();  // the receiving thread would take the module's answers
         at_.disconnect();
     }
-    const SlaveDevice target =
-        address.empty() ? strongestSlave() : SlaveDevice{"", address, kAssumedRssi};
-    if (!at_.connect(target.address)) {
+    const std::string target = address.empty() ? strongestSlave().address : address;
+    at_.setDeadline(deadline_.before(kUnlinkTime));
+    const bool isLinked = at_.connect(target);
+    at_.setDeadline(deadline_);
+    if (!isLinked) {
+        if (deadline_.before(kUnlinkTime).isOver()) {  // it may come to be linked after all
+            at_.setExCode({});
+            at_.disconnect();
+            throw CommunicationException(CQ_RECEIVING_TIMEOUT);
+        }
         throw CommunicationException(CQ_UNKNOWN_ERROR);
     }
     startReceiving(at_.port());
-    connectedSlave_ = target;
 }
 
 BleDongleDevice::SlaveDevice BleDongleDevice::strongestSlave() {

@@ -15,6 +15,12 @@ class BleDongleDevice : public PacketReceiver {
   public:
     using SlaveDevice = EhMc17AtInterface::SlaveDevice;
 
+    /// How long before the deadline a link is given up, so that the module can be told.
+    static constexpr std::chrono::milliseconds kUnlinkTime{250};
+
+    /// \param deadline after which nothing is waited for. What is not done by then fails.
+    explicit BleDongleDevice(Deadline deadline = {}) : deadline_(deadline) {}
+
     /// Opens the adapter on the named port, or, with an empty name, on the first port of an
     /// adapter's USB bridge whose module answers.
     /// \throw CommunicationException CQ_FAIL_TO_OPEN: the named port; CQ_CANNOT_FOUND_DEVICE: no
@@ -25,23 +31,17 @@ class BleDongleDevice : public PacketReceiver {
     /// Links up with the instrument of this address, or, with an empty one, with that of the
     /// strongest signal, and starts receiving. Drops an earlier link first.
     /// \throw CommunicationException CQ_DEVICE_IS_CLOSED: not open; CQ_CANNOT_FOUND_DEVICE: the
-    ///        scan has heard nobody; CQ_UNKNOWN_ERROR: no link.
+    ///        scan has heard nobody; CQ_UNKNOWN_ERROR: no link;
+    ///        CQ_RECEIVING_TIMEOUT: none in time.
     void connect(const std::string& address);
-
-    /// That of the last successful connect(). Its name is known only if it was scanned for.
-    const SlaveDevice& connectedSlave() const { return connectedSlave_; }
-
-    /// What the module said to AT+AR when it was opened.
-    const std::string& arText() const { return arText_; }
 
   private:
     void openNamed(const std::string& portName);
     void search();
     SlaveDevice strongestSlave();
 
+    const Deadline deadline_;
     EhMc17AtInterface at_;
-    std::string arText_;
-    SlaveDevice connectedSlave_;
 };
 
 }  // namespace ovk

@@ -65,17 +65,26 @@ void logExchange(std::string_view text, const Lines& lines) {
     debuglog::write("%.*s ->%s\r\n", static_cast<int>(text.size()), text.data(), joined.c_str());
 }
 
+/// How long a scan listens.
+constexpr auto kScanTime = 2000ms;
+
+/// A module that takes no bytes for so long does not answer either.
+constexpr auto kWriteTimeout = 500ms;
+
 }  // namespace
 
-EhMc17AtInterface::EhMc17AtInterface(std::shared_ptr<SerialPort> port,
-                                     std::chrono::milliseconds scanTime)
-    : port_(std::move(port)), scanTime_(scanTime) {}
+std::shared_ptr<SerialPort> makeAdapterPort(const std::string& portName) {
+    auto port = std::make_shared<SerialPort>(portName);
+    port->setWriteTimeout(kWriteTimeout);
+    return port;
+}
 
 Lines EhMc17AtInterface::sendCommand(std::string_view command, std::string_view argument,
                                      std::size_t lineCount, std::chrono::milliseconds timeout) {
-    if (port_ == nullptr) {
+    if (port_ == nullptr || deadline_.isOver()) {
         return {};
     }
+    port_->setWriteTimeout(deadline_.limit(kWriteTimeout));
     std::string text(command);
     if (!argument.empty()) {
         text.append("=").append(argument);
@@ -86,7 +95,7 @@ Lines EhMc17AtInterface::sendCommand(std::string_view command, std::string_view 
         return {};
     }
     ReplyLines reply;
-    CumulativeTimeout time(timeout, Clock::now());
+    CumulativeTimeout time(deadline_.limit(timeout), Clock::now());
     while (!time.isUsedUp() && port_->waitForData(time.remaining())) {
         readQueued(*port_, reply);
         time.subtractElapsed(Clock::now());
@@ -104,16 +113,10 @@ std::string EhMc17AtInterface::firstLine(std::string_view command, std::string_v
     return lines.empty() ? std::string() : lines.front();
 }
 
+// A link that a killed host has left in the middle of a reply may put the rest of that before the
+// answer.
 bool EhMc17AtInterface::setExCode(std::string_view code) {
-    return firstLine("AT+EX", code.empty() ? kDefaultExCode : code, 1000ms) == kExAnswer;
-}
-
-/// As setExCode(), on a link that a killed host may have left in the middle of a reply: the rest of
-/// that then stands before the answer.
-bool EhMc17AtInterface::interruptLink() {
-    const Lines lines = sendCommand("AT+EX", kDefaultExCode, 1, 1000ms);
-    return std::ranges::any_of(lines,
-                               [](const std::string& line) { return line.ends_with(kExAnswer); });
+    return firstLine("AT+EX", code.empty() ? kDefaultExCode : code, 1000ms).ends_with(kExAnswer);
 }
 
 bool EhMc17AtInterface::setExLength() {
@@ -141,7 +144,7 @@ std::string EhMc17AtInterface::readAr() {
 
 std::vector<SlaveDevice> EhMc17AtInterface::scan() {
     const auto start = Clock::now();
-    const Lines lines = sendCommand("AT+SC", {}, 1, scanTime_);
+    const Lines lines = sendCommand("AT+SC", {}, 1, kScanTime);
     if (lines.empty()) {
         return {};
     }
@@ -152,7 +155,7 @@ std::vector<SlaveDevice> EhMc17AtInterface::scan() {
         return {};
     }
     auto devices = devicesOf(lines);  // a quick module's first results come together with the OK
-    CumulativeTimeout time(scanTime_, start);
+    CumulativeTimeout time(deadline_.limit(kScanTime), start);
     for (time.subtractElapsed(Clock::now()); !time.isUsedUp(); time.subtractElapsed(Clock::now())) {
         appendDevice(devices, port_->readLine(time.remaining()));
     }
@@ -179,7 +182,7 @@ bool EhMc17AtInterface::disconnect() {
 }
 
 bool EhMc17AtInterface::configure() {
-    if (interruptLink()) {
+    if (setExCode({})) {
         disconnect();
     }
     return setMt() && setBy() && setExMode() && setExLength();

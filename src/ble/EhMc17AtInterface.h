@@ -8,11 +8,15 @@
 #include <string_view>
 #include <vector>
 
+#include "api/Deadline.h"
 #include "ble/ReplyLines.h"
 #include "ble/SlaveDevice.h"
 #include "serial/SerialPort.h"
 
 namespace ovk {
+
+/// The adapter's port of this name, not yet open. A write to it that takes too long fails.
+std::shared_ptr<SerialPort> makeAdapterPort(const std::string& portName);
 
 /// Drives the adapter's EH-MC17 module with its AT commands: each operation is one exchange, the
 /// scan and the configuration a short series. See docs/wireless-protocol.md.
@@ -25,16 +29,16 @@ class EhMc17AtInterface {
     using SlaveDevice = ovk::SlaveDevice;
     using Lines = std::vector<std::string>;
 
-    /// How long a scan listens.
-    static constexpr std::chrono::milliseconds kScanTime{2000};
-
     /// \param port the module's, open; without one no command is sent.
-    explicit EhMc17AtInterface(std::shared_ptr<SerialPort> port = nullptr,
-                               std::chrono::milliseconds scanTime = kScanTime);
+    explicit EhMc17AtInterface(std::shared_ptr<SerialPort> port = nullptr)
+        : port_(std::move(port)) {}
 
     /// Takes another port; null detaches.
     void attachPort(std::shared_ptr<SerialPort> port) { port_ = std::move(port); }
     const std::shared_ptr<SerialPort>& port() const { return port_; }
+
+    /// Waits for nothing after this moment, and sends nothing then.
+    void setDeadline(Deadline deadline) { deadline_ = deadline; }
 
     /// True from a successful connect() to a successful disconnect().
     bool isConnected() const { return isConnected_; }
@@ -70,12 +74,11 @@ class EhMc17AtInterface {
     bool configure();
 
   private:
-    bool interruptLink();
     std::string firstLine(std::string_view command, std::string_view argument,
                           std::chrono::milliseconds timeout);
 
     std::shared_ptr<SerialPort> port_;
-    std::chrono::milliseconds scanTime_;
+    Deadline deadline_;
     bool isConnected_ = false;
 };
 

@@ -1,6 +1,5 @@
 #include "ble/PacketReceiver.h"
 
-#include <system_error>
 #include <utility>
 
 #include "api/CommunicationException.h"
@@ -8,14 +7,6 @@
 #include "ble/PacketAssembler.h"
 
 namespace ovk {
-namespace {
-
-using namespace std::chrono_literals;
-
-/// The pause after a wait that failed for another reason than a device that has gone.
-constexpr auto kFailedWaitPause = 10ms;
-
-}  // namespace
 
 PacketReceiver::~PacketReceiver() {
     if (thread_.joinable()) {
@@ -24,64 +15,48 @@ PacketReceiver::~PacketReceiver() {
 }
 
 void PacketReceiver::startReceiving(const std::shared_ptr<SerialPort>& port) {
-    refuseReceivingThread();
-    const std::lock_guard lifecycle(lifecycleMutex_);
-    stop();
+    stopReceiving();
     mustStop_.store(false);
     {
         const std::lock_guard lock(stateMutex_);
         port_ = port;
+        isLastSent_ = false;
     }
     thread_ = std::thread([this, port] { receivingLoop(*port); });
 }
 
 std::shared_ptr<SerialPort> PacketReceiver::stopReceiving() {
-    refuseReceivingThread();
-    const std::lock_guard lifecycle(lifecycleMutex_);
-    return stop();
-}
-
-void PacketReceiver::refuseReceivingThread() {
-    // Asked before any lock: another thread may hold it and wait for this one to end.
-    if (isReceivingThread()) {
-        requestStop(*port());
-        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
-    }
-}
-
-std::shared_ptr<SerialPort> PacketReceiver::stop() {
     auto held = port();
     if (held == nullptr) {
         return nullptr;
     }
-    requestStop(*held);
+    mustStop_.store(true);
+    held->signalAbort();
+    abandonExpectedReply();  // not left to the thread: it may be in the handler
     thread_.join();
     {
         const std::lock_guard lock(stateMutex_);
         port_.reset();
     }
-    // Once more: the thread may have ended before, with the device, and left a request waiting.
     abandonExpectedReply();
     held->clearAbort();
     return held;
 }
 
-void PacketReceiver::requestStop(SerialPort& port) {
-    mustStop_.store(true);
-    port.signalAbort();
-}
-
 PacketReceiver::Packet PacketReceiver::sendPacket(const CQBleProtocol::CmdPacket& request,
                                                   std::chrono::milliseconds timeout) {
-    const auto held = port();
-    if (held == nullptr || !held->isOpen()) {
-        throw CommunicationException(CQ_DEVICE_IS_CLOSED);
-    }
-    auto reply = expectReply();
+    return exchange(request, timeout, false);
+}
+
+PacketReceiver::Packet PacketReceiver::sendLastPacket(const CQBleProtocol::CmdPacket& request,
+                                                      std::chrono::milliseconds timeout) {
+    return exchange(request, timeout, true);
+}
+
+PacketReceiver::Packet PacketReceiver::exchange(const CQBleProtocol::CmdPacket& request,
+                                                std::chrono::milliseconds timeout, bool isLast) {
     try {
-        if (held->write(request.bytes()) < 0) {
-            throw CommunicationException(CQ_SYSTEM_ERROR);
-        }
+        auto reply = begin(request, isLast);
         debuglog::write("waiting receiving packet... (timeout = %dms)\r\n",
                         static_cast<int>(timeout.count()));
         if (reply.wait_for(timeout) != std::future_status::ready) {
@@ -100,21 +75,23 @@ PacketReceiver::Packet PacketReceiver::sendPacket(const CQBleProtocol::CmdPacket
     }
 }
 
-void PacketReceiver::setPacketHandler(PacketHandler handler) {
-    packetHandler_.set(std::move(handler));
+std::future<PacketReceiver::Packet> PacketReceiver::begin(const CQBleProtocol::CmdPacket& request,
+                                                          bool isLast) {
+    const std::lock_guard lock(stateMutex_);
+    if (port_ == nullptr || isLastSent_ || !port_->isOpen()) {
+        throw CommunicationException(CQ_DEVICE_IS_CLOSED);
+    }
+    isLastSent_ = isLast;
+    auto reply = expectedReply_.emplace().get_future();
+    if (port_->write(request.bytes()) < 0) {
+        throw CommunicationException(CQ_SYSTEM_ERROR);
+    }
+    return reply;
 }
 
 std::shared_ptr<SerialPort> PacketReceiver::port() const {
     const std::lock_guard lock(stateMutex_);
     return port_;
-}
-
-std::future<PacketReceiver::Packet> PacketReceiver::expectReply() {
-    const std::lock_guard lock(stateMutex_);
-    if (port_ == nullptr) {
-        throw CommunicationException(CQ_DEVICE_IS_CLOSED);  // stopped since it was asked
-    }
-    return expectedReply_.emplace().get_future();
 }
 
 std::optional<std::promise<PacketReceiver::Packet>> PacketReceiver::takeExpectedReply() {
@@ -129,7 +106,6 @@ void PacketReceiver::abandonExpectedReply() {
 }
 
 void PacketReceiver::receivingLoop(SerialPort& port) {
-    threadId_.store(std::this_thread::get_id());
     debuglog::write("Start receiving_thread\r\n");
     try {
         while (port.isOpen() && !mustStop_.load()) {
@@ -138,36 +114,22 @@ void PacketReceiver::receivingLoop(SerialPort& port) {
                 dispatch(packet);
             }
         }
-        if (mustStop_.load()) {
-            abandonExpectedReply();
-        }
     } catch (...) {
-        // Whatever the handler has thrown: a request that was sent meanwhile ends with it.
+        // A request that waits, or was sent meanwhile, ends with it.
         if (auto reply = takeExpectedReply()) {
             reply->set_exception(std::current_exception());
         }
     }
     debuglog::write("End receiving_thread\r\n");
-    threadId_.store({});  // the system may give the identifier to another thread
 }
 
 PacketReceiver::Packet PacketReceiver::readPacket(SerialPort& port) const {
     PacketAssembler assembler;
-    while (port.waitForData(SerialPort::kInfinite)) {
-        if (mustStop_.load()) {
-            return nullptr;
-        }
+    while (port.waitForData(SerialPort::kInfinite) && !mustStop_.load()) {
         const auto now = std::chrono::steady_clock::now();
-        const auto bytes = port.readAvailable();
-        if (bytes.empty()) {
-            std::this_thread::sleep_for(kFailedWaitPause);
-        }
-        if (auto packet = assembler.feed(bytes, now)) {
+        if (auto packet = assembler.feed(port.readAvailable(), now)) {
             return packet;
         }
-    }
-    if (!mustStop_.load() && port.isOpen()) {
-        std::this_thread::sleep_for(kFailedWaitPause);
     }
     return nullptr;
 }

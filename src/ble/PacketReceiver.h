@@ -8,8 +8,8 @@
 #include <optional>
 #include <thread>
 
+#include "api/HandlerSlot.h"
 #include "ble/CmdPacket.h"
-#include "ble/HandlerSlot.h"
 #include "serial/SerialPort.h"
 
 namespace ovk {
@@ -18,8 +18,9 @@ namespace ovk {
 /// request waits for the packet that arrives next, and packets that no request waits for go to the
 /// packet handler.
 ///
-/// Threads: every operation may be called from any thread, but there is one pending reply: of two
-/// requests at a time the earlier one loses its reply to the later.
+/// Threads: every operation may be called from any thread, startReceiving() and stopReceiving() not
+/// beside each other. There is one pending reply: of two requests at a time the earlier one loses
+/// its reply to the later.
 class PacketReceiver {
   public:
     using Packet = std::shared_ptr<const CQBleProtocol::CmdPacket>;
@@ -49,24 +50,24 @@ class PacketReceiver {
     ///        was stopped; CQ_SYSTEM_ERROR: not written; CQ_RECEIVING_TIMEOUT.
     /// \throw std::future_error (broken_promise) another request has taken this one's place.
     Packet sendPacket(const CQBleProtocol::CmdPacket& request, std::chrono::milliseconds timeout);
+    /// As sendPacket(), for the goodbye: takes the place of a request that waits, and every later
+    /// one is refused with CQ_DEVICE_IS_CLOSED until receiving is started anew.
+    Packet sendLastPacket(const CQBleProtocol::CmdPacket& request,
+                          std::chrono::milliseconds timeout);
 
     /// Sets what is called, on the receiving thread, with packets that no request waits for. It
     /// must not call sendPacket(). When this returns an earlier handler has ended, unless it is
     /// that handler itself that calls.
-    void setPacketHandler(PacketHandler handler);
-
-    /// True on the receiving thread, so in the packet handler.
-    bool isReceivingThread() const { return threadId_.load() == std::this_thread::get_id(); }
+    void setPacketHandler(PacketHandler handler) { packetHandler_.set(std::move(handler)); }
 
     /// The port that is held; null if none is.
     std::shared_ptr<SerialPort> port() const;
 
   private:
-    void refuseReceivingThread();
-    std::shared_ptr<SerialPort> stop();
-    void requestStop(SerialPort& port);
-
-    std::future<Packet> expectReply();
+    Packet exchange(const CQBleProtocol::CmdPacket& request, std::chrono::milliseconds timeout,
+                    bool isLast);
+    /// Notes down that a reply is expected, and writes the request.
+    std::future<Packet> begin(const CQBleProtocol::CmdPacket& request, bool isLast);
     std::optional<std::promise<Packet>> takeExpectedReply();
     void abandonExpectedReply();
 
@@ -74,17 +75,15 @@ class PacketReceiver {
     Packet readPacket(SerialPort& port) const;
     void dispatch(const Packet& packet);
 
-    mutable std::mutex stateMutex_;  // guards the next two
+    mutable std::mutex stateMutex_;  // guards the next three, and the writes to the port
     std::shared_ptr<SerialPort> port_;
+    bool isLastSent_ = false;
     /// There from a request to the packet that arrives next, time-out or not: it is by this that a
     /// late reply is told from a notification. Null is the reply when receiving is stopped.
     std::optional<std::promise<Packet>> expectedReply_;
 
     HandlerSlot<const Packet&> packetHandler_;
-
-    std::mutex lifecycleMutex_;  // one start or stop at a time; taken before the state mutex
     std::thread thread_;
-    std::atomic<std::thread::id> threadId_{};
     std::atomic<bool> mustStop_{false};
 };
 

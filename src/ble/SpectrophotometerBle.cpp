@@ -13,6 +13,8 @@
 #include "api/DebugLog.h"
 #include "api/LittleEndian.h"
 #include "api/Module.h"
+#include "ble/BleDongleDevice.h"
+#include "ble/EhMc17AtInterface.h"
 
 namespace ovk::cq {
 
@@ -64,6 +66,8 @@ static_assert(kWhiteBoardBlockSize == 248);
 static_assert(kWhiteBoardBlockOffset + kWhiteBoardBlockSize == sizeof(CqWhiteBoardParameter));
 
 constexpr int kHelloTries = 2;
+constexpr auto kHelloPause = 1500ms;  // before the next try
+constexpr auto kSettling = 1200ms;    // of the link, before the first hello
 
 [[noreturn]] void fail(ResultCode code) {
     throw CommunicationException(code);
@@ -88,6 +92,19 @@ bool isRecord(const CmdPacket& packet) {
     return packet.payloadSize() == sizeof(CqMeasurementRecord);
 }
 
+/// Appends the records from the first index on. Both numbers are signed on this path: a first index
+/// below 0 counts as 0, a count below 0 as all.
+template <class Total, class Read>
+void upload(MeasurementRecords& records, std::uint32_t firstIndex, std::uint32_t count,
+            const Total& total, const Read& read) {
+    const std::int64_t first = std::max(static_cast<std::int32_t>(firstIndex), 0);
+    const auto wanted = static_cast<std::int32_t>(count);
+    const std::int64_t end = wanted >= 0 ? first + wanted : static_cast<std::int32_t>(total());
+    for (std::int64_t index = first; index < end; ++index) {
+        records.push_back(read(static_cast<std::uint32_t>(index)));
+    }
+}
+
 /// Copies a text with its NUL into a field, or empties the field if it does not fit.
 void storeText(std::string_view text, std::span<char> field) {
     if (text.size() >= field.size()) {
@@ -100,38 +117,57 @@ void storeText(std::string_view text, std::span<char> field) {
 
 }  // namespace
 
-SpectrophotometerBle::SpectrophotometerBle(BleAttachTiming timing) : timing_(timing) {}
+ResultCode SpectrophotometerBle::open(const std::string& portName, const std::string& slaveAddress,
+                                      std::optional<Deadline> deadline) {
+    const Deadline whole = deadline.value_or(Deadline());
+    const Deadline untilUnlinking = whole.before(BleDongleDevice::kUnlinkTime);
+    BleDongleDevice adapter(whole);
+    adapter.open(portName);
+    adapter.connect(slaveAddress);
+    attach(adapter.stopReceiving(), untilUnlinking);
+    if (untilUnlinking.isOver()) {
+        closeBy(whole);
+        return CQ_RECEIVING_TIMEOUT;
+    }
+    return CQ_NO_ERROR;
+}
 
-void SpectrophotometerBle::attach(const std::shared_ptr<SerialPort>& port) {
+void SpectrophotometerBle::attach(const std::shared_ptr<SerialPort>& port, Deadline deadline) {
     receiver_.startReceiving(port);
-    std::this_thread::sleep_for(timing_.settling);
-    greet();
+    std::this_thread::sleep_for(deadline.limit(kSettling));
+    greet(deadline);
     receiver_.setPacketHandler([this](const Packet& packet) { handlePacket(*packet); });
 }
 
-void SpectrophotometerBle::greet() {
+void SpectrophotometerBle::greet(Deadline deadline) {
     for (int tryNumber = 1; tryNumber <= kHelloTries; ++tryNumber) {
         try {
-            exchange(kHello, {});
+            exchange(kHello, {}, deadline);
             return;
         } catch (const CommunicationException&) {
             if (tryNumber < kHelloTries) {
-                std::this_thread::sleep_for(timing_.retryPause);
+                std::this_thread::sleep_for(deadline.limit(kHelloPause));
             }
         }
     }
 }
 
-std::shared_ptr<SerialPort> SpectrophotometerBle::detach() {
+void SpectrophotometerBle::closeBy(Deadline deadline) {
     try {
-        exchange(kGoodbye, {});
+        receiver_.sendLastPacket(CmdPacket(kGoodbye.type, kGoodbye.cmd), kGoodbye.timeout);
     } catch (const std::exception&) {
-        // An instrument that has gone, or is busy, is left without a goodbye.
+        // An instrument that has gone is left without a goodbye.
     }
     setResultHandler({});
-    auto port = receiver_.stopReceiving();
+    const auto port = receiver_.stopReceiving();
     receiver_.setPacketHandler({});
-    return port;
+    if (port != nullptr) {
+        EhMc17AtInterface adapter(port);
+        adapter.setDeadline(deadline);
+        adapter.setExCode({});
+        adapter.disconnect();
+        port->close();
+    }
 }
 
 std::string SpectrophotometerBle::portName() const {
@@ -148,70 +184,73 @@ void SpectrophotometerBle::handlePacket(const CmdPacket& packet) {
     if (isMeasurement) {
         const auto type =
             packet.cmd() == kStandardMeasured ? RECORD_TYPE::standard : RECORD_TYPE::trial;
-        resultHandler_.call(static_cast<std::int32_t>(type), toRecord(packet.payload()));
+        resultHandler_.call(type, toRecord(packet.payload()));
     }
 }
 
-void SpectrophotometerBle::calibrate(bool isWhite) {
+ResultCode SpectrophotometerBle::calibrate(bool isWhite) {
     const auto reply = exchange(kCalibrate, payloadOf<std::uint8_t>(isWhite ? 1 : 0));
-    if (!reply->payloadIs("OK")) {
-        fail(CQ_EXECUTE_COMMAND_FAILED);
-    }
+    return reply->payloadIs("OK") ? CQ_NO_ERROR : CQ_EXECUTE_COMMAND_FAILED;
 }
 
-CqMeasurementRecord SpectrophotometerBle::measure(RECORD_TYPE type) {
+ResultCode SpectrophotometerBle::measure(RECORD_TYPE type, CqMeasurementRecord& record) {
     const auto reply = exchange(kMeasure, payloadOf(static_cast<std::uint8_t>(type)));
     if (!isRecord(*reply)) {
-        fail(CQ_EXECUTE_COMMAND_FAILED);
+        return CQ_EXECUTE_COMMAND_FAILED;
     }
-    return toRecord(reply->payload());
+    record = toRecord(reply->payload());
+    return CQ_NO_ERROR;
 }
 
-std::uint32_t SpectrophotometerBle::getTotalStandards() {
-    return requestU32(kStandardsTotal, {});
+ResultCode SpectrophotometerBle::getTotalStandards(std::uint32_t& count) {
+    count = requestU32(kStandardsTotal, {});
+    return CQ_NO_ERROR;
 }
 
-std::uint32_t SpectrophotometerBle::getSampleCount(std::uint32_t standardIndex) {
-    return requestU32(kSampleCount, payloadOf(standardIndex));
+ResultCode SpectrophotometerBle::getSampleCount(std::uint32_t standardIndex, std::uint32_t& count) {
+    count = requestU32(kSampleCount, payloadOf(standardIndex));
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::uploadStandards(MeasurementRecords& records, std::int32_t start,
-                                           std::int32_t count) {
-    const std::int64_t first = std::max(start, 0);
-    const std::int64_t end =
-        count >= 0 ? first + count : static_cast<std::int32_t>(getTotalStandards());
-    for (std::int64_t index = first; index < end; ++index) {
-        records.push_back(
-            requestRecord(kReadStandard, payloadOf(static_cast<std::uint32_t>(index))));
-    }
+ResultCode SpectrophotometerBle::uploadStandards(MeasurementRecords& records,
+                                                 std::uint32_t firstIndex, std::uint32_t count) {
+    upload(
+        records, firstIndex, count, [this] { return requestU32(kStandardsTotal, {}); },
+        [this](std::uint32_t index) { return requestRecord(kReadStandard, payloadOf(index)); });
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::uploadSamples(MeasurementRecords& records, std::uint32_t standardIndex,
-                                         std::int32_t start, std::int32_t count) {
-    const std::int64_t first = std::max(start, 0);
-    const std::int64_t end =
-        count >= 0 ? first + count : static_cast<std::int32_t>(getSampleCount(standardIndex));
-    for (std::int64_t index = first; index < end; ++index) {
-        records.push_back(requestRecord(
-            kReadSample, payloadOf(standardIndex, static_cast<std::uint32_t>(index))));
-    }
+ResultCode SpectrophotometerBle::uploadSamples(MeasurementRecords& records,
+                                               std::uint32_t standardIndex,
+                                               std::uint32_t firstIndex, std::uint32_t count) {
+    upload(
+        records, firstIndex, count,
+        [&] { return requestU32(kSampleCount, payloadOf(standardIndex)); },
+        [&](std::uint32_t index) {
+            return requestRecord(kReadSample, payloadOf(standardIndex, index));
+        });
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::downloadStandards(std::span<const CqMeasurementRecord> records) {
+ResultCode SpectrophotometerBle::downloadStandards(std::span<const CqMeasurementRecord> records) {
     for (const CqMeasurementRecord& record : records) {
         exchangeChecked(kWriteStandard, record.bytes);
     }
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::deleteStandard(std::uint32_t index) {
+ResultCode SpectrophotometerBle::deleteStandard(std::uint32_t index) {
     exchangeChecked(kDeleteStandard, payloadOf(index));
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::deleteSample(std::uint32_t standardIndex, std::uint32_t sampleIndex) {
+ResultCode SpectrophotometerBle::deleteSample(std::uint32_t standardIndex,
+                                              std::uint32_t sampleIndex) {
     exchangeChecked(kDeleteSample, payloadOf(standardIndex, sampleIndex));
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::getInstrumentStatus(CqInstrumentStatus& status) {
+ResultCode SpectrophotometerBle::getInstrumentStatus(CqInstrumentStatus& status) {
     status.item17 = requestStatusItem(17);
     status.item16 = requestStatusItem(16);
     status.item0 = requestStatusItem(0) != 0 ? 1 : 0;
@@ -220,10 +259,11 @@ void SpectrophotometerBle::getInstrumentStatus(CqInstrumentStatus& status) {
     status.item18 = requestStatusItem(18);
     status.item19 = requestStatusItem(19);
     status.item20 = requestStatusItem(20);
-    status.totalStandards = static_cast<std::uint16_t>(getTotalStandards());
+    status.totalStandards = static_cast<std::uint16_t>(requestU32(kStandardsTotal, {}));
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::getDeviceInfo(CqDeviceInfo& info) {
+ResultCode SpectrophotometerBle::getDeviceInfo(CqDeviceInfo& info) {
     info = {};
     requestText(4, info.infoText4);
     requestText(3, info.infoText3);
@@ -231,19 +271,21 @@ void SpectrophotometerBle::getDeviceInfo(CqDeviceInfo& info) {
     requestText(7, info.infoText7);
     requestText(11, info.infoText11);
     requestText(12, info.infoText12);
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::getWhiteBoardParameter(CqWhiteBoardParameter& parameter) {
+ResultCode SpectrophotometerBle::getWhiteBoardParameter(CqWhiteBoardParameter& parameter) {
     requestText(kWhiteBoardTextItem, parameter.text);
     const auto reply = exchangeChecked(kReadWhiteBoard, {});
     if (reply->payloadSize() < kWhiteBoardBlockSize) {
-        fail(CQ_INVALID_PACKET);
+        return CQ_INVALID_PACKET;
     }
     auto* const bytes = reinterpret_cast<std::uint8_t*>(&parameter);
     std::copy_n(reply->payload().begin(), kWhiteBoardBlockSize, bytes + kWhiteBoardBlockOffset);
+    return CQ_NO_ERROR;
 }
 
-void SpectrophotometerBle::setWhiteBoardParameter(const CqWhiteBoardParameter& parameter) {
+ResultCode SpectrophotometerBle::setWhiteBoardParameter(const CqWhiteBoardParameter& parameter) {
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(&parameter);
     const auto* const textEnd = std::find(bytes, bytes + sizeof(parameter.text), std::uint8_t{0});
     exchangeChecked(kWriteWhiteBoardText, {bytes, textEnd});
@@ -255,19 +297,29 @@ void SpectrophotometerBle::setWhiteBoardParameter(const CqWhiteBoardParameter& p
     const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(block.data()));
     const auto reply = exchange(kWriteWhiteBoard, payloadOf(address));
     if (reply->payloadIs("INVAL")) {
-        fail(CQ_INVALID_PARAMETER);
+        return CQ_INVALID_PARAMETER;
     }
-    if (!reply->payloadIs("OK")) {
-        fail(CQ_EXECUTE_COMMAND_FAILED);
-    }
+    return reply->payloadIs("OK") ? CQ_NO_ERROR : CQ_EXECUTE_COMMAND_FAILED;
+}
+
+ResultCode SpectrophotometerBle::getMeasurementParameter(std::uint8_t /*number*/,
+                                                         std::uint32_t& value) {
+    value = 0;
+    return CQ_NOT_SUPPORTED;
+}
+
+ResultCode SpectrophotometerBle::setMeasurementParameter(std::uint8_t /*number*/,
+                                                         std::uint8_t /*value*/) {
+    return CQ_NOT_SUPPORTED;
 }
 
 SpectrophotometerBle::Packet SpectrophotometerBle::exchange(const BleCommand& command,
-                                                            Payload payload) {
+                                                            Payload payload, Deadline deadline) {
     try {
-        return receiver_.sendPacket(CmdPacket(command.type, command.cmd, payload), command.timeout);
+        return receiver_.sendPacket(CmdPacket(command.type, command.cmd, payload),
+                                    deadline.limit(command.timeout));
     } catch (const std::future_error&) {
-        fail(CQ_DEVICE_IS_BUSY);  // another request has taken this one's place
+        fail(CQ_DEVICE_IS_CLOSED);  // the goodbye has taken this request's place
     }
 }
 

@@ -67,9 +67,10 @@ bool fromLab(const Triple& lab, Viewing viewing, ColorSpace space, Triple& resul
     }
 }
 
-bool fromReflectance(const SpectralGrid& reflectance, Viewing viewing, ColorSpace space,
-                     Triple& result) {
-    return fromXyz(integrate(reflectance, viewing), viewing, space, result);
+bool fromReflectance(Spectrum reflectance, Viewing viewing, ColorSpace space, Triple& result) {
+    const auto [x, y, z] = integrate(reflectance, viewing);
+    const Triple xyz{static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
+    return fromXyz(xyz, viewing, space, result);
 }
 
 }  // namespace ovk::color

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "color/SpectralGrid.h"
+#include "color/Spectrum.h"
 #include "color/WeightingTable.h"
 
 /// \file
@@ -27,7 +27,6 @@ enum class ColorSpace : std::uint32_t {
 
 bool fromXyz(const Triple& xyz, Viewing viewing, ColorSpace space, Triple& result);
 bool fromLab(const Triple& lab, Viewing viewing, ColorSpace space, Triple& result);
-bool fromReflectance(const SpectralGrid& reflectance, Viewing viewing, ColorSpace space,
-                     Triple& result);
+bool fromReflectance(Spectrum reflectance, Viewing viewing, ColorSpace space, Triple& result);
 
 }  // namespace ovk::color

@@ -34,14 +34,18 @@ float degrees(float radians) {
     return static_cast<float>(static_cast<double>(radians) * kInversePi * 180.0);
 }
 
+// A not-a-number meets none of the first conditions and stays one.
 float hue(float a, float b) {
     constexpr float kNeutral = 1e-6f;
-    if (std::fabs(b) < kNeutral) {
-        return std::fabs(a) >= kNeutral && a <= 0.0f ? 180.0f : 0.0f;
+    const float redness = std::fabs(a);
+    const float yellowness = std::fabs(b);
+    if (yellowness < kNeutral) {
+        return redness >= kNeutral && a <= 0.0f ? 180.0f : 0.0f;
     }
-    const float angle = std::fabs(a) >= kNeutral ? degrees(std::atan2(b, a))
-                        : b > 0.0f               ? 90.0f
-                                                 : -90.0f;
+    if (yellowness >= kNeutral && redness < kNeutral) {
+        return b > 0.0f ? 90.0f : 270.0f;
+    }
+    const float angle = degrees(std::atan2(b, a));
     return angle < 0.0f ? angle + 360.0f : angle;
 }
 

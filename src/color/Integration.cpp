@@ -8,21 +8,9 @@ namespace {
 constexpr std::int32_t kIlluminantF2 = 7;
 constexpr std::int32_t kIlluminantF12 = 17;
 
-template <std::size_t Wavelengths>
-Triple integrateEvery(std::uint16_t step, const SpectralGrid& reflectance,
-                      const WeightingTable<Wavelengths>& table) {
-    std::array<float, Wavelengths> samples;
-    if (step % reflectance.step == 0) {
-        resampleHeld(reflectance, kTableStart, step, samples);
-    } else {
-        resampleSpline(reflectance, kTableStart, step, samples);
-    }
-    return weightedSums(samples, table.weights);
-}
-
 }  // namespace
 
-Triple weightedSums(std::span<const float> samples, std::span<const float> weights) {
+Tristimulus weightedSums(std::span<const float> samples, std::span<const float> weights) {
     // Products are rounded to single precision on purpose, sums are not.
     double x = 0.0;
     double y = 0.0;
@@ -34,15 +22,16 @@ Triple weightedSums(std::span<const float> samples, std::span<const float> weigh
         z += static_cast<double>(sample * weight[2]);
         weight += 3;
     }
-    return {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
+    return {x, y, z};
 }
 
-Triple integrate(const SpectralGrid& reflectance, Viewing viewing) {
+Tristimulus integrate(Spectrum reflectance, Viewing viewing) {
     const std::size_t index = viewing.tableIndex();
     const bool hasNarrowLines =
         viewing.illuminant >= kIlluminantF2 && viewing.illuminant <= kIlluminantF12;
-    return hasNarrowLines ? integrateEvery(5, reflectance, kWeightingTables5nm[index])
-                          : integrateEvery(10, reflectance, kWeightingTables10nm[index]);
+    return hasNarrowLines
+               ? weightedSums(resampleSpline(reflectance), kWeightingTables5nm[index].weights)
+               : weightedSums(resampleHeld(reflectance), kWeightingTables10nm[index].weights);
 }
 
 }  // namespace ovk::color

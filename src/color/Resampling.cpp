@@ -1,14 +1,11 @@
 #include "color/Resampling.h"
 
 #include <algorithm>
-#include <array>
-#include <stdexcept>
-#include <string>
 
 namespace ovk::color {
 namespace {
 
-constexpr std::size_t kMinSplinePoints = 3;
+constexpr std::size_t kLast = kSpectrumSamples - 1;
 
 struct Knot {
     double x;
@@ -45,20 +42,13 @@ class CubicSegment {
     double offset_;
 };
 
-/// A natural cubic spline through equidistant points, held as its second derivatives M; see for
-/// instance Stoer and Bulirsch, Introduction to Numerical Analysis, section 2.4.
+/// A natural cubic spline through a spectrum, held as its second derivatives M; see for instance
+/// Stoer and Bulirsch, Introduction to Numerical Analysis, section 2.4.
 class NaturalSpline {
   public:
-    explicit NaturalSpline(const SpectralGrid& points) : points_(points) {
-        if (points.count < kMinSplinePoints || points.count > kMaxSplinePoints) {
-            throw std::invalid_argument("a spline needs " + std::to_string(kMinSplinePoints) +
-                                        " to " + std::to_string(kMaxSplinePoints) +
-                                        " points, not " + std::to_string(points.count));
-        }
-        solve();
-    }
+    explicit NaturalSpline(Spectrum spectrum) : spectrum_(spectrum) { solve(); }
 
-    CubicSegment segment(std::uint32_t interval) const {
+    CubicSegment segment(std::size_t interval) const {
         return CubicSegment(knot(interval), knot(interval + 1));
     }
 
@@ -70,14 +60,13 @@ class NaturalSpline {
         constexpr double kLower = 0.5;
         constexpr double kDiagonal = 2.0;
         constexpr double kUpper = 0.5;
-        const double h = points_.step;
-        const std::uint32_t last = points_.count - std::uint32_t{1};
+        constexpr double h = kSpectrumStep;
 
-        std::array<double, kMaxSplinePoints> eliminatedUpper;
+        std::array<double, kSpectrumSamples> eliminatedUpper;
         eliminatedUpper[0] = 0.0;
         secondDerivatives_[0] = 0.0;
         double slope = (value(1) - value(0)) / h;
-        for (std::uint32_t i = 1; i < last; ++i) {
+        for (std::size_t i = 1; i < kLast; ++i) {
             const double nextSlope = (value(i + 1) - value(i)) / h;
             const double rightSide = 6.0 * (nextSlope - slope) / (h + h);
             const double pivot = kDiagonal - kLower * eliminatedUpper[i - 1];
@@ -85,61 +74,49 @@ class NaturalSpline {
             secondDerivatives_[i] = (rightSide - kLower * secondDerivatives_[i - 1]) / pivot;
             slope = nextSlope;
         }
-        secondDerivatives_[last] = 0.0;
-        for (std::uint32_t i = last; i-- > 0;) {
+        secondDerivatives_[kLast] = 0.0;
+        for (std::size_t i = kLast; i-- > 0;) {
             secondDerivatives_[i] -= eliminatedUpper[i] * secondDerivatives_[i + 1];
         }
     }
 
-    double value(std::uint32_t index) const { return points_.samples[index]; }
+    double value(std::size_t index) const { return spectrum_[index]; }
 
-    Knot knot(std::uint32_t index) const {
-        return {static_cast<double>(points_.wavelength(index)), value(index),
+    Knot knot(std::size_t index) const {
+        return {static_cast<double>(kSpectrumStart + index * kSpectrumStep), value(index),
                 secondDerivatives_[index]};
     }
 
-    SpectralGrid points_;
-    std::array<double, kMaxSplinePoints> secondDerivatives_;
+    Spectrum spectrum_;
+    std::array<double, kSpectrumSamples> secondDerivatives_;
 };
 
 }  // namespace
 
-void resampleHeld(const SpectralGrid& source, std::uint16_t start, std::uint16_t step,
-                  std::span<float> target) {
-    auto sample = target.begin();
-    std::uint32_t wavelength = start;
-    for (; sample != target.end() && wavelength < source.start; ++sample) {
-        *sample = source.samples[0];
-        wavelength += step;
-    }
-    const std::uint32_t last = source.count - std::uint32_t{1};
-    const std::uint32_t stride = step / source.step;
-    std::uint32_t index = (wavelength - source.start) / source.step;
-    for (; sample != target.end(); ++sample) {
-        *sample = source.samples[std::min(index, last)];
-        index += stride;
-    }
+std::array<float, kWavelengths10nm> resampleHeld(Spectrum spectrum) {
+    constexpr std::size_t kBefore = (kSpectrumStart - kTableStart) / kSpectrumStep;
+    std::array<float, kWavelengths10nm> samples;
+    const auto start = std::fill_n(samples.begin(), kBefore, spectrum.front());
+    std::fill(std::copy(spectrum.begin(), spectrum.end(), start), samples.end(), spectrum.back());
+    return samples;
 }
 
-void resampleSpline(const SpectralGrid& source, std::uint16_t start, std::uint16_t step,
-                    std::span<float> target) {
-    if (start == source.start && step == source.step && target.size() == source.count) {
-        std::copy_n(source.samples, source.count, target.begin());
-        return;
-    }
-    const NaturalSpline spline(source);
-    const std::uint32_t lastInterval = source.count - std::uint32_t{2};
-    std::uint32_t interval = 0;
+std::array<float, kWavelengths5nm> resampleSpline(Spectrum spectrum) {
+    constexpr double kStep = 5.0;
+    const NaturalSpline spline(spectrum);
+    std::array<float, kWavelengths5nm> samples;
+    std::size_t interval = 0;
     CubicSegment segment = spline.segment(interval);
-    double x = start;
-    for (float& sample : target) {
+    double x = kTableStart;
+    for (float& sample : samples) {
         // Wavelengths rise, so the interval is found by walking; a knot belongs to the one before.
-        while (x > segment.end() && interval < lastInterval) {
+        while (x > segment.end() && interval + 1 < kLast) {
             segment = spline.segment(++interval);
         }
         sample = static_cast<float>(segment(x));
-        x += step;
+        x += kStep;
     }
+    return samples;
 }
 
 }  // namespace ovk::color

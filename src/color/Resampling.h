@@ -1,29 +1,20 @@
 #pragma once
 
-#include <cstdint>
-#include <span>
+#include <array>
 
-#include "color/SpectralGrid.h"
+#include "color/Spectrum.h"
+#include "color/WeightingTable.h"
 
 /// \file
-/// Two ways to bring a spectrum onto another grid, which starts at `start` nm and has one sample
-/// every `step` nm.
+/// Two ways to bring a spectrum onto the grids of the weighting tables, 360 to 780 nm.
 
 namespace ovk::color {
 
-/// The most samples that a spline can go through: 1 nm steps from 360 to 830 nm.
-inline constexpr std::size_t kMaxSplinePoints = 471;
+/// Every 10 nm. The first sample is held below 400 nm, the last above 700 nm.
+std::array<float, kWavelengths10nm> resampleHeld(Spectrum spectrum);
 
-/// Gives every wavelength the sample at or next below it; below the source's first wavelength its
-/// first sample, above its last wavelength its last. `step` must be a multiple of the source's.
-void resampleHeld(const SpectralGrid& source, std::uint16_t start, std::uint16_t step,
-                  std::span<float> target);
-
-/// Evaluates a natural cubic spline through the source's samples, and beyond its ends the cubics of
-/// the first and the last interval. Equal grids are copied.
-/// \throws std::invalid_argument if the source has fewer than 3 samples or more than
-///         kMaxSplinePoints.
-void resampleSpline(const SpectralGrid& source, std::uint16_t start, std::uint16_t step,
-                    std::span<float> target);
+/// Every 5 nm, by a natural cubic spline through the samples; beyond 400 and 700 nm the cubics of
+/// the first and the last interval go on.
+std::array<float, kWavelengths5nm> resampleSpline(Spectrum spectrum);
 
 }  // namespace ovk::color

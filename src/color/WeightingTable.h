@@ -21,12 +21,18 @@ inline constexpr std::uint16_t kTableStart = 360;
 inline constexpr std::size_t kWavelengths10nm = 43;
 inline constexpr std::size_t kWavelengths5nm = 85;
 
-/// Whose weights and white are meant. Neither number is checked.
+/// Whose weights and white are meant.
 struct Viewing {
     /// 0..17: D65, D50, A, C, D55, D75, F1 ... F12.
     std::int32_t illuminant;
     /// 0: CIE 1931, 2 degrees; 1: CIE 1964, 10 degrees.
     std::int32_t observer;
+
+    /// Whether there are tables for it. All that takes a Viewing relies on that.
+    constexpr bool isKnown() const {
+        return illuminant >= 0 && illuminant < static_cast<std::int32_t>(kIlluminantCount) &&
+               (observer == 0 || observer == 1);
+    }
 
     constexpr std::size_t tableIndex() const {
         return static_cast<std::size_t>(illuminant) +

@@ -1,6 +1,7 @@
 #include "serial/SerialPort.h"
 
 #include <array>
+#include <mutex>
 
 namespace ovk {
 
@@ -13,15 +14,16 @@ bool SerialPort::open() {
     }
     const std::uint32_t error = openDevice();
     setLastError(error);
-    if (error != 0) {
-        return false;
-    }
-    gate_.open();
-    return true;
+    return error == 0;
 }
 
-bool SerialPort::hasHandle() const {
-    return gate_.isOpen();
+void SerialPort::close() {
+    if (!hasHandle_.exchange(false)) {
+        return;
+    }
+    wakeAll();
+    const std::unique_lock alone(usage_);
+    closeDevice();
 }
 
 std::vector<std::uint8_t> SerialPort::readAvailable() {

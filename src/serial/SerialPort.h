@@ -6,11 +6,10 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <shared_mutex>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "serial/OperationGate.h"
 
 namespace ovk {
 
@@ -31,16 +30,14 @@ struct SerialPortSettings {
 /// Error 2 says that the device is gone (unplugged, hung up), on every system; other numbers are
 /// the system's own.
 ///
-/// Threads: one may wait or read while another writes. close() may be called at any time; it wakes
-/// the threads that wait inside and returns when they have left. open() and setPortName() must not
-/// run beside other calls.
+/// Threads: one may wait or read while another writes; two must not write at once. close() may be
+/// called at any time; it wakes the threads that wait inside and returns when they have left. open(),
+/// setPortName() and setWriteTimeout() must not run beside calls that they concern.
 class SerialPort {
   public:
     static constexpr std::uint32_t kErrorDeviceGone = 2;
     /// Waits for as long as it takes.
     static constexpr auto kInfinite = std::chrono::milliseconds::max();
-    /// How long exchange() waits: the shortest time-out that a terminal knows.
-    static constexpr std::chrono::milliseconds kMoment{100};
 
     /// Touches no device.
     explicit SerialPort(std::string portName = {}, SerialPortSettings settings = {});
@@ -51,13 +48,15 @@ class SerialPort {
 
     const std::string& portName() const { return portName_; }
     void setPortName(std::string portName) { portName_ = std::move(portName); }
+    /// For the writes to come.
+    void setWriteTimeout(std::chrono::milliseconds timeout) { settings_.writeTimeout = timeout; }
 
     /// Opens the port for this process alone, sets it up and empties its queues. False if it is
     /// open already or cannot be opened. A port whose device has gone is closed and opened anew.
     bool open();
     void close();
     /// True from a successful open() to close(), whether or not the device is still there.
-    bool hasHandle() const;
+    bool hasHandle() const { return hasHandle_.load(); }
     /// Asks the device. False without a handle or when the device is gone; any other trouble leaves
     /// it open.
     bool isOpen();
@@ -71,15 +70,12 @@ class SerialPort {
     /// Reads what has arrived, as far as it fits into the buffer. Returns how many bytes; 0 if there
     /// are none, or on failure.
     std::size_t readSome(std::span<std::uint8_t> buffer);
-    /// Writes all the bytes, if any, and reads the answer as readSome() does, for which it waits up to
-    /// kMoment or until the device has gone. Made for answers that come at once: it costs the least
-    /// of all ways to wait, and neither an abort nor close() ends it before its time.
-    std::size_t exchange(std::span<const std::uint8_t> bytes, std::span<std::uint8_t> answer);
     /// How many bytes wait to be read; nothing if the port cannot tell.
     std::optional<std::size_t> queuedBytes();
     /// Throws away the bytes that wait to be read.
     void discardReceived();
-    /// True as soon as bytes wait to be read; false when time is up, on an abort, and on errors.
+    /// True as soon as bytes wait to be read; false when time is up, on an abort, and on errors. A
+    /// wait that the system refuses takes a moment all the same, so that a loop around it is not busy.
     bool waitForData(std::chrono::milliseconds timeout);
     /// Reads up to a CR LF, which is not part of the result. When the time runs out, or the port is
     /// closed or its device gone, returns what has come. The whole time since the call began is
@@ -98,13 +94,21 @@ class SerialPort {
   private:
     struct Device;  // the system's handle and events: each backend's own
 
-    /// Opens and sets up; on failure returns the error with nothing left open, else 0.
+    /// Keeps the handle from being closed under the operation that holds it.
+    using Use = std::shared_lock<std::shared_mutex>;
+    Use use() { return Use(usage_); }
+
+    /// Opens and sets up. Returns the error, else 0.
     std::uint32_t openDevice();
+    /// Wakes whoever waits inside.
+    void wakeAll();
+    void closeDevice();
 
     std::string portName_;
     SerialPortSettings settings_;
     std::atomic<std::uint32_t> lastError_{0};
-    OperationGate gate_;
+    std::shared_mutex usage_;  // shared by the operations, taken whole by close()
+    std::atomic<bool> hasHandle_{false};
     std::unique_ptr<Device> device_;
 };
 

@@ -58,10 +58,9 @@ ResultCode Spectrophotometer::requestRecord(const Command& command, BytesView da
     return CQ_NO_ERROR;
 }
 
-ResultCode Spectrophotometer::requestU32(const Command& command, BytesView data,
-                                         std::uint32_t& value) {
+ResultCode Spectrophotometer::requestU32(const Command& command, std::uint32_t& value) {
     std::array<std::uint8_t, sizeof(value)> bytes;
-    const ResultCode code = requestRecord(command, data, bytes);
+    const ResultCode code = requestRecord(command, kNoData, bytes);
     if (code == CQ_NO_ERROR) {
         value = loadLittleEndian<std::uint32_t>(bytes.data());
     }
@@ -89,13 +88,13 @@ ResultCode Spectrophotometer::requestRecords(const Command& command, BytesView d
 }
 
 /// Replaces CQ_ALL_RECORDS by what the instrument holds from the first index on.
-ResultCode Spectrophotometer::resolveCount(ResultCode (Spectrophotometer::*total)(std::uint32_t&),
-                                           std::uint32_t firstIndex, std::uint32_t& count) {
+ResultCode Spectrophotometer::resolveCount(const Command& total, std::uint32_t firstIndex,
+                                           std::uint32_t& count) {
     if (count != CQ_ALL_RECORDS) {
         return CQ_NO_ERROR;
     }
     std::uint32_t stored = 0;
-    const ResultCode code = (this->*total)(stored);
+    const ResultCode code = requestU32(total, stored);
     if (code == CQ_NO_ERROR) {
         count = stored - std::min(stored, firstIndex);
     }
@@ -122,16 +121,17 @@ ResultCode Spectrophotometer::calibrate(bool isWhite) {
 }
 
 ResultCode Spectrophotometer::getTotalStandards(std::uint32_t& count) {
-    return requestU32(command::kTotalStandards, kNoData, count);
+    return requestU32(command::kTotalStandards, count);
 }
 
-ResultCode Spectrophotometer::getTotalSamples(std::uint32_t& count) {
-    return requestU32(command::kTotalSamples, kNoData, count);
+ResultCode Spectrophotometer::getSampleCount(std::uint32_t /*standardIndex*/,
+                                             std::uint32_t& count) {
+    return requestU32(command::kTotalSamples, count);
 }
 
 ResultCode Spectrophotometer::uploadStandards(MeasurementRecords& records, std::uint32_t firstIndex,
-                                              std::uint32_t& count) {
-    const ResultCode code = resolveCount(&Spectrophotometer::getTotalStandards, firstIndex, count);
+                                              std::uint32_t count) {
+    const ResultCode code = resolveCount(command::kTotalStandards, firstIndex, count);
     if (code != CQ_NO_ERROR) {
         return code;
     }
@@ -142,8 +142,8 @@ ResultCode Spectrophotometer::uploadStandards(MeasurementRecords& records, std::
 
 ResultCode Spectrophotometer::uploadSamples(MeasurementRecords& records,
                                             std::uint32_t standardIndex, std::uint32_t firstIndex,
-                                            std::uint32_t& count) {
-    const ResultCode code = resolveCount(&Spectrophotometer::getTotalSamples, firstIndex, count);
+                                            std::uint32_t count) {
+    const ResultCode code = resolveCount(command::kTotalSamples, firstIndex, count);
     if (code != CQ_NO_ERROR) {
         return code;
     }

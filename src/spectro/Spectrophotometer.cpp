@@ -1,12 +1,12 @@
 #include "spectro/Spectrophotometer.h"
 
 #include <algorithm>
-#include <atomic>
-#include <optional>
-#include <system_error>
+#include <chrono>
+#include <future>
 #include <thread>
 #include <utility>
 
+#include "api/CommunicationException.h"
 #include "api/DebugLog.h"
 #include "api/RemoteException.h"
 #include "serial/PortDiscovery.h"
@@ -22,83 +22,97 @@ constexpr std::uint64_t kReplyTolerance = 0x10000;
 /// How often the wait for the shake-hands looks.
 constexpr auto kConnectionPollPause = 1ms;
 
+// Of an opening that has a deadline.
+constexpr auto kRequestPeriod = 500ms;
+constexpr auto kLaterAnswers = 100ms;  ///< how long they are waited for
+/// No longer than the opening may be late. A request that is lost is made again.
+constexpr auto kOpeningWriteTimeout = 20ms;
+
 constexpr std::uint64_t kUnsolicitedSize = sizeof(CqMeasurementRecord);
 
-bool isMeasurement(std::uint8_t operation) {
-    return operation == command::kMeasureStandard.operation ||
-           operation == command::kMeasureTrial.operation;
+template <class Exception>
+void fail(std::promise<Spectrophotometer::Bytes>& outcome, Exception exception) {
+    outcome.set_exception(std::make_exception_ptr(exception));
 }
 
 }  // namespace
 
-/// A call that waits, and its outcome: guarded by pendingMutex_ until it is settled, the call's own
-/// from then on.
+/// A call that waits: for its reply, or, with nothing in it, for the acknowledgement of what it has
+/// sent. Whoever takes it out of its slot, with pendingMutex_ held, gives it its outcome.
 struct Spectrophotometer::Pending {
-    explicit Pending(std::uint8_t operationCode) : operation(operationCode) {}
-
     std::uint8_t operation;
-    std::atomic<bool> isSettled{false};
-    ResultCode code = CQ_NO_ERROR;
-    std::optional<RemoteException> refusal;  ///< the instrument's, with its own number
-};
-
-struct Spectrophotometer::PendingReply : Pending {
-    PendingReply(std::uint8_t operationCode, std::uint64_t gatheredSize)
-        : Pending(operationCode), maxSize(gatheredSize) {}
-
-    std::uint64_t maxSize;
-    Bytes reply;
-};
-
-struct Spectrophotometer::PendingSend : Pending {
-    using Pending::Pending;
+    std::uint64_t maxSize;  ///< of the reply; bytes beyond are dropped
+    std::promise<Bytes> outcome{};
 };
 
 Spectrophotometer::Spectrophotometer() : client_(*this) {}
 
 Spectrophotometer::~Spectrophotometer() = default;
 
-ResultCode Spectrophotometer::open(const std::string* portName) {
+ResultCode Spectrophotometer::open(const std::string& portName, const std::string& /*slaveAddress*/,
+                                   std::optional<Deadline> deadline) {
     if (isConnected()) {
         return CQ_HAS_CONNECTED;
     }
-    if (portName != nullptr) {
-        return connect(*portName);
+    if (!portName.empty()) {
+        return connect(portName, deadline);
     }
     std::vector<std::string> names;
     if (findInstrumentPorts(names) == kDiscoveryFailed) {
         return CQ_CANNOT_FOUND_DEVICE;
     }
-    const bool isFound = std::any_of(names.begin(), names.end(), [this](const std::string& name) {
-        return connect(name) == CQ_NO_ERROR;
-    });
-    return isFound ? CQ_NO_ERROR : CQ_CANNOT_FOUND_DEVICE;
+    for (std::size_t left = names.size(); left > 0; --left) {
+        const auto share = deadline ? std::optional(deadline->firstOf(left)) : std::nullopt;
+        if (connect(names[names.size() - left], share) == CQ_NO_ERROR) {
+            return CQ_NO_ERROR;
+        }
+    }
+    return CQ_CANNOT_FOUND_DEVICE;
 }
 
-ResultCode Spectrophotometer::connect(const std::string& portName) {
+ResultCode Spectrophotometer::connect(const std::string& portName,
+                                      std::optional<Deadline> deadline) {
     connectionFlag_.store(0);
-    if (!client_.open(portName)) {
+    if (!client_.open(portName, deadline.value_or(Deadline()))) {
         return CQ_FAIL_TO_OPEN;
     }
+    if (deadline) {
+        client_.setWriteTimeout(kOpeningWriteTimeout);
+    }
     client_.shakeHands();
-    awaitConnectionResult();
+    awaitConnectionResult(deadline);
     if (!isConnected()) {
         client_.close();
         return CQ_FAIL_TO_OPEN;
     }
+    client_.setWriteTimeout(SerialPort::kInfinite);
     return CQ_NO_ERROR;
 }
 
 // The two sides meet when one of them finds the flag set by the other. Nothing but the port's going
 // away ends the wait for an instrument that stays silent.
-void Spectrophotometer::awaitConnectionResult() {
+void Spectrophotometer::awaitConnectionResult(std::optional<Deadline> deadline) {
+    int requests = 1;
+    auto nextRequest = Deadline::in(kRequestPeriod);
     if (connectionFlag_.exchange(1) == 0) {
         do {
             connectionFlag_.store(0);
             std::this_thread::sleep_for(kConnectionPollPause);
-        } while (connectionFlag_.exchange(1) != 1 && client_.isConnected());
+            if (deadline && nextRequest.isOver()) {
+                client_.repeatShakeHands();
+                nextRequest = Deadline::in(kRequestPeriod);
+                ++requests;
+            }
+        } while (connectionFlag_.exchange(1) != 1 && client_.isConnected() &&
+                 !(deadline && deadline->isOver()));
     }
     connectionFlag_.store(0);
+    // The answers to several requests come together; the session is that of the last one.
+    const auto patience = Deadline::in(kLaterAnswers);
+    while (requests > 1 && !patience.isOver() && client_.hasSession() &&
+           client_.awaitsShakeHands() && !deadline->isOver()) {
+        std::this_thread::sleep_for(kConnectionPollPause);
+    }
 }
 
 void Spectrophotometer::connectionResult(bool /*isConnected*/) {
@@ -108,119 +122,90 @@ void Spectrophotometer::connectionResult(bool /*isConnected*/) {
 }
 
 void Spectrophotometer::close() {
-    try {
-        client_.close();
-    } catch (const std::system_error&) {
-        // On the receiving thread: the port is closed all the same, and nobody is to wait any more.
-        failPending(CQ_DEVICE_IS_CLOSED);
-        throw;
-    }
+    client_.closePort();
     failPending(CQ_DEVICE_IS_CLOSED);
+    client_.close();
 }
 
-bool Spectrophotometer::isConnected() const {
+bool Spectrophotometer::isConnected() {
     return client_.isConnected() && client_.hasSession();
-}
-
-void Spectrophotometer::setResultHandler(ResultHandler handler) {
-    auto replacement =
-        handler ? std::make_shared<const ResultHandler>(std::move(handler)) : nullptr;
-    const auto lock = client_.lockLink();
-    resultHandler_.swap(replacement);
 }
 
 ResultCode Spectrophotometer::request(const Command& command, BytesView data,
                                       std::uint64_t expectedSize, Bytes& reply) {
     const auto pending =
-        std::make_shared<PendingReply>(command.operation, expectedSize + kReplyTolerance);
-    const ResultCode begun = begin(pendingReply_, pending, data);
-    if (begun != CQ_NO_ERROR) {
-        return begun;
-    }
-    if (!await(pendingReply_, pending, command.timeout)) {
-        return CQ_SENDING_TIMEOUT;
-    }
-    if (pending->code == CQ_NO_ERROR) {
-        reply = std::move(pending->reply);
-    } else if (pending->refusal) {
-        lastInstrumentError_.store(pending->refusal->instrumentError());
-    }
-    return pending->code;
+        std::make_shared<Pending>(Pending{command.operation, expectedSize + kReplyTolerance});
+    return perform(pendingReply_, pending, data, Deadline::in(command.timeout), reply);
 }
 
 ResultCode Spectrophotometer::send(const Command& command, BytesView data) {
-    const auto pending = std::make_shared<PendingSend>(command.operation);
-    const ResultCode begun = begin(pendingSend_, pending, data);
+    Bytes nothing;
+    const auto pending = std::make_shared<Pending>(Pending{command.operation, 0});
+    const ResultCode code =
+        perform(pendingSend_, pending, data, Deadline::in(command.timeout), nothing);
+    if (code == CQ_NO_ERROR) {
+        lastInstrumentError_.store(0);
+    }
+    return code;
+}
+
+ResultCode Spectrophotometer::perform(Slot& slot, const Slot& pending, BytesView data,
+                                      Deadline deadline, Bytes& reply) {
+    auto outcome = pending->outcome.get_future();
+    const ResultCode begun = begin(slot, pending, data, deadline);
     if (begun != CQ_NO_ERROR) {
         return begun;
     }
-    if (!await(pendingSend_, pending, command.timeout)) {
+    if (outcome.wait_until(deadline.moment()) != std::future_status::ready &&
+        giveUp(slot, pending)) {
         return CQ_SENDING_TIMEOUT;
     }
-    if (pending->code == CQ_NO_ERROR) {
-        lastInstrumentError_.store(0);
-    } else if (pending->refusal) {
-        lastInstrumentError_.store(pending->refusal->instrumentError());
+    try {
+        reply = outcome.get();
+        return CQ_NO_ERROR;
+    } catch (const RemoteException& refusal) {
+        lastInstrumentError_.store(refusal.instrumentError());
+        return CQ_EXECUTE_COMMAND_FAILED;
+    } catch (const CommunicationException& failure) {
+        return failure.code();
     }
-    return pending->code;
 }
 
-template <class Kind>
-ResultCode Spectrophotometer::begin(std::shared_ptr<Kind>& slot,
-                                    const std::shared_ptr<Kind>& pending, BytesView data) {
-    // Until the link is let go no answer can be taken in, however soon it comes.
-    const auto link = client_.lockLink();
+/// Begins the transfer and lets `pending` wait for its outcome. No answer can be taken in before.
+ResultCode Spectrophotometer::begin(Slot& slot, const Slot& pending, BytesView data,
+                                    Deadline deadline) {
+    const auto link = client_.lockLink(deadline);
+    if (!link) {
+        return client_.portName().empty() ? CQ_DEVICE_IS_CLOSED : CQ_SENDING_TIMEOUT;
+    }
     const ResultCode sent = client_.Send(pending->operation, data);
     if (sent != CQ_NO_ERROR) {
         return sent;
     }
     const std::lock_guard lock(pendingMutex_);
-    if (slot) {
-        settle(slot, CQ_DEVICE_IS_BUSY);
-        client_.wakeCalls();
+    if (const auto replaced = std::exchange(slot, pending)) {
+        fail(replaced->outcome, CommunicationException(CQ_DEVICE_IS_BUSY));
     }
-    slot = pending;
     return CQ_NO_ERROR;
 }
 
-template <class Kind>
-bool Spectrophotometer::await(std::shared_ptr<Kind>& slot, const std::shared_ptr<Kind>& pending,
-                              std::chrono::milliseconds timeout) {
-    if (client_.await(pending->isSettled, timeout)) {
-        return true;
-    }
+/// Takes the call out of its slot; false if it has its outcome.
+bool Spectrophotometer::giveUp(Slot& slot, const Slot& pending) {
     const std::lock_guard lock(pendingMutex_);
-    if (pending->isSettled.load()) {
-        return true;
+    const bool isWaiting = slot == pending;
+    if (isWaiting) {
+        slot.reset();
     }
-    slot.reset();  // nobody else's: who takes another's place settles it
-    return false;
-}
-
-template <class Kind>
-void Spectrophotometer::settle(std::shared_ptr<Kind>& slot, ResultCode code) {
-    const auto pending = std::exchange(slot, nullptr);
-    pending->code = code;
-    pending->isSettled.store(true);
-}
-
-template <class Kind>
-void Spectrophotometer::settle(std::shared_ptr<Kind>& slot, const RemoteException& refusal) {
-    slot->refusal = refusal;
-    settle(slot, CQ_EXECUTE_COMMAND_FAILED);
+    return isWaiting;
 }
 
 void Spectrophotometer::failPending(ResultCode code) {
-    {
-        const std::lock_guard lock(pendingMutex_);
-        if (pendingReply_) {
-            settle(pendingReply_, code);
-        }
-        if (pendingSend_) {
-            settle(pendingSend_, code);
+    const std::lock_guard lock(pendingMutex_);
+    for (Slot* slot : {&pendingReply_, &pendingSend_}) {
+        if (const auto pending = std::exchange(*slot, nullptr)) {
+            fail(pending->outcome, CommunicationException(code));
         }
     }
-    client_.wakeCalls();
 }
 
 // A goodbye of the instrument lets a call that waits run into its time-out.
@@ -246,25 +231,26 @@ std::uint16_t Spectrophotometer::dataReceived(std::uint8_t operation, std::uint3
             data.first(static_cast<std::size_t>(std::min<std::uint64_t>(room, data.size())));
         replyBuffer_.insert(replyBuffer_.end(), kept.begin(), kept.end());
 
-        if (isReply && error != 0) {
-            settle(pendingReply_, RemoteException(error));
-        } else if (isReply && isLast) {
-            pendingReply_->reply = std::exchange(replyBuffer_, {});
-            settle(pendingReply_, CQ_NO_ERROR);
+        if (isReply && (error != 0 || isLast)) {
+            const auto pending = std::exchange(pendingReply_, nullptr);
+            if (error != 0) {
+                fail(pending->outcome, RemoteException(error));
+            } else {
+                pending->outcome.set_value(std::exchange(replyBuffer_, {}));
+            }
         } else if (isLast && error == 0) {
             unsolicited = std::exchange(replyBuffer_, {});
         }
     }
-    if (!unsolicited.empty() && isMeasurement(operation)) {
-        const bool isStandard = operation == command::kMeasureStandard.operation;
-        const auto type = isStandard ? RECORD_TYPE::standard : RECORD_TYPE::trial;
-        client_.runOnReceivingThread(
-            [this, type, bytes = std::move(unsolicited)] { deliverMeasurement(type, bytes); });
-    }
+    deliverMeasurement(operation, unsolicited);
     return 0;
 }
 
-void Spectrophotometer::deliverMeasurement(RECORD_TYPE type, BytesView bytes) {
+void Spectrophotometer::deliverMeasurement(std::uint8_t operation, BytesView bytes) {
+    const bool isStandard = operation == command::kMeasureStandard.operation;
+    if (bytes.empty() || (!isStandard && operation != command::kMeasureTrial.operation)) {
+        return;
+    }
     CqMeasurementRecord record;
     if (bytes.size() != sizeof(record)) {
         debuglog::write("expect size: %d, received: %d", static_cast<int>(sizeof(record)),
@@ -272,27 +258,22 @@ void Spectrophotometer::deliverMeasurement(RECORD_TYPE type, BytesView bytes) {
         return;
     }
     std::copy(bytes.begin(), bytes.end(), record.bytes);
-    // A copy of the reference: the handler may replace itself.
-    if (const auto handler = resultHandler_) {
-        (*handler)(type, record);
-    }
+    resultHandler_.call(isStandard ? RECORD_TYPE::standard : RECORD_TYPE::trial, record);
 }
 
 std::uint16_t Spectrophotometer::transferProgress(std::uint8_t operation, std::uint32_t /*total*/,
                                                   std::uint16_t error, bool isDone) {
-    if (error == 0 && !isDone) {
-        return 0;
-    }
     const std::lock_guard lock(pendingMutex_);
-    if (pendingSend_ && pendingSend_->operation == operation) {
+    if (isDone && pendingSend_ && pendingSend_->operation == operation) {
+        const auto pending = std::exchange(pendingSend_, nullptr);
         if (error == 0) {
-            settle(pendingSend_, CQ_NO_ERROR);
+            pending->outcome.set_value({});
         } else {
-            settle(pendingSend_, RemoteException(error));
+            fail(pending->outcome, RemoteException(error));
         }
     }
     if (error != 0 && pendingReply_ && pendingReply_->operation == operation) {
-        settle(pendingReply_, RemoteException(error));
+        fail(std::exchange(pendingReply_, nullptr)->outcome, RemoteException(error));
     }
     return 0;
 }

@@ -17,9 +17,10 @@ TEST(ResultCode, hasAFixedText) {
                               "no enough storage", "invalid parameter",   "not supported",
                               "has connected",     "unknown error",       "unknown error"};
     for (ResultCode code = 0; code < std::size(texts); ++code) {
-        EXPECT_STREQ(resultText(code), texts[code]) << code;
+        EXPECT_STREQ(cqGetResultText(code), texts[code]) << code;
     }
-    EXPECT_STREQ(resultText(0xFFFFFFFF), "unknown error");
+    EXPECT_STREQ(cqGetResultText(0xFFFFFFFF), "unknown error");
+    EXPECT_STREQ(cqGetVersion(), CQAPI_VERSION_STRING);
 }
 
 TEST(CommunicationException, keepsACodeThatHasNoTextOfItsOwn) {

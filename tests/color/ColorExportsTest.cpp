@@ -5,9 +5,11 @@
 
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "color/WeightingTable.h"
 #include "cqapi/CQApi.h"
@@ -83,6 +85,21 @@ TEST(ColorExports, UnassignedSpacesAnswer18AndLeaveTheOutputAlone) {
     }
 }
 
+TEST(ColorExports, UnknownViewingAnswers16AndLeavesTheOutputAlone) {
+    const Triple some{20.0f, 30.0f, 40.0f};
+    for (const auto& [illuminant, observer] :
+         {std::pair{-1, 0}, {18, 0}, {18, 1}, {0, -1}, {0, 2}, {-18, 1}, {INT32_MIN, INT32_MAX}}) {
+        for (const std::uint32_t space : {ColorSpaceLab, ColorSpaceLch}) {
+            for (const Answer& answer : {askFromSpectrum(flat(0.5f), space, illuminant, observer),
+                                         askFromXyz(some, space, illuminant, observer),
+                                         askFromLab(some, space, illuminant, observer)}) {
+                EXPECT_EQ(answer.code, 16u) << illuminant << ", " << observer;
+                EXPECT_EQ(answer.values, kUntouched) << illuminant << ", " << observer;
+            }
+        }
+    }
+}
+
 TEST(ColorExports, WriteTwelveBytesAtAnyAddress) {
     std::array<unsigned char, 1 + sizeof(ColorData) + 1> memory;
     memory.fill(0xA5);
@@ -151,6 +168,14 @@ TEST(ColorExports, HueIsRightOnTheAxesAndNearNeutral) {
         EXPECT_FLOAT_EQ(lch[1], std::hypot(c.a, c.b));
         EXPECT_FLOAT_EQ(lch[2], c.hue) << "a* " << c.a << ", b* " << c.b;
     }
+}
+
+TEST(ColorExports, HueOfANotANumberIsNone) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, nan, 5.0f}, ColorSpaceLch))[2]));
+    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, nan, -5.0f}, ColorSpaceLch))[2]));
+    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, 0.0f, nan}, ColorSpaceLch))[2]));
+    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, 5.0f, nan}, ColorSpaceLch))[2]));
 }
 
 TEST(ColorExports, HunterLabWithoutLuminanceIsInfinite) {

@@ -84,12 +84,12 @@ TEST(ColorInput, SaysWhereATableIsWrong) {
         {"L,a,b\n500,0,0\n", InputKind::lab, "line 2: no surface has L* 500"},
         {"L,a,b,illuminant,observer\n1,2,3,Z,2\n", InputKind::lab, "line 2: no illuminant"},
         {"1,2,3\n\n1,2,3,4,5\n", InputKind::xyz, "line 3 has 5 fields"},
-        {"1,2,x\n", InputKind::lab, "line 1, field 3: 'x' is no number"},
-        {"a,1,2,3\nb,1,,3\n", InputKind::lab, "line 2, field 3: '' is no number"},
+        {"1,2,x\n", InputKind::lab, "line 1, field 3: 'x' is not a number"},
+        {"a,1,2,3\nb,1,,3\n", InputKind::lab, "line 2, field 3: '' is not a number"},
         {wavelengths(400, 690) + "\n" + wavelengths(400, 690, "0."), InputKind::spectrum,
          "line 1: no column for 700 nm"},
         {wavelengths(400, 700, "r") + "\n0.1,0.2\n", InputKind::spectrum,
-         "line 2, field 3: '' is no number"},
+         "line 2, field 3: '' is not a number"},
     };
     for (const auto& one : cases) {
         EXPECT_THAT(thrownBy<Failure>([&] { read(one.text, one.kind); }), HasSubstr(one.problem))
@@ -111,7 +111,7 @@ TEST(ColorInput, TakesColoursFromArguments) {
         return thrownBy<UsageError>([&] { colorsOfArguments(arguments, InputKind::xyz); });
     };
     EXPECT_THAT(problemOf({"1", "2"}), HasSubstr("2 numbers given; expected X, Y, Z"));
-    EXPECT_THAT(problemOf({"1", "2", "z"}), HasSubstr("'z' is no number"));
+    EXPECT_THAT(problemOf({"1", "2", "z"}), HasSubstr("'z' is not a number"));
     EXPECT_THAT(problemOf({""}), HasSubstr("0 numbers given"));
 }
 

@@ -44,7 +44,7 @@ TEST(LogLines, TurnsTheLogsTimeIntoUtc) {
     for (const char* foreign :
          {"", "hello\n", "[7:0:0.0]x", "[32:0:0.0]x", "[9:60:0.0]x", "[9:0]x"}) {
         EXPECT_THAT(thrownBy<Failure>([&] { readLog(foreign, "file"); }),
-                    HasSubstr("file is no debug log"));
+                    HasSubstr("file is not a debug log"));
     }
 }
 
@@ -119,10 +119,10 @@ TEST(LogDecoder, DecodesAWirelessSession) {
                      "[17:0:4.1]received packet timeout.\r\n"),
         ElementsAre(
             "> AT+CT=C4BE84A1B2C3", "< OK", "< +CONNECTED>>C4BE84A1B2C3", "!> AT+DC  no answer",
-            "> request  1,4 measure, time-out 8000 ms", "< reply  1,4 measure",
+            "> request  1,4 measure, timeout 8000 ms", "< reply  1,4 measure",
             "< a trial was measured on the instrument, 1,5, 256 bytes",
-            "< reply  2,14 status item 14", "> request  2,14 status item 14, time-out 2000 ms",
-            "> a request, time-out 50 ms", "!  no reply in time"));
+            "< reply  2,14 status item 14", "> request  2,14 status item 14, timeout 2000 ms",
+            "> a request, timeout 50 ms", "!  no reply in time"));
 }
 
 TEST(LogDecoder, ShowsWhatItDoesNotKnow) {

@@ -64,8 +64,8 @@ TEST(RecordLayout, RefusesWhatItCannotCarryOut) {
         const char* json;
         const char* problem;
     } cases[] = {
-        {"offset = 64", "layout.json is no JSON (at byte 1)"},
-        {"[64]", "is no JSON object"},
+        {"offset = 64", "layout.json is not JSON (at byte 1)"},
+        {"[64]", "is not a JSON object"},
         {R"({"format": "float32"})", "has no 'offset'"},
         {R"({"offset": 64})", "has no 'format'"},
         {R"({"offset": 64, "format": "float16"})", "gives the format as \"float16\""},

@@ -99,8 +99,8 @@ TEST(WhiteBoard, RefusesWhatCannotBeWritten) {
     EXPECT_THAT(problemWith("reserved", Json::array({1, 2})), HasSubstr("list of 16"));
     EXPECT_THAT(problemWith("reserved", Json(std::vector<int>(16, 256))), HasSubstr("reserved[0]"));
     EXPECT_THAT(thrownBy<Failure>([] { whiteBoardOfJson("[]", "a"); }),
-                HasSubstr("no JSON object"));
-    EXPECT_THAT(thrownBy<Failure>([] { whiteBoardOfJson("{", "a"); }), HasSubstr("no JSON"));
+                HasSubstr("not a JSON object"));
+    EXPECT_THAT(thrownBy<Failure>([] { whiteBoardOfJson("{", "a"); }), HasSubstr("not JSON"));
     EXPECT_THAT(thrownBy<Failure>([] { whiteBoardOfJson("{}", "a"); }), HasSubstr("has no 'text'"));
     EXPECT_THAT(thrownBy<Failure>([] { whiteBoardOfBytes("abc", "a.bin"); }), HasSubstr("3 bytes"));
 }

@@ -11,7 +11,7 @@ SYSTEM_LIBRARIES = {"libc.so.6", "libm.so.6", "libstdc++.so.6", "libgcc_s.so.1",
 
 def declared(header):
     with open(header, encoding="utf-8") as file:
-        return set(re.findall(r"\bCQ_API\s+[\w*]+\s+(cq\w+)\(", file.read()))
+        return set(re.findall(r"\bCQ_API\s+(?:const )?[\w*]+\s+(cq\w+)\(", file.read()))
 
 
 def output(*command):

@@ -114,6 +114,11 @@ class LanguageExamples(unittest.TestCase):
         self.assertEqual(len(lightness), 2)
         self.assertGreater(lightness[1], lightness[0])  # reddish: lighter in reddish light
 
+    def test_judging_needs_no_instrument(self):
+        self.assertRegex(self.run_example(cpp("judge")), r"(?s)^CMC \S+: .*pass\nstrength 10\d\.\d %")
+        verdicts = [line.split()[-1] for line in self.run_example(python("judge")).splitlines()[:3]]
+        self.assertEqual(verdicts, ["pass", "pass", "FAIL"])
+
     def test_consumer_of_the_package_measures(self):
         with VirtualInstrument() as instrument:
             printed = self.run_example([BUILD / "bin/example-cpp-consumer"], instrument.port)

@@ -1,12 +1,10 @@
 // A third backend of SerialPort, beside the two systems': what the library writes goes to a
-// PortPeer, and what that answers is there to be read. A wait without a limit blocks until then, all
-// others end at once.
+// PortPeer, and what that answers is there to be read. No wait takes time. For a program of one
+// thread.
 
 #include "fuzz/ScriptedPort.h"
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 
 #include "serial/SerialPort.h"
 
@@ -14,8 +12,6 @@ namespace ovk {
 namespace {
 
 fuzz::PortPeer* currentPeer = nullptr;
-
-constexpr std::uint32_t kErrorNotOpen = 9;
 
 }  // namespace
 
@@ -32,11 +28,7 @@ struct SerialPort::Device {
         queued.insert(queued.end(), bytes.begin(), bytes.end());
     }
 
-    std::mutex mutex;  // guards all that follows, and calls of the peer
-    std::condition_variable changed;
     std::deque<std::uint8_t> queued;
-    bool isClosing = false;
-    bool isAborting = false;
 };
 
 SerialPort::SerialPort(std::string portName, SerialPortSettings settings)
@@ -47,54 +39,29 @@ SerialPort::~SerialPort() {
 }
 
 std::uint32_t SerialPort::openDevice() {
-    device_->isClosing = false;
-    return currentPeer != nullptr ? 0 : kErrorDeviceGone;
+    hasHandle_.store(currentPeer != nullptr);
+    return hasHandle() ? 0 : kErrorDeviceGone;
 }
 
-void SerialPort::close() {
-    if (!gate_.shut()) {
-        return;
-    }
-    {
-        const std::lock_guard lock(device_->mutex);
-        device_->isClosing = true;
-    }
-    device_->changed.notify_all();
-    gate_.waitUntilEmpty();
-}
+void SerialPort::wakeAll() {}
+
+void SerialPort::closeDevice() {}
 
 bool SerialPort::isOpen() {
-    return gate_.isOpen();
+    return hasHandle();
 }
 
 std::int32_t SerialPort::write(std::span<const std::uint8_t> bytes) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
-        setLastError(kErrorNotOpen);
-        return -1;
-    }
-    {
-        const std::lock_guard lock(device_->mutex);
-        device_->queue(currentPeer->answer(bytes));
-    }
-    device_->changed.notify_all();
+    device_->queue(currentPeer->answer(bytes));
     return static_cast<std::int32_t>(bytes.size());
 }
 
 std::int32_t SerialPort::read(std::span<std::uint8_t> buffer) {
-    if (queuedBytes().value_or(0) < buffer.size()) {
-        setLastError(kErrorNotOpen);
-        return -1;
-    }
-    return static_cast<std::int32_t>(readSome(buffer));
+    const bool isThere = device_->queued.size() >= buffer.size();
+    return isThere ? static_cast<std::int32_t>(readSome(buffer)) : -1;
 }
 
 std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
-        return 0;
-    }
-    const std::lock_guard lock(device_->mutex);
     auto& queued = device_->queued;
     const std::size_t count = std::min(buffer.size(), queued.size());
     const auto end = queued.begin() + static_cast<std::ptrdiff_t>(count);
@@ -103,56 +70,23 @@ std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
     return count;
 }
 
-std::size_t SerialPort::exchange(std::span<const std::uint8_t> bytes,
-                                 std::span<std::uint8_t> answer) {
-    const bool isWritten = bytes.empty() || write(bytes) >= 0;
-    return isWritten && waitForData(kMoment) ? readSome(answer) : 0;
-}
-
 std::optional<std::size_t> SerialPort::queuedBytes() {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
-        return std::nullopt;
-    }
-    const std::lock_guard lock(device_->mutex);
     return device_->queued.size();
 }
 
 void SerialPort::discardReceived() {
-    const std::lock_guard lock(device_->mutex);
     device_->queued.clear();
 }
 
 bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
-        setLastError(kErrorNotOpen);
-        return false;
-    }
-    setLastError(0);
-    std::unique_lock lock(device_->mutex);
-    auto& queued = device_->queued;
-    if (timeout == kInfinite) {
-        device_->changed.wait(lock, [this] {
-            return !device_->queued.empty() || device_->isClosing || device_->isAborting;
-        });
-    } else if (queued.empty()) {
+    if (device_->queued.empty()) {
         device_->queue(currentPeer->duringWait(timeout));
     }
-    return !queued.empty() && !device_->isClosing && !device_->isAborting;
+    return !device_->queued.empty();
 }
 
-void SerialPort::signalAbort() {
-    {
-        const std::lock_guard lock(device_->mutex);
-        device_->isAborting = true;
-    }
-    device_->changed.notify_all();
-}
+void SerialPort::signalAbort() {}
 
-void SerialPort::clearAbort() {
-    const std::lock_guard lock(device_->mutex);
-    device_->isAborting = false;
-}
+void SerialPort::clearAbort() {}
 
 }  // namespace ovk

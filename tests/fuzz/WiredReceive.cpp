@@ -97,7 +97,8 @@ class Host : private ICommunicationEventListener, private IRawDataListener {
         }
         if (error == 0 && isLast && behaviour_.sendsCommand) {
             hasSentCommand = link.send(kCommand, {}, nullptr, now_) == CQ_NO_ERROR;
-            require(hasSentCommand, "a command can be sent when the last piece is handed on");
+            require(hasSentCommand == (link.state() != State::closing),
+                    "a command can be sent when the last piece is handed on");
         }
         return 0;
     }
@@ -152,6 +153,7 @@ class JudgedHost {
         parser_.clear();
         awaited_ = 0;
         command_.clear();
+        hasSent_ = false;
     }
 
     std::uint32_t awaitedSequence() const {
@@ -212,10 +214,10 @@ class JudgedHost {
     }
 
     void judgeData(const Bytes& packet) {
-        if (state_ != State::idle && state_ != State::sending && state_ != State::receiving) {
+        if (state_ == State::notConnected || state_ == State::shakeHandsRequested) {
             return expect({}, {});
         }
-        if (state_ != State::receiving) {
+        if (state_ != State::receiving && state_ != State::closing) {
             awaited_ = 0;
             received_ = 0;
             offset_ = 0;
@@ -255,33 +257,49 @@ class JudgedHost {
         if (host.hasSentCommand) {
             command_ = test::dataPacket(0, test::kLast, Bytes{kCommand}, "55 AA");
             command_[3] = session_;
+            hasSent_ = true;
             written.push_back(command_);
         }
         expect({{What::data, isLast, operation_, offset_, 0, Bytes(data.begin(), data.end())}},
                written);
         const bool isOver = isLast || host.hasRefused;
         awaited_ = isOver ? 0 : next;
-        require(host.link.state() == (host.hasSentCommand ? State::sending
-                                      : isOver            ? State::idle
-                                                          : State::receiving),
+        require(host.link.state() == (state_ == State::closing ? State::closing
+                                      : host.hasSentCommand    ? State::sending
+                                      : isOver                 ? State::idle
+                                                               : State::receiving),
                 "a transfer is over with its last piece");
     }
 
     void judgeAcknowledgement(const Bytes& packet) {
         const std::uint8_t flag = packet[7];
-        if (command_.empty() || state_ == State::closing) {
+        if (flag == test::kAbort) {
+            return judgeAbort(packet[4] + 256U * packet[5]);
+        }
+        if (command_.empty()) {
             return expect({}, {});
         }
         if (flag == test::kRetransmit) {
             return expect({}, {command_});
         }
-        if (flag != test::kAbort && flag != test::kLast) {
+        if (flag != test::kLast) {
             return expect({}, {});
         }
-        const std::uint32_t code = packet[4] + 256U * packet[5];
-        const std::uint32_t error = flag == test::kLast ? 0 : code != 0 ? code : 0xFFFF;
-        expect({{What::progress, true, kCommand, 0, error, {}}}, {});
+        expect({{What::progress, true, kCommand, 0, 0, {}}}, {});
         command_.clear();
+    }
+
+    /// It ends what was sent last, and the answer to it if that has begun.
+    void judgeAbort(std::uint32_t error) {
+        if (!hasSent_) {
+            return expect({}, {});
+        }
+        const std::uint32_t total = command_.empty() ? 0xFFFFFFFF : 0;
+        expect({{What::progress, true, kCommand, total, error != 0 ? error : 0xFFFF, {}}}, {});
+        command_.clear();
+        if (state_ == State::receiving && operation_ == kCommand) {
+            awaited_ = 0;
+        }
     }
 
     std::size_t firstEvent_ = 0;
@@ -292,6 +310,7 @@ class JudgedHost {
     State state_ = State::notConnected;  // before the packet
     std::uint8_t session_ = 0;           // likewise
     Bytes command_;                      // sent and neither acknowledged nor refused
+    bool hasSent_ = false;               // a command in this session
     std::uint32_t awaited_ = 0;
     std::uint32_t received_ = 0;
     std::uint32_t offset_ = 0;

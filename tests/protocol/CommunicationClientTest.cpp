@@ -2,14 +2,16 @@
 
 #include "CQCommProtocol/CommunicationClient.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <functional>
 #include <future>
-#include <latch>
 #include <mutex>
+#include <stdexcept>
 #include <system_error>
 
 #include "peer/WaitUntil.h"
@@ -172,7 +174,7 @@ TEST_F(CommunicationClientTest, noticesThatTheDeviceIsGone) {
     connect();
     terminal.hangUp();
     EXPECT_FALSE(client.isConnected());
-    EXPECT_EQ(client.Send(0x21, {}), CQ_DEVICE_IS_CLOSED);
+    EXPECT_EQ(client.Send(0x21, {}), CQ_NO_SESSION);
 
     const PseudoTerminal other;
     EXPECT_TRUE(client.open(other.path()));
@@ -181,105 +183,20 @@ TEST_F(CommunicationClientTest, noticesThatTheDeviceIsGone) {
     EXPECT_FALSE(client.hasSession());
 }
 
-TEST_F(CommunicationClientTest, knowsItsReceivingThread) {
-    std::atomic<bool> inListener{false};
-    listener.onData = [&] { inListener = client.isReceivingThread(); };
-    connect();
-    EXPECT_FALSE(client.isReceivingThread());
-    terminal.send(hex(kData));
-    expectFromHost("55 AA A7 07 01 00 00 00");
-    EXPECT_TRUE(inListener);
-    close();
-    // Threads that are started now tend to get the numbers of those that have ended.
-    std::latch allAreRunning(4);
-    std::vector<std::future<bool>> answers;
-    for (int i = 0; i < 4; ++i) {
-        answers.push_back(std::async(std::launch::async, [&] {
-            allAreRunning.arrive_and_wait();
-            return client.isReceivingThread();
-        }));
-    }
-    for (std::future<bool>& answer : answers) {
-        EXPECT_FALSE(answer.get());
-    }
-}
-
-// The thread that waits need not be woken by another one: it takes in its answer itself. Tasks for the
-// receiving thread are run there all the same, and what comes afterwards is taken in there.
-TEST_F(CommunicationClientTest, letsACallReceiveWhatItWaitsFor) {
-    std::atomic<bool> isOver{false};
-    std::atomic<std::thread::id> dataThread{};
-    std::array<std::promise<bool>, 2> isOnReceivingThread;
-    std::size_t count = 0;  // guarded by the link
-    listener.onData = [&] {
-        dataThread = std::this_thread::get_id();
-        client.runOnReceivingThread([this, &isRun = isOnReceivingThread.at(count++)] {
-            isRun.set_value(client.isReceivingThread());
-        });
-        isOver = true;
-    };
-    const auto ranThere = [&](std::size_t task) {
-        auto result = isOnReceivingThread.at(task).get_future();
-        return result.wait_for(kPatience) == std::future_status::ready && result.get();
-    };
-    connect();
-    ASSERT_EQ(client.Send(0x21, {}), CQ_NO_ERROR);
-    expectFromHost("55 AA A6 07 00 00 00 00 03 00 21 B3 D5");
-    auto instrument = std::async(std::launch::async, [&] {
-        std::this_thread::sleep_for(100ms);  // the call waits
-        terminal.send(hex("AA 55 A7 07 01 00 00 00"));
-        EXPECT_TRUE(listener.hears("progress"));  // the receiving thread has handed the turn on
-        std::this_thread::sleep_for(20ms);
-        terminal.send(hex(kData));
-    });
-    EXPECT_TRUE(client.await(isOver, kPatience));
-    EXPECT_EQ(dataThread.load(), std::this_thread::get_id());
-    EXPECT_TRUE(ranThere(0));
-    expectFromHost("55 AA A7 07 01 00 00 00");
-    instrument.get();
-
-    terminal.send(hex(kData));
-    EXPECT_TRUE(ranThere(1));
-    EXPECT_NE(dataThread.load(), std::this_thread::get_id());
-    terminal.hangUp();
-    client.close();  // the listener may still be at work with what ends here
-}
-
-// Whoever settles a call finds it asleep, in a read, or in the wait for bytes.
-TEST_F(CommunicationClientTest, endsACallWhoseOutcomeComesFromElsewhere) {
-    connect();
-    for (const bool hasTurn : {false, true}) {
-        for (const auto delay : {10ms, 150ms}) {
-            std::atomic<bool> isOver{false};
-            auto call = std::async(std::launch::async, [&] { return client.await(isOver, 60s); });
-            if (hasTurn) {
-                std::this_thread::sleep_for(20ms);
-                terminal.send("noise");  // after which the turn is the call's
-            }
-            std::this_thread::sleep_for(delay);
-            isOver = true;
-            client.wakeCalls();
-            ASSERT_EQ(call.wait_for(kPatience), std::future_status::ready) << hasTurn;
-            EXPECT_TRUE(call.get());
-        }
-    }
-}
-
-// As a callback that takes its time: the call gets back in time, and what came is not lost.
+// As a callback that takes its time, or waits for the very call.
 TEST_F(CommunicationClientTest, waitsNoLongerThanItsTimeForTheLink) {
+    std::promise<void> entered;
+    std::promise<void> mayLeave;
+    listener.onData = [&] {
+        entered.set_value();
+        mayLeave.get_future().wait();
+    };
     connect();
-    const std::atomic<bool> isOver{false};
-    {
-        auto call = std::async(std::launch::async, [&] { return client.await(isOver, 300ms); });
-        std::this_thread::sleep_for(20ms);
-        terminal.send("noise");
-        std::this_thread::sleep_for(50ms);
-        const auto held = client.lockLink();
-        terminal.send(hex(kData));
-        ASSERT_EQ(call.wait_for(kPatience), std::future_status::ready);
-        EXPECT_FALSE(call.get());
-    }
-    EXPECT_TRUE(listener.hears("data 10"));
+    terminal.send(hex(kData));
+    entered.get_future().wait();
+    EXPECT_FALSE(client.lockLink(Deadline::in(50ms)));
+    mayLeave.set_value();
+    EXPECT_TRUE(client.lockLink(Deadline::in(kPatience)));
 }
 
 TEST_F(CommunicationClientTest, sendsFromTheListenerWithoutADeadlock) {
@@ -289,24 +206,58 @@ TEST_F(CommunicationClientTest, sendsFromTheListenerWithoutADeadlock) {
     expectFromHost("55 AA A7 07 01 00 00 00 55 AA A6 07 00 00 00 00 03 00 22 D0 E5");
 }
 
-// Two hosts' threads and the listener close at the same time. Whoever comes first, all must return
-// and the client must be closed.
-TEST_F(CommunicationClientTest, standsClosingFromEverywhereAtOnce) {
-    std::promise<void> listenerIsIn;
+// The callback is waited for, and its measurement acknowledged, before anything is said.
+TEST_F(CommunicationClientTest, saysGoodbyeAfterTheListenerHasEnded) {
+    std::promise<void> entered;
     listener.onData = [&] {
-        listenerIsIn.set_value();
-        std::this_thread::sleep_for(50ms);
-        EXPECT_THROW(client.close(), std::system_error);
+        entered.set_value();
+        std::this_thread::sleep_for(700ms);  // longer than a goodbye waits for room
     };
     connect();
     terminal.send(hex(kData));
-    ASSERT_EQ(listenerIsIn.get_future().wait_for(kPatience), std::future_status::ready);
-    auto first = std::async(std::launch::async, [this] { client.close(); });
-    auto second = std::async(std::launch::async, [this] { client.close(); });
-    ASSERT_EQ(first.wait_for(kPatience), std::future_status::ready);
-    ASSERT_EQ(second.wait_for(kPatience), std::future_status::ready);
+    entered.get_future().wait();
+    auto closed = std::async(std::launch::async, [this] { client.close(); });
+    expectFromHost("55 AA A7 07 01 00 00 00 55 AA A4 07");
+    terminal.hangUp();
+    ASSERT_EQ(closed.wait_for(kPatience), std::future_status::ready);
+}
+
+TEST_F(CommunicationClientTest, cannotBeClosedByItsReceivingThread) {
+    std::promise<void> refused;
+    listener.onData = [&] {
+        EXPECT_THROW(client.close(), std::system_error);
+        refused.set_value();
+    };
+    connect();
+    terminal.send(hex(kData));
+    ASSERT_EQ(refused.get_future().wait_for(kPatience), std::future_status::ready);
+    client.close();
     EXPECT_FALSE(client.isConnected());
     EXPECT_FALSE(client.hasSession());
+}
+
+// What the library's own thread throws ends the session, and not the process.
+TEST_F(CommunicationClientTest, outlivesWhatItsReceivingThreadThrows) {
+    listener.onData = [] { throw std::runtime_error("no memory"); };
+    connect();
+    terminal.send(hex(kData));
+    EXPECT_TRUE(listener.hears("disconnected"));
+    EXPECT_EQ(client.Send(0x21, {}), CQ_NO_SESSION);
+    client.close();
+    EXPECT_FALSE(client.isConnected());
+}
+
+// Nobody writes, and the line is full: the goodbye must not wait for room.
+TEST_F(CommunicationClientTest, closesAnIdlePortThatTakesNoBytes) {
+    const int other = open(terminal.path().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    connect();
+    const std::array<char, 4096> bytes{};
+    while (write(other, bytes.data(), bytes.size()) > 0) {
+    }
+    ::close(other);
+    auto closed = std::async(std::launch::async, [this] { client.close(); });
+    EXPECT_EQ(closed.wait_for(1500ms), std::future_status::ready);
+    terminal.hangUp();
 }
 
 // The instrument has stopped reading, and a packet larger than the line holds is on its way: the

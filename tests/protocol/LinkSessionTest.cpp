@@ -156,20 +156,27 @@ TEST_F(LinkSessionTest, endsAtOnceWhenTheGoodbyeCannotBeWritten) {
     EXPECT_EQ(link.state(), State::notConnected);
 }
 
-// A transfer whose end is still on its way when the host says goodbye does not open the session up
-// again.
-TEST_F(LinkSessionTest, doesNotGoOnWithTransfersAfterTheGoodbye) {
-    for (const State state : {State::sending, State::receiving}) {
-        enter(state);
-        link.requestDisconnect(now);
-        sent();
-        instrumentSends(test::acknowledgement(0x00, 1));
-        instrumentSends(test::acknowledgement(test::kRetransmit, 0));
-        instrumentSends(test::dataPacket(1, test::kLast, hex("02")));
-        instrumentSends(test::dataPacket(0, test::kLast, hex("24 02")));
-        expectSilence();
-        EXPECT_EQ(link.state(), State::closing);
-    }
+// Between the goodbye and its answer nothing that is on its way is lost, and nothing opens the
+// session up again.
+TEST_F(LinkSessionTest, endsRunningTransfersAfterTheGoodbye) {
+    enter(State::receiving);
+    link.requestDisconnect(now);
+    instrumentSends(test::dataPacket(1, test::kLast, hex("02")));
+    instrumentSends(test::dataPacket(0, test::kLast, hex("23 01")));  // pressed just now
+    EXPECT_THAT(heard(), ElementsAre("data 24 at 2: 02 last", "data 23 at 0: 01 last"));
+    EXPECT_THAT(sent(),
+                ElementsAre("55 AA A4 07", "55 AA A7 07 02 00 00 00", "55 AA A7 07 01 00 00 00"));
+    EXPECT_EQ(link.state(), State::closing);
+
+    enter(State::sending);
+    link.requestDisconnect(now);
+    instrumentSends(test::acknowledgement(0x00, 1));
+    instrumentSends(test::acknowledgement(0x00, 2));
+    EXPECT_THAT(heard(),
+                ElementsAre("progress 2E of 99 error 0", "progress 2E of 99 error 0 done"));
+    EXPECT_EQ(link.state(), State::closing);
+    instrumentSends("AA 55 A5 07");
+    EXPECT_EQ(link.state(), State::notConnected);
 }
 
 TEST_F(LinkSessionTest, endsWhenTheGoodbyeStaysUnanswered) {

@@ -1,5 +1,6 @@
 // How transfers run over an established session.
 
+#include <new>
 #include <sstream>
 
 #include "protocol/LinkTest.h"
@@ -118,19 +119,59 @@ TEST_F(LinkTransferTest, endsWithAnAbortPacketWhenTheListenerHasHadEnough) {
 }
 
 TEST_F(LinkTransferTest, ignoresAnswersToNothing) {
+    instrumentSends(acknowledgement(kAbort, 1));
     send(0x21);
     instrumentSends(acknowledgement(0x00, 1));
     forget();
-    for (const std::uint8_t flag : {std::uint8_t{0x00}, kRetransmit, kAbort}) {
+    for (const std::uint8_t flag : {std::uint8_t{0x00}, kRetransmit}) {
         instrumentSends(acknowledgement(flag, 1));
     }
     expectSilence();
     EXPECT_EQ(link.state(), State::idle);
 }
 
+// The instrument has acknowledged the command, and then cannot carry it out. What of the answer has
+// come is void; a measurement that was pressed meanwhile is not.
+TEST_F(LinkTransferTest, isAbortedAfterTheAcknowledgementToo) {
+    const std::string aborted = "progress 24 of 4294967295 error 258 done";
+    send(0x24);
+    instrumentSends(acknowledgement(0x00, 1));
+    forget();
+    instrumentSends(acknowledgement(kAbort, 0x0102));
+    EXPECT_THAT(heard(), ElementsAre(aborted));
+    EXPECT_EQ(link.state(), State::idle);
+
+    beginReceiving();
+    instrumentSends(acknowledgement(kAbort, 0x0102));
+    EXPECT_THAT(heard(), ElementsAre(aborted));
+    EXPECT_EQ(link.state(), State::idle);
+    instrumentSends(dataPacket(1, kLast, hex("02")));
+    expectSilence();
+
+    instrumentSends(dataPacket(0, kMore, hex("23 01")));
+    forget();
+    instrumentSends(acknowledgement(kAbort, 0x0102));
+    instrumentSends(dataPacket(1, kLast, hex("02")));
+    EXPECT_THAT(heard(), ElementsAre(aborted, "data 23 at 2: 02 last"));
+}
+
+// The stream stands for memory that runs out while the first packet is built.
+TEST_F(LinkTransferTest, staysFreeWhenATransferCannotBegin) {
+    struct Failing : std::stringbuf {
+        int_type underflow() override { throw std::bad_alloc(); }
+    } failing;
+    const auto stream = std::make_shared<std::istream>(&failing);
+    stream->exceptions(std::ios::badbit);
+    EXPECT_THROW(link.send(0x2E, hex("01"), stream, now), std::bad_alloc);
+    expectSilence();
+    instrumentSends(acknowledgement(0x00, 1));
+    expectSilence("an acknowledgement of what was not sent");
+    EXPECT_EQ(send(0x21), CQ_NO_ERROR);
+}
+
 // The listener ends the session while it is told of progress: the transfer must not go on without
 // one, nor take the state of a link that is closing.
-TEST_F(LinkTransferTest, doesNotGoOnWhenTheListenerHasEndedTheSession) {
+TEST_F(LinkTransferTest, staysClosingWhenTheListenerHasSaidGoodbye) {
     for (const bool isGoodbyeWritten : {false, true}) {
         connect("14 00");
         canWrite = isGoodbyeWritten;
@@ -141,8 +182,13 @@ TEST_F(LinkTransferTest, doesNotGoOnWhenTheListenerHasEndedTheSession) {
         send(0x2E, nineBytes);
         sent();
         instrumentSends(acknowledgement(0x00, 1));
-        EXPECT_THAT(sent(), ElementsAre("55 AA A4 07"));
-        EXPECT_EQ(link.state(), isGoodbyeWritten ? State::closing : State::notConnected);
+        if (isGoodbyeWritten) {
+            EXPECT_THAT(sent(), ElementsAre("55 AA A4 07", secondPacket));
+            EXPECT_EQ(link.state(), State::closing);
+        } else {
+            EXPECT_THAT(sent(), ElementsAre("55 AA A4 07"));
+            EXPECT_EQ(link.state(), State::notConnected);
+        }
         canWrite = true;
     }
 }
@@ -334,7 +380,7 @@ TEST_F(LinkTransferTest, leavesTheStateToAListenerThatActsOnAnAbort) {
 
     connect("14 00");
     instrumentSends(dataPacket(0, kLast, hex("23 01")));
-    EXPECT_THAT(sent(), ElementsAre("55 AA A4 07"));
+    EXPECT_THAT(sent(), ElementsAre("55 AA A4 07", "55 AA A7 07 01 00 00 00"));
     EXPECT_EQ(link.state(), State::closing);
 }
 

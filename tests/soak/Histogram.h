@@ -33,7 +33,8 @@ class Histogram {
         return sum;
     }
 
-    /// The time that this part (0 to 1) of all took at most.
+    /// A quantile of the recorded times.
+    /// \param part 0 to 1.
     Microseconds percentile(double part) const {
         const auto wanted = static_cast<std::uint64_t>(part * static_cast<double>(count()));
         std::uint64_t sum = 0;

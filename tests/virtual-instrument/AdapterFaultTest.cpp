@@ -93,7 +93,7 @@ TEST(Slaves, TellWhatIsWrongAndWhere) {
         {entry(R"("address": "AB", "rssi": -5, "standards": 1001)"), "0 to 1000"},
         {entry(R"("address": "AB", "rssi": -5, "calibrated": 1)"), "true or false"},
         {entry(R"("address": "AB", "rssi": -5, "serial": "sixteen letters!")"), "15"},
-        {entry(R"("address": "AB", "rssi": -5, "colour": 1)"), "\"colour\" is no field"},
+        {entry(R"("address": "AB", "rssi": -5, "colour": 1)"), "\"colour\" is not a field"},
         {R"([{"name": "A\nB", "address": "AA", "rssi": -5}])", "control"},
     };
     for (const auto& [json, problem] : cases) {

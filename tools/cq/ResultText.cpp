@@ -69,7 +69,7 @@ const char* nameOf(Operation operation) {
     return "the operation";
 }
 
-/// Why an instrument refuses this operation, as far as its host can know.
+/// What helps if an instrument refuses this operation, as far as its host can know.
 const char* adviceForRefusal(Operation operation) {
     switch (operation) {
         case Operation::measureStandard:
@@ -88,7 +88,7 @@ const char* adviceForRefusal(Operation operation) {
     }
 }
 
-/// A scan is the adapter's business: no instrument takes part in its failures.
+/// A scan involves only the adapter: no instrument takes part in its failures.
 std::string adviceForScan(std::uint32_t code) {
     switch (code) {
         case CQ_FAIL_TO_OPEN:
@@ -140,13 +140,12 @@ std::string advice(std::uint32_t code, Operation operation) {
             return "clean the tile and the aperture, place the instrument again and recalibrate";
         case CQ_THE_STORAGE_IS_FULL:
         case CQ_NO_ENOUGH_STORAGE:
-            return "see with cq standards list what is stored, and make room with cq standards "
+            return "list what is stored with cq standards list, and make room with cq standards "
                    "delete";
         case CQ_INVALID_PACKET:
         case CQ_UNEXPECTED_COMMAND:
-            return "repeat the command; if the answer stays wrong this is a kind of instrument "
-                   "that "
-                   "the library does not know: --debug-log writes what it sent";
+            return "repeat the command; if the answer stays wrong, the library does not know this "
+                   "model of instrument: --debug-log records what it sent";
         case CQ_INVALID_PARAMETER:
             return "the instrument has no such index or value: see with cq standards list and cq "
                    "samples list what is stored";
@@ -154,7 +153,7 @@ std::string advice(std::uint32_t code, Operation operation) {
             return "the instrument or its kind of connection cannot do this, or the connection has "
                    "been closed";
         default:
-            return "repeat the command with --debug-log and look into the log beside the library";
+            return "repeat the command with --debug-log and read the log beside the library";
     }
 }
 

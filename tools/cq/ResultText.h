@@ -5,7 +5,7 @@
 
 namespace cqtool {
 
-/// What cq asked the library for when it got a result code.
+/// The operation that gave a result code.
 enum class Operation {
     readDeviceInfo,
     readStatus,
@@ -29,7 +29,7 @@ enum class Operation {
     writeParameter,
 };
 
-/// The text of a result code; the library has no function that gives it.
+/// The text of a result code, for which the library has no function.
 const char* resultText(std::uint32_t code);
 
 /// What the user can do about this code from this operation. Never empty for a failure.

@@ -9,9 +9,9 @@ namespace {
 constexpr const char* kHelpEnd =
     "Examples:\n"
     "  cq demo                      a virtual instrument measures a chart of 24 patches\n"
-    "  cq info                      find the instrument and show what it is\n"
+    "  cq info                      find the instrument and show its device information\n"
     "  cq calibrate white           then cq calibrate black, then cq measure standard\n"
-    "  cq measure trial --json      measure, for a program to read\n"
+    "  cq measure trial --json      measure, and print JSON\n"
     "  cq scan --adapter COM7       list the wireless instruments within reach\n"
     "  cq info --wireless           the one with the strongest signal\n"
     "  cq color --from lab 50 20 30 --to srgb\n"

@@ -82,7 +82,7 @@ void Application::receive(TimePoint now) {
     }
 }
 
-/// \return true when the line takes no more at the moment.
+/// \return true if the line accepts no more at the moment.
 bool Application::flush(TimePoint now) {
     for (ByteView due = toHost_.due(now); !due.empty(); due = toHost_.due(now)) {
         const std::size_t count = system_.write(due);
@@ -122,7 +122,7 @@ std::optional<TimePoint> Application::deadline(bool isBlocked) const {
 }
 
 void Application::handle(const System::Happening& happening, TimePoint now) {
-    // Keys are pressed after what the host has said.
+    // Keys are handled after what the host has sent.
     fromHost_.push(happening.received, now);
     receive(now);
     for (const char key : happening.keys) {
@@ -157,7 +157,7 @@ void Application::handleKey(char key, TimePoint now) {
         case '?':
             return System::say(kKeyHelp);
         default:
-            return;  // line ends, and keys that mean nothing
+            return;  // line ends, and unknown keys
     }
 }
 

@@ -14,15 +14,14 @@
 
 namespace vi {
 
-/// The running program: brings together the system, the line, the protocol, the instrument and the
-/// keys.
+/// The running program: connects the system, the line, the protocol, the instrument and the keys.
 class Application {
   public:
     /// \param log null for none; must live as long as the application.
     Application(const Options& options, std::ostream* log);
 
     /// Serves until told to end.
-    /// \throw std::runtime_error when the line cannot be made.
+    /// \throw std::runtime_error if the line cannot be created.
     void run();
 
   private:
@@ -40,7 +39,7 @@ class Application {
     Options options_;
     System system_;
     TrafficLog log_;
-    std::optional<Instrument> instrument_;  // at the cable; the adapter has its own
+    std::optional<Instrument> instrument_;  // on the cable; the adapter has its own
     DelayLine fromHost_;
     DelayLine toHost_;
     std::unique_ptr<Protocol> protocol_;

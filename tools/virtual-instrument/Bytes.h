@@ -23,12 +23,12 @@ inline void put32(Bytes& to, std::uint32_t value) {
     put16(to, value >> 16);
 }
 
-/// \param offset with two bytes behind it.
+/// \param offset the first of two bytes.
 inline std::uint16_t get16(ByteView from, std::size_t offset) {
     return static_cast<std::uint16_t>(from[offset] | from[offset + 1] << 8);
 }
 
-/// \param offset with four bytes behind it.
+/// \param offset the first of four bytes.
 inline std::uint32_t get32(ByteView from, std::size_t offset) {
     return get16(from, offset) | std::uint32_t{get16(from, offset + 2)} << 16;
 }

@@ -7,24 +7,24 @@
 
 namespace vi {
 
-/// One thing that can be made to go wrong, as the command line names it.
+/// A fault as the command line names it.
 struct FaultName {
     std::string_view name;
-    std::string_view argument;  ///< "N", "MS", "CODE"; empty when the fault takes no number
+    std::string_view argument;  ///< "N", "MS", "CODE"; empty if the fault takes no number
     std::uint32_t defaultValue;
     std::uint32_t min;
     std::uint32_t max;
     std::string_view help;
 };
 
-/// A fault of a plan, and how the plan takes it.
+/// A fault, and how it is entered into a plan.
 template <class Plan>
 struct Fault {
     FaultName name;
     void (*add)(Plan& plan, std::uint32_t value);
 };
 
-/// NAME or NAME:N taken apart.
+/// NAME or NAME:N, split.
 struct FaultText {
     std::string name;
     bool hasValue = false;
@@ -51,7 +51,7 @@ const Fault<Plan>* findFault(std::span<const Fault<Plan>> table, std::string_vie
 
 /// Adds one fault to the plan.
 /// \param text NAME or NAME:N, N decimal or hexadecimal with 0x.
-/// \return empty, or what is wrong with the text; the plan is then as it was.
+/// \return empty, or what is wrong with the text; the plan is then unchanged.
 template <class Plan>
 std::string addFault(std::span<const Fault<Plan>> table, Plan& plan, const std::string& text) {
     const FaultText parts = splitFault(text);
@@ -71,7 +71,7 @@ std::string addFault(std::span<const Fault<Plan>> table, Plan& plan, const std::
     return problem;
 }
 
-/// One line a fault: name, argument, meaning.
+/// One line per fault: name, argument, meaning.
 template <class Plan>
 std::string faultHelp(std::span<const Fault<Plan>> table) {
     std::string help;

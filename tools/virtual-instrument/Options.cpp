@@ -25,8 +25,8 @@ constexpr int kMaxAtDelayMs = 60'000;
 constexpr int kBitsPerByte = 10;  // a start bit, eight data bits, a stop bit
 
 constexpr const char* kDescription =
-    "A spectrophotometer that exists in software alone: it answers the wired protocol on a\n"
-    "pseudo-terminal (on Windows: a named pipe) and measures the 24 patches of a colour chart.\n"
+    "A spectrophotometer in software: it speaks the wired protocol on a pseudo-terminal (on\n"
+    "Windows: a named pipe) and measures the 24 patches of a colour chart.\n"
     "With --adapter it is a wireless adapter with several such instruments within reach.\n"
     "The first line on standard output is 'port: ' and the name that the host opens.";
 
@@ -37,7 +37,7 @@ constexpr const char* kKeys =
     "  u  unplug                         p  plug in again\n"
     "  q  quit                           ?  list the keys\n";
 
-/// Values as they are typed, before they are turned into what the program works with.
+/// Values as typed, before conversion.
 struct Typed {
     double lineRate = 0;
     double latencyMs = 0;
@@ -50,7 +50,7 @@ struct Typed {
     std::vector<std::string> faults;
 };
 
-/// Refuses what is no number as well, which CLI::Range lets pass.
+/// Also refuses text that is not a number, which CLI::Range accepts.
 CLI::Validator within(double min, double max) {
     std::ostringstream range;
     range << "[" << min << " - " << std::fixed << std::setprecision(0) << max << "]";
@@ -92,7 +92,7 @@ void addLineOptions(CLI::App& app, Options& options, Typed& typed) {
                    "Windows: name of the pipe; the host opens \\\\.\\pipe\\NAME")
         ->type_name("NAME");
     app.add_option("--com", options.line.comPort,
-                   "Windows: serve on this COM port, the other end of the host's, and no pipe")
+                   "Windows: serve this COM port, linked to the host's, instead of a pipe")
         ->type_name("COMn");
     app.add_flag("--until-eof", options.endsWithInput, "End when standard input is closed");
     app.add_option("--max-packet", options.protocol.engine.maxPacket,
@@ -101,19 +101,19 @@ void addLineOptions(CLI::App& app, Options& options, Typed& typed) {
         ->capture_default_str()
         ->type_name("N");
     app.add_option("--line-rate", typed.lineRate,
-                   "Carry bytes as a line of this rate does, 10 bits a byte")
+                   "Limit the speed to this line rate, 10 bits per byte")
         ->check(within(1, kMaxLineRate))
         ->type_name("BAUD");
     app.add_option("--latency", typed.latencyMs, "Delay each direction, in milliseconds")
         ->check(within(0, kMaxLatencyMs))
         ->type_name("MS");
     app.add_option("--keep-alive", typed.keepAliveSeconds,
-                   "Send a keep-alive request every so many seconds")
+                   "Send a keep-alive request at this interval")
         ->check(within(kMinSeconds, kMaxSeconds))
         ->type_name("SECONDS");
-    app.add_option("--log", options.log, "Write down every packet; '-' for standard error")
+    app.add_option("--log", options.log, "Log every packet; '-' for standard error")
         ->type_name("FILE");
-    app.add_option("--fault", typed.faults, "Make something go wrong, see below; repeatable")
+    app.add_option("--fault", typed.faults, "Simulate a fault, see below; repeatable")
         ->type_name("NAME[:N]")
         ->expected(1)
         ->take_all();
@@ -134,18 +134,18 @@ void addInstrumentOptions(CLI::App& app, Options& options, Typed& typed) {
         ->check(count)
         ->type_name("N");
     app.add_flag("--calibrated", instrument.isCalibrated, "Start calibrated, white and black");
-    app.add_option("--seed", instrument.seed, "Seed of the noise and of every other chance")
+    app.add_option("--seed", instrument.seed, "Seed of the noise and of every other random choice")
         ->capture_default_str()
         ->type_name("N");
     app.add_option("--noise", instrument.noise,
-                   "Standard deviation of the reflectance factors; 0: exact")
+                   "Standard deviation of the reflectance factors; 0 for exact values")
         ->check(within(0, 1))
         ->capture_default_str()
         ->type_name("SIGMA");
     app.add_option("--serial", instrument.serial, "Serial number, at most 15 characters")
         ->capture_default_str()
         ->type_name("TEXT");
-    app.add_option("--battery", typed.batteryPercent, "State of the battery in percent")
+    app.add_option("--battery", typed.batteryPercent, "Battery level in percent")
         ->check(CLI::Range(0, 100))
         ->capture_default_str()
         ->type_name("N");
@@ -155,7 +155,7 @@ void addInstrumentOptions(CLI::App& app, Options& options, Typed& typed) {
         ->capture_default_str()
         ->type_name("MS");
     app.add_option("--press-every", typed.pressEvery,
-                   "Press the button (standard, if not said) while a host is connected")
+                   "Press the button (default: standard) while a host is connected")
         ->type_name("SECONDS[:standard|trial]");
 }
 
@@ -196,7 +196,7 @@ void addAdapterOptions(CLI::App& app, Options& options, Typed& typed) {
     auto* const adapter = app.add_flag("--adapter", options.isAdapter,
                                        "Be a wireless adapter with instruments within reach");
     app.add_option("--slaves", typed.slaves,
-                   "JSON list of the instruments within reach; otherwise there are three")
+                   "JSON list of the instruments within reach (default: three)")
         ->needs(adapter)
         ->type_name("FILE");
     app.add_option("--at-delay", typed.atDelayMs,
@@ -206,7 +206,7 @@ void addAdapterOptions(CLI::App& app, Options& options, Typed& typed) {
         ->capture_default_str()
         ->type_name("MS");
     app.add_flag("--scan-ready", options.adapter.module.isScanReady,
-                 "The module has scanned already: it tells its results when asked")
+                 "The module has already scanned and gives its results when asked")
         ->needs(adapter);
     for (const char* wiredOnly : {"--max-packet", "--keep-alive", "--serial"}) {
         app.get_option(wiredOnly)->excludes(adapter);
@@ -246,7 +246,8 @@ void finish(Options& options, const Typed& typed) {
                                  : adapter::readSlaves(typed.slaves, options.instrument);
     options.protocol.seed = options.instrument.seed;
     options.protocol.engine.keepAlive = fromSeconds(typed.keepAliveSeconds);
-    // Another program start, another session: a host of the one before must not be taken for ours.
+    // Every program start begins with another session, so that a host of an earlier start is not
+    // taken for ours.
     const auto ticks = std::chrono::system_clock::now().time_since_epoch().count();
     options.protocol.engine.lastSession = static_cast<std::uint8_t>(ticks % 254);
 }

@@ -12,7 +12,7 @@
 
 namespace vi {
 
-/// What the command line says.
+/// The command line's content.
 struct Options {
     struct AutomaticPress {
         std::chrono::nanoseconds period{0};
@@ -32,9 +32,9 @@ struct Options {
 };
 
 /// Reads the command line.
-/// \param exitCode set when the program is to end at once: 0 after --help and --version, 2 after a
+/// \param exitCode set if the program must end at once: 0 after --help and --version, 2 after a
 ///        wrong command line; the text for it has been written.
-/// \return nothing when the program is to end.
+/// \return nothing if the program must end.
 std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode);
 
 }  // namespace vi

@@ -23,7 +23,7 @@ void TrafficLog::packet(Direction direction, std::string_view words, ByteView by
     for (const std::uint8_t byte : bytes) {
         line.append({' ', kDigits[byte >> 4], kDigits[byte & 0xF]});
     }
-    // Flushed, so that the log is whole when the program is killed.
+    // Flushed, so that the log is complete if the program is killed.
     *out_ << line << '\n' << std::flush;
 }
 

@@ -8,19 +8,19 @@
 
 namespace vi {
 
-/// Writes what goes over the line, one line of text a packet: seconds since the start, direction,
+/// Logs the traffic on the line, one line of text per packet: seconds since the start, direction,
 /// the packet in words, its bytes.
 class TrafficLog {
   public:
     enum class Direction { fromHost, toHost };
 
-    /// \param out null: nothing is written. Must live as long as the log.
+    /// \param out null to write nothing. Must live as long as the log.
     TrafficLog(std::ostream* out, TimePoint start) : out_(out), start_(start) {}
 
     bool isOn() const { return out_ != nullptr; }
 
     void packet(Direction direction, std::string_view words, ByteView bytes, TimePoint now);
-    /// What the instrument thinks of the line before it.
+    /// The instrument's remark on the line before.
     void note(std::string_view words, TimePoint now);
 
   private:

@@ -7,9 +7,9 @@
         instrument.calibrate_black()
         record = instrument.measure_standard()
 
-The library CQApi does the work; its header CQApi.h is the manual of what each operation does. What
-fails raises CQError, or a class below it for each kind of failure. Calls release the interpreter's
-lock, so that other threads run while an instrument measures.
+The library CQApi does the work; its header CQApi.h is the manual for each operation. A failed call
+raises CQError, or a subclass for its kind of failure. Calls release the interpreter lock, so that
+other threads run while an instrument measures.
 """
 
 from ._color import (
@@ -19,6 +19,21 @@ from ._color import (
     color_from_lab,
     color_from_spectrum,
     color_from_xyz,
+)
+from ._difference import (
+    ColorDifference,
+    ColorIndex,
+    DifferenceFormula,
+    GreyScale,
+    GreyScaleRating,
+    IndexValue,
+    MetamerismCorrection,
+    StrengthMethod,
+    color_difference,
+    color_index,
+    color_strength,
+    grey_scale_rating,
+    metamerism_index,
 )
 from ._errors import (
     CQBusyError,
@@ -33,7 +48,7 @@ from ._errors import (
     result_text,
 )
 from ._instrument import Instrument, MeasurementHandler, scan
-from ._library import disable_debug_log, enable_debug_log, load_library
+from ._library import disable_debug_log, enable_debug_log, library_version, load_library
 from ._records import (
     BleSlave,
     DeviceInfo,
@@ -52,24 +67,38 @@ __all__ = [
     "CQProtocolError",
     "CQRefusedError",
     "CQTimeoutError",
+    "ColorDifference",
+    "ColorIndex",
     "ColorSpace",
     "DeviceInfo",
+    "DifferenceFormula",
+    "GreyScale",
+    "GreyScaleRating",
     "Illuminant",
+    "IndexValue",
     "Instrument",
     "InstrumentStatus",
     "LibraryNotFoundError",
     "MeasurementHandler",
     "MeasurementRecord",
+    "MetamerismCorrection",
     "Observer",
     "ResultCode",
+    "StrengthMethod",
     "WhiteBoardParameter",
     "__version__",
+    "color_difference",
     "color_from_lab",
     "color_from_spectrum",
     "color_from_xyz",
+    "color_index",
+    "color_strength",
     "disable_debug_log",
     "enable_debug_log",
+    "grey_scale_rating",
+    "library_version",
     "load_library",
+    "metamerism_index",
     "result_text",
     "scan",
 ]

@@ -13,7 +13,7 @@ from ._records import ColorData
 
 
 class ColorSpace(enum.IntEnum):
-    """The form of a colour, and what its three values then are."""
+    """A colour space, and the meaning of a colour's three values in it."""
 
     LAB = 0  #: CIE 1976 L*, a*, b*
     XYZ = 1  #: tristimulus values X, Y, Z; the perfect white has Y = 100
@@ -73,9 +73,9 @@ def color_from_spectrum(
     illuminant: Illuminant = Illuminant.D65,
     observer: Observer = Observer.DEGREE_10,
 ) -> FloatArray:
-    """Colour of a spectrum: 31 reflectance factors at 400, 410 ... 700 nm, 1.0 being the perfect
-    white. An array of several spectra, its last dimension 31, gives as many colours. Raises
-    ValueError for another length and for a number that is no space, illuminant or observer."""
+    """Colour of a spectrum: 31 reflectance factors at 400, 410 ... 700 nm; 1.0 is the perfect
+    white. An array of several spectra, with 31 as its last dimension, gives as many colours. Raises
+    ValueError for another length and for an unknown space, illuminant or observer."""
     function = load_library().cqGetColorDataFromSpectralData
     viewing = (ColorSpace(space), Illuminant(illuminant), Observer(observer))
     return _convert(spectrum, 31, lambda values, color: function(values, *viewing, color),

@@ -40,11 +40,11 @@ def result_text(code: int) -> str:
 
 
 class LibraryNotFoundError(OSError):
-    """The library CQApi was not found, or cannot be loaded; the message says where it was sought."""
+    """The library CQApi was not found or cannot be loaded; the message lists where it was searched for."""
 
 
 class CQError(Exception):
-    """A call that failed. `code` is a number of ResultCode, `text` its text, `call` what was called."""
+    """A call that failed. `code` is a ResultCode number, `text` its text, `call` the function's name."""
 
     def __init__(self, code: int, text: str | None = None, call: str = "") -> None:
         self.code = code
@@ -57,7 +57,7 @@ class CQError(Exception):
 
 
 class CQConnectionError(CQError, ConnectionError):
-    """No instrument or adapter, or the link to it is gone: open again (codes 1 to 4, 9 and 18)."""
+    """No instrument or adapter, or the link to it was lost: open again (codes 1 to 4, 9 and 18)."""
 
 
 class CQBusyError(CQError):
@@ -69,7 +69,7 @@ class CQTimeoutError(CQError, TimeoutError):
 
 
 class CQRefusedError(CQError):
-    """The instrument refused, often because it is not calibrated or full (codes 8, 12 to 15)."""
+    """The instrument refused, often because it is uncalibrated or full (codes 8, 12 to 15)."""
 
 
 class CQProtocolError(CQError):

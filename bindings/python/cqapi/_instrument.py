@@ -23,6 +23,7 @@ from ._records import (
 MeasurementHandler = Callable[[bool, MeasurementRecord], object]
 
 _ALL_RECORDS = 0xFFFFFFFF
+_LAST_STANDARD = 0x7FFFFFFE  # that can be deleted: bit 31 is set on a wired line, and all bits are "all"
 _RECORD_SIZE = ctypes.sizeof(MeasurementRecord)
 _PORT_NAME_SIZE = 4096  # longer than any path
 _AnyRecord = TypeVar("_AnyRecord", bound=Record)
@@ -39,8 +40,8 @@ def _encoded(text: str | None) -> bytes | None:
 
 
 def _number(value: int, what: str, last: int = _ALL_RECORDS - 1) -> int:
-    """The value, if it is in range: ctypes would cut off what is too large, and -1 as an index would
-    stand for all records."""
+    """The value, if it is in range: ctypes would truncate larger ones, and -1 as an index would
+    mean all records."""
     if not 0 <= value <= last:
         raise ValueError(f"{what} is 0 to {last}, not {value}")
     return value
@@ -48,7 +49,7 @@ def _number(value: int, what: str, last: int = _ALL_RECORDS - 1) -> int:
 
 class _HandlerSlot:
     """Holds the handler behind the one function that the library is given. A handler may replace
-    itself: what runs is kept by the call."""
+    itself: the call keeps the running one alive."""
 
     def __init__(self) -> None:
         self.handler: Optional[MeasurementHandler] = None
@@ -64,12 +65,12 @@ class Instrument:
     """An open instrument; a context manager that closes it. Made by open() and open_wireless().
 
     An instrument handles one request at a time: give each one thread, or a lock. Different
-    instruments run in parallel. Each call can raise CQError; see CQApi.h for the codes and for how
-    long each takes at most.
+    instruments run in parallel. Each call can raise CQError; CQApi.h lists the codes and the longest
+    wait of each call.
     """
 
     def __init__(self, handle: int) -> None:
-        """Takes over a handle that cqOpen or cqOpenByBleDongle has given."""
+        """Takes ownership of a handle from cqOpen or cqOpenByBleDongle."""
         self._library = load_library()
         self._handle: Optional[int] = handle
         self._slot: Optional[_HandlerSlot] = None
@@ -80,16 +81,16 @@ class Instrument:
         """Opens a wired instrument on a port such as "COM5" or "/dev/ttyACM0", or on the first port
         with the instrument's USB identity that answers.
 
-        Waits without a limit on a port that opens but never answers. Raises CQConnectionError; the
-        library does not tell why opening failed, its debug log does. The code is CANNOT_FOUND_DEVICE
-        after a search, FAIL_TO_OPEN for a named port."""
+        Waits indefinitely on a port that opens but never answers. Raises CQConnectionError, with
+        CANNOT_FOUND_DEVICE after a search and FAIL_TO_OPEN for a named port; only the debug log tells
+        why opening failed."""
         return cls._opened(load_library().cqOpen(_encoded(port)), "an instrument", port)
 
     @classmethod
     def open_wireless(cls, adapter: str | None = None, slave: str | None = None) -> Instrument:
-        """Opens a wireless instrument through the Bluetooth LE adapter on a port, or on the first
-        port that may be an adapter's; the one with this address, or else with the strongest signal.
-        Takes 2 to 5 s, with a search for the strongest about 2 s more. Raises as open()."""
+        """Opens a wireless instrument through the Bluetooth LE adapter on a port, by default the first
+        port of an adapter that answers. Opens the instrument with this address, by default the one
+        with the strongest signal. Takes 2 to 5 s, with a scan about 2 s more. Raises as open()."""
         handle = load_library().cqOpenByBleDongle(_encoded(adapter), _encoded(slave))
         return cls._opened(handle, "a wireless instrument", adapter)
 
@@ -103,7 +104,7 @@ class Instrument:
 
     def close(self) -> None:
         """Says goodbye and closes; does nothing the second time. May be called while another thread's
-        call runs, which then raises. Not from within the instrument's own handler."""
+        call runs, which then raises. Do not call it from within the instrument's own handler."""
         self._handle = None
         self._closer()
 
@@ -124,7 +125,7 @@ class Instrument:
 
     @property
     def port_name(self) -> str:
-        """The port that the instrument is connected through."""
+        """The port of the connection."""
         name = ctypes.create_string_buffer(_PORT_NAME_SIZE + 1)
         self._call("cqGetPortName", name, _PORT_NAME_SIZE)
         return name.value.decode("utf-8", "surrogateescape")
@@ -146,7 +147,7 @@ class Instrument:
         return self._read("cqGetDeviceInfo", DeviceInfo)
 
     def status(self) -> InstrumentStatus:
-        """Bytes that a wireless instrument does not tell are 0."""
+        """Bytes that a wireless instrument does not report are 0."""
         return self._read("cqGetInstrumentStatus", InstrumentStatus)
 
     def calibrate_white(self) -> None:
@@ -162,11 +163,11 @@ class Instrument:
         return self._read("cqMeasureTrial", MeasurementRecord)
 
     def set_measurement_handler(self, handler: MeasurementHandler | None) -> None:
-        """Sets what receives measurements made with the instrument's own button, in place of any
-        earlier handler; None removes it.
+        """Sets the handler of measurements made with the instrument's own button, replacing any
+        earlier one; None removes it.
 
-        It runs on a thread of the library, with a record of its own, and must not call this
-        instrument, except to set another handler; return soon. What it raises goes to
+        It runs on a thread of the library, with a record of its own, should return soon, and must
+        not call this instrument, except to set another handler. An exception that it raises goes to
         sys.unraisablehook. When the call returns, an earlier handler has ended and will not be
         called again, unless the call is made from within it."""
         if handler is not None and not callable(handler):
@@ -188,14 +189,14 @@ class Instrument:
         return self._count("cqGetSampleCount", _number(standard, "the index of a standard"))
 
     def upload_standards(self, first: int = 0, count: int | None = None) -> list[MeasurementRecord]:
-        """Reads at most `count` standards from index `first` on, as many as there are; asks for
-        their number first."""
+        """Reads up to `count` standards from index `first` on, by default all; asks first how many
+        there are."""
         return self._upload(self.total_standards, "cqUploadStandards", (), first, count)
 
     def upload_samples(self, standard: int, first: int = 0,
                        count: int | None = None) -> list[MeasurementRecord]:
-        """Reads at most `count` samples of a standard from index `first` on, as many as there are;
-        asks for their number first. All of them must come within 5 s: over a slow link read them in
+        """Reads up to `count` samples of a standard from index `first` on, by default all; asks first
+        how many there are. All of them must arrive within 5 s: over a slow link read them in
         portions."""
         return self._upload(lambda: self.sample_count(standard), "cqUploadSamples", (standard,),
                             first, count)
@@ -217,8 +218,8 @@ class Instrument:
     def download_standards(
             self, records: Union[Sequence[MeasurementRecord], bytes, bytearray, memoryview, Any]
     ) -> None:
-        """Appends standards to those that the instrument holds: records, or a buffer such as bytes or
-        an array of numpy that holds whole records one after another. Does nothing for none."""
+        """Appends standards to those that the instrument holds. Takes records, or a buffer of whole
+        records such as bytes or a numpy array. Does nothing if there are none."""
         data = self._bytes_of(records)
         count, rest = divmod(len(data), _RECORD_SIZE)
         if rest:
@@ -237,7 +238,8 @@ class Instrument:
         return b"".join(bytes(record) for record in records)
 
     def delete_standard(self, standard: int) -> None:
-        self._call("cqDeleteStandard", _number(standard, "the index of a standard"))
+        self._call("cqDeleteStandard",
+                   _number(standard, "the index of a standard", _LAST_STANDARD))
 
     def delete_all_records(self) -> None:
         """Deletes every stored standard and sample."""
@@ -251,12 +253,12 @@ class Instrument:
         return self._read("cqGetWhiteBoardParameter", WhiteBoardParameter)
 
     def set_white_board_parameter(self, parameter: WhiteBoardParameter) -> None:
-        """For wired instruments; a wireless one takes the text alone."""
+        """For wired instruments; a wireless one accepts only the text."""
         self._call("cqSetWhiteBoardParameter", ctypes.byref(parameter))
 
     def measurement_parameter(self, number: int) -> int:
-        """The value, 0 to 255, of a parameter, 0 to 255. Wired instruments only, as is setting one:
-        CQNotSupportedError else."""
+        """The value, 0 to 255, of a parameter, 0 to 255. Wired instruments only, as is setting one;
+        others raise CQNotSupportedError."""
         return self._count("cqGetMeasurementParameter", _number(number, "a parameter's number", 255))
 
     def set_measurement_parameter(self, number: int, value: int) -> None:
@@ -266,7 +268,7 @@ class Instrument:
 
 def scan(adapter: str) -> list[BleSlave]:
     """Lists the wireless instruments within reach of the adapter on this port, which must not be in
-    use. Takes about 2 to 5 s. Nobody within reach is no error."""
+    use. Takes about 2 to 5 s. An empty list is not an error."""
     library = load_library()
     found = ctypes.POINTER(BleSlave)()
     code = library.cqScanBleSlaves(_encoded(adapter), ctypes.byref(found))

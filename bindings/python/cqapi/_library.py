@@ -14,6 +14,7 @@ from ._errors import LibraryNotFoundError, error_of
 from ._records import (
     BleSlave,
     ColorData,
+    ColorDifference,
     DeviceInfo,
     InstrumentStatus,
     MeasurementRecord,
@@ -27,6 +28,7 @@ _Code = ctypes.c_uint32
 _U8, _U32, _I32 = ctypes.c_uint8, ctypes.c_uint32, ctypes.c_int32
 _Floats = ctypes.POINTER(ctypes.c_float)
 _Records = ctypes.POINTER(MeasurementRecord)
+_Color = ctypes.POINTER(ColorData)
 
 #: void (*)(bool isStandard, const CqMeasurementRecord* record, void* user)
 Callback = ctypes.CFUNCTYPE(None, ctypes.c_bool, _Records, ctypes.c_void_p)
@@ -62,10 +64,19 @@ PROTOTYPES: dict[str, tuple[type | None, ...]] = {
     "cqSetWhiteBoardParameter": (_Code, _Handle, ctypes.POINTER(WhiteBoardParameter)),
     "cqGetMeasurementParameter": (_Code, _Handle, _U8, ctypes.POINTER(_U32)),
     "cqSetMeasurementParameter": (_Code, _Handle, _U8, _U8),
-    "cqGetColorDataFromSpectralData":
-        (_Code, _Floats, _U32, _I32, _I32, ctypes.POINTER(ColorData)),
-    "cqGetColorDataFromXyz": (_Code, _I32, _I32, _Floats, _U32, ctypes.POINTER(ColorData)),
-    "cqGetColorDataFromLab": (_Code, _I32, _I32, _Floats, _U32, ctypes.POINTER(ColorData)),
+    "cqGetColorDataFromSpectralData": (_Code, _Floats, _U32, _I32, _I32, _Color),
+    "cqGetColorDataFromXyz": (_Code, _I32, _I32, _Floats, _U32, _Color),
+    "cqGetColorDataFromLab": (_Code, _I32, _I32, _Floats, _U32, _Color),
+    "cqGetResultText": (ctypes.c_char_p, _U32),
+    "cqGetVersion": (ctypes.c_char_p,),
+    "cqGetColorDifference":
+        (_Code, _U32, _Floats, _Color, _Color, ctypes.POINTER(ColorDifference)),
+    "cqGetColorIndex":
+        (_Code, _U32, _I32, _I32, _Color, _Floats, ctypes.POINTER(ctypes.c_bool)),
+    "cqGetColorStrength": (_Code, _U32, _I32, _I32, _Floats, _Floats, _Floats),
+    "cqGetMetamerismIndex":
+        (_Code, _U32, _U32, _I32, _I32, _I32, _Floats, _Floats, _Floats),
+    "cqGetGreyScaleRating": (_Code, _U32, _Color, _Color, _Floats, _Floats),
 }
 
 _loaded: ctypes.CDLL | None = None
@@ -116,12 +127,12 @@ def _declare(library: ctypes.CDLL) -> None:
 
 
 def load_library(path: str | os.PathLike[str] | None = None) -> ctypes.CDLL:
-    """Loads the library, once in a process. Other functions do so by themselves; call it before them
-    only to name the file.
+    """Loads the library, once in a process. Other functions do so by themselves; call this before
+    them only to name the file.
 
-    Without a path it is sought as the environment variable CQAPI_LIBRARY says, beside this package,
-    and where the system looks for libraries. Raises LibraryNotFoundError when it is not found, and
-    RuntimeError when another file has been loaded already.
+    Without a path the library is searched for at the path in the environment variable CQAPI_LIBRARY,
+    beside this package, and in the system's library path. Raises LibraryNotFoundError if it is not
+    found, and RuntimeError if another file is already loaded.
     """
     global _loaded
     with _loading:
@@ -141,9 +152,14 @@ def check(code: int, call: str) -> None:
         raise error_of(code, call)
 
 
+def library_version() -> str:
+    """The version of the library that is loaded; `__version__` is that of this package."""
+    return load_library().cqGetVersion().decode("ascii")
+
+
 def enable_debug_log() -> None:
-    """Starts the library's debug log: a file beside it, named as it with ".log" appended and emptied
-    at every start. Raises OSError when the file cannot be opened."""
+    """Starts the debug log: a file beside the library, with the library's name and ".log" appended,
+    emptied at every start. Raises OSError if the file cannot be opened."""
     library = load_library()
     if not library.cqEnableDebugLog():
         raise OSError(f"the debug log cannot be opened: is the folder of {library._name} writable?")

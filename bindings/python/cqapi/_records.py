@@ -12,7 +12,7 @@ _AnyRecord = TypeVar("_AnyRecord", bound="Record")
 
 
 class Text:
-    """A text in a field of characters: 8-bit, UTF-8 where it is, ended by a NUL."""
+    """A NUL-terminated text in a field of characters: UTF-8, other bytes as surrogate escapes."""
 
     def __init__(self, field: str) -> None:
         self._field = field
@@ -32,7 +32,7 @@ class Text:
 
 
 class Record(ctypes.LittleEndianStructure):
-    """What the records share: they are compared by their bytes, and bytes(record) gives them."""
+    """Base of the records: they compare by their bytes, and bytes(record) gives those."""
 
     _pack_ = 1
     _layout_ = "ms"  # what packing implies; newer Pythons want it said
@@ -41,7 +41,7 @@ class Record(ctypes.LittleEndianStructure):
 
     @classmethod
     def from_bytes(cls: type[_AnyRecord], data: Any) -> _AnyRecord:
-        """A record from exactly its number of bytes, of any buffer."""
+        """A record from a buffer of exactly its size."""
         data = memoryview(data).cast("B")
         if len(data) != ctypes.sizeof(cls):
             raise ValueError(f"a {cls.__name__} has {ctypes.sizeof(cls)} bytes, not {len(data)}")
@@ -60,7 +60,7 @@ class Record(ctypes.LittleEndianStructure):
 
 
 class DeviceInfo(Record):
-    """Who the instrument is. What each text says is the instrument's own choice."""
+    """The device information. The content of each text is up to the instrument."""
 
     _fields_ = [
         ("_info_text3", ctypes.c_char * 16),
@@ -84,7 +84,7 @@ class DeviceInfo(Record):
 
     @property
     def standard_capacity(self) -> int:
-        """How many standards a wired instrument can store; 0 of a wireless one."""
+        """How many standards a wired instrument can store; 0 for a wireless one."""
         return self.trailing_value & 0xFFFFFFFF
 
 
@@ -127,7 +127,7 @@ class MeasurementRecord(Record):
 
     def spectrum(self, offset: int) -> FloatArray:
         """The 31 reflectance factors at 400, 410 ... 700 nm that begin at this byte (0 to 132), as
-        little-endian 32-bit floats. Where they begin, the instrument's manual tells; 64 for the
+        little-endian 32-bit floats. The instrument's manual tells where they begin; 64 for the
         virtual instrument."""
         data = bytes(self)
         if not 0 <= offset <= len(data) - _SPECTRUM_SIZE:
@@ -172,3 +172,10 @@ class ColorData(Record):
     """Three numbers whose meaning the colour space gives."""
 
     _fields_ = [("values", ctypes.c_float * 3)]
+
+
+class ColorDifference(Record):
+    """How a trial differs from a standard, as the library writes it."""
+
+    _fields_ = [(name, ctypes.c_float) for name in
+                ("deltaE", "deltaL", "deltaA", "deltaB", "deltaC", "deltaH")]

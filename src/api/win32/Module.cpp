@@ -39,8 +39,10 @@ bool isProcessEnding() noexcept {
     return processIsEnding;
 }
 
+void callInForkedChild(void (* /*function*/)()) {}
+
 void raiseInvalidParameter() {
-    // The handler cannot be called portably; a bounded copy that does not fit calls it.
+    // The handler cannot be called portably, but a bounded copy that does not fit calls it.
     std::array<char, 1> field{};
     strcpy_s(field.data(), field.size(), "?");
 }

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <climits>
 #include <system_error>
+#include <thread>
 
 #include "api/DebugLog.h"
 
@@ -21,8 +22,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr cc_t kReadTenths = 1;
-static_assert(std::chrono::duration<int, std::deci>(kReadTenths) == SerialPort::kMoment);
+/// The pause after a wait that the system refuses.
+constexpr auto kFailedWaitPause = std::chrono::milliseconds(10);
 
 /// A file descriptor that becomes readable when it is set, and stays so until it is reset. Without
 /// one when the process has no descriptor left.
@@ -129,8 +130,6 @@ bool configure(int descriptor, const SerialPortSettings& settings) {
     if (settings.stopBits != kOneStopBit) {
         attributes.c_cflag |= CSTOPB;
     }
-    attributes.c_cc[VMIN] = 0;
-    attributes.c_cc[VTIME] = kReadTenths;  // of a reader that waits
     const speed_t speed = toSpeed(settings.baudRate);
     if (speed == B0) {
         errno = EINVAL;
@@ -211,7 +210,6 @@ struct SerialPort::Device {
     }
 
     int descriptor = -1;
-    int waitingReader = -1;  // the same terminal, not non-blocking
     Event closing;
     Event aborting;
 };
@@ -231,42 +229,34 @@ std::uint32_t SerialPort::openDevice() {
     if (descriptor < 0) {
         return currentError();
     }
-    int waitingReader = -1;
     // The terminal's own exclusive mode does not keep out a privileged process; the lock does.
     if (flock(descriptor, LOCK_EX | LOCK_NB) != 0 || !configure(descriptor, settings_) ||
-        (waitingReader = ::open(portName_.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC)) < 0 ||
         ioctl(descriptor, TIOCEXCL) != 0 || tcflush(descriptor, TCIOFLUSH) != 0) {
         const std::uint32_t error = currentError();
-        if (waitingReader >= 0) {
-            ::close(waitingReader);
-        }
         ::close(descriptor);
         return error;
     }
     device_->closing.reset();
     device_->descriptor = descriptor;
-    device_->waitingReader = waitingReader;
+    hasHandle_.store(true);
     return 0;
 }
 
-void SerialPort::close() {
-    if (!gate_.shut()) {
-        return;
-    }
+void SerialPort::wakeAll() {
     device_->closing.set();
-    gate_.waitUntilEmpty();
+}
+
+void SerialPort::closeDevice() {
     // Not left to the closing: a process that this one is just starting may hold the descriptor, too.
     ioctl(device_->descriptor, TIOCNXCL);
     flock(device_->descriptor, LOCK_UN);
-    ::close(device_->waitingReader);
     ::close(device_->descriptor);
     device_->descriptor = -1;
-    device_->waitingReader = -1;
 }
 
 bool SerialPort::isOpen() {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
+    const Use use = this->use();
+    if (!hasHandle()) {
         return false;
     }
     termios attributes{};
@@ -279,29 +269,30 @@ bool SerialPort::isOpen() {
 }
 
 std::int32_t SerialPort::write(std::span<const std::uint8_t> bytes) {
-    const OperationGate::Pass pass(gate_);
-    std::uint32_t error = pass ? 0 : EBADF;
-    const auto written = pass ? device_->write(bytes, settings_.writeTimeout, error) : -1;
+    const Use use = this->use();
+    std::uint32_t error = hasHandle() ? 0 : EBADF;
+    const auto written = hasHandle() ? device_->write(bytes, settings_.writeTimeout, error) : -1;
     setLastError(error);
     return written;
 }
 
 std::int32_t SerialPort::read(std::span<std::uint8_t> buffer) {
-    const OperationGate::Pass pass(gate_);
-    std::uint32_t error = pass ? 0 : EBADF;
+    const Use use = this->use();
+    std::uint32_t error = hasHandle() ? 0 : EBADF;
     const auto step = [this, buffer](std::size_t done) {
         return ::read(device_->descriptor, buffer.data() + done, buffer.size() - done);
     };
     const auto received =
-        pass ? device_->repeat(step, buffer.size(), POLLIN, settings_.readTimeout, error) : -1;
+        hasHandle() ? device_->repeat(step, buffer.size(), POLLIN, settings_.readTimeout, error)
+                    : -1;
     setLastError(error);
     return received;
 }
 
 std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass || buffer.empty()) {
-        setLastError(pass ? 0 : EBADF);
+    const Use use = this->use();
+    if (!hasHandle() || buffer.empty()) {
+        setLastError(hasHandle() ? 0 : EBADF);
         return 0;
     }
     const ssize_t count = readOnce(device_->descriptor, buffer);
@@ -314,46 +305,35 @@ std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
-std::size_t SerialPort::exchange(std::span<const std::uint8_t> bytes,
-                                 std::span<std::uint8_t> answer) {
-    const OperationGate::Pass pass(gate_);
-    std::uint32_t error = pass ? 0 : EBADF;
-    if (!pass || device_->write(bytes, settings_.writeTimeout, error) < 0) {
-        setLastError(error);
-        return 0;
-    }
-    // No byte may mean that the time was up, or that the terminal was hung up.
-    const ssize_t count = readOnce(device_->waitingReader, answer);
-    setLastError(count < 0 ? currentError() : 0);
-    return count > 0 ? static_cast<std::size_t>(count) : 0;
-}
-
 std::optional<std::size_t> SerialPort::queuedBytes() {
-    const OperationGate::Pass pass(gate_);
+    const Use use = this->use();
     int count = 0;
-    if (!pass || ioctl(device_->descriptor, FIONREAD, &count) != 0) {
-        setLastError(pass ? currentError() : EBADF);
+    if (!hasHandle() || ioctl(device_->descriptor, FIONREAD, &count) != 0) {
+        setLastError(hasHandle() ? currentError() : EBADF);
         return std::nullopt;
     }
     return static_cast<std::size_t>(count);
 }
 
 void SerialPort::discardReceived() {
-    const OperationGate::Pass pass(gate_);
-    if (pass) {
+    const Use use = this->use();
+    if (hasHandle()) {
         tcflush(device_->descriptor, TCIFLUSH);
     }
 }
 
 bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
+    const Use use = this->use();
+    if (!hasHandle()) {
         setLastError(EBADF);
         return false;
     }
     std::uint32_t error = 0;
     const auto wait = device_->waitFor(POLLIN, true, deadlineAfter(timeout), error);
     setLastError(error);
+    if (wait == Device::Wait::failed && error != kErrorDeviceGone) {
+        std::this_thread::sleep_for(kFailedWaitPause);
+    }
     return wait == Device::Wait::ready;
 }
 

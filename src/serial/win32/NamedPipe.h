@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <string>
+
 /// \file
 /// What a port that is a named pipe does differently from a communications device: it has no
 /// settings, no queues of its own and no event mask. Programs that stand in for an instrument serve
@@ -11,6 +13,11 @@ namespace ovk::namedpipe {
 
 /// How long a pipe whose server is busy with its last host is waited for.
 inline constexpr DWORD kTurnTimeMs = 500;
+
+/// For the opening of this path: whoever serves a pipe learns who opens it, and may not act for them.
+inline DWORD extraFlags(const std::string& path) {
+    return path.starts_with(R"(\\.\pipe\)") ? SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION : 0;
+}
 
 inline bool isPipe(HANDLE handle) {
     return GetFileType(handle) == FILE_TYPE_PIPE;

@@ -18,6 +18,9 @@ static_assert(SerialPort::kErrorDeviceGone == ERROR_FILE_NOT_FOUND);
 /// read as pending for ever: one that ends while it is being started is marked so afterwards.
 constexpr DWORD kEndPatienceMs = 100;
 
+/// The pause after a wait that the system refuses.
+constexpr DWORD kFailedWaitPauseMs = 10;
+
 /// A manual-reset event. Null when the system has none left.
 class Event {
   public:
@@ -75,24 +78,12 @@ DCB controlBlock(const SerialPortSettings& settings) {
 HANDLE openHandle(const std::string& path) {
     const auto open = [&path] {
         return CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                           FILE_FLAG_OVERLAPPED, nullptr);
+                           FILE_FLAG_OVERLAPPED | namedpipe::extraFlags(path), nullptr);
     };
     const HANDLE handle = open();
     const bool mustQueue = handle == INVALID_HANDLE_VALUE && GetLastError() == ERROR_PIPE_BUSY &&
                            WaitNamedPipeA(path.c_str(), namedpipe::kTurnTimeMs) != FALSE;
     return mustQueue ? open() : handle;
-}
-
-/// Returns the error, 0 when the port is set up and its queues are empty.
-DWORD setUp(HANDLE handle, const SerialPortSettings& settings) {
-    constexpr DWORD kQueueSize = 20480;
-    DCB block = controlBlock(settings);
-    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE ||
-        SetCommState(handle, &block) == FALSE) {
-        return GetLastError();
-    }
-    PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
-    return ERROR_SUCCESS;
 }
 
 }  // namespace
@@ -182,11 +173,42 @@ struct SerialPort::Device {
         return ERROR_SUCCESS;
     }
 
-    /// Asks to be told of bytes from now on.
-    void prepareToWait() const {
+    bool hasReceived(DWORD& error) const {
+        DWORD count = 0;
+        error = countReceived(count);
+        return error == ERROR_SUCCESS && count > 0;
+    }
+
+    /// True as soon as bytes wait to be read; else `error` says why not, 0 for a mere line error.
+    bool waitForData(std::chrono::milliseconds timeout, DWORD& error) {
+        if (abortRequested.load()) {
+            error = ERROR_OPERATION_ABORTED;
+            return false;
+        }
+        if (hasReceived(error) || error != ERROR_SUCCESS) {
+            return error == ERROR_SUCCESS;
+        }
+        // Bytes that came before the mask was set raise no event, hence the second look.
         if (!isPipe) {
             SetCommMask(handle, EV_RXCHAR | EV_ERR);
         }
+        if (hasReceived(error) || error != ERROR_SUCCESS) {
+            return error == ERROR_SUCCESS;
+        }
+        bool isDone = startWaiting() != FALSE;
+        error = isDone ? ERROR_SUCCESS : GetLastError();
+        if (!isDone) {
+            // Starting the operation has reset the event, so an abort that came before is seen here.
+            if (abortRequested.load()) {
+                serialEvent.set();
+            }
+            isDone = complete(
+                waiting, timeout, [this] { stopWaiting(); }, kEndPatienceMs, error);
+        }
+        if (error != kErrorDeviceGone && !isPipe) {
+            SetCommMask(handle, 0);
+        }
+        return isDone && (waitMask & EV_RXCHAR) != 0;
     }
 
     /// Starts an operation that ends when bytes have come; a pipe tells it by a read of none.
@@ -199,11 +221,10 @@ struct SerialPort::Device {
     }
 
     void stopWaiting() const {
-        if (isPipe) {
-            CancelIo(handle);
-        } else {
+        if (!isPipe) {
             SetCommMask(handle, 0);
         }
+        CancelIo(handle);
     }
 
     bool hasEvents() const {
@@ -230,6 +251,7 @@ SerialPort::~SerialPort() {
 }
 
 std::uint32_t SerialPort::openDevice() {
+    constexpr DWORD kQueueSize = 20480;
     if (!device_->hasEvents()) {
         return ERROR_NO_SYSTEM_RESOURCES;
     }
@@ -237,31 +259,38 @@ std::uint32_t SerialPort::openDevice() {
     if (handle == INVALID_HANDLE_VALUE) {
         return GetLastError();
     }
-    const bool isPipe = namedpipe::isPipe(handle);
-    const DWORD error = isPipe ? ERROR_SUCCESS : setUp(handle, settings_);
-    if (error != ERROR_SUCCESS) {
-        CloseHandle(handle);
-        return error;
-    }
     device_->closing.reset();
     device_->handle = handle;
-    device_->isPipe = isPipe;
+    device_->isPipe = namedpipe::isPipe(handle);
+    hasHandle_.store(true);
+    if (device_->isPipe) {
+        return ERROR_SUCCESS;
+    }
+    if (SetupComm(handle, kQueueSize, kQueueSize) == FALSE) {
+        return GetLastError();  // the handle is kept
+    }
+    DCB block = controlBlock(settings_);
+    if (SetCommState(handle, &block) == FALSE) {
+        const DWORD error = GetLastError();
+        close();
+        return error;
+    }
+    PurgeComm(handle, PURGE_TXABORT | PURGE_RXABORT | PURGE_TXCLEAR | PURGE_RXCLEAR);
     return ERROR_SUCCESS;
 }
 
-void SerialPort::close() {
-    if (!gate_.shut()) {
-        return;
-    }
+void SerialPort::wakeAll() {
     device_->closing.set();
-    gate_.waitUntilEmpty();
+}
+
+void SerialPort::closeDevice() {
     CloseHandle(device_->handle);
     device_->handle = INVALID_HANDLE_VALUE;
 }
 
 bool SerialPort::isOpen() {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
+    const Use use = this->use();
+    if (!hasHandle()) {
         return false;
     }
     const DWORD error = device_->check();
@@ -273,8 +302,8 @@ bool SerialPort::isOpen() {
 }
 
 std::int32_t SerialPort::write(std::span<const std::uint8_t> bytes) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
+    const Use use = this->use();
+    if (!hasHandle()) {
         setLastError(ERROR_INVALID_HANDLE);
         return -1;
     }
@@ -289,8 +318,8 @@ std::int32_t SerialPort::write(std::span<const std::uint8_t> bytes) {
 }
 
 std::int32_t SerialPort::read(std::span<std::uint8_t> buffer) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
+    const Use use = this->use();
+    if (!hasHandle()) {
         setLastError(ERROR_INVALID_HANDLE);
         return -1;
     }
@@ -311,16 +340,10 @@ std::size_t SerialPort::readSome(std::span<std::uint8_t> buffer) {
     return received > 0 ? static_cast<std::size_t>(received) : 0;
 }
 
-std::size_t SerialPort::exchange(std::span<const std::uint8_t> bytes,
-                                 std::span<std::uint8_t> answer) {
-    const bool isWritten = bytes.empty() || write(bytes) >= 0;
-    return isWritten && waitForData(kMoment) ? readSome(answer) : 0;
-}
-
 std::optional<std::size_t> SerialPort::queuedBytes() {
-    const OperationGate::Pass pass(gate_);
+    const Use use = this->use();
     DWORD count = 0;
-    const DWORD error = pass ? device_->countReceived(count) : ERROR_INVALID_HANDLE;
+    const DWORD error = hasHandle() ? device_->countReceived(count) : ERROR_INVALID_HANDLE;
     if (error != ERROR_SUCCESS) {
         setLastError(error);
         return std::nullopt;
@@ -329,54 +352,34 @@ std::optional<std::size_t> SerialPort::queuedBytes() {
 }
 
 void SerialPort::discardReceived() {
-    const OperationGate::Pass pass(gate_);
-    if (pass && device_->isPipe) {
-        readAvailable();
-    } else if (pass) {
-        PurgeComm(device_->handle, PURGE_RXCLEAR);
+    {
+        const Use use = this->use();
+        if (!hasHandle()) {
+            return;
+        }
+        if (!device_->isPipe) {
+            PurgeComm(device_->handle, PURGE_RXCLEAR);
+            return;
+        }
     }
+    readAvailable();
 }
 
 bool SerialPort::waitForData(std::chrono::milliseconds timeout) {
-    const OperationGate::Pass pass(gate_);
-    if (!pass) {
+    const Use use = this->use();
+    if (!hasHandle()) {
         setLastError(ERROR_INVALID_HANDLE);
         return false;
     }
-    Device& device = *device_;
-    if (device.abortRequested.load()) {
-        setLastError(ERROR_OPERATION_ABORTED);
-        return false;
-    }
-    const auto hasData = [this] { return queuedBytes().value_or(0) > 0; };
-    setLastError(ERROR_SUCCESS);
-    if (hasData()) {
-        return true;
-    }
-    if (lastError() != ERROR_SUCCESS) {
-        return false;
-    }
-    // Bytes that came before the mask was set raise no event, hence the second look.
-    device.prepareToWait();
-    if (hasData()) {
-        return true;
-    }
-    bool isDone = device.startWaiting() != FALSE;
-    DWORD error = isDone ? ERROR_SUCCESS : GetLastError();
-    if (!isDone) {
-        // Starting the operation has reset the event, so an abort that came before is seen here.
-        if (device.abortRequested.load()) {
-            device.serialEvent.set();
-        }
-        isDone = device.complete(
-            device.waiting, timeout, [&device] { device.stopWaiting(); }, kEndPatienceMs, error);
-    }
+    DWORD error = ERROR_SUCCESS;
+    const bool hasData = device_->waitForData(timeout, error);
     setLastError(error);
-    if (!isDone && error == kErrorDeviceGone) {
-        return false;
+    const bool isRefused =
+        error != ERROR_SUCCESS && error != kErrorDeviceGone && error != ERROR_OPERATION_ABORTED;
+    if (isRefused) {
+        Sleep(kFailedWaitPauseMs);
     }
-    device.stopWaiting();
-    return isDone && (device.waitMask & EV_RXCHAR) != 0;
+    return hasData;
 }
 
 void SerialPort::signalAbort() {

@@ -44,4 +44,32 @@ TEST(CppColor, RefusesWhatTheLibraryWouldNotCheck) {
     EXPECT_THROW(cqapi::colorFromXyz({}, ColorSpaceLab, unknown), std::invalid_argument);
 }
 
+TEST(CppColor, DifferencesAndTheRestReachTheLibrary) {
+    const Color standard{50, 2.6772F, -79.7751F};
+    const Color trial{50, 0, -82.7485F};
+    EXPECT_NEAR(cqapi::colorDifference(standard, trial).deltaE, 2.0425, 1e-4);
+    EXPECT_NEAR(cqapi::colorDifference(standard, trial).deltaB, -2.9734, 1e-4);
+    const std::array<float, 3> oneToOne{1, 1, 0};
+    EXPECT_NEAR(cqapi::colorDifference({100, -50, 50}, {20, 10, -20}, CqDeltaECmc, oneToOne).deltaE,
+                66.320207, 1e-4);
+    EXPECT_THROW(cqapi::colorDifference(standard, trial, CqDeltaE94, oneToOne), cqapi::Error);
+
+    const auto yellowness =
+        cqapi::colorIndex(CqYellownessE313, {95, 100, 105}, IlluminantD65, Observer2Degree);
+    EXPECT_NEAR(yellowness.value, 4.34, 1e-4);
+    EXPECT_TRUE(yellowness.isWithinLimits);
+    EXPECT_FALSE(cqapi::colorIndex(CqTintCie, {50, 40, 30}).isWithinLimits);
+    cqapi::Spectrum grey;
+    grey.fill(0.5F);
+    cqapi::Spectrum darker;
+    darker.fill(0.25F);
+    EXPECT_NEAR(cqapi::colorStrength(grey, darker, CqStrengthSum), 450, 1e-3);
+    EXPECT_NEAR(cqapi::metamerismIndex(grey, darker), 0, 1e-3);
+    const auto [rating, step] =
+        cqapi::greyScaleRating(CqGreyScaleChange, {40, 0, 0}, {41.7F, 0, 0});
+    EXPECT_NEAR(rating, 4, 1e-4);
+    EXPECT_EQ(step, 4);
+    EXPECT_STREQ(cqapi::libraryVersion(), CQAPI_VERSION_STRING);
+}
+
 }  // namespace

@@ -119,7 +119,7 @@ TEST(CppInstrument, WritesAndDeletes) {
     EXPECT_EQ(instrument.uploadStandards(2).at(0).bytes[255], 0x22);
     instrument.deleteSample(0, 0);
     EXPECT_EQ(instrument.totalSamples(), 2U);
-    EXPECT_THROW(instrument.deleteStandard(static_cast<std::uint32_t>(-1)), std::invalid_argument);
+    EXPECT_THROW(instrument.deleteStandard(0x7FFFFFFF), std::invalid_argument);
     EXPECT_EQ(instrument.totalStandards(), 3U) << "a wrong index must not erase everything";
     instrument.deleteAllRecords();
     EXPECT_EQ(instrument.totalStandards() + instrument.totalSamples(), 0U);

@@ -85,7 +85,7 @@ internal static class InstrumentTests
         instrument.DeleteSample(0, 0);
         Check.Equal(2u, instrument.GetTotalSamples());
         Check.Throws<ArgumentOutOfRangeException>(
-            () => instrument.DeleteStandard(unchecked((uint)-1)));
+            () => instrument.DeleteStandard(int.MaxValue));
         Check.Equal(3u, instrument.GetTotalStandards(), "a wrong index erases nothing");
         instrument.DeleteAllRecords();
         Check.Equal(0u, instrument.GetTotalStandards() + instrument.GetTotalSamples());

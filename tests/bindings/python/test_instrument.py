@@ -140,7 +140,7 @@ class Stored(InstrumentTest):
         self.assertEqual(instrument.upload_standards(2), [numbered(1), numbered(3)])
         instrument.delete_sample(0, 0)
         self.assertEqual(instrument.total_samples(), 2)
-        for wrong in (-1, 0xFFFFFFFF, 1 << 32):  # each would be "all records" to the instrument
+        for wrong in (-1, 0x7FFFFFFF, 0xFFFFFFFF, 1 << 32):  # each would be "all records" to the instrument
             with self.assertRaises(ValueError):
                 instrument.delete_standard(wrong)
         self.assertEqual(instrument.total_standards(), 4)

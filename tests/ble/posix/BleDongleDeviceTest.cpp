@@ -90,7 +90,6 @@ TEST(BleDongleDevice, connectsToTheStrongestSlaveOrTheGivenOne) {
         std::string address;
         Script script;
         ResultCode code;
-        SlaveDevice connected;
     };
     const auto scanning = [](const std::string& results) {
         return Script{{"AT+SC\r\n", {"+INQE\r\n"}}, {"AT+SR\r\n", {results}}};
@@ -99,14 +98,10 @@ TEST(BleDongleDevice, connectsToTheStrongestSlaveOrTheGivenOne) {
         scanning("SR=0:Far,A0,-90\r\nSR=1:Near,A1,-40\r\nSR=2:As near,A2,-40\r\n");
     const Script refusing{{"AT+CT=A7\r\n", {"OK\r\nERROR\r\n"}}};
     const Case cases[]{
-        {"the strongest, of equal ones the first",
-         "",
-         joined({threeSlaves, connecting("A1")}),
-         0,
-         {"Near", "A1", -40}},
-        {"nobody there", "", scanning("SR=0:broken\r\n"), CQ_CANNOT_FOUND_DEVICE, {}},
-        {"the given one, without a scan", "A7", connecting("A7"), 0, {"", "A7", -50}},
-        {"one that refuses the link", "A7", refusing, CQ_UNKNOWN_ERROR, {}},
+        {"the strongest, of equal ones the first", "", joined({threeSlaves, connecting("A1")}), 0},
+        {"nobody there", "", scanning("SR=0:broken\r\n"), CQ_CANNOT_FOUND_DEVICE},
+        {"the given one, without a scan", "A7", connecting("A7"), 0},
+        {"one that refuses the link", "A7", refusing, CQ_UNKNOWN_ERROR},
     };
     for (const Case& each : cases) {
         SCOPED_TRACE(each.name);
@@ -114,11 +109,7 @@ TEST(BleDongleDevice, connectsToTheStrongestSlaveOrTheGivenOne) {
         ScriptedPeer module(script);
         BleDongleDevice dongle;
         dongle.open(module.portName());
-        EXPECT_EQ(dongle.arText(), "1.2");
         EXPECT_EQ(codeOf([&] { dongle.connect(each.address); }), each.code);
-        EXPECT_EQ(dongle.connectedSlave().name, each.connected.name);
-        EXPECT_EQ(dongle.connectedSlave().address, each.connected.address);
-        EXPECT_EQ(dongle.connectedSlave().rssi, each.connected.rssi);
         EXPECT_EQ(dongle.stopReceiving() != nullptr, each.code == CQ_NO_ERROR);
         EXPECT_EQ(module.finish(), ScriptedPeer::awaitedBy(script));
     }
@@ -153,7 +144,6 @@ TEST(BleDongleDevice, connectingAgainDisconnectsFirst) {
     dongle.connect("A2");
     // The receiving thread must not take the module's answers.
     EXPECT_LT(log.text().find("End receiving_thread"), log.text().find("AT+DC"));
-    EXPECT_EQ(dongle.connectedSlave().address, "A2");
     EXPECT_EQ(module.finish(), ScriptedPeer::awaitedBy(script));
 }
 

@@ -17,8 +17,6 @@ using testing::Lt;
 using testing::SizeIs;
 using Script = ScriptedPeer::Script;
 
-constexpr auto kShortScan = 250ms;
-
 /// An AT interface with a module behind it that plays the script.
 class ScriptedModule {
   public:
@@ -26,7 +24,7 @@ class ScriptedModule {
 
     ScriptedPeer peer;
     std::shared_ptr<SerialPort> port = std::make_shared<SerialPort>(peer.portName());
-    EhMc17AtInterface at{port, kShortScan};
+    EhMc17AtInterface at{port};
 };
 
 TEST(EhMc17AtInterface, judgesTheModulesAnswers) {
@@ -41,7 +39,10 @@ TEST(EhMc17AtInterface, judgesTheModulesAnswers) {
     const auto setOtherExCode = [](At& at) { return at.setExCode("00FF"); };
     const auto connect = [](At& at) { return at.connect("C4BE84A1B2C3"); };
     const Case cases[]{
-        {setExCode, kExCode, {"BY=00"}, {"BY=0", "BY=00 "}},
+        {setExCode,
+         kExCode,
+         {"BY=00", "the rest of a replyBY=00"},
+         {"BY=0", "BY=00 ", "\r\nBY=00", "OK\r\nBY=00"}},
         {setOtherExCode, "AT+EX=00FF\r\n", {"BY=00"}, {}},
         {&At::setExLength, "AT+EXL=16\r\n", {"EXL=16", "=16"}, {"ERROR", "ER=16", "EXL=16=16"}},
         {&At::setExMode, "AT+EXM=0\r\n", {"OK"}, {"\r\nOK", "ok"}},
@@ -109,7 +110,8 @@ TEST(EhMc17AtInterface, withoutAPortOrWithOneGoneNothingSucceeds) {
 TEST(EhMc17AtInterface, configuresInOrderAndStopsAtTheFirstFailure) {
     using Step = ScriptedPeer::Step;
     const Step code{kExCode, {"BY=00\r\n"}};
-    const Step codeBehindAReply{kExCode, {"\x01\x06\r\n rest of a ", "reply\rBY=00\r\n"}};
+    const Step codeBehindAReply{kExCode, {"\x01\x06 rest of a ", "reply\rBY=00\r\n"}};
+    const Step codeOnALaterLine{kExCode, {"\r\nBY=00\r\n"}};
     const Step codeRefused{kExCode, {"ERROR\r\n"}};
     const Step drop{"AT+DC\r\n", {"ERROR\r\n"}};
     const Step mt{"AT+MT=1\r\n", {"MT=1\r\n"}};
@@ -127,6 +129,7 @@ TEST(EhMc17AtInterface, configuresInOrderAndStopsAtTheFirstFailure) {
     const Case cases[]{
         {"with a link to drop", {code, drop, mt, by, mode, length}, true},
         {"with one in the middle of a reply", {codeBehindAReply, drop, mt, by, mode, length}, true},
+        {"with an answer that does not count", {codeOnALaterLine, mt, by, mode, length}, true},
         {"without one", {codeRefused, mt, by, mode, length}, true},
         {"the first setting refused", {code, drop, mtRefused}, false},
         {"the second one", {codeRefused, mt, byRefused}, false},

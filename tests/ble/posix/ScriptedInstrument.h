@@ -3,10 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <string>
-#include <utility>
+#include <type_traits>
 
 #include "../PacketBytes.h"
 #include "api/CommunicationException.h"
@@ -15,32 +14,29 @@
 
 namespace ovk::bletest {
 
-/// A driver attached to an instrument that has answered its hello and then plays the script.
+/// A driver attached to an instrument that has answered its hello.
 class ScriptedInstrument {
   public:
-    explicit ScriptedInstrument(ScriptedPeer::Script script = {})
-        : peer(greeted(std::move(script))) {
+    ScriptedInstrument() {
         EXPECT_TRUE(port->open());
         driver.attach(port);
     }
-    /// What the driver has sent since its hello.
-    std::string finish() { return peer.finish().substr(packetBytes(1, 1).size()); }
 
-    ScriptedPeer peer;
+    ScriptedPeer peer{{{packetBytes(1, 1), {packetBytes(1, 1)}}}};
     std::shared_ptr<SerialPort> port = std::make_shared<SerialPort>(peer.portName());
-    cq::SpectrophotometerBle driver{{std::chrono::milliseconds(0), std::chrono::milliseconds(0)}};
-
-  private:
-    static ScriptedPeer::Script greeted(ScriptedPeer::Script script) {
-        script.insert(script.begin(), {packetBytes(1, 1), {packetBytes(1, 1)}});
-        return script;
-    }
+    cq::SpectrophotometerBle driver;
 };
 
-inline ResultCode codeOf(const std::function<void()>& operation) {
+/// The result of an operation that returns one or throws it.
+template <class Operation>
+ResultCode codeOf(const Operation& operation) {
     try {
-        operation();
-        return CQ_NO_ERROR;
+        if constexpr (std::is_void_v<decltype(operation())>) {
+            operation();
+            return CQ_NO_ERROR;
+        } else {
+            return operation();
+        }
     } catch (const CommunicationException& exception) {
         return exception.code();
     }

@@ -29,6 +29,21 @@ void ScriptedPeer::awaitSteps(std::size_t count) const {
     }
 }
 
+void ScriptedPeer::play(Script script) {
+    const std::lock_guard lock(mutex_);
+    script_ = std::move(script);
+    received_.clear();
+    answered_ = 0;
+    stepsDone_ = 0;
+}
+
+std::string ScriptedPeer::received() {
+    const std::size_t before = idleRounds_;
+    cqtest::waitUntil([&] { return idleRounds_ > before + 1; });
+    const std::lock_guard lock(mutex_);
+    return received_;
+}
+
 std::string ScriptedPeer::finish() {
     if (thread_.joinable()) {
         mustStop_ = true;
@@ -53,7 +68,9 @@ std::string ScriptedPeer::awaitedBy(const Script& script) {
 void ScriptedPeer::run() {
     for (test::Bytes bytes; !mustStop_ || !bytes.empty();) {
         bytes = terminal_.receiveSome(2ms);
+        const std::lock_guard lock(mutex_);
         received_.append(bytes.begin(), bytes.end());
+        idleRounds_ += bytes.empty() ? 1 : 0;
         playSteps();
     }
 }

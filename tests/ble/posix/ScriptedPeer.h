@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,7 +34,11 @@ class ScriptedPeer {
     void send(const std::string& bytes) const { terminal_.send(bytes); }
     /// Waits until so many steps are done.
     void awaitSteps(std::size_t count) const;
-    /// Ends the thread and returns all that the port has sent.
+    /// Goes on with another script; what the port has sent so far is forgotten.
+    void play(Script script);
+    /// Waits for the line to be idle; returns all that the port has sent since the script began.
+    std::string received();
+    /// Ends the thread and returns the same.
     std::string finish();
     /// Ends the thread; the device is gone.
     void unplug();
@@ -45,12 +50,14 @@ class ScriptedPeer {
     void run();
     void playSteps();
 
-    const Script script_;
+    std::mutex mutex_;  // guards the script and what has been received
+    Script script_;
     test::PseudoTerminal terminal_;
     const int portsSide_;  // without one open nothing could be received
     std::string received_;
     std::size_t answered_ = 0;  // so many bytes of these belong to steps that are done
     std::atomic<std::size_t> stepsDone_{0};
+    std::atomic<std::size_t> idleRounds_{0};
     std::atomic<bool> mustStop_{false};
     std::thread thread_;
 };

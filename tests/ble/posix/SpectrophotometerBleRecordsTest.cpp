@@ -26,10 +26,12 @@ class Dialogue {
     }
     /// Runs the operation against an instrument that has its part of the dialogue; the driver must
     /// say all of the other part and no more.
-    ResultCode run(const std::function<void(SpectrophotometerBle&)>& operation) const {
-        ScriptedInstrument instrument(script_);
-        const ResultCode code = codeOf([&] { operation(instrument.driver); });
-        EXPECT_EQ(instrument.finish(), ScriptedPeer::awaitedBy(script_));
+    template <class Operation>
+    ResultCode run(const Operation& operation) const {
+        static ScriptedInstrument instrument;  // greeting one takes more than a second
+        instrument.peer.play(script_);
+        const ResultCode code = codeOf([&] { return operation(instrument.driver); });
+        EXPECT_EQ(instrument.peer.received(), ScriptedPeer::awaitedBy(script_));
         return code;
     }
 
@@ -40,19 +42,20 @@ class Dialogue {
 TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
     struct Case {
         const char* name;
-        std::int32_t start;
-        std::int32_t count;
+        std::uint32_t start;
+        std::uint32_t count;
         std::string total;  // if asked for
         std::vector<std::uint32_t> indices;
     };
     const Case cases[]{
         {"a few", 5, 2, "", {5, 6}},
         {"none", 5, 0, "", {}},
-        {"all", 0, -1, u32(3), {0, 1, 2}},
-        {"all from one on", 2, -1, u32(4), {2, 3}},
-        {"all from beyond the last", 9, -1, u32(4), {}},
-        {"a start below 0", -7, 1, "", {0}},
-        {"a total below 0", 0, -1, u32(0xFFFFFFFF), {}},
+        {"all", 0, CQ_ALL_RECORDS, u32(3), {0, 1, 2}},
+        {"all from one on", 2, CQ_ALL_RECORDS, u32(4), {2, 3}},
+        {"all from beyond the last", 9, CQ_ALL_RECORDS, u32(4), {}},
+        {"a start below 0", 0xFFFFFFF9, 1, "", {0}},
+        {"a count below 0", 1, 0x80000000, u32(2), {1}},
+        {"a total below 0", 0, CQ_ALL_RECORDS, u32(0xFFFFFFFF), {}},
         {"the last indices there are", 0x7FFFFFFF, 2, "", {0x7FFFFFFF, 0x80000000}},
     };
     for (const Case& each : cases) {
@@ -69,10 +72,10 @@ TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
         }
         MeasurementRecords records;
         const auto uploadStandards = [&](auto& driver) {
-            driver.uploadStandards(records, each.start, each.count);
+            return driver.uploadStandards(records, each.start, each.count);
         };
         const auto uploadSamples = [&](auto& driver) {
-            driver.uploadSamples(records, 77, each.start, each.count);
+            return driver.uploadSamples(records, 77, each.start, each.count);
         };
         EXPECT_EQ(standards.run(uploadStandards), 0U);
         ASSERT_EQ(records.size(), each.indices.size());
@@ -86,7 +89,7 @@ TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
 
 TEST(SpectrophotometerBle, anUploadOrDownloadStopsAtTheFirstFailure) {
     MeasurementRecords records;
-    const auto upload = [&](auto& driver) { driver.uploadStandards(records, 0, 3); };
+    const auto upload = [&](auto& driver) { return driver.uploadStandards(records, 0, 3); };
     Dialogue uploading;
     uploading.ask(1, 6, u32(0), image(record(0))).ask(1, 6, u32(1), "FAIL");
     EXPECT_EQ(uploading.run(upload), CQ_EXECUTE_COMMAND_FAILED);
@@ -95,7 +98,7 @@ TEST(SpectrophotometerBle, anUploadOrDownloadStopsAtTheFirstFailure) {
     const std::array sent{record(1), record(2), record(3)};
     Dialogue downloading;
     downloading.ask(1, 8, image(sent[0]), "OK").ask(1, 8, image(sent[1]), "INVAL");
-    EXPECT_EQ(downloading.run([&](auto& driver) { driver.downloadStandards(sent); }),
+    EXPECT_EQ(downloading.run([&](auto& driver) { return driver.downloadStandards(sent); }),
               CQ_INVALID_PARAMETER);
 }
 
@@ -106,7 +109,7 @@ TEST(SpectrophotometerBle, gathersTheStatusItemByItem) {
     dialogue.ask(2, 1, "", u32(0x00051234));
     CqInstrumentStatus status;
     std::memset(&status, '.', sizeof(status));
-    const auto getStatus = [&](auto& driver) { driver.getInstrumentStatus(status); };
+    const auto getStatus = [&](auto& driver) { return driver.getInstrumentStatus(status); };
     EXPECT_EQ(dialogue.run(getStatus), 0U);
     EXPECT_EQ(image(status), "B..A.EDFHG\x34\x12..\x01.....");
 
@@ -127,7 +130,7 @@ TEST(SpectrophotometerBle, gathersTheDeviceInformationTextByText) {
     dialogue.ask(2, 12, "", std::string("12\0what follows a NUL is dropped", 32));
     CqDeviceInfo info;
     std::memset(&info, '.', sizeof(info));
-    const auto getInfo = [&](auto& driver) { driver.getDeviceInfo(info); };
+    const auto getInfo = [&](auto& driver) { return driver.getDeviceInfo(info); };
     EXPECT_EQ(dialogue.run(getInfo), 0U);
     EXPECT_EQ(image(info), padded("fifteen letters", 16) + padded("", 16) + padded("four", 16) +
                                padded(std::string(31, '7'), 32) + padded("FAIL", 16) +
@@ -151,7 +154,7 @@ TEST(SpectrophotometerBle, readsTheWhiteBoardParameter) {
         dialogue.ask(2, 12, "", "tile 7").ask(2, 13, "", block);
         CqWhiteBoardParameter parameter;
         std::memset(&parameter, '.', sizeof(parameter));
-        const auto get = [&](auto& driver) { driver.getWhiteBoardParameter(parameter); };
+        const auto get = [&](auto& driver) { return driver.getWhiteBoardParameter(parameter); };
         EXPECT_EQ(dialogue.run(get), code);
         const auto blocks = code == 0 ? block.substr(0, 248) : std::string(248, '.');
         EXPECT_EQ(image(parameter), padded("tile 7", 7) + std::string(25, '.') + blocks);
@@ -167,12 +170,13 @@ TEST(SpectrophotometerBle, writesTheWhiteBoardTextAndAnAddressInPlaceOfTheBlock)
     CqWhiteBoardParameter parameter{};
     std::memset(parameter.text, 'x', sizeof(parameter.text));  // without a NUL
     const std::string text = packetBytes(2, 23, std::string(16, 'x'));
+    ScriptedInstrument instrument;
+    const auto write = [&] { return instrument.driver.setWhiteBoardParameter(parameter); };
     for (const auto& [answer, code] : cases) {
-        ScriptedInstrument instrument(
-            {{text, {packetBytes(2, 23, "OK")}},
-             {packetBytes(2, 24, "address."), {packetBytes(2, 24, answer)}}});
-        EXPECT_EQ(codeOf([&] { instrument.driver.setWhiteBoardParameter(parameter); }), code);
-        const std::string sent = instrument.finish();
+        instrument.peer.play({{text, {packetBytes(2, 23, "OK")}},
+                              {packetBytes(2, 24, "address."), {packetBytes(2, 24, answer)}}});
+        EXPECT_EQ(codeOf(write), code);
+        const std::string sent = instrument.peer.received();
         ASSERT_EQ(sent.size(), text.size() + 12);
         EXPECT_EQ(sent.substr(0, text.size() + 4), text + std::string("\x02\x18\x08\x00", 4));
         // The block was on this thread's stack, not far from here.
@@ -180,10 +184,9 @@ TEST(SpectrophotometerBle, writesTheWhiteBoardTextAndAnAddressInPlaceOfTheBlock)
         std::memcpy(&address, sent.data() + text.size() + 4, sizeof(address));
         EXPECT_LT(reinterpret_cast<std::uintptr_t>(&address) - address, 1'000'000U);
     }
-    ScriptedInstrument refusing({{text, {packetBytes(2, 23, "FAIL")}}});
-    EXPECT_EQ(codeOf([&] { refusing.driver.setWhiteBoardParameter(parameter); }),
-              CQ_EXECUTE_COMMAND_FAILED);
-    EXPECT_EQ(refusing.finish(), text);
+    instrument.peer.play({{text, {packetBytes(2, 23, "FAIL")}}});
+    EXPECT_EQ(codeOf(write), CQ_EXECUTE_COMMAND_FAILED);
+    EXPECT_EQ(instrument.peer.received(), text);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <future>
+#include <functional>
 
 #include "api/LogFile.h"
 #include "ScriptedInstrument.h"
@@ -34,7 +34,7 @@ TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
     };
     struct Case {
         const char* name;
-        std::function<void(Driver&)> run;
+        std::function<ResultCode(Driver&)> run;
         std::string request;
         std::string timeout;
         std::vector<Reply> replies;
@@ -42,17 +42,37 @@ TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
     const std::string recordText = image(record(3));
     const auto upload = [](Driver& driver) {
         MeasurementRecords records;
-        driver.uploadStandards(records, 9, 1);
-        EXPECT_EQ(records.size(), 1U);
-        EXPECT_EQ(image(records[0]), image(record(3)));
+        const ResultCode code = driver.uploadStandards(records, 9, 1);
+        EXPECT_EQ(image(records.at(0)), image(record(3)));
+        return code;
     };
     const auto uploadSample = [](Driver& driver) {
         MeasurementRecords records;
-        driver.uploadSamples(records, 7, 9, 1);
+        const ResultCode code = driver.uploadSamples(records, 7, 9, 1);
         EXPECT_EQ(image(records.at(0)), image(record(3)));
+        return code;
     };
     const auto measureStandard = [](Driver& driver) {
-        EXPECT_EQ(image(driver.measure(RECORD_TYPE::standard)), image(record(3)));
+        CqMeasurementRecord measured{};
+        const ResultCode code = driver.measure(RECORD_TYPE::standard, measured);
+        EXPECT_EQ(code == 0, image(measured) == image(record(3)));
+        return code;
+    };
+    const auto measureTrial = [](Driver& driver) {
+        CqMeasurementRecord measured;
+        return driver.measure(RECORD_TYPE::trial, measured);
+    };
+    const auto countSamples = [](Driver& driver) {
+        std::uint32_t count = 0;
+        const ResultCode code = driver.getSampleCount(0x0A0B0C0D, count);
+        EXPECT_EQ(count, code == 0 ? 0x01020304U : 0U);
+        return code;
+    };
+    const auto countStandards = [](Driver& driver) {
+        std::uint32_t count = 0;
+        const ResultCode code = driver.getTotalStandards(count);
+        EXPECT_EQ(count, code == 0 ? 0x01020304U : 0U);
+        return code;
     };
     using Replies = std::vector<Reply>;
     const Replies ok{{"OK", 0}};
@@ -71,39 +91,36 @@ TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
                          {"", kWrong},         {"123", kWrong},
                          {"FAIL", kFailed},    {"INVAL", kInvalid}};
     const Case cases[]{
-        {"calibrate white", [](Driver& driver) { driver.calibrate(true); },
+        {"calibrate white", [](Driver& driver) { return driver.calibrate(true); },
          packetBytes(1, 3, "\x01"), "10000", calibrated},
-        {"calibrate black", [](Driver& driver) { driver.calibrate(false); },
+        {"calibrate black", [](Driver& driver) { return driver.calibrate(false); },
          packetBytes(1, 3, std::string(1, '\0')), "10000", ok},
         {"measure a standard", measureStandard, packetBytes(1, 4, std::string(1, '\0')), "8000",
          measured},
-        {"measure a trial", [](Driver& driver) { driver.measure(RECORD_TYPE::trial); },
-         packetBytes(1, 4, "\x01"), "8000", Replies{{recordText, 0}}},
-        {"count samples",
-         [](Driver& driver) { EXPECT_EQ(driver.getSampleCount(0x0A0B0C0D), 0x01020304U); },
-         packetBytes(1, 5, "\x0D\x0C\x0B\x0A"), "2000", counts},
-        {"count standards",
-         [](Driver& driver) { EXPECT_EQ(driver.getTotalStandards(), 0x01020304U); },
-         packetBytes(2, 1), "2000", counts},
+        {"measure a trial", measureTrial, packetBytes(1, 4, "\x01"), "8000",
+         Replies{{recordText, 0}}},
+        {"count samples", countSamples, packetBytes(1, 5, "\x0D\x0C\x0B\x0A"), "2000", counts},
+        {"count standards", countStandards, packetBytes(2, 1), "2000", counts},
         {"read a standard", upload, packetBytes(1, 6, u32(9)), "1000", read},
         {"read a sample", uploadSample, packetBytes(1, 7, u32(7) + u32(9)), "1000", read},
         {"write a standard",
-         [](Driver& driver) { driver.downloadStandards(std::array{record(3)}); },
+         [](Driver& driver) { return driver.downloadStandards(std::array{record(3)}); },
          packetBytes(1, 8, recordText), "2000", acknowledged},
-        {"delete a standard", [](Driver& driver) { driver.deleteStandard(258); },
+        {"delete a standard", [](Driver& driver) { return driver.deleteStandard(258); },
          packetBytes(1, 9, std::string("\x02\x01\x00\x00", 4)), "10000", acknowledged},
-        {"delete everything", [](Driver& driver) { driver.deleteStandard(CQ_ALL_RECORDS); },
+        {"delete everything", [](Driver& driver) { return driver.deleteStandard(CQ_ALL_RECORDS); },
          packetBytes(1, 9, "\xFF\xFF\xFF\xFF"), "10000", ok},
-        {"delete a sample", [](Driver& driver) { driver.deleteSample(1, 2); },
+        {"delete a sample", [](Driver& driver) { return driver.deleteSample(1, 2); },
          packetBytes(1, 10, u32(1) + u32(2)), "10000", acknowledged},
     };
+    ScriptedInstrument instrument;
     for (const Case& each : cases) {
         for (const Reply& reply : each.replies) {
             SCOPED_TRACE(std::string(each.name) + ": " + reply.payload.substr(0, 10));
-            ScriptedInstrument instrument({{each.request, {packetBytes(9, 9, reply.payload)}}});
+            instrument.peer.play({{each.request, {packetBytes(9, 9, reply.payload)}}});
             const test::LogFile log;
-            EXPECT_EQ(codeOf([&] { each.run(instrument.driver); }), reply.code);
-            EXPECT_EQ(instrument.finish(), each.request);
+            EXPECT_EQ(codeOf([&] { return each.run(instrument.driver); }), reply.code);
+            EXPECT_EQ(instrument.peer.received(), each.request);
             EXPECT_THAT(log.messages(),
                         testing::Contains("waiting receiving packet... (timeout = " + each.timeout +
                                           "ms)\r\n"));
@@ -115,14 +132,14 @@ TEST(SpectrophotometerBle, attachesToAnInstrumentThatDoesNotAnswer) {
     ScriptedPeer silent;
     const auto port = std::make_shared<SerialPort>(silent.portName());
     ASSERT_TRUE(port->open());
-    SpectrophotometerBle driver({100ms, 600ms});
+    SpectrophotometerBle driver;
     const auto start = std::chrono::steady_clock::now();
     driver.attach(port);
     const auto taken = std::chrono::steady_clock::now() - start;
-    constexpr auto kLeast = 100ms + 500ms + 600ms + 500ms;
+    constexpr auto kLeast = 1200ms + 500ms + 1500ms + 500ms;
     EXPECT_GE(taken, kLeast);
-    EXPECT_LT(taken, kLeast + 600ms);  // no pause after the last try
-    EXPECT_TRUE(driver.isAttached());
+    EXPECT_LT(taken, kLeast + 1500ms);  // no pause after the last try
+    EXPECT_TRUE(driver.isConnected());
     EXPECT_EQ(silent.finish(), packetBytes(1, 1) + packetBytes(1, 1));
 }
 
@@ -130,8 +147,8 @@ TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
     const test::LogFile log;
     ScriptedInstrument instrument;
     std::vector<std::string> heard;
-    instrument.driver.setResultHandler([&](std::int32_t type, const CqMeasurementRecord& measured) {
-        heard.push_back(std::to_string(type) + image(measured));
+    instrument.driver.setResultHandler([&](RECORD_TYPE type, const CqMeasurementRecord& measured) {
+        heard.push_back((type == RECORD_TYPE::standard ? "0" : "1") + image(measured));
     });
     const std::string notifications[]{
         packetBytes(1, 4, image(record(1))), packetBytes(1, 4, image(record(1)).substr(1)),
@@ -149,42 +166,33 @@ TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
         instrument.peer.send(notification);
         ASSERT_TRUE(cqtest::waitUntil([&] { return countHandled() > before; }));
     }
-    instrument.driver.detach();
+    instrument.driver.close();
     EXPECT_THAT(heard, ElementsAre("0" + image(record(1)), "1" + image(record(2))));
     EXPECT_THAT(log.messages(),
                 testing::Contains("received cmd packet from instrument: type = 1, cmd = 4, "
                                   "data_len = 255\r\n"));
 }
 
-TEST(SpectrophotometerBle, saysGoodbyeAndHandsThePortBack) {
+TEST(SpectrophotometerBle, saysGoodbyeAndUnlinksTheAdapter) {
     for (const bool isAnswered : {true, false}) {
-        const ScriptedPeer::Step goodbye{packetBytes(1, 2),
-                                         {isAnswered ? packetBytes(1, 2) : std::string()}};
-        ScriptedInstrument instrument({goodbye});
+        ScriptedInstrument instrument;
+        const ScriptedPeer::Script script{
+            {packetBytes(1, 2), {isAnswered ? packetBytes(1, 2) : std::string()}},
+            {bletest::kExCode, {isAnswered ? "BY=00\r\n" : "ERROR\r\n"}},
+            {"AT+DC\r\n", {"+DISCONNECT\r\n"}}};
+        instrument.peer.play(script);
         EXPECT_EQ(instrument.driver.portName(), instrument.port->portName());
         const auto ofTheHandler = std::make_shared<int>();
         instrument.driver.setResultHandler([ofTheHandler](auto, const auto&) {});
-        EXPECT_EQ(instrument.driver.detach(), instrument.port);
+        instrument.driver.close();
         EXPECT_EQ(ofTheHandler.use_count(), 1);
-        EXPECT_EQ(instrument.finish(), packetBytes(1, 2));
-        EXPECT_TRUE(instrument.port->isOpen());
-        EXPECT_FALSE(instrument.driver.isAttached());
+        EXPECT_EQ(instrument.peer.received(), ScriptedPeer::awaitedBy(script));
+        EXPECT_FALSE(instrument.port->hasHandle());
+        EXPECT_FALSE(instrument.driver.isConnected());
         EXPECT_EQ(instrument.driver.portName(), "");
-        EXPECT_EQ(instrument.driver.detach(), nullptr);
-        EXPECT_EQ(codeOf([&] { instrument.driver.calibrate(true); }), CQ_DEVICE_IS_CLOSED);
+        instrument.driver.close();
+        EXPECT_EQ(codeOf([&] { return instrument.driver.calibrate(true); }), CQ_DEVICE_IS_CLOSED);
     }
-}
-
-// Closing from another thread takes the place of the request that waits, which must end with a code
-// as a host understands it, not with an exception of the standard library.
-TEST(SpectrophotometerBle, aRequestThatLosesItsPlaceEndsAsBusy) {
-    ScriptedInstrument instrument({{packetBytes(1, 4, std::string(1, '\0')), {}}});
-    auto measuring = std::async(std::launch::async, [&] {
-        return codeOf([&] { instrument.driver.measure(RECORD_TYPE::standard); });
-    });
-    instrument.peer.awaitSteps(2);
-    instrument.driver.detach();
-    EXPECT_EQ(measuring.get(), CQ_DEVICE_IS_BUSY);
 }
 
 }  // namespace

@@ -98,7 +98,7 @@ class Color(CqTest):
             ((), "--from spectrum|xyz|lab is required"),
             (("--from", "rgb", "1", "2", "3"), "--from must be"),
             (("--from", "lab"), "give the colours"),
-            (("--from", "lab", "1", "2", "x"), "'x' is no number"),
+            (("--from", "lab", "1", "2", "x"), "'x' is not a number"),
             (("--from", "lab", "1", "2", "3", "--input", "-"), "not both"),
             (("--from", "lab", "1", "2", "3", "--illuminant", "A,C"), "one illuminant"),
             (("--from", "lab", "1", "2", "3", "--percent"), "--percent is for spectra"),

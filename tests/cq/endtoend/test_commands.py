@@ -104,7 +104,7 @@ class Measure(CqTest):
         empty = self.folder / "empty.record"
         empty.write_bytes(b"\xff" * 256)
         measure = ("measure", "trial", *CALIBRATED)
-        self.refused(*measure, "--against", short, status=1, says="255 bytes, a record has 256")
+        self.refused(*measure, "--against", short, status=1, says="255 bytes, but a record has 256")
         self.refused(*measure, "--against", empty, status=1, says="no plausible spectrum")
         self.refused(*measure, "--output", self.folder / "no" / "r", status=1, says="cannot write")
         self.assertEqual({p.name for p in self.folder.iterdir()}, {"short.record", "empty.record"})

@@ -182,7 +182,7 @@ class Log(CqTest):
         log.write_bytes(whole[: len(whole) * 2 // 3 - 1])
         self.assertIn("the log ends within", self.cq("log", "decode", log).stdout)
         log.write_bytes(os.urandom(4096))
-        self.refused("log", "decode", log, status=1, says="is no debug log")
+        self.refused("log", "decode", log, status=1, says="is not a debug log")
 
 
 class Doctor(CqTest):

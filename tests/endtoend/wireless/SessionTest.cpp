@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "endtoend/wireless/Wireless.h"
+#include "peer/AtOnce.h"
 
 namespace cqtest {
 namespace {
@@ -32,11 +33,39 @@ TEST(WirelessSession, OpensAndClosesInOrder) {
     EXPECT_EQ(log.find("no packet"), std::string::npos) << log;
 }
 
-TEST(WirelessSession, CloseWhileACallWaitsEndsTheCallWithACode) {
+TEST(WirelessSession, CloseEndsTheCallThatRunsAndThoseThatWaitTheirTurn) {
     Adapter adapter("--calibrated --measure-time 3000");
-    const std::uint32_t code =
-        closeWhileMeasuring(cqOpenByBleDongle(adapter.portName(), kFirstAddress));
-    EXPECT_TRUE(code == CQ_DEVICE_IS_BUSY || code == CQ_DEVICE_IS_CLOSED) << code;
+    const CqHandle handle = cqOpenByBleDongle(adapter.portName(), kFirstAddress);
+    std::atomic<std::uint32_t> waiting{99};
+    std::thread second([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::uint32_t count = 0;
+        waiting = cqGetTotalStandards(handle, &count);
+    });
+    EXPECT_EQ(closeWhileMeasuring(handle), CQ_DEVICE_IS_CLOSED);
+    second.join();
+    EXPECT_TRUE(waiting == CQ_DEVICE_IS_CLOSED || waiting == CQ_NOT_SUPPORTED) << waiting;
+}
+
+// Nothing in a reply says what it replies to: the driver lets one call run at a time.
+TEST(WirelessSession, GivesEachThreadItsOwnAnswer) {
+    Wireless wireless("--standards 5 --samples 9");
+    atOnce(3, [&](std::size_t thread) {
+        for (int round = 0; round < 30; ++round) {
+            std::uint32_t count = 0;
+            CqMeasurementRecord record{};
+            if (thread == 0) {
+                EXPECT_EQ(cqGetTotalStandards(wireless.handle, &count), CQ_NO_ERROR);
+                EXPECT_EQ(count, 5U);
+            } else if (thread == 1) {
+                EXPECT_EQ(cqGetTotalSamples(wireless.handle, &count), CQ_NO_ERROR);
+                EXPECT_EQ(count, 9U);
+            } else {
+                EXPECT_EQ(cqUploadStandards(wireless.handle, &record, 0, 1), CQ_NO_ERROR);
+                EXPECT_EQ(std::memcmp(record.bytes, "VMR1", 4), 0);
+            }
+        }
+    });
 }
 
 }  // namespace

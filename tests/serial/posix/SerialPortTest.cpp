@@ -137,39 +137,6 @@ TEST_F(PosixSerialPort, readsWhatHasArrived) {
     EXPECT_EQ(port.readAvailable(), Bytes{'f'});
 }
 
-TEST_F(PosixSerialPort, waitsAMomentForAnAnswer) {
-    Bytes buffer(8);
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(port.exchange({}, buffer), 0U);
-    EXPECT_EQ(port.lastError(), 0U);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, SerialPort::kMoment / 2);
-
-    terminal.send("ab");
-    ASSERT_TRUE(arrives(2));
-    const Bytes question{'?', '!'};
-    EXPECT_EQ(port.exchange(question, buffer), 2U);
-    EXPECT_EQ(buffer[1], 'b');
-    EXPECT_EQ(terminal.receive(2), question);
-    auto late = std::async(std::launch::async, [this] {
-        std::this_thread::sleep_for(10ms);
-        terminal.send("c");
-    });
-    std::size_t count = 0;
-    for (int moments = 0; count == 0 && moments < 100; ++moments) {
-        count = port.exchange({}, buffer);
-    }
-    EXPECT_EQ(count, 1U);
-    EXPECT_EQ(buffer[0], 'c');
-    late.get();
-
-    terminal.hangUp();
-    EXPECT_EQ(port.exchange({}, buffer), 0U);
-    EXPECT_FALSE(port.isOpen());
-    port.close();
-    EXPECT_EQ(port.exchange({}, buffer), 0U);
-    EXPECT_EQ(port.lastError(), static_cast<std::uint32_t>(EBADF));
-}
-
 TEST_F(PosixSerialPort, fillsTheBufferOrRunsOutOfTime) {
     port.close();
     SerialPort impatient(terminal.path(), {.readTimeout = 40ms});

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <functional>
 #include <future>
+#include <thread>
 
 #include "peer/WaitUntil.h"
 #include "serial/posix/PseudoTerminal.h"
@@ -67,6 +70,23 @@ TEST_F(PosixSerialPortThreads, closingWakesEveryWait) {
         EXPECT_FALSE(port.hasHandle());
         EXPECT_TRUE(port.open()) << operation.name;
     }
+}
+
+// A host's timers interrupt the wait many times; none of them makes it begin anew.
+TEST_F(PosixSerialPortThreads, signalsDoNotProlongAWait) {
+    std::signal(SIGUSR1, [](int) {});
+    std::atomic<bool> isOver{false};
+    std::thread waiting([&] {
+        EXPECT_FALSE(port.waitForData(200ms));
+        EXPECT_EQ(port.readLine(200ms), "");
+        isOver = true;
+    });
+    EXPECT_TRUE(cqtest::waitUntil([&] {
+        pthread_kill(waiting.native_handle(), SIGUSR1);
+        return isOver.load();
+    }));
+    port.close();  // wakes a wait that has no end
+    waiting.join();
 }
 
 TEST_F(PosixSerialPortThreads, removalWakesEveryWait) {

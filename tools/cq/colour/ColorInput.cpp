@@ -68,11 +68,11 @@ class TableReader {
   private:
     std::optional<double> numberOf(const std::string& field) const {
         const auto number = parseNumber(field, decimalMark_);
-        // A table divided by ';' may still have decimal points.
+        // A table separated by ';' may still have decimal points.
         return number || decimalMark_ == '.' ? number : parseNumber(field);
     }
 
-    /// Titles are no numbers, or they are wavelengths, which no reflectance comes near.
+    /// Titles are not numbers, or they are wavelengths, far above any reflectance.
     bool isHeader(const CsvRow& row) const {
         const auto isTitle = [this](const std::string& field) {
             const auto number = numberOf(field);
@@ -157,7 +157,7 @@ class TableReader {
             if (!number) {
                 throw Failure(
                     source_ + " line " + std::to_string(row.line) + ", field " +
-                        std::to_string(column + 1) + ": '" + field + "' is no number",
+                        std::to_string(column + 1) + ": '" + field + "' is not a number",
                     std::string("a line holds ") + formOf(kind_) + ", or a name before them");
             }
             color.values.push_back(*number);
@@ -223,7 +223,7 @@ std::vector<InputColor> colorsOfArguments(const std::vector<std::string>& argume
     for (const std::string& word : splitArguments(text)) {
         const auto number = parseNumber(word);
         if (!number) {
-            throw UsageError("'" + word + "' is no number; expected " + formOf(kind));
+            throw UsageError("'" + word + "' is not a number; expected " + formOf(kind));
         }
         numbers.push_back(*number);
     }
@@ -255,7 +255,7 @@ void checkReflectances(const std::vector<InputColor>& spectra) {
             const double value = color.values[i];
             if (value < kLeastPlausible || value > kMostPlausible) {
                 throw Failure("the spectrum '" + color.name + "' has " + fixed(value, 4) + " at " +
-                                  std::to_string(wavelength(i)) + " nm, which is no reflectance",
+                                  std::to_string(wavelength(i)) + " nm, which is not a reflectance",
                               "reflectances are fractions, 1.0 is the perfect white; add --percent "
                               "if yours are in percent");
             }

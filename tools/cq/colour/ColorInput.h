@@ -10,7 +10,7 @@
 
 namespace cqtool {
 
-/// A colour that the user gave: its name, or where it stands, and 3 or 31 numbers.
+/// A colour from the user: its name or position, and 3 or 31 numbers.
 struct InputColor {
     std::string name;
     std::vector<double> values;
@@ -33,15 +33,15 @@ std::size_t valueCount(InputKind kind);
 std::vector<InputColor> colorsOfTable(const CsvTable& table, InputKind kind,
                                       const std::string& source);
 
-/// Takes colours from arguments, one or several numbers in each ("50 -20 30" or "50,-20,30").
-/// Throws UsageError when they are no numbers or not whole colours.
+/// Reads colours from arguments with one or several numbers each ("50 -20 30" or "50,-20,30").
+/// Throws UsageError if they are not numbers or not whole colours.
 std::vector<InputColor> colorsOfArguments(const std::vector<std::string>& arguments,
                                           InputKind kind);
 
 /// The numbers of a spectrum divided by 100.
 void convertFromPercent(std::vector<InputColor>& spectra);
 
-/// Throws Failure when a reflectance cannot be one, which means most often that it is in percent.
+/// Throws Failure if a value cannot be a reflectance, most often because it is in percent.
 void checkReflectances(const std::vector<InputColor>& spectra);
 
 /// Throws Failure, beginning with `where`, for L*, a*, b* that no surface has.

@@ -9,11 +9,11 @@
 
 namespace cqtool {
 
-/// Members stay in the order in which they are put in.
+/// Members keep the order in which they are inserted.
 using Json = nlohmann::ordered_json;
 
-/// The components under their keys, as in {"L": 37.54, "a": 14.37, "b": 14.92}; one that is
-/// not-a-number or infinite is null.
+/// The components under their keys, as in {"L": 37.54, "a": 14.37, "b": 14.92}; not-a-number and
+/// infinities are null.
 Json colorJson(const ColorData& color, const SpaceInfo& space);
 
 /// {"start": 400, "step": 10, "values": [...]}.
@@ -22,7 +22,7 @@ Json spectrumJson(const Spectrum& spectrum);
 /// Two hexadecimal digits a byte.
 std::string hexText(const std::uint8_t* bytes, std::size_t size);
 
-/// For people: indented, with a line feed at the end.
+/// For people: indented, ended by a line feed.
 std::string pageOfJson(const Json& json);
 /// One line, with its line feed.
 std::string lineOfJson(const Json& json);

@@ -9,7 +9,7 @@
 
 namespace cqtool {
 
-/// A colour for a screen, sRGB with 8 bits a channel.
+/// A colour for a screen, sRGB with 8 bits per channel.
 struct Rgb {
     std::uint8_t red = 0;
     std::uint8_t green = 0;

@@ -20,11 +20,11 @@ constexpr int wavelength(std::size_t index) {
 
 inline constexpr int kLastWavelength = wavelength(kWavelengthCount - 1);
 
-/// The mean at each wavelength of at least one spectrum.
+/// The mean of at least one spectrum at each wavelength.
 Spectrum averageOf(const std::vector<Spectrum>& spectra);
 
-// What a measurement of a real surface stays between: noise can take a dark one a little below
-// zero, a fluorescent one reflects more than it receives in a band.
+// The limits for a real surface: noise can take a dark one a little below zero, and a fluorescent
+// one reflects more than it receives in a band.
 inline constexpr float kLeastPlausible = -0.1F;
 inline constexpr float kMostPlausible = 2.0F;
 

@@ -34,7 +34,8 @@ void runCalibrate(const CalibrateOptions& options, const Environment& environmen
 
 void addCalibrate(Program& program, const Environment& environment) {
     CommandLine line = program.add(
-        "calibrate", "Calibrate on the white tile or the black trap, where the instrument must be");
+        "calibrate",
+        "Calibrate on the white tile or the black trap; place the instrument on it first");
     const auto options = std::make_shared<CalibrateOptions>();
     line.addChoice({.name = "target",
                     .valueName = "white|black",

@@ -146,23 +146,24 @@ void addColor(Program& program, const Environment& environment) {
              options->from, inputKindNamed);
     line.addList(
         {"--to", "NAMES",
-         "Colour spaces, several with commas: " + colorSpaceNames() + ", or all (default lab)"},
+         "Colour spaces, separated by commas: " + colorSpaceNames() + ", or all (default lab)"},
         [options](const auto& names) { options->to = spacesNamed(names); });
     addNames(
         line,
         {"--illuminant", "NAMES",
-         "Illuminants, several with commas: D50, D55, D65, D75, A, C, F1 to F12 (default D65)"},
+         "Illuminants, separated by commas: D50, D55, D65, D75, A, C, F1 to F12 (default D65)"},
         options->illuminants, illuminantNamed);
     addNames(line,
              {"--observer", "DEGREES",
-              "Standard observers in degrees, several with commas: 2, 10 (default 10)"},
+              "Standard observers in degrees, separated by commas: 2, 10 (default 10)"},
              options->observers, observerNamed);
-    line.addOption({"--input", "FILE", "Table of colours, one a line; '-' reads standard input"},
+    line.addOption({"--input", "FILE", "Table of colours, one per line; '-' reads standard input"},
                    options->input);
-    line.addArguments({"values", "NUMBERS", "The colours' numbers, instead of --input"},
+    line.addArguments({"values", "NUMBERS", "The colour values, instead of --input"},
                       options->values);
     line.addFlag({"--percent", "", "The spectra are in percent"}, options->isPercent);
-    line.addChoice({"--format", "table|csv|json", "How to print (default table)"}, options->format);
+    line.addChoice({"--format", "table|csv|json", "Output format (default table)"},
+                   options->format);
     addOptions(line, options->output);
     line.setExamples(
         "Examples:\n"

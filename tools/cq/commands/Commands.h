@@ -7,10 +7,10 @@
 
 namespace cqtool {
 
-/// What every command works with.
+/// The environment of every command.
 struct Environment {
     std::ostream& out;    ///< results
-    std::ostream& notes;  ///< remarks that are no results
+    std::ostream& notes;  ///< remarks that are not results
     Interrupt& interrupt;
 };
 

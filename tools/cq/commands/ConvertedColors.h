@@ -10,7 +10,7 @@
 
 namespace cqtool {
 
-/// A colour in every space that was asked for, under one illuminant and observer.
+/// A colour in every requested space, under one illuminant and observer.
 struct ConvertedColor {
     std::string name;
     Viewing viewing;
@@ -20,15 +20,15 @@ struct ConvertedColor {
 
 using Spaces = std::span<const SpaceInfo* const>;
 
-/// Every colour under every viewing, the viewings of a colour one after the other.
+/// Every colour under every viewing, grouped by colour.
 std::vector<ConvertedColor> convert(const std::vector<InputColor>& colors, InputKind kind,
                                     Spaces spaces, std::span<const Viewing> viewings);
 
-/// For people: aligned columns, with a swatch or the colour's number.
+/// For people: aligned columns, with a swatch or the hexadecimal colour.
 std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const Palette& palette);
 
 /// With a header: name, illuminant, observer, then a column for each component, such as lab.L, and
-/// the colour's number. All digits that a value has.
+/// the hexadecimal colour. Full precision.
 std::string csvOf(std::span<const ConvertedColor> colors, Spaces spaces);
 
 /// An array of {"name", "illuminant", "observer", each space by its name, "hex"}.

@@ -28,8 +28,7 @@ struct DemoOptions {
     OutputOptions output;
 };
 
-/// A virtual instrument or adapter unless a port is named, and one that does not make the user
-/// wait.
+/// A virtual instrument or adapter unless a port is named, and a fast one.
 ConnectionOptions connectionFor(ConnectionOptions options) {
     options.useVirtual = options.port.empty() && options.adapter.empty();
     std::string given = options.virtualOptions.value_or("");
@@ -47,7 +46,7 @@ std::string localTime() {
     return text;
 }
 
-/// Shows a demonstration to a person as it goes on, or nothing until its end for a program.
+/// Shows a person the progress of the demonstration, and a program nothing until its end.
 class Progress {
   public:
     Progress(const DemoOptions& options, const Environment& environment)
@@ -159,7 +158,7 @@ Json jsonOf(const std::vector<PatchResult>& results, const ReportOrigin& origin,
 std::string writeReport(const std::string& file, const std::vector<PatchResult>& results,
                         const ReportOrigin& origin) {
     const std::filesystem::path path(file);
-    std::error_code ignored;  // what cannot be made shows when the file is written
+    std::error_code ignored;  // a failure shows when the file is written
     std::filesystem::create_directories(path.parent_path(), ignored);
     writeFile(path, chartReport(results, origin));
     return std::filesystem::absolute(path).lexically_normal().string();
@@ -200,18 +199,15 @@ void addDemo(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "demo", "Measure a chart of 24 patches with a virtual instrument and show the colours");
     const auto options = std::make_shared<DemoOptions>();
-    line.addOption(
-        {"--report", "FILE", "Write a page of HTML with swatches, curves and differences"},
-        options->report);
+    line.addOption({"--report", "FILE", "Write an HTML page with swatches, curves and differences"},
+                   options->report);
     addOptions(line, options->viewing);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
-        "Without --port or --adapter a virtual instrument is started, with --wireless behind a\n"
-        "virtual adapter; it measures the chart's patches in their order. With --port or "
-        "--adapter\n"
-        "the virtual one that serves that port is used.\n\n"
+        "Starts a virtual instrument, with --wireless behind a virtual adapter, and measures\n"
+        "the patches in order. With --port or --adapter, uses the virtual one on that port.\n\n"
         "Examples:\n"
         "  cq demo\n"
         "  cq demo --wireless\n"

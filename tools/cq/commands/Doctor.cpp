@@ -18,8 +18,8 @@ using Level = Finding::Level;
 
 constexpr const char* kVirtualOptions = "--calibrated --measure-time 1";
 
-/// Opens a virtual instrument and measures with it, which takes program, library and a line of the
-/// system.
+/// Opens a virtual instrument and measures with it, which exercises the program, the library and a
+/// line of the system.
 Finding virtualFinding(Interrupt& interrupt) {
     constexpr const char* kSubject = "virtual instrument";
     ConnectionOptions options;
@@ -30,7 +30,7 @@ Finding virtualFinding(Interrupt& interrupt) {
         const ReadSpectrum read = readSpectrum(connection.measure(true), RecordLayout{});
         if (!read.spectrum) {
             return {Level::problem, kSubject, read.problem,
-                    "install program, library and virtual instrument again, from one package"};
+                    "reinstall program, library and virtual instrument from the same package"};
         }
         const ColorData lab = colorOfSpectrum(*read.spectrum, ColorSpaceLab, Viewing{});
         return {Level::works,
@@ -54,7 +54,7 @@ std::vector<Finding> examinePorts() {
     }
 }
 
-/// Prints findings as they come, or keeps them for the end.
+/// Prints findings as they arise, or keeps them for the end.
 class Protocol {
   public:
     Protocol(const OutputOptions& output, std::ostream& out)
@@ -79,14 +79,14 @@ class Protocol {
         out_.flush();
     }
 
-    /// Throws Failure when there is a problem, so that the program tells it to its caller.
+    /// Throws Failure if there is a problem, which sets the program's exit status.
     void finish() const {
         if (output_.json) {
             out_ << pageOfJson({{"usable", problems_ == 0}, {"findings", findings_}});
         }
         if (problems_ > 0) {
             throw Failure(std::to_string(problems_) + (problems_ == 1 ? " problem" : " problems"),
-                          "what stands beside each, then cq doctor again");
+                          "follow the advice above, then run cq doctor again");
         }
     }
 
@@ -121,7 +121,8 @@ void runDoctor(const OutputOptions& output, const Environment& environment) {
 }  // namespace
 
 void addDoctor(Program& program, const Environment& environment) {
-    CommandLine line = program.add("doctor", "Look what works on this machine, and what to mend");
+    CommandLine line =
+        program.add("doctor", "Check what works on this machine and say how to fix what does not");
     const auto output = std::make_shared<OutputOptions>();
     addOptions(line, *output);
     line.setExamples("Examples:\n  cq doctor\n  cq doctor --json");

@@ -35,7 +35,7 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
     for (const auto& [name, text] : textsOf(info)) {
         environment.out << table.line({labelOf(labels, name), text}) << '\n';
     }
-    // A wireless instrument tells its texts alone.
+    // A wireless instrument reports only its texts.
     if (!connection.isWireless()) {
         environment.out << table.line({"standard capacity", std::to_string(standardCapacity(info))})
                         << '\n';
@@ -45,7 +45,7 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
 }  // namespace
 
 void addInfo(Program& program, const Environment& environment) {
-    CommandLine line = program.add("info", "Show what the instrument says it is");
+    CommandLine line = program.add("info", "Show the device information");
     const auto options = std::make_shared<InfoOptions>();
     addLabelsOption(line, options->labels);
     addOptions(line, options->connection);

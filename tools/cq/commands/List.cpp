@@ -37,9 +37,8 @@ std::vector<ListedPort> portsOf(const ListOptions& options) {
     return ports;
 }
 
-/// The ports to ask as an instrument's or an adapter's. One whose identity says nothing is asked if
-/// the user has named it, one that another program uses if it is of no kind: that program may be
-/// what serves it.
+/// The ports to ask as an instrument's or an adapter's. A port of unknown kind is asked if the user
+/// has named it, even if another program uses it: that program may be what serves the port.
 std::vector<ListedPort*> portsToAsk(std::vector<ListedPort>& ports, PortKind kind, bool areNamed) {
     std::vector<ListedPort*> asked;
     for (ListedPort& listed : ports) {
@@ -64,7 +63,7 @@ void scan(const std::vector<ListedPort*>& adapters, Interrupt& interrupt) {
         } catch (const Failure& failure) {
             listed->problem = failure.what();
         }
-        // A scan that was broken off would leave the adapter scanning.
+        // An aborted scan would leave the adapter scanning.
         interrupt.throwIfHappened();
     }
 }
@@ -85,8 +84,8 @@ void print(const ListOptions& options, const Environment& environment,
     }
 }
 
-/// Asks the instruments and prints. A port that never answers keeps its thread inside the library,
-/// so the process ends here then.
+/// Asks the instruments and prints. A port that never answers keeps its thread inside the library;
+/// the process then ends here.
 void askAndPrint(const ListOptions& options, const Environment& environment,
                  std::vector<ListedPort>& ports) {
     const auto instruments = portsToAsk(ports, PortKind::instrument, !options.ports.empty());
@@ -127,19 +126,18 @@ void runList(const ListOptions& options, const Environment& environment) {
 }  // namespace
 
 void addList(Program& program, const Environment& environment) {
-    CommandLine line =
-        program.add("list", "List the serial ports: instruments, adapters, and who uses them");
+    CommandLine line = program.add(
+        "list", "List the serial ports: instruments, adapters, and the programs that use them");
     const auto options = std::make_shared<ListOptions>();
-    line.addArguments({"ports", "PORT", "Ports to look at, in place of those that are found"},
+    line.addArguments({"ports", "PORT", "Ports to examine, instead of those found"},
                       options->ports);
-    line.addFlag({"--ask", "", "Open each instrument and show what it says it is"},
+    line.addFlag({"--ask", "", "Open each instrument and show its device information"},
                  options->asksInstruments);
-    line.addFlag({"--scan", "", "Ask each adapter which wireless instruments are within reach"},
-                 options->scans);
+    line.addFlag({"--scan", "", "Scan with each adapter for wireless instruments"}, options->scans);
     addOptions(line, options->output);
     line.setExamples(
         "Without --ask and --scan no port is opened. A port that another program holds is not\n"
-        "asked.\n\n"
+        "opened.\n\n"
         "Examples:\n"
         "  cq list\n"
         "  cq list --ask --scan\n"

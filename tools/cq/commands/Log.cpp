@@ -101,7 +101,7 @@ void addLog(Program& program, const Environment& environment) {
     const auto options = std::make_shared<LogOptions>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
-                    .description = "A log that --debug-log has written",
+                    .description = "A log written by --debug-log",
                     .isRequired = true},
                    options->file);
     addOptions(line, options->output);

@@ -17,11 +17,11 @@ void addManual(Program& program, const Environment& environment) {
 }
 
 void addCompletion(Program& program, const Environment& environment) {
-    CommandLine line = program.add("completion", "Print a script that completes the command line");
+    CommandLine line = program.add("completion", "Print a script for command-line completion");
     const auto shell = std::make_shared<std::string>();
     line.addChoice({.name = "shell",
                     .valueName = "bash|zsh|fish",
-                    .description = "The shell that reads it",
+                    .description = "The shell to write it for",
                     .isRequired = true},
                    *shell);
     line.setExamples("Example:\n  source <(cq completion bash)");

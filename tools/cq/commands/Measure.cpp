@@ -41,10 +41,10 @@ CqMeasurementRecord loadRecord(const std::string& file) {
     const std::string content = readFile(file);
     CqMeasurementRecord record;
     if (content.size() != sizeof record.bytes) {
-        throw Failure(file + " is no measurement record: it has " +
-                          counted(content.size(), "bytes") + ", a record has 256",
-                      "give a file that cq measure --output has written, or the index of a stored "
-                      "standard");
+        throw Failure(
+            file + " is not a measurement record: it has " + counted(content.size(), "bytes") +
+                ", but a record has 256",
+            "give a file written by cq measure --output, or the index of a stored standard");
     }
     std::memcpy(record.bytes, content.data(), content.size());
     return record;
@@ -56,13 +56,13 @@ void saveRecord(const std::string& file, const CqMeasurementRecord& record) {
     writeFile(file, content);
 }
 
-/// What measurements are compared with.
+/// The reference of the colour differences.
 struct Reference {
     std::string name;
     Measurement measurement;
 };
 
-/// Digits alone are the index of a stored standard.
+/// A text of digits is the index of a stored standard.
 bool isIndex(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
@@ -78,7 +78,7 @@ Reference referenceOf(const std::string& name, const CqMeasurementRecord& record
     return reference;
 }
 
-/// Measures, saves and shows what the options ask for.
+/// Measures, saves and shows as the options say.
 class Measuring {
   public:
     Measuring(const MeasureOptions& options, const Environment& environment)
@@ -264,19 +264,18 @@ void runMeasure(const MeasureOptions& options, const Environment& environment) {
 }
 
 void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
-    addNamed(line, {"--count", "N", "Measure so many times, one after the other"}, options.count,
+    addNamed(line, {"--count", "N", "Measure N times in succession"}, options.count,
              [](const std::string& text) {
                  return wholeNumberOf(text, "--count", 1, kMostMeasurements);
              });
-    line.addFlag({"--average", "", "Show the average of them, and how far they lie from it"},
+    line.addFlag({"--average", "", "Also show the average and how far each measurement is from it"},
                  options.isAveraged);
     line.addOption({"--against", "STANDARD",
-                    "What to give the colour difference from: a saved record's file, or a number, "
-                    "the index of a standard that the instrument stores"},
+                    "Show the colour difference from this: the file of a saved record, or the "
+                    "index of a stored standard"},
                    options.against);
     line.addOption({"--output", "FILE",
-                    "Save the record's 256 bytes in this file; with --count each in its own, "
-                    "numbered"},
+                    "Save the record (256 bytes) to this file; with --count to numbered files"},
                    options.recordFile);
 }
 
@@ -288,7 +287,7 @@ void addMeasure(Program& program, const Environment& environment) {
     const auto options = std::make_shared<MeasureOptions>();
     line.addChoice({.name = "kind",
                     .valueName = "standard|trial",
-                    .description = "What the measurement is (default standard)"},
+                    .description = "Kind of measurement (default standard)"},
                    options->kind);
     addSeriesOptions(line, *options);
     addOptions(line, options->view);

@@ -8,7 +8,7 @@
 
 namespace cqtool {
 
-/// The average of several measurements, and how far they lie from it.
+/// The average of several measurements, and how far they are from it.
 struct Average {
     Measurement measurement;
     double meanDeltaEab = 0;
@@ -16,11 +16,11 @@ struct Average {
 };
 
 /// \param measurements at least one.
-/// Throws Failure when one has no spectrum.
+/// Throws Failure if one has no spectrum.
 Average averageOf(const std::vector<Measurement>& measurements, const MeasurementView& view);
 
-/// The file for the measurement of this number of several: "red-03.record" for "red.record", with
-/// as many digits as the last number has.
+/// The file for one of several numbered measurements: "red-03.record" for "red.record", with as
+/// many digits as the last number.
 std::string numberedFile(const std::filesystem::path& file, std::uint32_t number,
                          std::uint32_t last);
 

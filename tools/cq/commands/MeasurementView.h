@@ -11,7 +11,7 @@
 
 namespace cqtool {
 
-/// A measurement, or the average of several, with what can be said of its colour.
+/// A measurement, or the average of several, and its colour.
 struct Measurement {
     bool isStandard = false;
     std::optional<CqMeasurementRecord> record;  ///< an average has none
@@ -19,14 +19,14 @@ struct Measurement {
     std::string time;                           ///< of the measurement; as above
     std::optional<Spectrum> spectrum;
     std::string problem;  ///< why there is no spectrum
-    ColorData lab{};      ///< with a spectrum only, as the members below
-    ColorData color{};    ///< in the space that was asked for
+    ColorData lab{};      ///< only with a spectrum, like the members below
+    ColorData color{};    ///< in the requested space
     Rgb rgb;
 
     const char* kind() const { return isStandard ? "standard" : "trial"; }
 };
 
-/// Turns records into what commands show of them.
+/// Turns records into the form that commands show.
 class MeasurementView {
   public:
     MeasurementView(const Viewing& viewing, const SpaceInfo& space, const RecordLayout& layout)
@@ -44,7 +44,7 @@ class MeasurementView {
     /// The values with their names: "L* 37.54  a* 14.37  b* 14.92".
     std::string values(const Measurement& measurement) const;
 
-    /// The values, and in front of them a swatch or the colour's number.
+    /// The values, preceded by a swatch or the hexadecimal colour.
     std::string line(const Measurement& measurement, const Palette& palette) const;
 
   private:

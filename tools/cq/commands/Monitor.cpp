@@ -34,7 +34,7 @@ struct Pressed {
     CqMeasurementRecord record;
 };
 
-/// Takes measurements from the library's thread to the command's.
+/// Passes measurements from the library's thread to the command's.
 class PressedQueue {
   public:
     explicit PressedQueue(const Connection& connection, Interrupt& interrupt)
@@ -52,13 +52,14 @@ class PressedQueue {
     PressedQueue(const PressedQueue&) = delete;
     PressedQueue& operator=(const PressedQueue&) = delete;
 
-    /// The next measurement; nothing after Ctrl-C. Throws Failure when the port has gone or the
+    /// The next measurement; nothing after Ctrl-C. Throws Failure if the port is gone or the
     /// instrument has ended the connection.
     std::optional<Pressed> next() {
         std::unique_lock lock(mutex_);
         const auto isWoken = [this] { return !waiting_.empty() || interrupt_.happened(); };
         while (!changed_.wait_for(lock, kCheckInterval, isWoken)) {
-            // A measurement that comes meanwhile must find the lock free, or the answer waits.
+            // The lock must be free for a measurement that arrives meanwhile, or the reply would
+            // wait for it.
             lock.unlock();
             checkConnection();
             lock.lock();
@@ -76,14 +77,14 @@ class PressedQueue {
         if (!portExists(connection_.portName())) {
             cqtool::check(CQ_DEVICE_IS_CLOSED, Operation::listenForMeasurements);
         }
-        // Over the cable answers are known by their operation; over the air a measurement that
-        // comes at this moment would be taken for the answer.
+        // Over the cable replies are recognised by their operation; over the air a measurement that
+        // arrives at this moment would be taken for the reply.
         if (connection_.isWireless()) {
             return;
         }
         std::uint32_t ignored = 0;
         const std::uint32_t code = cqGetTotalStandards(connection_.handle(), &ignored);
-        // An instrument that is busy or slow has not gone.
+        // An instrument that is busy or slow is not gone.
         if ((code == CQ_NO_SESSION || code == CQ_DEVICE_IS_CLOSED) && !interrupt_.happened()) {
             cqtool::check(code, Operation::listenForMeasurements);
         }
@@ -111,7 +112,7 @@ std::string timeOfDay() {
     return text;
 }
 
-/// Prints measurements as they come, each trial with its difference from the standard before it.
+/// Prints measurements as they arrive, each trial with its difference from the preceding standard.
 class Reporter {
   public:
     Reporter(const MonitorOptions& options, const Environment& environment)
@@ -168,7 +169,7 @@ void runMonitor(const MonitorOptions& options, const Environment& environment) {
         }
         reporter.report(*pressed);
         if (!environment.out) {
-            // Nobody reads any more; Program says so.
+            // The reader is gone; Program reports it.
             break;
         }
     }
@@ -181,8 +182,8 @@ std::uint32_t countOf(const std::string& text) {
 }  // namespace
 
 void addMonitor(Program& program, const Environment& environment) {
-    CommandLine line = program.add(
-        "monitor", "Show measurements started with the instrument's button, until Ctrl-C");
+    CommandLine line =
+        program.add("monitor", "Show measurements made with the instrument's button, until Ctrl-C");
     const auto options = std::make_shared<MonitorOptions>();
     addNamed(line, {"--count", "N", "End after this many measurements"}, options->count, countOf);
     addOptions(line, options->view);

@@ -10,7 +10,7 @@
 namespace cqtool {
 namespace {
 
-constexpr const char* kColourGroup = "Colour";
+constexpr const char* kColorGroup = "Colour";
 constexpr double kLeastOpenTimeout = 0.1;  // seconds
 constexpr double kMostOpenTimeout = 3600;
 
@@ -31,22 +31,22 @@ constexpr const char* kOpenTimeout = "--open-timeout";
 
 void addAdapterOption(CommandLine& line, ConnectionOptions& options) {
     line.addOption(
-        {kAdapter, "PORT", "The port of the adapter for wireless instruments, COM7 or /dev/ttyUSB0",
-         kConnectionGroup},
+        {kAdapter, "PORT", "Port of the wireless adapter, COM7 or /dev/ttyUSB0", kConnectionGroup},
         [&options](const std::string& text) {
             options.adapter = text;
             options.isWireless = true;
         });
 }
 
-/// Behind addAdapterOption(): a named adapter is a real one.
+/// To be called after addAdapterOption(): a named adapter is a real one.
 void addVirtualOptions(CommandLine& line, ConnectionOptions& options) {
     line.addFlag(
-        {kVirtual, "", "Use a virtual one, started for this command alone", kConnectionGroup},
+        {kVirtual, "", "Use a virtual instrument, started for this command only", kConnectionGroup},
         options.useVirtual);
     line.addOption(
         {kVirtualOptions, "TEXT",
-         "Use one started with these options, such as \"--calibrated --seed 7\"", kConnectionGroup},
+         "Use a virtual instrument with these options, such as \"--calibrated --seed 7\"",
+         kConnectionGroup},
         [&options](const std::string& text) {
             options.virtualOptions = text;
             options.useVirtual = true;
@@ -56,7 +56,7 @@ void addVirtualOptions(CommandLine& line, ConnectionOptions& options) {
 }
 
 void addDebugLogOption(CommandLine& line, ConnectionOptions& options) {
-    line.addFlag({"--debug-log", "", "Write what goes over the line into a log beside the library",
+    line.addFlag({"--debug-log", "", "Log the bytes on the line to a file beside the library",
                   kConnectionGroup},
                  options.writeDebugLog);
 }
@@ -97,19 +97,18 @@ std::string slaveAddressOf(const std::string& text) {
 }
 
 void addOptions(CommandLine& line, ConnectionOptions& options) {
-    line.addOption({kPort, "NAME",
-                    "The instrument's port, COM5 or /dev/ttyACM0; without it the instrument is "
-                    "looked for",
-                    kConnectionGroup},
-                   options.port);
+    line.addOption(
+        {kPort, "NAME", "The instrument's port, COM5 or /dev/ttyACM0 (default: search for it)",
+         kConnectionGroup},
+        options.port);
     line.addFlag(
-        {kWireless, "", "Use a wireless instrument; without --adapter the adapter is looked for",
+        {kWireless, "", "Use a wireless instrument; without --adapter, search for the adapter",
          kConnectionGroup},
         options.isWireless);
     addAdapterOption(line, options);
     line.addOption({kSlave, "ADDRESS",
-                    "The wireless instrument with this address, see cq scan; without it the one "
-                    "with the strongest signal",
+                    "Use the wireless instrument with this address, see cq scan (default: the "
+                    "strongest signal)",
                     kConnectionGroup},
                    [&options](const std::string& text) {
                        options.slave = slaveAddressOf(text);
@@ -136,7 +135,7 @@ void addAdapterOptions(CommandLine& line, ConnectionOptions& options) {
 
 void addOptions(CommandLine& line, OutputOptions& options) {
     constexpr const char* kGroup = "Output";
-    line.addFlag({"--json", "", "Print JSON for programs to read", kGroup}, options.json);
+    line.addFlag({"--json", "", "Print JSON instead of text", kGroup}, options.json);
     addNamed(line, {"--color", "auto|always|never", "Colours in a terminal (default auto)", kGroup},
              options.color, colorModeNamed);
 }
@@ -144,10 +143,9 @@ void addOptions(CommandLine& line, OutputOptions& options) {
 void addOptions(CommandLine& line, Viewing& viewing) {
     addNamed(line,
              {"--illuminant", "NAME",
-              "Illuminant: D50, D55, D65, D75, A, C or F1 to F12 (default D65)", kColourGroup},
+              "Illuminant: D50, D55, D65, D75, A, C or F1 to F12 (default D65)", kColorGroup},
              viewing.illuminant, illuminantNamed);
-    addNamed(line,
-             {"--observer", "2|10", "Standard observer in degrees (default 10)", kColourGroup},
+    addNamed(line, {"--observer", "2|10", "Standard observer in degrees (default 10)", kColorGroup},
              viewing.observer, observerNamed);
 }
 
@@ -155,16 +153,16 @@ void addOptions(CommandLine& line, ViewOptions& options) {
     addOptions(line, options.viewing);
     addNamed(
         line,
-        {"--space", "NAME", "Colour space: " + colorSpaceNames() + " (default lab)", kColourGroup},
+        {"--space", "NAME", "Colour space: " + colorSpaceNames() + " (default lab)", kColorGroup},
         options.space, [](const std::string& name) { return &colorSpaceNamed(name); });
 }
 
 void addRecordLayoutOption(CommandLine& line, std::string& file) {
-    line.addOption(
-        {"--record-layout", "FILE",
-         "Where a record holds its spectrum, as JSON (default: the virtual instrument's)",
-         kColourGroup},
-        file);
+    line.addOption({"--record-layout", "FILE",
+                    "JSON file that says where a record holds its spectrum (default: the virtual "
+                    "instrument's layout)",
+                    kColorGroup},
+                   file);
 }
 
 void addLabelsOption(CommandLine& line, std::string& file) {

@@ -21,30 +21,31 @@ struct OutputOptions {
     Palette palette() const;
 };
 
-/// What colours are computed for, and in which space they are shown.
+/// The illuminant and observer that colours are computed for, and the space in which they are
+/// shown.
 struct ViewOptions {
     Viewing viewing;
     const SpaceInfo* space = &colorSpace(ColorSpaceLab);
 };
 
-/// Adds an option whose text is turned into its value by a function.
+/// Adds an option whose text a function turns into its value.
 template <typename Value, typename Function>
 void addNamed(CommandLine& line, const OptionText& text, Value& value, Function valueOf) {
     line.addOption(text, [&value, valueOf](const std::string& given) { value = valueOf(given); });
 }
 
-/// The number in an option's text; throws UsageError when it is none or out of its range.
+/// The number in an option's text; throws UsageError if it is not a number or out of range.
 double numberOf(const std::string& text, const char* option, double least, double most);
 std::uint32_t wholeNumberOf(const std::string& text, const char* option, std::uint32_t least,
                             std::uint32_t most);
 
-/// The digits of a wireless instrument's address, which may be divided by colons or dashes; throws
-/// UsageError for anything else.
+/// The digits of a wireless instrument's address, which may be separated by colons or dashes;
+/// throws UsageError for anything else.
 std::string slaveAddressOf(const std::string& text);
 
 // Each adds the options; the value must outlive the parsing.
 void addOptions(CommandLine& line, ConnectionOptions& options);
-/// Only what concerns a wireless adapter, without an instrument.
+/// Only for a wireless adapter, without an instrument.
 void addAdapterOptions(CommandLine& line, ConnectionOptions& options);
 void addOptions(CommandLine& line, OutputOptions& options);
 void addOptions(CommandLine& line, ViewOptions& options);

@@ -78,7 +78,7 @@ void set(const ParameterOptions& options, const Environment& environment) {
     if (stored != options.value) {
         throw Failure("the instrument holds " + std::to_string(stored) + " as parameter " +
                           std::to_string(options.number) + ", not " + std::to_string(options.value),
-                      "it may not take this value; nothing else was changed");
+                      "the instrument may not accept this value; nothing else was changed");
     }
     print(options, environment, connection.portName(), {{options.number, stored}});
 }
@@ -88,12 +88,12 @@ void set(const ParameterOptions& options, const Environment& environment) {
 void addParameter(Program& program, const Environment& environment) {
     CommandLine group = program.add("parameter", "Read or write measurement parameters");
     group.setExamples(
-        "What a parameter means is the instrument's own. A wireless instrument has none.\n\n"
+        "The instrument defines what a parameter means. A wireless instrument has none.\n\n"
         "Examples:\n"
         "  cq parameter get 0 1 2\n"
         "  cq parameter set 7 1");
 
-    CommandLine getting = group.addCommand("get", "Read parameters by their numbers");
+    CommandLine getting = group.addCommand("get", "Read parameters by number");
     const auto getOptions = std::make_shared<ParameterOptions>();
     getting.addArguments({.name = "numbers",
                           .valueName = "N",
@@ -105,8 +105,7 @@ void addParameter(Program& program, const Environment& environment) {
     getting.setExamples("Examples:\n  cq parameter get 7\n  cq parameter get 0 1 2 --json");
     getting.setAction([getOptions, environment] { get(*getOptions, environment); });
 
-    CommandLine setting =
-        group.addCommand("set", "Write a parameter, and show what the instrument then holds");
+    CommandLine setting = group.addCommand("set", "Write a parameter and read it back");
     const auto setOptions = std::make_shared<ParameterOptions>();
     addNamed(setting,
              {.name = "number",

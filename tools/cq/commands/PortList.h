@@ -12,7 +12,7 @@
 
 namespace cqtool {
 
-/// A port with what was asked about it.
+/// A port and the answers to what was asked.
 struct ListedPort {
     PortInfo port;
     std::optional<CqDeviceInfo> info;          ///< of the instrument that answered
@@ -23,8 +23,8 @@ struct ListedPort {
 /// A table of the ports, below each what was asked.
 std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const Palette& palette);
 
-/// An array of {"port", "kind", "usb", "description", "driver", "accessible", "heldBy"}, and of
-/// those that were asked "instrument", "slaves" or "problem".
+/// An array of {"port", "kind", "usb", "description", "driver", "accessible", "heldBy"}, with
+/// "instrument", "slaves" or "problem" for the ports that were asked.
 Json portsJson(const std::vector<ListedPort>& ports);
 
 }  // namespace cqtool

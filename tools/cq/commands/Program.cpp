@@ -46,7 +46,7 @@ std::string fullName(const CLI::App& command) {
     return (parent == nullptr ? std::string() : fullName(*parent) + ' ') + command.get_name();
 }
 
-/// Throws UsageError, with the commands that there are, unless the parent has this one.
+/// Throws UsageError, with the available commands, unless the parent has this one.
 void checkCommandName(const CLI::App& parent, const std::string& name) {
     const auto names = commandNames(parent);
     if (std::find(names.begin(), names.end(), name) == names.end()) {
@@ -161,7 +161,7 @@ ExitStatus Program::run(int argc, char** argv) {
 void Program::parse(int argc, char** argv) {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     if (!arguments.empty() && arguments.front().starts_with('-')) {
-        // Options belong to the command: those before it are taken as if they came last.
+        // Options belong to the command: those before it are treated as if they came last.
         const auto names = commandNames(*app_);
         const auto command =
             std::find_first_of(arguments.begin(), arguments.end(), names.begin(), names.end());

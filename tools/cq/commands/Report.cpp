@@ -34,14 +34,14 @@ struct ReportOptions {
     OutputOptions output;
 };
 
-/// Brings files to the colours that the report is about.
+/// Computes the colours of files for the report.
 class Reader {
   public:
     explicit Reader(const ReportOptions& options)
         : options_(options), reading_{options.isPercent, loadRecordLayout(options.recordLayout)} {}
 
     /// \param format as exchangeFormatFor() takes it.
-    /// \param viewing what to compute colours for; nothing: what the file says.
+    /// \param viewing illuminant and observer; nothing: those of the file.
     RecordSet read(const std::string& file, const std::string& format,
                    const std::optional<Viewing>& viewing) const {
         RecordSet set = loadRecords(file, exchangeFormatFor(file, format), reading_);
@@ -72,7 +72,8 @@ class Reader {
         if (entry.spectrum) {
             entry.lab = colorOfSpectrum(*entry.spectrum, ColorSpaceLab, wanted);
         } else if (!entry.lab) {
-            throw Failure(file + ": no colour can be given of '" + entry.name + "': " + problem);
+            throw Failure(file + ": no colour can be computed for '" + entry.name +
+                          "': " + problem);
         } else if (viewingName(given) != viewingName(wanted)) {
             throw Failure(file + ": '" + entry.name + "' has L*, a*, b* for " + viewingName(given) +
                               " and no spectrum to compute them for " + viewingName(wanted),
@@ -102,7 +103,7 @@ std::vector<TrialGroup> groupsAround(std::uint32_t index, const RecordSet& set,
     }
     if (found == end) {
         throw Failure(file + " has no measurement with the index " + std::to_string(index),
-                      "the first column, or member \"index\", of the file numbers them");
+                      "see the indices in the file's first column, or member \"index\"");
     }
     TrialGroup group{*found, {begin, found}};
     group.trials.insert(group.trials.end(), found + 1, end);
@@ -198,20 +199,20 @@ void runReport(const ReportOptions& options, const Environment& environment) {
 }  // namespace
 
 void addReport(Program& program, const Environment& environment) {
-    CommandLine line =
-        program.add("report", "Write a page of colours and differences from an exported file");
+    CommandLine line = program.add(
+        "report", "Write an HTML page of colours and differences from an exported file");
     const auto options = std::make_shared<ReportOptions>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
-                    .description = "Measurements as cq exports them",
+                    .description = "Measurements exported by cq",
                     .isRequired = true},
                    options->file);
     line.addOption(
-        {"--format", "csv|json|cgats|raw", "The file's format (default: its name tells)"},
+        {"--format", "csv|json|cgats|raw", "The file's format (default: by its extension)"},
         options->format);
     line.addOption({"--standard", "INDEX|FILE",
-                    "What to compare with: the measurement of this index, or another file's "
-                    "standards (default: each trial with the standard before it)"},
+                    "What to compare with: the measurement with this index, or the standards of "
+                    "another file (default: each trial with the preceding standard)"},
                    options->standard);
     addNamed(line, {"--tolerance", "DELTA", "The largest difference that passes"},
              options->judgement.tolerance, [](const std::string& text) {
@@ -222,7 +223,7 @@ void addReport(Program& program, const Environment& environment) {
              options->judgement.formula, differenceFormulaNamed);
     line.addOption({.name = "--output",
                     .valueName = "FILE",
-                    .description = "Write the report into this file",
+                    .description = "Write the report to this file",
                     .isRequired = true},
                    options->report);
     line.addOption({"--title", "TEXT", "The report's title"}, options->title);

@@ -37,7 +37,7 @@ void runScan(const ScanOptions& options, const Environment& environment) {
     const auto virtualAdapter = startVirtual(options.connection);
     const std::string adapter =
         virtualAdapter ? virtualAdapter->portName() : options.connection.adapter;
-    // A scan that was broken off would leave the adapter scanning, so Ctrl-C counts at its end.
+    // An aborted scan would leave the adapter scanning, so Ctrl-C takes effect at its end.
     const std::vector<Slave> slaves = scanSlaves(adapter);
     environment.interrupt.throwIfHappened();
     if (options.output.json) {
@@ -57,7 +57,7 @@ void addScan(Program& program, const Environment& environment) {
     addAdapterOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
-        "Takes 2 to 5 s. An address that is listed goes to a command's --slave.\n\n"
+        "Takes 2 to 5 s. Other commands take a listed address as --slave.\n\n"
         "Examples:\n"
         "  cq scan --adapter COM7\n"
         "  cq scan --adapter /dev/ttyUSB0 --json\n"

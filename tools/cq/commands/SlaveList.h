@@ -9,10 +9,10 @@
 
 namespace cqtool {
 
-/// A line of titles, then one for each; the first, which is the strongest, is marked.
+/// A header line, then one line for each; the first, which is the strongest, is marked.
 std::vector<std::string> slaveLines(const std::vector<Slave>& slaves, const Palette& palette);
 
-/// An array; what the library could not pass on is null.
+/// An array; texts that the library could not pass on are null.
 Json slavesJson(const std::vector<Slave>& slaves);
 
 }  // namespace cqtool

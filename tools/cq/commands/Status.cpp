@@ -46,7 +46,7 @@ void runStatus(const StatusOptions& options, const Environment& environment) {
 void addStatus(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "status",
-        "Show the instrument's status, items by the instrument's own numbers or their labels");
+        "Show the instrument's status, items by their labels or the instrument's own numbers");
     const auto options = std::make_shared<StatusOptions>();
     addLabelsOption(line, options->labels);
     addOptions(line, options->connection);

@@ -36,13 +36,13 @@ void print(const StoredDeleteOptions& options, const Environment& environment,
     }
 }
 
-/// Throws UsageError where nobody can be asked.
+/// Throws UsageError without a terminal to ask.
 void checkCanConfirm(const StoredDeleteOptions& options) {
     if (!options.isConfirmed &&
         !(isTerminal(StandardStream::input) && isTerminal(StandardStream::error))) {
         throw UsageError(std::string(options.isAll ? "--all deletes every standard AND every sample"
-                                                   : "what is deleted is gone for good") +
-                         "; nobody can be asked here, so confirm with --yes");
+                                                   : "deleted records cannot be restored") +
+                         "; without a terminal to ask, confirm with --yes");
     }
 }
 
@@ -57,7 +57,7 @@ void confirm(const Environment& environment, const std::string& what) {
                       << " of the instrument, for good.\nType yes to delete: " << std::flush;
     std::string answer;
     std::getline(std::cin, answer);
-    if (environment.interrupt.happened()) {  // the signal has ended the reading
+    if (environment.interrupt.happened()) {  // the signal ended the read
         environment.notes << "\ncq: nothing was deleted\n";
         environment.interrupt.throwIfHappened();
     }
@@ -84,7 +84,7 @@ void deleteAll(const StoredDeleteOptions& options, const Environment& environmen
     print(options, environment, connection.portName(), standards, samples);
 }
 
-/// Which of the records are gone, for a deletion that was not completed.
+/// The records that are gone after an incomplete deletion.
 std::string deletions(const StoredDeleteOptions& options, const std::vector<std::uint32_t>& indices,
                       const Change& change) {
     std::string text = std::to_string(change.done) + " of " +
@@ -94,8 +94,7 @@ std::string deletions(const StoredDeleteOptions& options, const std::vector<std:
         text += " to " + std::to_string(indices[change.done - 1]);
     }
     if (change.unknown > 0) {
-        text += "; whether " + std::to_string(indices[change.done]) +
-                " was, the instrument has not told";
+        text += "; it is unknown whether " + std::to_string(indices[change.done]) + " was";
     }
     return text;
 }
@@ -161,12 +160,11 @@ void addStoredDelete(CommandLine& group, const Environment& environment, bool is
     line.addArguments({"indices", "INDEX", "Indices and ranges, such as 3 or 7-9"},
                       options->indices);
     line.addFlag({"--all", "", "Delete every standard AND every sample"}, options->isAll);
-    line.addFlag({"--yes", "", "Do not ask; required where nobody can be asked"},
-                 options->isConfirmed);
+    line.addFlag({"--yes", "", "Do not ask; required without a terminal"}, options->isConfirmed);
     addOptions(line, *options);
     line.setExamples("Indices are those of cq " + name +
-                     " list; what comes behind a deleted record moves up. Asks before it "
-                     "deletes.\n\nExamples:\n  cq " +
+                     " list; the records after a deleted one move up. Asks for confirmation.\n\n"
+                     "Examples:\n  cq " +
                      name + " delete 3 7-9\n  cq " + name + " delete --all --yes");
     line.setAction([options, environment] { runStoredDelete(*options, environment); });
 }

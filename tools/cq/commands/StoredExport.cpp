@@ -79,23 +79,23 @@ void addStoredExport(CommandLine& group, const Environment& environment, bool is
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
-        group.addCommand("export", isStandards ? "Write the stored standards into a file"
-                                               : "Write the stored samples into a file");
+        group.addCommand("export", isStandards ? "Write the stored standards to a file"
+                                               : "Write the stored samples to a file");
     line.addOption({.name = "--output",
                     .valueName = "FILE",
                     .description = "The file to write; '-' writes to standard output",
                     .isRequired = true},
                    options->file);
     line.addOption(
-        {"--format", "NAME", exchangeFormatNames() + " (default: what the file's extension means)"},
+        {"--format", "NAME", exchangeFormatNames() + " (default: by the file's extension)"},
         options->format);
     addRangeOptions(line, *options);
     addOptions(line, options->viewing);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, *options);
     line.setExamples(
-        "The file is written when all records have come; until then what was there "
-        "stays.\n\nExamples:\n  cq " +
+        "The file is written once all records have arrived; until then an existing file is "
+        "kept.\n\nExamples:\n  cq " +
         name + " export --output " + name + ".csv\n  cq " + name + " export --output " + name +
         ".txt --format cgats --illuminant D50\n  cq " + name +
         " export --output - --format json --count 10");

@@ -25,7 +25,7 @@ std::vector<CqMeasurementRecord> loadStandards(const StoredImportOptions& option
                                      [](const RecordEntry& entry) { return !entry.isStandard; });
     if (sample != set.entries.end()) {
         throw Failure(options.file + ": entry " + std::to_string(sample - set.entries.begin() + 1) +
-                          " is a trial; an instrument takes standards alone",
+                          " is a trial; an instrument takes only standards",
                       "leave only standards in the file");
     }
     auto records = recordsOf(set, options.file);
@@ -44,7 +44,7 @@ void checkRoom(const Storage& storage, std::size_t wanted) {
     }
 }
 
-/// How many standards have arrived, in words that are true whatever the instrument did.
+/// How many standards have arrived, worded so that it is true whatever the instrument did.
 std::string arrivals(const Change& change, std::size_t total, std::uint32_t first) {
     std::string text =
         std::to_string(change.done) + " of " + counted(total, "standards") + " arrived";
@@ -52,8 +52,8 @@ std::string arrivals(const Change& change, std::size_t total, std::uint32_t firs
         text += " (" + rangeText(first, change.done) + ")";
     }
     if (change.unknown > 0) {
-        text += "; whether any of the next " + std::to_string(change.unknown) +
-                " did, the instrument has not told";
+        text +=
+            "; it is unknown whether any of the next " + std::to_string(change.unknown) + " did";
     }
     return text;
 }
@@ -61,9 +61,9 @@ std::string arrivals(const Change& change, std::size_t total, std::uint32_t firs
 std::string adviceAfter(const Change& change, std::uint32_t first) {
     const std::string cause = advice(change.code, Operation::writeStandards);
     return change.done == 0 || change.unknown > 0
-               ? cause + "; see with cq standards list what is stored"
+               ? cause + "; cq standards list shows what is stored"
                : cause + "; cq standards delete " + std::to_string(first) + "-" +
-                     std::to_string(first + change.done - 1) + " takes back what arrived";
+                     std::to_string(first + change.done - 1) + " removes what arrived";
 }
 
 void runStoredImport(const StoredImportOptions& options, const Environment& environment) {
@@ -105,17 +105,16 @@ void addStandardsImport(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand("import", "Write standards from a file to the instrument");
     line.addOption({.name = "file",
                     .valueName = "FILE",
-                    .description = "What cq standards export has written, with the records",
+                    .description = "A file written by cq standards export, with the records",
                     .isRequired = true},
                    options->file);
     line.addOption(
-        {"--format", "NAME", "csv, json, cgats or raw (default: what the file's extension means)"},
+        {"--format", "NAME", "csv, json, cgats or raw (default: by the file's extension)"},
         options->format);
     addOptions(line, *options);
     line.setExamples(
-        "The standards come behind those that are stored. Nothing is written unless the whole "
-        "file\n"
-        "can be read and, as far as the instrument tells its capacity, fits.\n\n"
+        "The standards are appended to the stored ones. Nothing is written unless the whole file\n"
+        "can be read and, if the instrument reports its capacity, fits.\n\n"
         "Examples:\n"
         "  cq standards import standards.csv\n"
         "  cq standards import backup.bin --port COM5");

@@ -12,7 +12,7 @@
 
 namespace cqtool {
 
-/// Which stored records of which instrument, and how to show them.
+/// The instrument, the stored records to read, and how to show them.
 struct StoredOptions {
     RecordList list;
     std::uint32_t first = 0;
@@ -22,12 +22,12 @@ struct StoredOptions {
 };
 
 // Each adds options; the value must outlive the parsing.
-/// Connection, output, and for samples the standard that they belong to.
+/// Connection, output, and for samples their standard.
 void addOptions(CommandLine& line, StoredOptions& options);
-/// Which part of the list.
+/// The part of the list.
 void addRangeOptions(CommandLine& line, StoredOptions& options);
 
-/// Reads what the options name and shows how far it has come.
+/// Reads what the options name and shows the progress.
 std::vector<CqMeasurementRecord> readStored(const Storage& storage, const StoredOptions& options);
 
 /// Why there is nothing to show: "no standards are stored", "there is no index 9: ...".
@@ -37,7 +37,7 @@ std::string emptyText(const StoredOptions& options, std::uint32_t stored);
 void addStoredList(CommandLine& group, const Environment& environment, bool isStandards);
 void addStoredExport(CommandLine& group, const Environment& environment, bool isStandards);
 void addStoredDelete(CommandLine& group, const Environment& environment, bool isStandards);
-/// Instruments take standards alone.
+/// Instruments accept only standards.
 void addStandardsImport(CommandLine& group, const Environment& environment);
 
 }  // namespace cqtool

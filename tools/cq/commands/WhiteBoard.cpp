@@ -74,7 +74,7 @@ void set(const WhiteBoardOptions& options, const Environment& environment) {
     }
     if (std::memcmp(&stored, &parameter, sizeof parameter) != 0) {
         throw Failure("the instrument has not kept the white-board parameter as it was written",
-                      "see with cq whiteboard get what it holds");
+                      "cq whiteboard get shows what it holds");
     }
     report(options, environment, connection.portName(),
            "white-board parameter of " + options.file + " written and read back");
@@ -92,10 +92,10 @@ void addWhiteBoard(Program& program, const Environment& environment) {
 
     CommandLine getting = group.addCommand("get", "Read the reference values");
     const auto getOptions = std::make_shared<WhiteBoardOptions>();
-    getting.addOption({"file", "FILE",
-                       "Where to write them: .bin the 280 bytes, else JSON; '-', and without a "
-                       "file: JSON on standard output"},
-                      getOptions->file);
+    getting.addOption(
+        {"file", "FILE",
+         "The file to write: .bin for the 280 bytes, else JSON; '-' or no file prints JSON"},
+        getOptions->file);
     addOptions(getting, getOptions->connection);
     addOptions(getting, getOptions->output);
     getting.setExamples(
@@ -107,14 +107,14 @@ void addWhiteBoard(Program& program, const Environment& environment) {
     const auto setOptions = std::make_shared<WhiteBoardOptions>();
     setting.addOption({.name = "file",
                        .valueName = "FILE",
-                       .description = "What cq whiteboard get has written: .bin, else JSON",
+                       .description = "A file written by cq whiteboard get: .bin, else JSON",
                        .isRequired = true},
                       setOptions->file);
     addOptions(setting, setOptions->connection);
     addOptions(setting, setOptions->output);
     setting.setExamples(
-        "Every later white calibration goes by these values: keep the old ones first. Over the\n"
-        "cable alone.\n\n"
+        "Every later white calibration uses these values: save the old ones first. Works only\n"
+        "over the cable.\n\n"
         "Examples:\n"
         "  cq whiteboard get old.bin\n"
         "  cq whiteboard set tile.json");

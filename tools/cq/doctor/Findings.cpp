@@ -45,7 +45,7 @@ Finding findingOf(const PortInfo& port) {
     return {Level::works, subject, describe(port), {}};
 }
 
-/// What can be said when no port is of this kind.
+/// The finding if no port is of this kind.
 Finding withoutPort(PortKind kind, const PortFacts& facts) {
     const std::string subject(nameOf(kind));
     const PortDriver& driver =
@@ -55,7 +55,8 @@ Finding withoutPort(PortKind kind, const PortFacts& facts) {
                      [kind](const UsbIdentity& usb) { return kindOf(usb, {}) == kind; });
     if (device != facts.usb.end()) {
         return {Level::problem, subject,
-                textOf(*device) + " is plugged in, but the system has made no serial port of it" +
+                textOf(*device) +
+                    " is plugged in, but the system has created no serial port for it" +
                     (driver.isThere == false ? ": there is no driver " + driver.name : ""),
                 driver.advice};
     }
@@ -77,7 +78,7 @@ Finding driverFinding(const PortFacts& facts) {
     if (!missing.empty()) {
         return {Level::note, "drivers", "missing: " + joined(missing, ", "), joined(advice, "; ")};
     }
-    return there.empty() ? Finding{Level::note, "drivers", "the system does not tell", {}}
+    return there.empty() ? Finding{Level::note, "drivers", "the system does not say", {}}
                          : Finding{Level::works, "drivers", joined(there, ", "), {}};
 }
 
@@ -124,7 +125,7 @@ std::vector<Finding> portFindings(const PortFacts& facts) {
         }
     }
     findings.push_back(driverFinding(facts));
-    // Where a port cannot be opened that is said of the port.
+    // A note only: a port that cannot be opened is reported itself.
     findings.push_back({facts.permission.isGranted ? Level::works : Level::note, "permission",
                         facts.permission.text, facts.permission.advice});
     return findings;
@@ -135,7 +136,7 @@ Finding colorFinding() {
     Spectrum white;
     white.fill(1.0F);
     const ColorData lab = colorOfSpectrum(white, ColorSpaceLab, kViewing);
-    // Of L* 50 the inverse of ISO/CIE 11664-4 gives Y = 100 * ((50 + 16) / 116)^3.
+    // For L* 50 the inverse of ISO/CIE 11664-4 gives Y = 100 * ((50 + 16) / 116)^3.
     const ColorData xyz = colorOfLab({{50, 0, 0}}, ColorSpaceXyz, kViewing);
     const double expected = 100 * std::pow(66.0 / 116.0, 3);
     const bool isRight = deltaEab(lab, {{100, 0, 0}}) < kColorAccuracy &&
@@ -145,14 +146,14 @@ Finding colorFinding() {
                 "the perfect white has L* " + fixed(lab.values[0], 2) + " a* " +
                     fixed(lab.values[1], 2) + " b* " + fixed(lab.values[2], 2) +
                     ", and L* 50 has Y " + fixed(xyz.values[1], 3),
-                "install program and library again, from one package"};
+                "reinstall program and library from the same package"};
     }
-    return {Level::works, "colours", "the library computes what is known", {}};
+    return {Level::works, "colours", "the library computes known colours correctly", {}};
 }
 
 Finding logFinding(const std::filesystem::path& library) {
     if (library.empty()) {
-        return {Level::note, "log", "where the library lies cannot be told", {}};
+        return {Level::note, "log", "the library's folder cannot be determined", {}};
     }
     std::filesystem::path file = library;
     file += ".log";

@@ -9,11 +9,11 @@
 
 namespace cqtool {
 
-/// What a look at one thing has shown.
+/// The result of one check.
 struct Finding {
     enum class Level {
         works,
-        note,    ///< nothing to mend, but worth knowing
+        note,    ///< needs no action, but is worth knowing
         problem  ///< something does not work
     };
 
@@ -26,7 +26,7 @@ struct Finding {
 /// "ok", "note" or "problem".
 const char* nameOf(Finding::Level level);
 
-/// What the machine tells about instruments and adapters at its ports.
+/// What the machine knows about instruments and adapters on its ports.
 struct PortFacts {
     std::vector<PortInfo> ports;
     std::vector<UsbIdentity> usb;
@@ -39,10 +39,10 @@ PortFacts portFacts();
 
 std::vector<Finding> portFindings(const PortFacts& facts);
 
-/// The library computes colours that are known.
+/// Checks that the library computes known colours correctly.
 Finding colorFinding();
 
-/// The debug log can be written. An existing log is left as it is.
+/// Checks that the debug log can be written. An existing log is left as it is.
 Finding logFinding(const std::filesystem::path& library);
 
 }  // namespace cqtool

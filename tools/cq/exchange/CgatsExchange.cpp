@@ -20,7 +20,7 @@ constexpr const char* kKindField = "SAMPLE_KIND";
 constexpr const char* kRecordField = "RECORD_HEX";
 constexpr const char* kSpectralPrefix = "SPECTRAL_NM";
 
-/// What a file means that does not say for what its colours are computed: CGATS.5 and ISO 13655
+/// The default if a file does not say for what its colours are computed: CGATS.5 and ISO 13655
 /// compute for D50 and 2 degrees.
 constexpr Viewing kUnsaid{IlluminantD50, Observer2Degree};
 

@@ -77,22 +77,23 @@ class Reader {
         };
         if (tokens_.empty() ||
             std::none_of(std::begin(kBeginnings), std::end(kBeginnings), begins)) {
-            throw Failure(source_ + " is no CGATS file: its first word is not CGATS.17 or alike",
-                          "name the file's format with --format");
+            throw Failure(
+                source_ + " is not a CGATS file: its first word is not CGATS.17 or the like",
+                "name the file's format with --format");
         }
     }
 
     const Token& current(const char* expected) const {
         if (at_ >= tokens_.size()) {
             refuse(lastLine_, std::string("the file ends where ") + expected + " is expected",
-                   "it may have been cut off: export it again");
+                   "it may be truncated: export it again");
         }
         return tokens_[at_];
     }
 
     void readKeywords(CgatsTable& table) {
         at_ = 1;
-        // What follows the identifier on its line belongs to it.
+        // The rest of the identifier's line belongs to it.
         while (at_ < tokens_.size() && tokens_[at_].line == tokens_[0].line) {
             ++at_;
         }
@@ -136,7 +137,7 @@ class Reader {
                 row.cells.push_back(tokens_[at_].text);
                 ++at_;
             }
-            // A row may go on in the next line, but none begins within one.
+            // A row may continue on the next line, but always begins on a new one.
             const bool hasMore =
                 !current("END_DATA").is("END_DATA") && tokens_[at_].line == tokens_[at_ - 1].line;
             if (row.cells.size() < table.fields.size() || hasMore) {

@@ -8,7 +8,7 @@
 
 namespace cqtool {
 
-/// The first table of a text file in the form of ANSI CGATS.17 (and of its kin ISO 12642 and
+/// The first table of a text file in the form of ANSI CGATS.17 (or the related ISO 12642 and
 /// IT8.7): keywords with values, a data format, and rows of data.
 struct CgatsTable {
     struct Row {
@@ -21,15 +21,15 @@ struct CgatsTable {
     std::vector<std::string> fields;
     std::vector<Row> rows;
 
-    /// The value of a keyword; empty when it is not there.
+    /// The value of a keyword; empty if it is missing.
     std::string value(const std::string& keyword) const;
 };
 
-/// Throws Failure, with the line, for what is no such table; so for one that is cut off.
+/// Throws Failure, naming the line, if the table is malformed or truncated.
 CgatsTable readCgats(std::string_view content, const std::string& source);
 
-/// The text in quotes. What a quoted text cannot hold is replaced: quotation marks by apostrophes,
-/// line ends by spaces.
+/// The text in quotes. Characters that a quoted text cannot hold are replaced: quotation marks by
+/// apostrophes, line ends by spaces.
 std::string cgatsText(std::string_view text);
 
 }  // namespace cqtool

@@ -30,7 +30,7 @@ void requireWhole(std::span<const Place> places, const std::string& what, const 
 
 }  // namespace
 
-/// The cells of one row, with what messages call them.
+/// The cells of one row, with their names in messages.
 struct EntryColumns::Row {
     const EntryColumns& columns;
     const std::vector<std::string>& cells;
@@ -50,7 +50,7 @@ struct EntryColumns::Row {
         return *value;
     }
 
-    /// Several cells that belong together: nothing when all are empty.
+    /// Several cells that belong together; nothing if all are empty.
     template <std::size_t count>
     std::optional<std::array<double, count>> numbers(const std::array<Place, count>& places) const {
         if (std::all_of(places.begin(), places.end(),

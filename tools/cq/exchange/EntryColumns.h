@@ -24,9 +24,9 @@ class EntryColumns {
     EntryColumns(const std::vector<std::string>& titles, const ReadOptions& options,
                  const std::string& where);
 
-    /// The entry in a row. An empty cell is not known; so is a cell of a column that is not there.
-    /// \param count how many entries came before: the index of one that has none.
-    /// Throws Failure for a row of another length or a cell that does not hold what it must.
+    /// The entry in a row. Empty cells and missing columns are unknown.
+    /// \param count the number of entries before: the index of an entry without one.
+    /// Throws Failure for a row of the wrong length or a cell with invalid content.
     RecordEntry entry(const std::vector<std::string>& cells, std::uint32_t count,
                       const std::string& where, char decimalMark = '.') const;
 

@@ -58,8 +58,8 @@ std::string rawOf(const RecordSet& set) {
 RecordSet recordsOfRaw(std::string_view content, const std::string& source,
                        const RecordLayout& layout) {
     if (content.empty() || content.size() % kRecordSize != 0) {
-        throw Failure(source + " is no file of raw records: it has " +
-                          counted(content.size(), "bytes") + ", records have 256 each",
+        throw Failure(source + " is not a file of raw records: it has " +
+                          counted(content.size(), "bytes") + ", but records have 256 each",
                       "give a file of whole records, or name its format with --format");
     }
     RecordSet set;
@@ -165,7 +165,7 @@ std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::stri
     for (const RecordEntry& entry : set.entries) {
         if (!entry.record) {
             throw Failure(source + " has no instrument's record for '" + entry.name + "'",
-                          "an instrument takes its own records alone: use a file that was exported "
+                          "an instrument takes only its own records: use a file that was exported "
                           "with them");
         }
         records.push_back(*entry.record);
@@ -199,9 +199,9 @@ CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& wher
 
 void checkReflectance(double value, const std::string& where) {
     if (!(value >= kLeastPlausible && value <= kMostPlausible)) {
-        throw Failure(where + " is no reflectance",
+        throw Failure(where + " is not a reflectance",
                       "spectra must be fractions: 1 is the perfect white, not 100; --percent of cq "
-                      "report and cq color takes percents");
+                      "report and cq color takes percentages");
     }
 }
 

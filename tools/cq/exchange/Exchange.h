@@ -16,7 +16,7 @@
 
 namespace cqtool {
 
-/// One measurement as it is passed between programs. What is not known is left out.
+/// One measurement as it is passed between programs. Unknown parts are left out.
 struct RecordEntry {
     std::uint32_t index = 0;  ///< where the instrument stores it, or a count from 0
     std::string name;
@@ -29,7 +29,7 @@ struct RecordEntry {
     const char* kind() const { return isStandard ? "standard" : "trial"; }
 };
 
-/// Measurements with where they come from. Texts are UTF-8; an empty one is not known.
+/// Measurements and their origin. Texts are UTF-8; an empty one is unknown.
 struct RecordSet {
     std::string title;
     std::string instrument;
@@ -50,11 +50,11 @@ struct ReadOptions {
 /// back.
 enum class ExchangeFormat { csv, json, cgats, html, raw };
 
-/// The names that can be given: "csv, json, cgats, html, raw".
+/// The names of the formats: "csv, json, cgats, html, raw".
 std::string exchangeFormatNames();
 
-/// The format called so; without a name the one that the file's extension means (.csv, .json, .txt
-/// and .cgats, .html and .htm, .bin, .raw and .record). Throws UsageError when neither tells.
+/// The format with this name, else by the file's extension (.csv, .json, .txt and .cgats, .html and
+/// .htm, .bin, .raw and .record). Throws UsageError if neither names one.
 ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name = {});
 
 /// An entry from an instrument's record: with the spectrum, L*, a*, b*, name and time that the layout
@@ -66,8 +66,8 @@ RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index,
                     const Viewing& viewing, const std::string& name = {});
 
 /// The content of a file in this format.
-/// Throws Failure when the format cannot hold an entry, with what could: raw without its record,
-/// cgats when some entries have a spectrum, L*a*b* or a record and others have not.
+/// Throws Failure, with what would help, if the format cannot hold an entry: raw without its
+/// record, cgats if some entries have a spectrum, L*a*b* or a record and others do not.
 std::string writtenRecords(const RecordSet& set, ExchangeFormat format);
 
 /// Reads what writtenRecords() gives, and files of other programs as far as they have what is
@@ -81,8 +81,8 @@ RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const s
 RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format,
                       const ReadOptions& options = {});
 
-/// The record of every entry, in order; throws Failure naming the first that has none. \param
-/// source as above.
+/// The record of every entry, in order; throws Failure naming the first without one.
+/// \param source as above.
 std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::string& source);
 
 }  // namespace cqtool

@@ -6,7 +6,7 @@
 #include "exchange/Exchange.h"
 
 /// \file
-/// The formats one by one, for Exchange.cpp. Contracts are those of writtenRecords() and
+/// The individual formats, for Exchange.cpp, with the contracts of writtenRecords() and
 /// parsedRecords().
 
 namespace cqtool {
@@ -29,8 +29,8 @@ bool isStandardOf(std::string_view kind, const std::string& where);
 /// A record from its 512 hexadecimal digits; throws Failure as above.
 CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& where);
 
-/// Throws Failure, beginning with `where`, for a value that is no reflectance, most often because
-/// it is in percent.
+/// Throws Failure, beginning with `where`, for a value that is not a reflectance, most often
+/// because it is in percent.
 void checkReflectance(double value, const std::string& where);
 
 /// An illuminant and observer by their names; throws Failure as above.

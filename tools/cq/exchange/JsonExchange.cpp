@@ -29,7 +29,7 @@ Json entryJson(const RecordEntry& entry, const Viewing& viewing) {
     return json;
 }
 
-/// Takes members out of an object, with errors that name file and member.
+/// Reads the members of an object; errors name the file and the member.
 class Member {
   public:
     /// \param where the object's own place: "records.json", "records.json: entries[2]".
@@ -42,7 +42,7 @@ class Member {
     const std::string& where() const { return where_; }
     std::string placeOf(const char* name) const { return where_ + ": " + name; }
 
-    /// Null when there is no such member.
+    /// Null if there is no such member.
     const Json* find(const char* name) const {
         const auto found = object_.find(name);
         return found == object_.end() || found->is_null() ? nullptr : &*found;
@@ -158,7 +158,7 @@ Json parsed(std::string_view content, const std::string& source) {
             content.begin() + static_cast<std::ptrdiff_t>(std::min(error.byte, content.size()));
         throw Failure(source + " line " +
                           std::to_string(1 + std::count(content.begin(), end, '\n')) +
-                          ": this is no JSON, or it is cut off",
+                          ": this is not JSON, or it is truncated",
                       "give a file that cq has exported, or name its format with --format");
     } catch (const Json::exception&) {
         throw Failure(source + " holds a number that is too large");

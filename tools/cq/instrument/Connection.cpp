@@ -19,16 +19,17 @@
 namespace cqtool {
 namespace {
 
-/// It lives for one command, which could otherwise do little with it.
+/// Calibrated, because it lives for one command, which could otherwise do little with it.
 constexpr const char* kUsualVirtualOptions = "--calibrated";
 constexpr double kWiredOpenTimeout = 5;  // seconds
-// Linking takes 2 to 5 s, finding the strongest 2 s more, and each port without an adapter 2.5 s.
+// Linking takes 2 to 5 s, a scan for the strongest 2 s more, and each port without an adapter 2.5
+// s.
 constexpr double kWirelessOpenTimeout = 15;
 
 /// What to open.
 struct Target {
     bool isWireless;
-    std::string port;   ///< the instrument's or the adapter's; empty: to be found
+    std::string port;   ///< the instrument's or the adapter's; empty: search for it
     std::string slave;  ///< as in ConnectionOptions
 
     CqHandle open() const {
@@ -42,7 +43,7 @@ Target targetOf(const ConnectionOptions& options, const VirtualInstrument* virtu
             virtualInstrument != nullptr ? virtualInstrument->portName() : named, options.slave};
 }
 
-/// Runs an open call of the library, which may never return, on a thread of its own.
+/// Runs an open call of the library, which may never return, on a separate thread.
 class PendingOpen {
   public:
     explicit PendingOpen(const Target& target)
@@ -56,7 +57,7 @@ class PendingOpen {
     PendingOpen(const PendingOpen&) = delete;
     PendingOpen& operator=(const PendingOpen&) = delete;
 
-    /// The handle, null for a failed open; nothing when the time is over or after an interruption.
+    /// The handle, null if opening failed; nothing after the timeout or an interruption.
     std::optional<CqHandle> wait(std::chrono::duration<double> timeout, Interrupt& interrupt) {
         const auto wake = interrupt.onInterrupt([this] {
             const std::scoped_lock lock(mutex_);

@@ -22,16 +22,16 @@ struct ConnectionOptions {
     std::string adapter;  ///< the port of a wireless instrument's adapter; empty: as above
     std::string slave;    ///< a wireless instrument's address; empty: the strongest signal
     bool useVirtual = false;
-    /// As on a command line; nothing: as most commands need it, calibrated.
+    /// As on a command line; nothing: calibrated, as most commands need it.
     std::optional<std::string> virtualOptions;
-    std::optional<double> openTimeout;  ///< seconds; nothing: what suits the kind of connection
+    std::optional<double> openTimeout;  ///< seconds; nothing: by the kind of connection
     bool writeDebugLog = false;
 };
 
-/// Starts the library's log if the options say so; throws Failure when it cannot be written.
+/// Starts the library's log if the options say so; throws Failure if it cannot be written.
 void startDebugLog(const ConnectionOptions& options);
 
-/// The virtual instrument or adapter that the options ask for; null if they ask for none.
+/// The virtual instrument or adapter that the options request; null if there is none.
 std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options);
 
 /// Ends the process although a thread still waits inside the library, which cannot be helped.
@@ -42,16 +42,16 @@ std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options
 class Connection {
   public:
     /// Opens, starting a virtual instrument first if asked to.
-    /// Throws Failure, UsageError or Interrupted. When nothing answers in time, or on Ctrl-C while
-    /// waiting for that, it says so on standard error and ENDS THE PROCESS: the thread that waits
-    /// inside the library cannot be stopped.
+    /// Throws Failure, UsageError or Interrupted. If nothing answers in time, or on Ctrl-C while
+    /// waiting, it says so on standard error and ENDS THE PROCESS: the thread that waits inside the
+    /// library cannot be stopped.
     Connection(const ConnectionOptions& options, Interrupt& interrupt);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// While it lives, Ctrl-C does not close the connection: a call that runs is finished, and
-    /// isInterrupted() tells between calls. For what must not be left half-done.
+    /// While it lives, Ctrl-C does not close the connection: a running call is finished, and
+    /// isInterrupted() is checked between calls. For work that must not be left half done.
     class KeepOpen {
       public:
         explicit KeepOpen(Connection& connection);
@@ -64,7 +64,7 @@ class Connection {
     };
 
     CqHandle handle() const { return handle_; }
-    /// The port of the instrument, or of the adapter of a wireless one.
+    /// The port of the instrument or, for a wireless one, of the adapter.
     const std::string& portName() const { return portName_; }
     bool isWireless() const { return isWireless_; }
     bool isInterrupted() const { return interrupt_.happened(); }

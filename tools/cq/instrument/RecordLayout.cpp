@@ -54,19 +54,19 @@ double loadNumber(const std::uint8_t* bytes, RecordLayout::Format format) {
     return 0;
 }
 
-/// Takes the members out of a description, with an error that names file and member.
+/// Reads the members of a description; errors name the file and the member.
 class LayoutReader {
   public:
     LayoutReader(std::string_view json, const std::string& source) : source_(source) {
         try {
             document_ = nlohmann::json::parse(json);
         } catch (const nlohmann::json::parse_error& error) {
-            refuse("is no JSON (at byte " + std::to_string(error.byte) + ")");
+            refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
         } catch (const nlohmann::json::exception&) {
             refuse("holds a number that is too large");
         }
         if (!document_.is_object()) {
-            refuse("is no JSON object");
+            refuse("is not a JSON object");
         }
     }
 

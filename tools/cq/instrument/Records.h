@@ -13,7 +13,7 @@ namespace cqtool {
 /// print.
 std::vector<std::pair<std::string, std::string>> textsOf(const CqDeviceInfo& info);
 
-/// One line of all texts; says so when there are none.
+/// All texts in one line, or a remark that there are none.
 std::string instrumentName(const CqDeviceInfo& info);
 
 /// How many standards the instrument can store.

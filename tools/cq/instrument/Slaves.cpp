@@ -28,7 +28,7 @@ std::vector<Slave> slavesOf(const CqBleSlave* list) {
         slaves.push_back({printableText(list->name, sizeof list->name),
                           printableText(list->address, sizeof list->address), list->rssi});
     }
-    // Of equal ones the library connects to the first.
+    // The library connects to the first of equals.
     std::stable_sort(slaves.begin(), slaves.end(),
                      [](const Slave& one, const Slave& other) { return one.rssi > other.rssi; });
     return slaves;

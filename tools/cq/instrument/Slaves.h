@@ -11,16 +11,16 @@ namespace cqtool {
 /// A wireless instrument, or another peripheral, that the adapter has heard.
 struct Slave {
     std::string name;       ///< safe to print; empty: too long for the library to pass on
-    std::string address;    ///< hexadecimal digits; empty: as the name
+    std::string address;    ///< hexadecimal digits; empty: too long, too
     std::int32_t rssi = 0;  ///< strength of its signal in dBm
 };
 
 /// The entries of a list as the library gives it, the strongest signal first.
-/// \param list ends with an entry of zeros; null: nobody.
+/// \param list ends with an entry of zeros; null for an empty list.
 std::vector<Slave> slavesOf(const CqBleSlave* list);
 
-/// Asks the adapter on this port who is within reach. Takes 2 to 5 s, which Ctrl-C does not
-/// shorten. Throws Failure.
+/// Scans with the adapter on this port. Takes 2 to 5 s, which Ctrl-C does not shorten. Throws
+/// Failure.
 std::vector<Slave> scanSlaves(const std::string& adapterPort);
 
 }  // namespace cqtool

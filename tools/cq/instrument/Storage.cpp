@@ -18,7 +18,7 @@ constexpr std::uint32_t kWirelessPortion = 5;
 /// The selection of the samples of all standards.
 constexpr std::uint32_t kAllStandards = 0xFFFFFFFF;
 
-// No record consists of this byte alone, so it shows which places the library has left untouched.
+// No record consists of only this byte, so it marks the elements that the library has not written.
 constexpr std::uint8_t kUntouched = 0xA5;
 
 bool consistsOf(const CqMeasurementRecord& record, std::uint8_t byte) {
@@ -80,7 +80,7 @@ std::uint32_t Storage::readPortion(const RecordList& list, std::span<CqMeasureme
                           : cqUploadSamples(connection_.handle(), portion.data(), selectionOf(list),
                                             first, count),
                       readingOf(list));
-    // The library clears the places of samples that have not come.
+    // The library zeroes the elements of samples that have not arrived.
     const std::uint8_t missing = list.isStandards ? kUntouched : std::uint8_t{0};
     const auto end = std::find_if(portion.begin(), portion.end(), [missing](const auto& record) {
         return consistsOf(record, missing);
@@ -152,7 +152,7 @@ Change Storage::write(std::span<const CqMeasurementRecord> standards, const Prog
     return change;
 }
 
-/// Asks the instrument how much of a portion that failed it has stored all the same.
+/// Asks the instrument how much of a failed portion it has stored all the same.
 void Storage::settle(Change& change, std::uint32_t before, std::uint32_t underWay) const {
     std::uint32_t after = 0;
     const bool isToldNow = cqGetTotalStandards(connection_.handle(), &after) == CQ_NO_ERROR;

@@ -13,20 +13,19 @@ namespace cqtool {
 /// One of the lists that an instrument stores.
 struct RecordList {
     bool isStandards = true;
-    /// Samples alone: the standard that they belong to; nothing: the samples of all standards. A
-    /// wired instrument may keep one list of samples and not heed it.
+    /// Only for samples: the standard that they belong to; nothing: the samples of all standards. A
+    /// wired instrument may keep a single list of samples and ignore this.
     std::optional<std::uint32_t> standard;
 
     const char* name() const { return isStandards ? "standards" : "samples"; }
 };
 
-/// What has become of a change in several steps.
+/// The outcome of a change in several steps.
 struct Change {
-    std::uint32_t code = 0;      ///< of the step that failed; CQ_NO_ERROR: none did
+    std::uint32_t code = 0;      ///< of the step that failed; CQ_NO_ERROR if none did
     bool isInterrupted = false;  ///< ended between two steps
     std::uint32_t done = 0;      ///< how many records
-    /// Behind those that are done, how many may have been changed too: the instrument has not
-    /// answered.
+    /// How many more records may have been changed: the instrument has not answered.
     std::uint32_t unknown = 0;
 
     bool isComplete() const { return code == 0 && !isInterrupted; }
@@ -36,28 +35,28 @@ struct Change {
 /// Connection::check() does.
 class Storage {
   public:
-    /// Told how many records of how many are done.
+    /// Called with the number of records done and their total.
     using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
     explicit Storage(Connection& connection) : connection_(connection) {}
 
     std::uint32_t count(const RecordList& list) const;
-    /// How many more standards fit; nothing when the instrument does not tell, as a wireless one.
+    /// How many more standards fit; nothing if the instrument does not say, as with a wireless one.
     std::optional<std::uint32_t> room() const;
 
-    /// Records by their indices from `first` on, at most `most`. Throws Failure when the instrument
-    /// gives fewer than it has counted, Interrupted on Ctrl-C.
+    /// Records by their indices from `first` on, at most `most`.
+    /// Throws Failure if the instrument gives fewer than it has counted, Interrupted on Ctrl-C.
     std::vector<CqMeasurementRecord> read(const RecordList& list, std::uint32_t first,
                                           std::uint32_t most, const Progress& progress) const;
     /// Throws Failure if there is no such standard.
     CqMeasurementRecord readStandard(std::uint32_t index) const;
 
-    /// Writes standards behind those that are stored. Stops at the first failure, and on Ctrl-C
-    /// when the portion that is under way has been answered.
+    /// Appends standards to the stored ones. Stops at the first failure, and on Ctrl-C once the
+    /// current portion has been answered.
     Change write(std::span<const CqMeasurementRecord> standards, const Progress& progress);
 
     /// Deletes records by their indices. Stops as write() does.
-    /// \param indices from the highest down, since deleting moves up what comes behind.
+    /// \param indices from the highest down, since the records after a deleted one move up.
     Change erase(const RecordList& list, std::span<const std::uint32_t> indices,
                  const Progress& progress);
     /// Deletes all standards and all samples.

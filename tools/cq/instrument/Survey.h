@@ -13,26 +13,27 @@
 
 namespace cqtool {
 
-/// What came of asking a port for its instrument.
+/// The result of asking a port for its instrument.
 struct SurveyAnswer {
     std::string port;
     std::optional<CqDeviceInfo> info;
     std::string problem;  ///< why there is no information
 };
 
-/// Opens the instruments on several ports at the same time, asks each what it is, and closes it.
+/// Opens the instruments on several ports at the same time, reads each device information, and
+/// closes them.
 class Survey {
   public:
     explicit Survey(const std::vector<std::string>& ports);
-    /// Waits for the answers, which an instrument that never answers keeps from coming.
+    /// Waits for the answers, and so for ever if an instrument never answers.
     ~Survey();
     Survey(const Survey&) = delete;
     Survey& operator=(const Survey&) = delete;
 
-    /// The answers, in the order of the ports, when all have come, or those that have when the time
-    /// is over or on Ctrl-C.
+    /// The answers in the order of the ports: all of them, or those that have arrived at the
+    /// timeout or on Ctrl-C.
     std::vector<SurveyAnswer> wait(double seconds, Interrupt& interrupt);
-    /// There are ports that have not answered: the process must be ended to leave them behind.
+    /// True if ports have not answered: only the end of the process leaves them behind.
     bool isStuck();
 
   private:

@@ -12,14 +12,12 @@ class ChildProcess;
 /// beside this one or on the search path, as a child whose standard input is held open.
 class VirtualInstrument {
   public:
-    /// What answers on the port: the instrument itself, or an adapter with instruments within
-    /// reach.
+    /// The device on the port: the instrument itself, or an adapter with instruments within reach.
     enum class Kind { instrument, adapter };
 
     /// Starts it and waits until it has named its port.
-    /// \param options what the program is given besides.
-    /// Throws UsageError when it refuses the options, Failure when it is not found or does not
-    /// start.
+    /// \param options additional arguments of the program.
+    /// Throws UsageError if it refuses the options, Failure if it is not found or does not start.
     VirtualInstrument(Kind kind, const std::vector<std::string>& options);
     /// Ends it.
     ~VirtualInstrument();

@@ -35,19 +35,19 @@ Json blockJson(const std::uint8_t (&block)[size]) {
     return values;
 }
 
-/// Takes the members out of a document, with errors that name file and member.
+/// Reads the members of a document; errors name the file and the member.
 class Reader {
   public:
     Reader(std::string_view content, const std::string& source) : source_(source) {
         try {
             document_ = Json::parse(content);
         } catch (const Json::parse_error& error) {
-            refuse("is no JSON (at byte " + std::to_string(error.byte) + ")");
+            refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
         } catch (const Json::exception&) {
             refuse("holds a number that is too large");
         }
         if (!document_.is_object()) {
-            refuse("is no JSON object");
+            refuse("is not a JSON object");
         }
     }
 
@@ -82,7 +82,7 @@ class Reader {
         const Json& values = array(name, size / sizeof(float));
         for (std::size_t i = 0; i < values.size(); ++i) {
             const double value = values[i].is_number() ? values[i].get<double>() : HUGE_VAL;
-            // The shortest digits of the largest float lie a little above it.
+            // The shortest decimal form of the largest float is slightly above it.
             if (std::abs(value) > shortest(kMostFloat)) {
                 refuse(placeOf(name, i) + " must be a number that a 32-bit float can hold");
             }
@@ -98,7 +98,7 @@ class Reader {
   private:
     [[noreturn]] void refuse(const std::string& problem) const {
         throw Failure("the white-board parameter " + source_ + ": " + problem,
-                      "give a file that cq whiteboard get has written");
+                      "give a file written by cq whiteboard get");
     }
 
     static std::string placeOf(const char* name, std::size_t index) {
@@ -156,7 +156,7 @@ CqWhiteBoardParameter whiteBoardOfBytes(std::string_view content, const std::str
     if (content.size() != sizeof parameter) {
         throw Failure("the white-board parameter " + source + " has " +
                           counted(content.size(), "bytes") + ", it must have 280",
-                      "give a file that cq whiteboard get has written; JSON ends in .json");
+                      "give a file written by cq whiteboard get; JSON ends in .json");
     }
     std::memcpy(&parameter, content.data(), sizeof parameter);
     return parameter;

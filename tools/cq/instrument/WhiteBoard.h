@@ -13,12 +13,12 @@ namespace cqtool {
 ///     {"text": "WT-0001", "reserved": [16 bytes], "firstBlock": [31 numbers],
 ///      "secondBlock": [31 numbers]}
 ///
-/// The blocks are 31 little-endian 32-bit floats each, which the numbers give exactly; one that is
-/// not-a-number or infinite is null. Bytes of the text that cannot be printed become '?', and what
-/// stands behind its NUL is left out: the 280 bytes alone are always exact.
+/// The blocks are 31 little-endian 32-bit floats each, which the numbers give exactly; not-a-number
+/// and infinities are null. Unprintable bytes of the text become '?', and the bytes after its NUL
+/// are left out: only the 280 bytes are always exact.
 Json whiteBoardJson(const CqWhiteBoardParameter& parameter);
 
-/// Reads the same; "reserved" may be left out and is 0 then. Throws Failure, with the source's name
+/// Reads the same; "reserved" is optional, and 0 by default. Throws Failure, with the source's name
 /// and the member, for anything else.
 CqWhiteBoardParameter whiteBoardOfJson(std::string_view content, const std::string& source);
 

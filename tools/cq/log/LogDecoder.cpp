@@ -1,5 +1,5 @@
-// The messages of both kinds of connection: which there are, and what each adds to the conversation.
-// How packets are described stands in PacketText.cpp.
+// The messages of both kinds of connection, and what each adds to the conversation. PacketText.cpp
+// describes the packets.
 
 #include "log/LogDecoder.h"
 #include "text/Text.h"
@@ -14,7 +14,7 @@ struct LogDecoder::Rule {
 };
 
 const std::vector<LogDecoder::Rule>& LogDecoder::rules() {
-    // In this order: the first pattern that a message fits is taken.
+    // In this order: the first pattern that matches is taken.
     static const std::vector<Rule> kRules{
         {"RECEIVED % BYTES: *", &LogDecoder::receivedBytes},
         {"RECEIVED % BYTES", &LogDecoder::receivedCount},
@@ -185,7 +185,7 @@ void LogDecoder::sendPacket(const LogMatch& match) {
                   static_cast<std::uint32_t>(match.numbers[1])};
 }
 
-/// True when the message is what was announced: the packet's bytes, or nothing for want of room.
+/// True if the message is what was announced: the packet's bytes, or nothing for lack of room.
 bool LogDecoder::takeSentBytes() {
     const auto bytes = bytesOfLogText(line_.text);
     const bool isLost = line_.text.empty() && !line_.time.empty();
@@ -230,7 +230,7 @@ void LogDecoder::moduleCommand(const LogMatch&) {
         sent.isProblem = true;
         return;
     }
-    // "one" "two": what stands between the first and the last quotation mark, divided by '" "'.
+    // "one" "two": the text between the first and the last quotation mark, split at '" "'.
     std::string_view rest = std::string_view(line_.text).substr(first + 5);
     while (!rest.empty()) {
         const std::size_t end = rest.find("\" \"");
@@ -244,7 +244,7 @@ void LogDecoder::moduleCommand(const LogMatch&) {
 
 void LogDecoder::waitForReply(const LogMatch& match) {
     LogEvent& event = add(LogEvent::Direction::sent, LogEvent::Layer::wireless,
-                          "a request, time-out " + std::to_string(match.numbers[0]) + " ms");
+                          "a request, timeout " + std::to_string(match.numbers[0]) + " ms");
     event.fields["timeoutMs"] = match.numbers[0];
     waiting_ = events_.size() - 1;
 }
@@ -255,7 +255,7 @@ void LogDecoder::replyTimeout(const LogMatch&) {
 }
 
 void LogDecoder::replyArrived(const LogMatch&) {
-    // The receiving thread may have told of the packet before the asking one said that it waits.
+    // The receive thread may have logged the packet before the requesting thread logged its wait.
     if (waiting_ && unexpected_) {
         LogEvent& packet = events_[*unexpected_];
         nameReply(packet, packet.fields["type"], packet.fields["cmd"]);
@@ -279,7 +279,7 @@ void LogDecoder::wirelessPacket(const LogMatch& match) {
     }
 }
 
-/// The log names requests by their replies alone, which bear the same numbers.
+/// The log shows requests only by their replies, which have the same numbers.
 void LogDecoder::nameReply(LogEvent& event, int type, int command) {
     const std::string known = wirelessCommandName(type, command);
     const std::string name = std::to_string(type) + "," + std::to_string(command) + " " +

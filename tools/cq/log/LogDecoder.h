@@ -25,19 +25,19 @@ struct LogEvent {
     Layer layer = Layer::none;
     std::string text;  ///< for people
     bool isProblem = false;
-    bool isUnknown = false;        ///< a message that is not understood; text is the message itself
-    Json fields = Json::object();  ///< what the packet holds, by stable names
+    bool isUnknown = false;        ///< not understood; text is the message itself
+    Json fields = Json::object();  ///< the packet's fields, by stable names
 };
 
-/// Turns the messages of a log into the conversation that they tell of. The log has not all of it:
-/// of the host's packets on a wired line its data packets and acknowledgements, of wireless packets
-/// no bytes, and no message of more than about a thousand characters.
+/// Reconstructs the conversation from the messages of a log. The log is not complete: of the host's
+/// packets on a wired line it has only data packets and acknowledgements, of wireless packets no
+/// bytes, and no message of more than about a thousand characters.
 class LogDecoder {
   public:
     /// Takes the next message.
     void take(const LogLine& line);
 
-    /// What has been told, when the last message is in.
+    /// The whole conversation, once the last message has been taken.
     std::vector<LogEvent> finish();
 
   private:
@@ -47,7 +47,7 @@ class LogDecoder {
     struct Transfer {
         std::optional<std::uint8_t> operation;
         std::size_t size = 0;
-        std::uint32_t next = 0;  ///< the sequence number that goes on
+        std::uint32_t next = 0;  ///< the next sequence number
     };
 
     void receivedBytes(const LogMatch& match);
@@ -82,8 +82,8 @@ class LogDecoder {
 
     // Wired.
     WiredPacketFinder finder_{WiredPacketFinder::Direction::toHost};
-    std::deque<WiredPacket> found_;  ///< in the bytes of the last reading, not yet told of
-    bool areBytesShown_ = false;     ///< of the reading whose count comes next
+    std::deque<WiredPacket> found_;  ///< in the bytes of the last read, not reported yet
+    bool areBytesShown_ = false;     ///< of the read whose count comes next
     bool isMessageLost_ = false;     ///< the last message was too long
     bool isRetransmissionAsked_ = false;
     std::optional<std::size_t> withoutBytes_;  ///< the event of a packet whose bytes are lost
@@ -91,13 +91,13 @@ class LogDecoder {
         std::uint8_t operation;
         std::uint32_t sequence;
     };
-    std::optional<Announced> announced_;  ///< whose bytes come in the next message
+    std::optional<Announced> announced_;  ///< its bytes come in the next message
     Transfer sending_;
     Transfer receiving_;
 
     // Wireless.
     std::optional<std::size_t> waiting_;     ///< the event of the request without a reply
-    std::optional<std::size_t> unexpected_;  ///< the event of a packet that came before that
+    std::optional<std::size_t> unexpected_;  ///< the event of a packet that came before the request
 };
 
 }  // namespace cqtool

@@ -16,7 +16,7 @@ namespace {
 // The log's hours are those of UTC+8 and are not wrapped.
 constexpr unsigned kUtcOffset = 8;
 
-/// Texts in GBK, with what they say.
+/// Texts in GBK, with their meanings.
 constexpr std::pair<std::string_view, std::string_view> kChinese[] = {
     {"\xC7\xEB\xC7\xF3\xD6\xD8\xB4\xAB\xA3\xBA", "asked to send again: "},
     {"\xCA\xD5\xB5\xBD\xA3\xBA", "acknowledged: "},
@@ -24,7 +24,7 @@ constexpr std::pair<std::string_view, std::string_view> kChinese[] = {
     {"\xB7\xA2\xCB\xCD\xB0\xFC\xA3\xBA", "send packet: "},
 };
 
-/// Takes "[h:m:s.ms]" from the front; nothing when it is not there.
+/// Removes "[h:m:s.ms]" from the front; nothing if it is not there.
 std::optional<std::string> takeTime(std::string_view& text) {
     if (!text.starts_with('[')) {
         return std::nullopt;
@@ -73,7 +73,7 @@ std::vector<LogLine> readLog(std::string_view content, const std::string& source
         std::string_view message = trimmed(content.substr(0, end));
         content.remove_prefix(hasEnd ? end + 1 : content.size());
         auto time = takeTime(message);
-        // A message that is too long leaves its time alone, without an end of line.
+        // Of a message that is too long only the time is written, without a line end.
         while (time && message.starts_with('[')) {
             auto next = takeTime(message);
             if (!next) {
@@ -88,7 +88,7 @@ std::vector<LogLine> readLog(std::string_view content, const std::string& source
     }
     if (std::none_of(lines.begin(), lines.end(),
                      [](const LogLine& line) { return !line.time.empty(); })) {
-        throw Failure(source + " is no debug log: no line begins with a time such as [17:5:3.7]",
+        throw Failure(source + " is not a debug log: no line begins with a time such as [17:5:3.7]",
                       "give the file that --debug-log has written beside the library; its name "
                       "ends in .log");
     }

@@ -7,7 +7,7 @@
 
 namespace cqtool {
 
-/// What a message holds in the places of a pattern.
+/// The values that a message has in the places of a pattern.
 struct LogMatch {
     std::vector<long> numbers;
     std::string rest;
@@ -17,7 +17,7 @@ struct LogMatch {
 /// the end for the rest, which may be empty.
 std::optional<LogMatch> matchLogText(std::string_view text, std::string_view pattern);
 
-/// The bytes that are written "aa 55 a2"; nothing when it is anything else.
+/// The bytes of a text such as "aa 55 a2"; nothing for any other text.
 std::optional<std::vector<unsigned char>> bytesOfLogText(std::string_view text);
 
 }  // namespace cqtool

@@ -9,7 +9,7 @@ namespace cqtool {
 namespace {
 
 constexpr std::size_t kMostShownData = 16;  // bytes
-constexpr std::size_t kBareSize = 3;        // of a packet of which the type alone is known
+constexpr std::size_t kBareSize = 3;        // of a packet of which only the type is known
 
 std::string hexByte(std::uint8_t byte) {
     char text[3];
@@ -105,8 +105,8 @@ void LogDecoder::describeData(LogEvent& event, Transfer& transfer, const WiredPa
     const bool isLast = packet.flag() != kMoreFlag;
     event.text +=
         "  #" + std::to_string(packet.sequence()) + "  " +
-        (transfer.operation ? operationText(*transfer.operation) : "of a transfer before") + ", " +
-        bytesText(data.size());
+        (transfer.operation ? operationText(*transfer.operation) : "of an earlier transfer") +
+        ", " + bytesText(data.size());
     if (!data.empty() && data.size() <= kMostShownData) {
         event.text += " (" + hexText(data.data(), data.size()) + ")";
     }
@@ -129,7 +129,7 @@ void LogDecoder::describeData(LogEvent& event, Transfer& transfer, const WiredPa
 
 void LogDecoder::receivedData(const LogMatch& match) {
     if (!withoutBytes_) {
-        return;  // its bytes have told more
+        return;  // its bytes have given more detail
     }
     const auto operation = static_cast<std::uint8_t>(match.numbers[0]);
     LogEvent& event = events_[*withoutBytes_];
@@ -146,7 +146,7 @@ void LogDecoder::receivedData(const LogMatch& match) {
     withoutBytes_.reset();
 }
 
-/// A packet whose bytes were announced and did not come.
+/// A packet whose bytes were announced but did not follow.
 void LogDecoder::flushSent() {
     if (!announced_) {
         return;

@@ -12,7 +12,7 @@ constexpr std::size_t kCrcSize = 2;
 
 struct PacketType {
     std::uint8_t type;
-    std::size_t length;  ///< of a data packet without what its length field counts
+    std::size_t length;  ///< of a data packet, without the bytes that its length field counts
     const char* name;
 };
 

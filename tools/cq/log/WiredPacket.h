@@ -14,7 +14,7 @@ struct WiredPacket {
 
     std::uint8_t type() const { return bytes[2]; }
     std::uint8_t session() const { return bytes[3]; }
-    /// Of data packets and acknowledgements, as the next two.
+    /// Of data packets and acknowledgements, like the next two.
     std::uint32_t sequence() const;
     std::uint8_t flag() const { return bytes[7]; }
     /// Of a data packet.
@@ -29,16 +29,16 @@ inline constexpr std::uint8_t kMoreFlag = 0x40;
 inline constexpr std::uint8_t kAgainFlag = 0x80;
 inline constexpr std::uint8_t kAbortFlag = 0xFF;
 
-/// "data"; empty for a type that there is not.
+/// "data"; empty for an unknown type.
 std::string wiredPacketName(std::uint8_t type);
 
-/// "device information"; empty for an operation that is not known.
+/// "device information"; empty for an unknown operation.
 std::string wiredOperationName(std::uint8_t operation);
 
-/// "hello", "measure"; empty for a command that is not known.
+/// "hello", "measure"; empty for an unknown command.
 std::string wirelessCommandName(int type, int command);
 
-/// Finds packets in what comes from an instrument, or in what goes to it.
+/// Finds packets in the bytes from or to an instrument.
 class WiredPacketFinder {
   public:
     enum class Direction { toHost, toInstrument };
@@ -47,17 +47,17 @@ class WiredPacketFinder {
 
     void append(std::span<const std::uint8_t> bytes);
 
-    /// The next whole packet; nothing until more has come.
+    /// The next whole packet; nothing until more bytes have arrived.
     std::optional<WiredPacket> take();
 
     /// Forgets a packet that has begun: bytes are missing.
     void reset() { buffer_.clear(); }
 
-    /// How many bytes belonged to no packet since this was asked last.
+    /// How many bytes belonged to no packet since the last call.
     std::size_t takeSkipped();
 
   private:
-    /// The length of the packet at the front; nothing until it can be told. 0: none begins there.
+    /// The length of the packet at the front; nothing until it is known; 0 if none begins there.
     std::optional<std::size_t> lengthAtFront() const;
 
     Direction direction_;

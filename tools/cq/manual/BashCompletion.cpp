@@ -41,7 +41,7 @@ std::string alternatives(const std::vector<std::string>& texts) {
     return "\"" + joined(texts, "\"|\"") + "\"";
 }
 
-/// The branches of a case over command and option before the word: what completes a value.
+/// The branches of a case over command and previous option, which complete a value.
 std::string valueBranches(const std::vector<CompletionPath>& paths) {
     std::map<std::string, std::vector<std::string>> places;
     for (const CompletionPath& path : paths) {
@@ -59,7 +59,7 @@ std::string valueBranches(const std::vector<CompletionPath>& paths) {
     return text;
 }
 
-/// The branches of a case over the command: what may stand where no value is due.
+/// The branches of a case over the command, for a word that is not a value.
 std::string wordBranches(const std::vector<CompletionPath>& paths) {
     std::string text;
     for (const CompletionPath& path : paths) {

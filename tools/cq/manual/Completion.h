@@ -6,8 +6,8 @@
 
 namespace cqtool {
 
-/// A script that completes cq's command line: commands, options, and the values that can be known,
-/// which are words, files and serial ports.
+/// A script that completes cq's command line: commands, options, and values that are words, files
+/// or serial ports.
 /// \param shell "bash", "zsh" or "fish".
 std::string completionScript(const CommandOutline& program, const std::string& shell);
 

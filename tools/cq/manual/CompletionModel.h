@@ -7,7 +7,7 @@
 
 namespace cqtool {
 
-/// What can follow an option, or stand as an argument.
+/// The possible values of an option or an argument.
 struct CompletionValue {
     enum class Kind { none, words, file, port, text };
 
@@ -17,7 +17,7 @@ struct CompletionValue {
 
 CompletionValue completionValueOf(const OptionOutline& option);
 
-/// A command by the words that lead to it.
+/// A command and the words that lead to it.
 struct CompletionPath {
     std::string words;  ///< "standards list"; empty for the program itself
     const CommandOutline* command;
@@ -26,7 +26,7 @@ struct CompletionPath {
 /// The program and all commands in it, outer ones first.
 std::vector<CompletionPath> completionPaths(const CommandOutline& program);
 
-// The scripts, which completionScript() chooses from.
+// The scripts from which completionScript() chooses.
 std::string bashCompletion(const CommandOutline& program);
 std::string zshCompletion(const CommandOutline& program);
 std::string fishCompletion(const CommandOutline& program);

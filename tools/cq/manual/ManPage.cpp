@@ -7,7 +7,7 @@
 namespace cqtool {
 namespace {
 
-/// Text as roff takes it literally: a dash stays a dash that can be searched and copied.
+/// Text escaped for roff: a dash stays a dash that can be searched for and copied.
 std::string roff(const std::string& text) {
     std::string result;
     bool isAtLineStart = true;
@@ -66,7 +66,7 @@ bool isHelp(const OptionOutline& option) {
     return option.name == "--help" || option.name == "--version";
 }
 
-/// A command with what is its own, and the names of the options that are described elsewhere.
+/// A command with its own options, and the names of the options that are described elsewhere.
 std::string commandSection(const CommandOutline& command, const std::string& path) {
     std::string usage = bold(path);
     std::string items;
@@ -108,8 +108,7 @@ struct SharedGroup {
     std::vector<OptionOutline> options;
 };
 
-/// The shared options of a command and the commands in it, each once, in the order in which they
-/// are defined.
+/// The shared options of a command and its subcommands, each once, in the order of definition.
 void collectShared(const CommandOutline& command, std::vector<SharedGroup>& groups) {
     for (const OptionOutline& option : command.options) {
         if (!isShared(option) || isHelp(option)) {
@@ -150,7 +149,7 @@ std::string sharedSections(const CommandOutline& program) {
 
 std::string manPage(const CommandOutline& program, const std::string& version) {
     std::string text = ".TH CQ 1 \"\" \"cq " + roff(version) + "\" \"User Commands\"\n";
-    text += ".nh\n";  // an option is not cut at the end of a line
+    text += ".nh\n";  // no option is broken at the end of a line
     text += heading("NAME") + "cq \\- instrument and colour program of CQApi\n";
     text += heading("SYNOPSIS") + bold("cq") + " " + italic("COMMAND") + " [" + italic("OPTIONS") +
             "]\n.br\n" + bold("cq --help") + "\n.br\n" + bold("cq --version") + "\n";

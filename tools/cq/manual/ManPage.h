@@ -6,8 +6,7 @@
 
 namespace cqtool {
 
-/// The manual page in the form that man and groff read. Options that several commands share are
-/// described once.
+/// The manual page for man and groff. Options shared by several commands are described once.
 /// \param version as in "1.0.0".
 std::string manPage(const CommandOutline& program, const std::string& version);
 

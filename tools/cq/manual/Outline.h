@@ -7,7 +7,7 @@ namespace cqtool {
 
 /// An option, or an argument without a dash, of a command.
 struct OptionOutline {
-    std::string name;       ///< "--port"; of an argument, as its value is called: "FILE"
+    std::string name;       ///< "--port"; of an argument, the name of its value: "FILE"
     std::string valueName;  ///< empty for a flag
     std::string description;
     std::string group;
@@ -16,11 +16,11 @@ struct OptionOutline {
     bool takesSeveral = false;
 };
 
-/// What the definitions of the command line say, for texts about it.
+/// The definitions of the command line, for texts about it.
 struct CommandOutline {
     std::string name;
     std::string description;
-    std::string footer;  ///< what its help ends with
+    std::string footer;  ///< the end of its help
     std::vector<OptionOutline> options;
     std::vector<CommandOutline> commands;
 };

@@ -4,7 +4,7 @@
 namespace cqtool {
 namespace {
 
-/// Text within a specification in single quotes: what has a meaning there is made literal.
+/// Text within a specification in single quotes, with its special characters escaped.
 std::string literal(const std::string& text) {
     std::string result;
     for (const char c : text) {

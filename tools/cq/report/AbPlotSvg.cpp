@@ -14,10 +14,10 @@ constexpr double kSize = 280;
 constexpr double kMargin = 30;
 constexpr double kMiddle = kSize / 2;
 constexpr double kReach = kMiddle - kMargin;
-constexpr int kSteps = 2;  // lines on each side of the middle
+constexpr int kSteps = 2;  // lines on each side of the centre
 constexpr double kRoom = 1.05;
 
-/// The end of the scale: 1, 2 or 5 times a power of ten, beyond everything that is shown.
+/// The end of the scale: 1, 2 or 5 times a power of ten, beyond everything shown.
 double rangeOf(const AbPlot& plot) {
     double most = 0.1;
     const auto widen = [&most](const AbOffset& place) {
@@ -39,7 +39,7 @@ double rangeOf(const AbPlot& plot) {
     return 10 * power;
 }
 
-/// Turns a* and b* into places of the drawing.
+/// Turns a* and b* into coordinates of the drawing.
 class Scale {
   public:
     explicit Scale(double range) : range_(range) {}

@@ -12,20 +12,20 @@ namespace cqtool {
 struct AbMark {
     AbOffset place;
     Rgb color;
-    std::string cssClass;  ///< "standard", "trial", "trial out": the look by the page's style
-    std::string name;      ///< shown when pointed at; plain text
+    std::string cssClass;  ///< "standard", "trial", "trial out": a class of the page's style
+    std::string name;      ///< shown as a tooltip; plain text
 };
 
-/// What a plot shows: marks, and outlines that are drawn under them.
+/// The content of a plot: marks, and outlines that are drawn under them.
 struct AbPlot {
     std::vector<AbMark> marks;
     std::vector<std::vector<AbOffset>> outlines;
-    std::string horizontal;  ///< what the axes are called
+    std::string horizontal;  ///< the axes' names
     std::string vertical;
 };
 
-/// An inline SVG drawing of the plane with 0 in its middle, on a scale that shows everything.
-/// \param description what a screen reader says, without markup characters.
+/// An inline SVG drawing of the plane with 0 in its centre, on a scale that shows everything.
+/// \param description for screen readers, without markup characters.
 std::string abPlotSvg(const AbPlot& plot, const std::string& description);
 
 }  // namespace cqtool

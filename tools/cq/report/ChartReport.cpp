@@ -124,14 +124,14 @@ std::string chartReport(const std::vector<PatchResult>& results, const ReportOri
                                element("p", subtitle) + "\n" + summary(results) + "\n</header>\n";
     const std::string explanation =
         element("p",
-                "Every patch twice: on the left as it was measured, on the right as the chart’s "
-                "published reflectance gives it, both for " +
-                    viewing + ". Where no edge is seen the two agree.");
+                "Every patch twice: on the left as measured, on the right from the chart’s "
+                "published reflectance, both for " +
+                    viewing + ". Where no edge is visible, the two agree.");
     const std::string footer =
         element("p",
                 "ΔE*<sub>ab</sub> is the CIE 1976 colour difference: of “measured” from the "
                 "chart’s values, of “trial” from the measured standard. About 1 is the smallest "
-                "difference that is seen between patches side by side.");
+                "visible difference between patches side by side.");
     return htmlPage("Colour chart, measured", "",
                     header + explanation + "\n" + overview(results) + "\n" + legend() +
                         "\n<main>\n" + cards + "</main>\n" + element("footer", footer));

@@ -8,7 +8,7 @@
 
 namespace cqtool {
 
-/// A patch as it is published and as it was measured.
+/// A patch as published and as measured.
 struct PatchResult {
     PatchResult(const ChartPatch& patch, const Spectrum& standard, const Spectrum& trial,
                 const Viewing& viewing);
@@ -27,7 +27,7 @@ struct PatchResult {
     double deltaFromStandard;  ///< ΔE*ab of the trial from the standard
 };
 
-/// The mean and the largest of the patches' differences, and the patch that has it.
+/// The mean and the largest of the patches' differences, and the patch with the largest.
 struct Differences {
     double mean = 0;
     double most = 0;
@@ -37,15 +37,15 @@ struct Differences {
 /// \param results at least one.
 Differences differencesOf(const std::vector<PatchResult>& results, double PatchResult::*difference);
 
-/// What a report says about where its measurements come from.
+/// The origin of a report's measurements.
 struct ReportOrigin {
-    std::string instrument;  ///< as the instrument names itself
+    std::string instrument;  ///< the instrument's own name
     std::string port;
     std::string time;
     Viewing viewing;
 };
 
-/// A page of HTML that needs nothing else: swatches, curves, values and differences of every patch.
+/// A self-contained HTML page: swatches, curves, values and differences of every patch.
 std::string chartReport(const std::vector<PatchResult>& results, const ReportOrigin& origin);
 
 }  // namespace cqtool

@@ -9,16 +9,18 @@ namespace cqtool {
 /// The text with the characters that mean something in HTML replaced.
 std::string escaped(const std::string& text);
 
-/// \param content HTML. \param cssClass none when empty.
+/// \param content HTML.
+/// \param cssClass none if empty.
 std::string element(const char* name, const std::string& content, const char* cssClass = "");
 
-/// A field of this colour.
+/// A swatch of this colour.
 std::string swatch(const Rgb& color);
 
-/// A number, or a word, that stands out, over what it is. \param caption HTML.
+/// A prominent number or word above its caption.
+/// \param caption HTML.
 std::string figure(const std::string& value, const std::string& caption);
 
-/// An item of a legend: a line as the style sheet draws this class, then the text.
+/// An item of a legend: a line in the style of this class, then the text.
 std::string legendKey(const char* cssClass, const std::string& text);
 
 /// The same with a mark as a plot has it, and with the line only if asked for.

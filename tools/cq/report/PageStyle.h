@@ -2,8 +2,8 @@
 
 namespace cqtool {
 
-/// The style sheet of a report: light and dark as the reader's system asks, swatches printed in
-/// their colours, no patch cut by the end of a printed page.
+/// The style sheet of a report: light or dark as on the reader's system, swatches printed in their
+/// colours, no patch split across printed pages.
 inline constexpr const char* kPageStyle = R"css(
 :root {
   color-scheme: light dark;

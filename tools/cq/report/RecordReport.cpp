@@ -58,7 +58,7 @@ class Page {
                "\n";
     }
 
-    /// An entry that is compared with nothing.
+    /// An entry that is not compared with anything.
     std::string card(const RecordEntry& entry) const {
         std::string content = element("h2", heading(entry));
         if (entry.lab) {
@@ -70,7 +70,7 @@ class Page {
         return element("article", content + element("p", valuesOf(entry), "values")) + "\n";
     }
 
-    /// All entries where they lie in the plane of a* and b*.
+    /// All entries at their places in the a*b* plane.
     std::string overview(const std::vector<TrialGroup>& groups) const {
         AbPlot plot{{}, {}, "a*", "b*"};
         for (const TrialGroup& group : groups) {
@@ -84,7 +84,7 @@ class Page {
                 addMark(plot, *group.standard, {}, "standard");
             }
         }
-        return abPlotSvg(plot, "All colours in the plane of a* and b*");
+        return abPlotSvg(plot, "All colours in the a*b* plane");
     }
 
   private:
@@ -117,7 +117,7 @@ class Page {
         return curves.empty() ? std::string() : curveSvg(curves, curvesOf(*group.standard));
     }
 
-    /// The trials around their standard, which is in the middle.
+    /// The trials around their standard, which is in the centre.
     std::string groupPlane(const TrialGroup& group) const {
         if (!group.standard->lab) {
             return {};
@@ -398,8 +398,8 @@ std::string recordReport(const RecordSet& set, const std::vector<TrialGroup>& gr
                        element("p",
                                "ΔE*<sub>ab</sub> is the CIE 1976 colour difference, "
                                "ΔE<sub>00</sub> is CIEDE2000 (ISO/CIE 11664-6) with all parametric "
-                               "factors 1. A line of tolerance in a plane of a* and b* is that of "
-                               "colours as light as the standard; what decides is the number.")));
+                               "factors 1. A tolerance line in an a*b* plane is for colours of the "
+                               "standard’s lightness; what decides is the number.")));
 }
 
 }  // namespace cqtool

@@ -23,22 +23,22 @@ struct Judgement {
     std::string textOf(double difference) const;
 };
 
-/// A standard, if there is one, and the trials that are compared with it.
+/// A standard, if there is one, and the trials compared with it.
 struct TrialGroup {
     std::optional<RecordEntry> standard;
     std::vector<RecordEntry> trials;
 };
 
-/// The entries as they stand: every trial belongs to the standard before it.
+/// The entries in file order: every trial belongs to the preceding standard.
 std::vector<TrialGroup> groupsOf(const RecordSet& set);
 
-/// Every entry of the set, whatever its kind, as a trial of one of these standards: of the only one,
-/// or one to one in order. Throws Failure when neither fits. \param source what messages call the
-/// standards.
+/// Every entry of the set, whatever its kind, as a trial of one of these standards: of the only
+/// one, or one to one in order. Throws Failure if neither is possible.
+/// \param source the standards' name in messages.
 std::vector<TrialGroup> groupsAgainst(const std::vector<RecordEntry>& standards,
                                       const RecordSet& set, const std::string& source);
 
-/// The differences of all trials that have a standard, by a formula; both must have L*, a*, b*.
+/// The differences, by a formula, of all trials that have a standard; both must have L*, a*, b*.
 struct TrialSummary {
     std::size_t trials = 0;
     std::size_t passed = 0;  ///< with a tolerance only
@@ -49,9 +49,9 @@ struct TrialSummary {
 
 TrialSummary summaryOf(const std::vector<TrialGroup>& groups, const Judgement& judgement);
 
-/// A page of HTML that needs nothing else: swatches, curves, values, and for each standard its
-/// trials' differences, their places around it in a* and b*, and whether they pass.
-/// \param set what title, origin and viewing are taken from.
+/// A self-contained HTML page: swatches, curves, values, and for each standard its trials'
+/// differences, their places around it in the a*b* plane, and whether they pass.
+/// \param set the source of title, origin and viewing.
 std::string recordReport(const RecordSet& set, const std::vector<TrialGroup>& groups,
                          const Judgement& judgement);
 

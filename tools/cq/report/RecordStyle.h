@@ -2,7 +2,7 @@
 
 namespace cqtool {
 
-/// What a report of records adds to the style sheet that all reports share.
+/// The additions of a report of records to the style sheet that all reports share.
 inline constexpr const char* kRecordStyle = R"css(
 :root { --pass: #1f7a45; --fail: #b3261e; }
 @media screen and (prefers-color-scheme: dark) { :root { --pass: #6fcf97; --fail: #ff8a80; } }

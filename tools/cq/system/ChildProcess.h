@@ -9,9 +9,9 @@
 
 namespace cqtool {
 
-/// Another program, started by this one: its standard input is held open for as long as this object
-/// lives and ends with this process at the latest, its standard output is read here, its standard
-/// error is this program's.
+/// Another program, started by this one. Its standard input stays open as long as this object
+/// lives, and is closed with this process at the latest; its standard output is read here; its
+/// standard error is this program's.
 class ChildProcess {
   public:
     /// A program that lies beside this one; else its name alone, to be found on the search path.
@@ -19,19 +19,19 @@ class ChildProcess {
 
     /// Throws std::system_error when it cannot be started.
     ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments);
-    /// Ends its standard input, gives it 2 s to end, and then ends it.
+    /// Closes its standard input, gives it 2 s to end, and then kills it.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    /// The next line that it prints; nothing when its output has ended or the time is over.
+    /// The next line that it prints; nothing when its output has ended or the timeout has passed.
     std::optional<std::string> readLine(std::chrono::milliseconds timeout);
     /// Whether its output ended in readLine().
     bool hasOutputEnded() const;
-    /// Waits for its end, 2 s at most. Returns its exit status, nothing if it has none.
+    /// Waits at most 2 s for its end. Returns its exit status, or nothing if it has none.
     std::optional<int> waitForEnd();
 
-    /// From here on what it prints is read and dropped, or it would stop at a full pipe.
+    /// From here on its output is read and dropped; otherwise it would block on a full pipe.
     void drainOutput();
 
   private:

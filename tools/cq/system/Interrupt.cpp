@@ -11,7 +11,7 @@
 namespace cqtool {
 namespace {
 
-// A signal handler can set a flag but wake no thread, so the flag is looked at this often.
+// A signal handler can set a flag but not wake a thread, so the flag is polled this often.
 constexpr std::chrono::milliseconds kLookInterval{20};
 
 std::atomic<bool> hasHappened{false};

@@ -40,8 +40,7 @@ class Interrupt {
     };
 
     /// \param action runs once, soon after the interruption, or at once on the caller's thread if
-    /// that
-    ///               has been. Must not register or end a registration.
+    /// that has already happened. Must not register or end a registration.
     [[nodiscard]] std::unique_ptr<Registration> onInterrupt(Action action);
 
   private:

@@ -11,7 +11,7 @@
 
 namespace cqtool {
 
-/// What a USB identity and a product's name tell of a port. An adapter is a CH340 bridge.
+/// The kind of a port by its USB identity and product name. An adapter is a CH340 bridge.
 PortKind kindOf(const std::optional<UsbIdentity>& usb, std::string_view description);
 
 /// Instruments, adapters, others; each by name, COM9 before COM10.

@@ -20,7 +20,8 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// A name in two: what comes before the number at its end, and that number without its zeros.
+/// A name split in two: the part before the number at its end, and that number without leading
+/// zeros.
 std::pair<std::string_view, std::string_view> splitName(std::string_view name) {
     std::size_t begin = name.size();
     while (begin > 0 && isDigit(name[begin - 1])) {

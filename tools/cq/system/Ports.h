@@ -10,14 +10,14 @@
 
 namespace cqtool {
 
-/// What is behind a serial port, as far as its USB identity tells.
+/// The kind of device behind a serial port, by its USB identity.
 enum class PortKind {
     instrument,  ///< a wired instrument
     adapter,     ///< the bridge that an adapter for wireless instruments is connected through
     other
 };
 
-/// How texts and JSON call a kind: "instrument", "adapter", "other".
+/// The name of a kind in text and JSON: "instrument", "adapter", "other".
 std::string_view nameOf(PortKind kind);
 
 struct UsbIdentity {
@@ -34,13 +34,13 @@ std::string textOf(const UsbIdentity& identity);
 struct PortInfo {
     std::string name;  ///< to give to --port or --adapter: "COM5", "/dev/ttyACM0"
     PortKind kind = PortKind::other;
-    std::optional<UsbIdentity> usb;  ///< nothing for a port that is not on USB
-    std::string description;         ///< what the device calls itself; may be empty
-    std::string driver;              ///< the system's driver; empty if it cannot be told
+    std::optional<UsbIdentity> usb;  ///< nothing if the port is not on USB
+    std::string description;         ///< the device's own name; may be empty
+    std::string driver;              ///< the system's driver; empty if unknown
     bool isAccessible = true;        ///< this user may open it
     std::string accessProblem;       ///< why not; empty if it is accessible
-    /// Who has it open, "minicom (process 1234)"; "another program" if that is all that can be
-    /// told; empty if nobody has, or it cannot be told.
+    /// The program that has it open, "minicom (process 1234)", or "another program" if it cannot be
+    /// named; empty if there is none or this is unknown.
     std::string heldBy;
 };
 
@@ -48,7 +48,7 @@ struct PortInfo {
 /// each in the order of their names. Throws Failure when the system cannot list them.
 std::vector<PortInfo> listPorts();
 
-/// What can be told of one port, which may be of any kind, such as a pseudo-terminal or a link to a
+/// Information about one port, which may be of any kind, such as a pseudo-terminal or a link to a
 /// port. Throws Failure when the system knows no such port.
 PortInfo describePort(const std::string& name);
 

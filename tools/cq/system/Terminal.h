@@ -18,17 +18,16 @@ enum class StandardStream { input, error };
 /// Whether a person is at the other end of the stream.
 bool isTerminal(StandardStream stream);
 
-/// The folder that the running program lies in.
+/// The folder of the running program.
 std::filesystem::path executableFolder();
 
-/// False when the operating system knows no such port (any more).
+/// False if the operating system knows no such port (any more).
 bool portExists(const std::string& port);
 
-/// What is looked for at a port, for texts about that port.
+/// What a port is to be used for, for messages about it.
 enum class PortUse { instrument, adapter };
 
-/// Why this port cannot be opened, as far as can be told without opening it, and what to do about
-/// it.
+/// Why this port cannot be opened, if this can be told without opening it, and what to do about it.
 std::string adviceForPort(const std::string& port, PortUse use);
 
 }  // namespace cqtool

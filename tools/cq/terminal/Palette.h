@@ -12,7 +12,7 @@ enum class ColorDepth { none, indexed, trueColor };
 
 enum class ColorMode { automatic, always, never };
 
-/// What decides whether output may be coloured.
+/// The facts that decide whether output may be coloured.
 struct TerminalFacts {
     bool isTerminal = false;
     /// The console itself shows 24-bit colours, whatever the variables say.
@@ -22,14 +22,14 @@ struct TerminalFacts {
     std::optional<std::string> term;       ///< environment TERM
 };
 
-/// Automatic: colours on a terminal only, and not when NO_COLOR is set to anything. Always: 256
-/// colours at least.
+/// Automatic: colours only on a terminal, and not if NO_COLOR is set to anything. Always: at least
+/// 256 colours.
 ColorDepth chooseColorDepth(ColorMode mode, const TerminalFacts& facts);
 
 /// The mode called "auto", "always" or "never"; throws UsageError for another name.
 ColorMode colorModeNamed(std::string_view name);
 
-/// Puts colours into text for a terminal, or leaves them out.
+/// Adds colours to text for a terminal, or leaves them out.
 class Palette {
   public:
     explicit Palette(ColorDepth depth) : depth_(depth) {}
@@ -42,7 +42,7 @@ class Palette {
     /// A patch of the colour, this many columns wide; empty without colours.
     std::string swatch(const Rgb& color, std::size_t width) const;
 
-    /// Less and more important text than the text around it.
+    /// Text that is less or more important than the text around it.
     std::string faint(std::string_view text) const;
     std::string strong(std::string_view text) const;
 
@@ -50,8 +50,8 @@ class Palette {
     ColorDepth depth_;
 };
 
-/// The entry of a terminal's 256 colours that is nearest: from its cube of 6 x 6 x 6 (16..231) or
-/// its greys (232..255).
+/// The nearest of a terminal's 256 colours: from its cube of 6 x 6 x 6 (16..231) or its greys
+/// (232..255).
 int nearestIndexedColor(const Rgb& color);
 
 }  // namespace cqtool

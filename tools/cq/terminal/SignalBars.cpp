@@ -3,13 +3,13 @@
 namespace cqtool {
 namespace {
 
-/// A bar and the signal that it needs.
+/// A bar and the signal it needs.
 struct Bar {
     const char* sign;
     std::int32_t least;  ///< dBm
 };
 
-// 12 dB apart, which in free space is four times the distance. Links hold down to about -90 dBm.
+// 12 dB apart, which in free space is four times the distance. Links work down to about -90 dBm.
 constexpr Bar kBars[] = {{"▂", -92}, {"▄", -80}, {"▆", -68}, {"█", -56}};
 
 }  // namespace

@@ -14,7 +14,7 @@ constexpr std::size_t kDotsAcross = 2;
 constexpr std::size_t kDotsDown = 4;
 constexpr std::size_t kValuesPerLine = 8;
 
-/// A field of braille characters whose dots are set one by one.
+/// A canvas of braille characters whose dots are set one by one.
 class Canvas {
   public:
     Canvas(std::size_t columns, std::size_t rows)
@@ -63,7 +63,8 @@ void drawCurve(Canvas& canvas, const Spectrum& spectrum, std::size_t width, std:
     std::size_t previous = dotAt(0);
     for (std::size_t x = 0; x < width; ++x) {
         const std::size_t y = dotAt(x);
-        // A steep curve would fall apart into dots: each column reaches towards the one before it.
+        // A steep curve would fall apart into dots, so each column reaches towards the one before
+        // it.
         const std::size_t from = previous < y ? previous + 1 : y;
         const std::size_t to = previous > y ? previous - 1 : y;
         for (std::size_t dot = std::min(from, y); dot <= std::max(to, y); ++dot) {

@@ -9,13 +9,12 @@
 namespace cqtool {
 
 /// Draws the curve with braille dots, two by four to a character, between a scale of reflectance
-/// and one of wavelengths. Reflectances beyond the scale are drawn at its edge. \param columns,rows
-/// the size of the curve's field in characters, at least 16 and 2; the scales come
-///                     on top.
+/// and one of wavelengths. Reflectances beyond the scale are drawn at its edge.
+/// \param columns,rows the size of the curve in characters, without the scales; at least 16 and 2.
 std::vector<std::string> plotSpectrum(const Spectrum& spectrum, std::size_t columns,
                                       std::size_t rows);
 
-/// The spectrum in numbers, eight a line with their wavelengths, for where a curve cannot be shown.
+/// The spectrum in numbers, eight to a line with their wavelengths, where a curve cannot be shown.
 std::vector<std::string> listSpectrum(const Spectrum& spectrum);
 
 }  // namespace cqtool

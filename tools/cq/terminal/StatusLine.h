@@ -6,8 +6,8 @@
 
 namespace cqtool {
 
-/// A line on standard error that says what is going on, where that is a terminal; elsewhere
-/// nothing. It is gone when the object is, or a failure is reported. One at a time.
+/// A status line on standard error, if that is a terminal. It is erased with the object, or when a
+/// failure is reported. One at a time.
 class StatusLine {
   public:
     StatusLine();
@@ -17,7 +17,7 @@ class StatusLine {
     StatusLine& operator=(const StatusLine&) = delete;
 
     void show(const std::string& text);
-    /// Shows how much of something is done, with a bar; often called, it shows ten times a second.
+    /// Shows progress with a bar, updated at most ten times a second.
     void progress(const std::string& what, std::size_t done, std::size_t total);
     void clear();
 

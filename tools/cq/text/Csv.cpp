@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// Takes one row after the other from the text.
+/// Takes one row after another from the text.
 class RowReader {
   public:
     RowReader(std::string_view text, const std::string& source) : rest_(text), source_(source) {}
@@ -87,7 +87,7 @@ class RowReader {
             return false;
         }
         if (delimiter == ' ') {
-            // A run of spaces divides once; those at the end of a line divide nothing.
+            // A run of spaces is one delimiter; those at the end of a line are none.
             rest_.remove_prefix(std::min(rest_.find_first_not_of(' '), rest_.size()));
             return !trimmed(currentLine()).empty();
         }

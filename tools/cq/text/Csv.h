@@ -14,18 +14,18 @@ struct CsvRow {
 
 /// Rows of fields as spreadsheets and measuring programs write them.
 struct CsvTable {
-    /// ';', a tab, ',' or a space, in this order the first that the first row contains.
+    /// ';', a tab, ',' or a space: the first of these that the first row contains.
     char delimiter = ',';
     std::vector<CsvRow> rows;
 
-    /// Where fields are divided by ';', numbers may have a decimal comma; not otherwise.
+    /// Only if fields are separated by ';' may numbers have a decimal comma.
     bool mayHaveDecimalComma() const { return delimiter == ';'; }
 };
 
 /// Reads a table. Fields in "..." may hold delimiters, line feeds and "" for a quotation mark; a
 /// byte-order mark, empty lines and lines that begin with '#' are left out.
-/// \param source what messages call the input.
-/// Throws Failure, with the line, for a quotation that does not end or goes on after its end.
+/// \param source the input's name in messages.
+/// Throws Failure, with the line, for a quotation that does not end or is followed by more text.
 CsvTable readCsv(std::istream& input, const std::string& source);
 
 /// The text as one field, quoted where it must be.

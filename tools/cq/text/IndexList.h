@@ -6,8 +6,8 @@
 
 namespace cqtool {
 
-/// The indices that texts such as "3" and "7-9" name, each once, from the highest down.
-/// Throws UsageError for another text, a range that runs backwards, and an index above a million,
+/// The indices named by texts such as "3" and "7-9", each once, from the highest down.
+/// Throws UsageError for any other text, a range that runs backwards, and an index above a million,
 /// which is more than instruments store.
 std::vector<std::uint32_t> indicesOf(const std::vector<std::string>& texts);
 

@@ -10,7 +10,7 @@
 namespace cqtool {
 namespace {
 
-// Enough for DBL_MAX with a sign, a point and the decimals asked for.
+// Enough for DBL_MAX with a sign, a point and the requested decimals.
 using NumberBuffer = std::array<char, 400>;
 
 }  // namespace

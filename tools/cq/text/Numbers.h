@@ -6,13 +6,13 @@
 
 namespace cqtool {
 
-/// The number that the text is, from its first character to its last, spaces around it left aside;
-/// independent of the locale. Nothing for anything else, infinities and not-a-number included.
-/// \param decimalMark ',' accepts numbers as in "0,061"; "0.061" is then no number.
+/// The number in the text, which must be nothing else but surrounding spaces; independent of the
+/// locale. Nothing for any other text, including infinities and not-a-number.
+/// \param decimalMark ',' accepts numbers as in "0,061"; "0.061" is then not a number.
 std::optional<double> parseNumber(std::string_view text, char decimalMark = '.');
 
-/// The number with this many decimals, "0.00" rather than "-0.00"; "nan", "inf" or "-inf" if it is
-/// so.
+/// The number with this many decimals, "0.00" rather than "-0.00"; "nan", "inf" or "-inf" for these
+/// values.
 std::string fixed(double value, int decimals);
 
 /// The number with as few digits as tell it from its neighbours: "0.1", "3600"; "nan" and so on as

@@ -24,11 +24,11 @@ std::string counted(std::uint64_t count, std::string_view plural);
 /// to print. Control characters and bytes that are no UTF-8 become '?'.
 std::string printableText(const char* field, std::size_t size);
 
-/// Splits as a shell would into arguments: at spaces, with '...' and "..." quoting and \ before a
-/// character that is meant literally. Throws UsageError for a quotation that does not end.
+/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and \
+/// before a literal character. Throws UsageError for a quotation that does not end.
 std::vector<std::string> splitArguments(std::string_view text);
 
-/// How many columns a terminal needs for UTF-8 text, escape sequences taking none.
+/// How many columns a terminal needs for UTF-8 text; escape sequences take none.
 std::size_t displayWidth(std::string_view text);
 
 }  // namespace cqtool

@@ -15,16 +15,16 @@ class TextTable {
     struct Column {
         std::string title;
         Align align = Align::right;
-        std::size_t width = 0;  ///< at least this wide, for tables whose rows are not known ahead
+        std::size_t width = 0;  ///< minimum width, for tables whose rows are not known in advance
     };
 
     explicit TextTable(std::vector<Column> columns);
 
-    /// Widens the columns to what the row needs.
+    /// Widens the columns to fit the row.
     void fit(const Row& row);
 
     std::string titles() const;
-    /// \param row one cell a column; a row that is shorter leaves the last columns empty.
+    /// \param row one cell per column; a shorter row leaves the last columns empty.
     std::string line(const Row& row) const;
 
   private:

@@ -8,7 +8,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long after its last reply a link ends: the host has read it by then.
+/// The time from the last reply to the end of a link, by when the host has read it.
 constexpr auto kDropPause = 100ms;
 
 }  // namespace

@@ -17,18 +17,18 @@
 
 namespace vi::adapter {
 
-/// A wireless adapter on the line, and the instruments within its reach: gives the host's bytes to
-/// the module or, while that carries, to the instrument that it is linked to.
+/// A wireless adapter on the line, and the instruments within its reach: passes the host's bytes to
+/// the module or, in data mode, to the linked instrument.
 class AdapterProtocol final : public Protocol {
   public:
     struct Settings {
         std::vector<Slave> slaves;
-        AtModule::Settings module;  ///< its faults are those of the instruments, too
+        AtModule::Settings module;  ///< its faults are also those of the instruments
     };
 
     /// \param wallClock gives the seconds since 1970.
     /// \param out and log must live as long as the protocol.
-    /// \param unplug makes the line go away.
+    /// \param unplug makes the line disappear.
     AdapterProtocol(Settings settings, const std::function<std::uint32_t()>& wallClock,
                     DelayLine& out, TrafficLog& log, std::function<void()> unplug);
 
@@ -37,11 +37,11 @@ class AdapterProtocol final : public Protocol {
     std::optional<TimePoint> deadline() const override;
     void lineLost() override;
 
-    /// True while a host has greeted an instrument and has its bytes.
+    /// True while a host has said hello to an instrument and is linked to it.
     bool hasSession() const override;
-    /// The button is that of the linked instrument, else of the first one.
+    /// The button of the linked instrument, else of the first one.
     Error press(Kind kind, TimePoint now) override;
-    /// A wireless instrument knows none.
+    /// A wireless instrument has no keep-alive.
     bool requestKeepAlive(TimePoint) override { return false; }
     /// The linked instrument ends the link.
     bool disconnect(TimePoint now) override;
@@ -53,12 +53,12 @@ class AdapterProtocol final : public Protocol {
     std::vector<Slave> slaves_;
     TrafficLog& log_;
     std::function<void()> unplug_;
-    TimePoint now_{};  // of the step that is being done
+    TimePoint now_{};  // of the current step
     Outbox outbox_;
     PacketLine line_;
     AtModule module_;
     PacketCutter cutter_;
-    std::vector<std::unique_ptr<Peripheral>> peripherals_;  // one a slave
+    std::vector<std::unique_ptr<Peripheral>> peripherals_;  // one per slave
 };
 
 }  // namespace vi::adapter

@@ -66,7 +66,7 @@ void AtModule::receive(std::uint8_t byte, TimePoint now) {
     line_ += static_cast<char>(byte);
     if (line_.ends_with(kLineEnd)) {
         line_.resize(line_.size() - kLineEnd.size());
-        // Before a command may stand what a host has sent to a slave whose link had ended.
+        // A command may be preceded by what a host has sent to a slave whose link had ended.
         const std::size_t start = line_.rfind("AT+");
         const std::string line = line_.substr(start == std::string::npos ? 0 : start);
         line_.clear();
@@ -115,7 +115,7 @@ void AtModule::escape(const std::string& code, TimePoint now) {
         return answer("ERROR", now);
     }
     if (std::exchange(isCarrying_, false)) {
-        outbox_.clear();  // the slave's, which has no way to the host any more
+        outbox_.clear();  // the slave's bytes, which no longer have a way to the host
     }
     answer("BY=00", now);
 }

@@ -16,13 +16,13 @@
 
 namespace vi::adapter {
 
-/// The adapter's radio module: answers AT commands, scans, and links up with an instrument, after
-/// which the line carries that one's bytes. Owns no clock.
+/// The adapter's radio module: answers AT commands, scans, and links to an instrument, after which
+/// the line carries that instrument's bytes. Owns no clock.
 class AtModule {
   public:
     struct Settings {
         std::chrono::milliseconds delay{20};  ///< before each answer
-        bool isScanReady = false;             ///< a scan is answered with its results at hand
+        bool isScanReady = false;             ///< a scan is answered as already done
         FaultPlan faults;
     };
 
@@ -31,26 +31,26 @@ class AtModule {
     AtModule(const std::vector<Slave>& slaves, Outbox& outbox, TrafficLog& log, Settings settings,
              std::function<void(std::size_t slave)> unlinked);
 
-    /// The slave that a link is up to.
+    /// The linked slave.
     std::optional<std::size_t> linked() const { return linked_; }
-    /// True while bytes are the linked slave's: from the link on, until the escape.
+    /// True while bytes are for the linked slave: from the link until the escape.
     bool isCarrying() const { return isCarrying_; }
 
-    /// Takes a byte from the host that is the module's.
+    /// Takes a byte from the host that is for the module.
     void receive(std::uint8_t byte, TimePoint now);
 
-    /// Looks at a byte from the host that is the slave's: the bytes may be the escape, the one
-    /// command that the module hears while it carries.
-    /// \return true when they are. The slave is then to forget what it has of them.
+    /// Checks a byte from the host that is for the slave: it may complete the escape, the only
+    /// command that the module recognises in data mode.
+    /// \return true if it does. The slave must then discard what it has received of the escape.
     bool watch(std::uint8_t byte, TimePoint now);
 
     void elapse(TimePoint now);
     std::optional<TimePoint> deadline() const;
 
-    /// The slave leaves: it hears nothing from now on, and the module tells at that time.
+    /// The slave leaves: it receives nothing from now on, and the module reports it at that time.
     void dropLink(TimePoint when) { dropAt_ = when; }
     bool isDropping() const { return dropAt_.has_value(); }
-    /// The module loses its supply.
+    /// The module loses power.
     void powerOff();
 
   private:
@@ -61,7 +61,7 @@ class AtModule {
     static const Command kCommands[];
 
     struct Scan {
-        std::size_t next = 0;  // slave to be told of
+        std::size_t next = 0;  // the next slave to report
         TimePoint due{};
         std::chrono::nanoseconds step{};
     };
@@ -92,12 +92,12 @@ class AtModule {
     Settings settings_;
     std::function<void(std::size_t)> unlinked_;
 
-    std::string line_;      // of the host's, as far as it has come
+    std::string line_;      // the host's, as far as received
     std::string recently_;  // the last bytes that were carried, as long as the escape
     std::uint32_t commands_ = 0;
 
     bool isScanning_ = false;
-    std::optional<Scan> scan_;  // while there is something to be told
+    std::optional<Scan> scan_;  // while there is something to report
     std::optional<std::size_t> linked_;
     bool isCarrying_ = false;
     std::optional<std::size_t> connecting_;

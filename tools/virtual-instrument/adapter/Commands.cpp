@@ -14,13 +14,13 @@ namespace {
 constexpr std::uint32_t kAll = 0xFFFFFFFF;
 constexpr std::uint16_t kAnySize = 0xFFFF;
 
-// Of a white-board parameter: where its two blocks lie.
+// The place of the two blocks in a white-board parameter.
 constexpr std::size_t kBoardBlocks = 32;
 constexpr std::size_t kBoardBlocksSize = 248;
 constexpr std::size_t kHostAddressSize = 8;
 
-// Of a measurement record: the running numbers of the standard itself, and of the standard that a
-// trial belongs to.
+// In a measurement record: the running number of the standard itself, and that of the standard to
+// which a trial belongs.
 constexpr std::size_t kNumber = 8;
 constexpr std::size_t kStandardNumber = 40;
 
@@ -47,7 +47,8 @@ struct Call {
     }
 };
 
-/// Where in the list of all samples those of a standard are; nothing if there is no such standard.
+/// The places of a standard's samples in the list of all samples; nothing if there is no such
+/// standard.
 std::optional<std::vector<std::uint32_t>> samplesOf(const Instrument& instrument,
                                                     std::uint32_t standard) {
     const auto& standards = instrument.records(Kind::standard);
@@ -65,7 +66,7 @@ std::optional<std::vector<std::uint32_t>> samplesOf(const Instrument& instrument
     return places;
 }
 
-/// Where in the list of all samples the one is that the payload names by standard and sample.
+/// The place in the list of all samples of the one that the payload names by standard and sample.
 std::optional<std::uint32_t> sampleNamedBy(const Call& call) {
     const auto places = samplesOf(call.instrument, get32(call.payload, 0));
     const std::uint32_t sample = get32(call.payload, 4);
@@ -163,7 +164,7 @@ void writeWhiteBoardText(const Call& call) {
     call.reply("OK");
 }
 
-// What a host sends here is an address in its own memory: there is nothing to be written.
+// A host sends an address in its own memory here: there is nothing to write.
 void writeWhiteBoard(const Call& call) {
     call.reply("OK");
 }

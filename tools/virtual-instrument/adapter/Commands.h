@@ -7,11 +7,11 @@
 
 namespace vi::adapter {
 
-// Commands that concern more than their own reply.
+// Commands that affect more than their own reply.
 inline constexpr std::uint8_t kHello = 1;
 inline constexpr std::uint8_t kGoodbye = 2;
 
-// Measurements that are told without having been asked for.
+// Notifications of measurements.
 inline constexpr std::uint8_t kStandardMeasured = 4;
 inline constexpr std::uint8_t kTrialMeasured = 5;
 
@@ -24,12 +24,12 @@ struct Answer {
 /// "OK", "FAIL" or "INVAL" as a payload.
 Bytes word(const char* text);
 
-/// Carries out a command. What the instrument cannot do is answered with "FAIL", a payload or an
-/// index that makes no sense with "INVAL".
+/// Carries out a command. Answers "FAIL" if the instrument cannot do it, "INVAL" for an invalid
+/// payload or index.
 Answer execute(Instrument& instrument, std::uint8_t type, std::uint8_t cmd, ByteView payload,
                TimePoint now);
 
-/// For the log: "read standard"; "unknown" for a command that is none.
+/// For the log: "read standard"; "unknown" for an unknown command.
 const char* commandName(std::uint8_t type, std::uint8_t cmd);
 
 }  // namespace vi::adapter

@@ -11,14 +11,13 @@
 
 namespace vi::adapter {
 
-/// What the adapter is going to send, in the order in which it was given: a line of text or a
-/// packet each, in one piece or in two.
+/// The queue of what the adapter will send: lines of text and packets, each in one piece or in two.
 class Outbox {
   public:
     struct Message {
         std::string words;  ///< for the log
         Bytes bytes;
-        std::size_t firstPiece = 0;         ///< so many bytes go first; 0 for all at once
+        std::size_t firstPiece = 0;  ///< number of bytes in the first piece; 0 for all at once
         std::chrono::nanoseconds pause{0};  ///< between the two pieces
         bool isByteByByte = false;
     };
@@ -26,21 +25,21 @@ class Outbox {
     /// \param line and log must live as long as the outbox.
     Outbox(DelayLine& line, TrafficLog& log) : line_(line), log_(log) {}
 
-    /// \param due when it may leave; it leaves later if what was given before does.
+    /// \param due when it may leave; it leaves later if an earlier item does.
     /// \return when its last piece leaves.
     TimePoint send(Message message, TimePoint due);
 
-    /// Puts on the line what has become due.
+    /// Puts on the line what is due.
     void elapse(TimePoint now);
     std::optional<TimePoint> deadline() const;
 
-    /// Throws away what has not left, here and on the line.
+    /// Discards what has not left, here and on the line.
     void clear();
 
-    /// When the last of what was given leaves; the beginning of time if nothing waits.
+    /// When the last item leaves; the beginning of time if nothing is waiting.
     TimePoint end() const { return pieces_.empty() ? TimePoint{} : pieces_.back().due; }
     bool isEmpty() const { return pieces_.empty(); }
-    /// When the host has all that has left so far.
+    /// When the host has everything that has left so far.
     TimePoint quietSince() const { return quietSince_; }
 
   private:

@@ -33,11 +33,12 @@ class PacketView {
     ByteView bytes_;
 };
 
-/// One packet in words for the log: its type, cmd, what that is, and how long its payload.
+/// One packet in words for the log: its type and cmd, the name of the command, and the size of its
+/// payload.
 /// \param role "request", "reply" or "notification".
 std::string describe(std::string_view role, ByteView packet);
 
-/// Cuts what the host sends into packets by their lengths. Owns no clock.
+/// Splits what the host sends into packets by their lengths. Owns no clock.
 class PacketCutter {
   public:
     /// How long an incomplete packet may wait for its next bytes.
@@ -45,8 +46,8 @@ class PacketCutter {
 
     using Handler = std::function<void(ByteView)>;
 
-    /// \param packet gets each whole packet; must not call back into the cutter.
-    /// \param stray gets what stayed incomplete.
+    /// \param packet receives each whole packet; must not call back into this object.
+    /// \param stray receives incomplete packets.
     PacketCutter(Handler packet, Handler stray)
         : packet_(std::move(packet)), stray_(std::move(stray)) {}
 

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 constexpr auto kPacketSplitPause = 100ms;
 constexpr auto kLongPause = 1200ms;
 
-/// The same packet with a payload of another size than its kind has.
+/// The same packet with a payload of the wrong size.
 Bytes withWrongLength(const Bytes& packet) {
     const PacketView view(packet);
     const ByteView payload = view.payload();

@@ -9,24 +9,24 @@
 
 namespace vi::adapter {
 
-/// Carries the instruments' packets to the outbox and spoils them as planned. Without a fault in
-/// the plan everything passes as it is.
+/// Carries the instruments' packets to the outbox and applies the planned faults. Without a fault
+/// everything passes unchanged.
 class PacketLine {
   public:
     enum class Verdict {
         pass,     ///< for the instrument
-        fail,     ///< the instrument is to refuse, with FAIL
+        fail,     ///< the instrument shall refuse, with FAIL
         inval,    ///< with INVAL
-        swallow,  ///< the instrument is not to see the packet
-        unplug,   ///< the same, and the line is to go away
+        swallow,  ///< the instrument shall not see the packet
+        unplug,   ///< the same, and the line shall disappear
     };
 
     /// \param outbox must live as long as the line.
     PacketLine(FaultPlan plan, Outbox& outbox) : plan_(std::move(plan)), outbox_(outbox) {}
 
-    /// Counts one packet from the host and says what is to become of it.
+    /// Counts one packet from the host and decides what happens to it.
     Verdict admit();
-    /// True if the link is to end once the packet admitted last has been answered.
+    /// True if the link shall end once the packet admitted last has been answered.
     bool mustDropLink() const { return plan_.linkDrop == fromHost_; }
 
     /// \param due when it may leave.

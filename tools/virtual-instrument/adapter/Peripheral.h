@@ -11,14 +11,14 @@
 
 namespace vi::adapter {
 
-/// One instrument at the far end of the link: answers command packets, and tells of measurements
-/// made with its button. Owns no clock.
+/// One instrument at the far end of the link: answers command packets, and sends notifications of
+/// measurements made with its button. Owns no clock.
 ///
-/// Nothing on this line separates one packet from the next but silence, so a notification is sent
-/// only while the line is quiet and no reply is due, and is left alone for a while.
+/// Only silence separates packets on this line, so a notification is sent only while the line is
+/// quiet and no reply is due, and nothing is sent for a while after it.
 class Peripheral {
   public:
-    /// How long the line must have been quiet before a notification, and stays so behind it.
+    /// How long the line must be quiet before and after a notification.
     static constexpr std::chrono::milliseconds kQuiet{50};
 
     /// \param line must live as long as the peripheral.
@@ -35,7 +35,7 @@ class Peripheral {
 
     /// True between hello and goodbye.
     bool isGreeted() const { return isGreeted_; }
-    /// The link has ended: nothing is left to be told.
+    /// The link has ended: pending notifications are discarded.
     void unlink();
 
     Error press(Kind kind, TimePoint now);

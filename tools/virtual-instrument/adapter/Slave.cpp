@@ -15,19 +15,19 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t kMaxName = 248;  // what an advertisement can carry
+constexpr std::size_t kMaxName = 248;  // the limit of an advertisement
 constexpr std::size_t kMaxAddress = 32;
 constexpr std::size_t kMaxSerial = 15;
 constexpr int kMinRssi = -127;
 constexpr int kMaxRssi = -1;
 
-/// Reads the fields of one entry, and tells in which one something is wrong.
+/// Reads the fields of one entry; errors name the field.
 class Entry {
   public:
     Entry(const Json& json, std::size_t index)
         : json_(json), where_("entry " + std::to_string(index + 1)) {
         if (!json.is_object()) {
-            throw std::invalid_argument(where_ + " is no object {...}");
+            throw std::invalid_argument(where_ + " is not an object {...}");
         }
     }
 
@@ -38,7 +38,7 @@ class Entry {
     void allowOnly(const std::set<std::string>& fields) const {
         for (const auto& item : json_.items()) {
             if (!fields.contains(item.key())) {
-                fail(item.key(), "is no field of an instrument");
+                fail(item.key(), "is not a field of an instrument");
             }
         }
     }
@@ -153,7 +153,7 @@ std::vector<Slave> parseSlaves(std::string_view json, const Instrument::Settings
     try {
         list = Json::parse(json);
     } catch (const Json::parse_error& error) {
-        // What comes before is the parser's own numbering.
+        // Skips the parser's own numbering.
         const std::string what = error.what();
         throw std::invalid_argument("not JSON: " + what.substr(what.find("] ") + 2));
     }

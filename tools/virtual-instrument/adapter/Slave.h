@@ -10,18 +10,18 @@ namespace vi::adapter {
 
 /// An instrument within reach of the adapter.
 struct Slave {
-    std::string name;     ///< as it advertises itself
+    std::string name;     ///< the advertised name
     std::string address;  ///< hexadecimal digits
     int rssi = -60;       ///< strength of its signal in dBm
     Instrument::Settings instrument;
 };
 
 /// Three instruments that differ in name, address, signal and serial number.
-/// \param settings of each, but for the serial number.
+/// \param settings of each, except the serial number.
 std::vector<Slave> defaultSlaves(const Instrument::Settings& settings);
 
 /// Reads a list of instruments; docs/virtual-instrument.md gives its form.
-/// \param settings what an entry does not say.
+/// \param settings the defaults of an entry.
 /// \throw std::invalid_argument with what is wrong and where.
 std::vector<Slave> parseSlaves(std::string_view json, const Instrument::Settings& settings);
 

@@ -15,8 +15,8 @@ constexpr const char* kWhiteTile = "WT-0001";
 
 constexpr std::uint32_t kPreloadedTime = 1'700'000'000;  // 2023-11-14, one record a minute
 
-/// The tile's reflectance with and without the specular part; a ceramic white is a little darker at
-/// the short end.
+/// The tile's reflectance with and without the specular component; a ceramic white is slightly
+/// darker at short wavelengths.
 Instrument::WhiteBoard makeWhiteBoard() {
     Bytes bytes;
     const std::string_view text = kWhiteTile;
@@ -185,7 +185,7 @@ std::uint8_t Instrument::statusItem(int item) const {
         case 15:
             return 1;  // powered by the host
         case 16:
-            return 0;  // the specular part included
+            return 0;  // specular component included
         case 17:
             return 8;  // aperture in millimetres
         case 18:

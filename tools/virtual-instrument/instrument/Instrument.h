@@ -14,7 +14,7 @@
 
 namespace vi {
 
-/// The numbers with which the instrument refuses; they travel over the wire.
+/// The instrument's error numbers; they are sent over the wire.
 enum class Error : std::uint16_t {
     none = 0,
     notCalibrated = 1,
@@ -29,8 +29,8 @@ enum class Error : std::uint16_t {
 
 const char* describe(Error error);
 
-/// The instrument itself, whatever it is connected by: calibration, measuring, its memory and what
-/// it says of itself. Owns no clock: measuring takes time, which a result tells.
+/// The instrument itself, independent of the connection: calibration, measuring, memory and device
+/// information. Owns no clock: a result says when measuring has finished.
 class Instrument {
   public:
     struct Settings {
@@ -65,11 +65,11 @@ class Instrument {
     Outcome calibrateWhite(TimePoint now) { return calibrate(isWhiteCalibrated_, now); }
     Outcome calibrateBlack(TimePoint now) { return calibrate(isBlackCalibrated_, now); }
 
-    /// Measures as a host commands it; the result is not stored. Each standard is the next patch of
-    /// the chart, a trial is the same patch as the last standard.
+    /// Measures on a host's command; the result is not stored. Each standard is the next patch of
+    /// the chart; a trial is the same patch as the last standard.
     Measurement measure(Kind kind, TimePoint now);
 
-    /// Measures as with the instrument's own button; the result is stored as long as there is room.
+    /// Measures with the instrument's own button; the result is stored as long as there is room.
     Measurement press(Kind kind, TimePoint now);
 
     const std::vector<Record>& records(Kind kind) const {
@@ -91,9 +91,9 @@ class Instrument {
     std::uint8_t parameter(std::uint8_t number) const { return parameters_[number]; }
     void setParameter(std::uint8_t number, std::uint8_t value) { parameters_[number] = value; }
 
-    /// One item of the status: 0 and 14 to 20; 0 for every other number.
+    /// One item of the status: 0 and 14 to 20; 0 for any other number.
     std::uint8_t statusItem(int item) const;
-    /// One text: 3, 4, 6, 7, 11 or 12; empty for every other number.
+    /// One text: 3, 4, 6, 7, 11 or 12; empty for any other number.
     std::string text(int item) const;
 
   private:

@@ -2,7 +2,7 @@
 
 namespace vi {
 
-// The same figures as data/colorchecker24.csv; the program must not need that file when it runs.
+// The same figures as data/colorchecker24.csv; the program must not need that file at run time.
 const std::array<Patch, kPatchCount>& patches() {
     static constexpr std::array<Patch, kPatchCount> kPatches{{
         {"dark skin",

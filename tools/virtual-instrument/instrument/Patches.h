@@ -5,7 +5,8 @@
 
 namespace vi {
 
-/// What a measurement yields: reflectance factors at 400, 410 ... 700 nm, 1.0 the perfect white.
+/// The result of a measurement: reflectance factors at 400, 410 ... 700 nm; 1.0 is the perfect
+/// white.
 inline constexpr std::size_t kBandCount = 31;
 inline constexpr int kFirstWavelength = 400;
 inline constexpr int kWavelengthStep = 10;

@@ -59,8 +59,8 @@ Spectrum Sensor::withNoise(Spectrum spectrum) {
     return spectrum;
 }
 
-// Box and Muller's method: std::normal_distribution would give other values with another standard
-// library, and a seed is to mean the same everywhere.
+// The Box-Muller method: std::normal_distribution would give other values with another standard
+// library, and a seed must give the same values everywhere.
 double Sensor::normal() {
     constexpr double unit = 0x1p-53;
     const double u = (static_cast<double>(random_() >> 11) + 1) * unit;

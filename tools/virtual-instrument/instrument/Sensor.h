@@ -7,7 +7,7 @@
 
 namespace vi {
 
-/// Sees the patches of the chart: standards as they are, trials with a small colour difference,
+/// Measures the patches of the chart: standards as they are, trials with a small colour difference,
 /// both with noise.
 class Sensor {
   public:
@@ -17,8 +17,7 @@ class Sensor {
     /// \param patch 0..23.
     Spectrum measureStandard(std::size_t patch);
 
-    /// \param trial counts the trials: the colour differences come in turn, 0.3 to 1.5 CIELAB
-    /// units.
+    /// \param trial counts the trials: the colour differences, 0.3 to 1.5 CIELAB units, take turns.
     Spectrum measureTrial(std::size_t patch, std::uint32_t trial);
 
     /// The same without noise.

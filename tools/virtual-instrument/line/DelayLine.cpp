@@ -6,7 +6,7 @@
 namespace vi {
 namespace {
 
-/// A slow line lets its bytes out in pieces of about this duration, as a receiving driver would.
+/// A slow line delivers its bytes in pieces of about this duration, as a receiving driver would.
 constexpr std::chrono::milliseconds kPieceDuration{1};
 
 std::size_t pieceSize(std::chrono::nanoseconds perByte) {

@@ -8,17 +8,17 @@
 
 namespace vi {
 
-/// One direction of the line: bytes that go in come out when a line of this pace would have carried
-/// them. Owns no clock.
+/// One direction of the line: bytes come out when a line of this speed would have carried them.
+/// Owns no clock.
 class DelayLine {
   public:
     struct Pace {
         std::chrono::nanoseconds latency{0};
         std::chrono::nanoseconds perByte{0};
-        bool isByteByByte = false;  ///< never let two bytes out at once
+        bool isByteByByte = false;  ///< never deliver two bytes at once
     };
 
-    /// Between bytes that come one by one, unless the pace makes it longer.
+    /// The time between single bytes, unless the line speed makes it longer.
     static constexpr std::chrono::microseconds kBytePause{200};
 
     explicit DelayLine(Pace pace) : pace_(pace) {}
@@ -27,15 +27,15 @@ class DelayLine {
     /// \return when the last of the bytes comes out.
     TimePoint push(ByteView bytes, TimePoint now, bool isByteByByte = false);
 
-    /// When the next bytes come out; nothing while the line is empty.
+    /// When the next bytes come out; nothing if the line is empty.
     std::optional<TimePoint> next() const;
 
-    /// The next bytes that have come out; empty when none are due. Valid until the next call.
+    /// The next bytes that have come out; empty if none are due. Valid until the next call.
     ByteView due(TimePoint now) const;
     /// \param count at most the size of what due() gave.
     void consume(std::size_t count);
 
-    /// Throws away what is on the line and what has not been consumed.
+    /// Discards what is on the line and what has not been consumed.
     void clear();
 
   private:

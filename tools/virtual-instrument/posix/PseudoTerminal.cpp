@@ -67,8 +67,8 @@ void PseudoTerminal::openSlave() {
     }
 }
 
-// A host that opened the port for itself alone and was killed leaves it locked: only the last close
-// unlocks a terminal, and that never comes as long as the slave is kept open here.
+// A host that opened the port for exclusive use and was killed leaves it locked: only the last
+// close unlocks a terminal, which never happens while the slave is kept open here.
 void PseudoTerminal::watchHosts() {
     watch_ = Descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     if (!watch_.isOpen() ||
@@ -80,8 +80,8 @@ void PseudoTerminal::watchHosts() {
 void PseudoTerminal::handleWatch() {
     alignas(inotify_event) std::array<char, 4096> events{};
     const ssize_t size = ::read(watch_.get(), events.data(), events.size());
-    // Equal events in a row arrive as one, so hosts cannot be counted. But a host that came after
-    // the one that went found the terminal unlocked, and may have locked it for itself since.
+    // Identical successive events arrive as one, so hosts cannot be counted. But a host that opened
+    // the terminal after another closed it found it unlocked, and may have locked it since.
     bool hasHostGone = false;
     for (ssize_t at = 0; at < size;) {
         const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
@@ -101,7 +101,7 @@ void PseudoTerminal::makeLink() {
     if (present != fs::file_type::not_found && present != fs::file_type::symlink) {
         link_.clear();
         throw std::runtime_error(
-            wanted + " is there and is no symbolic link; choose another path for --link");
+            wanted + " already exists and is not a symbolic link; choose another path for --link");
     }
     // Made beside and moved over, so that a host never finds the path missing.
     const std::string fresh = link_ + ".new";

@@ -7,8 +7,8 @@
 
 namespace vi {
 
-/// A pseudo-terminal whose slave end hosts open as their serial port, as often as they like. Goes
-/// away with the object, and hosts that have it open see it hung up.
+/// A pseudo-terminal whose slave end hosts open as their serial port, as often as they like. It
+/// disappears with the object, and hosts that have it open see a hang-up.
 class PseudoTerminal {
   public:
     /// \param link path of a symbolic link to make; empty for none. A link that is there is
@@ -22,14 +22,14 @@ class PseudoTerminal {
 
     const std::string& name() const { return name_; }
 
-    /// To wait for bytes from the host.
+    /// The descriptor on which to wait for bytes from the host.
     int descriptor() const { return master_.get(); }
-    /// Appends what has come.
+    /// Appends what has arrived.
     void read(Bytes& to);
-    /// \return how much was taken.
+    /// \return how much was accepted.
     std::size_t write(ByteView bytes);
 
-    /// To wait for hosts that come and go.
+    /// The descriptor on which to wait for hosts that open or close the port.
     int watchDescriptor() const { return watch_.get(); }
     void handleWatch();
 
@@ -39,7 +39,7 @@ class PseudoTerminal {
     void makeLink();
 
     Descriptor master_;
-    // Kept open: with no slave open at all, the master would report a hang-up without end.
+    // Kept open: without any open slave the master would report a permanent hang-up.
     Descriptor slave_;
     Descriptor watch_;
     std::string name_;

@@ -30,7 +30,7 @@ timespec toTimespec(std::chrono::nanoseconds duration) {
     return result;
 }
 
-/// Lets keys through one by one while it lives, if standard input is this program's terminal.
+/// While it lives, delivers keys one by one, if standard input is this program's terminal.
 class KeyMode {
   public:
     KeyMode() {
@@ -59,7 +59,8 @@ class KeyMode {
 
 struct System::Impl {
     explicit Impl(LineOptions lineOptions) : options(std::move(lineOptions)) {
-        // Signals are let in only while the program waits: none is lost between a look and a wait.
+        // Signals are unblocked only during the wait, so that none is lost between the check and
+        // the wait.
         sigset_t ending;
         sigemptyset(&ending);
         struct sigaction action {};
@@ -135,7 +136,7 @@ std::size_t System::write(ByteView bytes) {
 System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) {
     const auto& terminal = impl_->terminal;
     const auto lineEvents = static_cast<short>(wantsWrite ? POLLIN | POLLOUT : POLLIN);
-    // A negative descriptor is left out of the wait.
+    // A negative descriptor is ignored in the wait.
     std::array<pollfd, 3> waits{{
         {terminal ? terminal->descriptor() : -1, lineEvents, 0},
         {terminal ? terminal->watchDescriptor() : -1, POLLIN, 0},
@@ -147,6 +148,10 @@ System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) 
     }
     const int ready =
         ppoll(waits.data(), waits.size(), until ? &limit : nullptr, &impl_->whileWaiting);
+    // A wait that is over at once, as with endless input, lets no signal through.
+    sigset_t blocked;
+    sigprocmask(SIG_SETMASK, &impl_->whileWaiting, &blocked);
+    sigprocmask(SIG_SETMASK, &blocked, nullptr);
     Happening happening;
     happening.mustEnd = mustEnd != 0;
     if (ready > 0) {
@@ -157,7 +162,7 @@ System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) 
         if (hasKeys) {
             impl_->readKeys(happening);
         }
-        // What the host sent before the keys were pressed may have come since the wait.
+        // What the host sent before the keys were pressed may have arrived since the wait.
         if (terminal && (hasKeys || (waits[0].revents & POLLIN) != 0)) {
             terminal->read(happening.received);
         }

@@ -27,7 +27,7 @@ ComPort::ComPort(const std::string& name)
     transferEvent_ = Handle(CreateEventA(nullptr, TRUE, FALSE, nullptr));
     DCB settings{};
     settings.DCBlength = sizeof(settings);
-    COMMTIMEOUTS timeouts{};  // none: the read waits until its byte comes
+    COMMTIMEOUTS timeouts{};  // none: the read waits until its byte arrives
     SetupComm(port_.get(), kQueueSize, kQueueSize);
     if (!readEvent_.isValid() || !transferEvent_.isValid() ||
         GetCommState(port_.get(), &settings) == 0) {
@@ -109,7 +109,7 @@ std::size_t ComPort::write(ByteView bytes) {
     if (WaitForSingleObject(transferEvent_.get(), kWritePatienceMs) != WAIT_OBJECT_0) {
         CancelIoEx(port_.get(), &writing);
     }
-    // Waits for the end of a cancelled write too: it must not outlive its OVERLAPPED.
+    // Also waits for the end of a cancelled write, which must not outlive its OVERLAPPED.
     GetOverlappedResult(port_.get(), &writing, &count, TRUE);
     return count;
 }

@@ -50,7 +50,7 @@ std::string Keys::pollOther() {
     if (GetFileType(input_) == FILE_TYPE_PIPE) {
         DWORD available = 0;
         if (PeekNamedPipe(input_, nullptr, 0, nullptr, &available, nullptr) == 0) {
-            // Any other error: a pipe of another system underneath, which cannot be looked into.
+            // Any other error: a pipe of another underlying system, which cannot be peeked at.
             hasEnded_ = GetLastError() == ERROR_BROKEN_PIPE;
             return {};
         }

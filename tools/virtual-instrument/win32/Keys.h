@@ -10,12 +10,12 @@ namespace vi {
 class Keys {
   public:
     Keys();
-    /// Gives the console back as it was.
+    /// Restores the console.
     ~Keys();
     Keys(const Keys&) = delete;
     Keys& operator=(const Keys&) = delete;
 
-    /// Signalled when there may be keys; null when only poll() can tell.
+    /// Signalled when there may be keys; null if only poll() can tell.
     HANDLE event() const { return isConsole_ && !hasEnded_ ? input_ : nullptr; }
     bool mustBePolled() const { return !isConsole_ && !hasEnded_; }
     bool hasEnded() const { return hasEnded_; }

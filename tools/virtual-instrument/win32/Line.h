@@ -8,25 +8,26 @@
 
 namespace vi {
 
-/// What a host is met on: a named pipe of the program's own, or one end of a pair of COM ports.
+/// The line to a host: a named pipe of this program, or one end of a pair of COM ports.
 class Line {
   public:
     virtual ~Line() = default;
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
 
-    /// What the host opens, or for a COM port this end's name.
+    /// The name that the host opens, or for a COM port the name of this end.
     virtual const std::string& name() const = 0;
 
-    /// Signalled when bytes have come or, at a pipe, a host has come or gone.
+    /// Signalled when bytes have arrived or, on a pipe, a host has come or gone.
     virtual HANDLE readEvent() const = 0;
-    /// Appends what has come and waits on.
-    /// \throw std::runtime_error when the line has gone.
+    /// Appends what has arrived and waits for more.
+    /// \throw std::runtime_error if the line is gone.
     virtual void read(Bytes& to) = 0;
 
-    /// Signalled when bytes are taken again after write() has taken none; null when nothing tells.
+    /// Signalled when bytes are accepted again after write() has accepted none; null if nothing
+    /// signals it.
     virtual HANDLE writeEvent() const = 0;
-    /// \return how much was taken.
+    /// \return how much was accepted.
     virtual std::size_t write(ByteView bytes) = 0;
 
   protected:

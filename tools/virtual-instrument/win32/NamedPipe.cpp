@@ -11,7 +11,7 @@ constexpr DWORD kBufferSize = 65536;
 constexpr const char* kFolder = R"(\\.\pipe\)";
 
 HANDLE makePipe(const std::string& path) {
-    // The first and only one: another program's pipe of this name is not joined.
+    // The first and only instance: another program's pipe of this name is not joined.
     return CreateNamedPipeA(
         path.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
         PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1,
@@ -45,11 +45,11 @@ NamedPipe::~NamedPipe() {
     if (isWriting_) {
         cancel(writing_);
     }
-    // The name stays taken for as long as a host keeps a pipe open that has not been taken from it.
+    // Otherwise the name would stay taken for as long as a host keeps the pipe open.
     DisconnectNamedPipe(pipe_.get());
 }
 
-/// Makes an operation end and waits until it has: the system writes to it and to its bytes.
+/// Cancels an operation and waits for its end: until then the system writes to it and to its bytes.
 void NamedPipe::cancel(OVERLAPPED& operation) {
     DWORD count = 0;
     CancelIoEx(pipe_.get(), &operation);
@@ -66,7 +66,7 @@ void NamedPipe::awaitHost() {
     if (error == ERROR_IO_PENDING) {
         isReading_ = true;
     } else if (error == ERROR_PIPE_CONNECTED || error == ERROR_NO_DATA) {
-        readOn();  // of a host that has come and gone already, the read will find no data
+        readOn();  // if a host has already come and gone, the read finds no data
     } else {
         fail("cannot wait for a host at", error);
     }
@@ -121,7 +121,7 @@ std::size_t NamedPipe::write(ByteView bytes) {
     writing_ = {};
     writing_.hEvent = writeEvent_.get();
     ResetEvent(writeEvent_.get());
-    // Any other failure means that the host has gone, which the read is told, too.
+    // Any other failure means that the host is gone, which the read also reports.
     isWriting_ = WriteFile(pipe_.get(), outgoing_.data(), static_cast<DWORD>(outgoing_.size()),
                            nullptr, &writing_) == 0 &&
                  GetLastError() == ERROR_IO_PENDING;

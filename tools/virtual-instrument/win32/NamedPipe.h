@@ -10,21 +10,22 @@
 
 namespace vi {
 
-/// A named pipe that hosts open as their port, one at a time and as often as they like. Goes away
-/// with the object, and a host that has it open sees it broken.
+/// A named pipe that hosts open as their port, one at a time and as often as they like. It
+/// disappears with the object, and a host that has it open sees a broken pipe.
 class NamedPipe : public Line {
   public:
-    /// \param name what comes after \\.\pipe\ in the name that a host opens.
-    /// \throw std::runtime_error when the pipe cannot be made, as when there is one of this name.
+    /// \param name the part after \\.\pipe\ of the name that a host opens.
+    /// \throw std::runtime_error if the pipe cannot be created, for instance because the name is
+    /// taken.
     explicit NamedPipe(const std::string& name);
-    /// Waits for what is under way to end before its memory goes away.
+    /// Waits for pending operations to end before their memory is freed.
     ~NamedPipe() override;
 
     const std::string& name() const override { return path_; }
     HANDLE readEvent() const override { return readEvent_.get(); }
     void read(Bytes& to) override;
     HANDLE writeEvent() const override { return writeEvent_.get(); }
-    /// Drops what is written while no host is there, as an open line does.
+    /// Drops what is written while no host is connected, as an open line does.
     std::size_t write(ByteView bytes) override;
 
   private:

@@ -17,10 +17,10 @@
 namespace vi {
 namespace {
 
-/// Nothing signals that a pipe of keys has some, or that a full port takes bytes again.
+/// Nothing signals that a pipe has keys, or that a full port accepts bytes again.
 constexpr std::chrono::milliseconds kPollPeriod{50};
 
-HANDLE endEvent = nullptr;  // of the one System; the console's handler knows no other way to it
+HANDLE endEvent = nullptr;  // of the only System; the console's handler has no other way to it
 
 BOOL WINAPI askToEnd(DWORD) {
     return SetEvent(endEvent);
@@ -29,7 +29,7 @@ BOOL WINAPI askToEnd(DWORD) {
 HANDLE makeTimer() {
     const HANDLE fine = CreateWaitableTimerExW(
         nullptr, nullptr, CREATE_WAITABLE_TIMER_HIGH_RESOLUTION, TIMER_ALL_ACCESS);
-    // Systems before Windows 10 1803 do not know the fine one.
+    // Systems before Windows 10 1803 have no high-resolution timer.
     return fine != nullptr ? fine : CreateWaitableTimerExW(nullptr, nullptr, 0, TIMER_ALL_ACCESS);
 }
 
@@ -73,7 +73,7 @@ struct System::Impl {
     std::unique_ptr<Line> line;
 };
 
-void System::secureStandardStreams() {}  // handles are not numbers that others could get
+void System::secureStandardStreams() {}  // handles are not numbers that could be reused
 
 std::string System::check(const LineOptions& options) {
     if (!options.link.empty()) {

@@ -114,7 +114,7 @@ void readRecords(const Call& call, Kind kind) {
 void readStandards(const Call& call) {
     readRecords(call, Kind::standard);
 }
-// The samples are one list; the index of the standard, which comes last, selects nothing.
+// The samples are a single list; the index of the standard, which comes last, is ignored.
 void readSamples(const Call& call) {
     readRecords(call, Kind::trial);
 }

@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::uint8_t kMaxSession = 254;
 
-/// A host that takes nothing is told of so many measurements, the oldest are forgotten first.
+/// The number of measurements kept for a host that accepts nothing; the oldest are dropped first.
 constexpr std::size_t kMaxPressed = 16;
 
 /// Longer than any single record or parameter.
@@ -76,7 +76,7 @@ void Engine::shakeHands(ByteView packet, TimePoint now) {
     if (!isShakeHandsRequest(packet)) {
         return note_("ignored: a shake-hands request is 55 aa a1 00 00 00 02 00 02");
     }
-    // The host of the session before may have been killed in the middle of anything.
+    // The host of the previous session may have been killed in the middle of anything.
     endSession();
     sink_.discardPending();
     session_ = static_cast<std::uint8_t>(session_ % kMaxSession + 1);
@@ -174,7 +174,7 @@ void Engine::startNext(TimePoint now) {
     }
 }
 
-/// The button's results wait until the host's own business is done.
+/// The button's results wait until the host's current transfer has ended.
 bool Engine::mayTellOfPress() const {
     return !pressed_.empty() && hasSession() && !transmitter_.isBusy() && scheduled_.empty() &&
            !receiver_.isReceiving();
@@ -222,7 +222,7 @@ Error Engine::press(Kind kind, TimePoint now) {
     if (measurement.error != Error::none) {
         return measurement.error;
     }
-    // A host that has been offered a session is told as soon as it has confirmed it.
+    // A host that has been offered a session is notified as soon as it has confirmed it.
     if (state_ == State::offered || hasSession()) {
         Bytes transfer{kind == Kind::standard ? kMeasureStandard : kMeasureTrial};
         transfer.insert(transfer.end(), measurement.record.begin(), measurement.record.end());

@@ -17,17 +17,17 @@
 
 namespace vi::wired {
 
-/// The instrument's side of the wired protocol: takes the host's packets, sends its own through the
-/// sink. Owns no clock. A shake-hands request begins a new session at any time.
+/// The instrument's side of the wired protocol: receives the host's packets and sends its own
+/// through the sink. Owns no clock. A shake-hands request begins a new session at any time.
 class Engine {
   public:
     struct Settings {
         std::uint16_t maxPacket = 64;  ///< for both directions
         std::chrono::nanoseconds acknowledgementPatience{std::chrono::seconds{1}};
-        std::chrono::nanoseconds keepAlive{0};  ///< 0: only when asked for
+        std::chrono::nanoseconds keepAlive{0};  ///< 0: only on request
         std::uint8_t lastSession = 0;           ///< the first session is the one after it
     };
-    /// Hears why a packet was not taken.
+    /// Called with the reason why a packet was not accepted.
     using Note = std::function<void(std::string_view)>;
 
     /// \param instrument and sink must live as long as the engine.
@@ -50,13 +50,13 @@ class Engine {
   private:
     enum class State { none, offered, open, closing };
 
-    /// What the instrument sends when it has finished something.
+    /// What the instrument sends when it has finished an operation.
     struct Scheduled {
         TimePoint due;
         bool isTransfer;  // else an acknowledgement
         Bytes bytes;
     };
-    /// A transfer that waits for its turn; a refusal carries its number alone.
+    /// A waiting transfer; a refusal carries only its number.
     struct Waiting {
         Error refusal = Error::none;
         Bytes transfer;

@@ -5,7 +5,7 @@
 namespace vi::wired {
 namespace {
 
-/// How far a wrong sequence number is off; never so far that it wraps to 0.
+/// The offset of a wrong sequence number, never so large that it wraps to 0.
 constexpr std::uint32_t kSequenceOffset = 5;
 
 }  // namespace
@@ -106,7 +106,7 @@ void FaultLayer::emitGarbage(TimePoint now) {
     for (std::uint8_t& byte : bytes) {
         byte = static_cast<std::uint8_t>(random_());
     }
-    // Neither a start mark inside, nor half of one at the end that the packet would complete.
+    // No start mark inside, and no half of one at the end that the packet would complete.
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         const bool isLast = i + 1 == bytes.size();
         if (bytes[i] == kToHost[0] && (isLast || bytes[i + 1] == kToHost[1])) {

@@ -12,18 +12,18 @@
 
 namespace vi::wired {
 
-/// Stands between the engine and the line and spoils what passes, as planned. Without a fault in
-/// the plan everything passes as it is.
+/// A layer between the engine and the line that applies the planned faults. Without a fault
+/// everything passes unchanged.
 class FaultLayer final : public PacketSink {
   public:
     enum class Verdict {
         pass,        ///< for the engine
-        swallow,     ///< the engine is not to see the packet
-        disconnect,  ///< the same, and the engine is to say goodbye
-        unplug,      ///< the same, and the line is to go away
+        swallow,     ///< the engine shall not see the packet
+        disconnect,  ///< the same, and the engine shall say goodbye
+        unplug,      ///< the same, and the line shall disappear
     };
 
-    /// Hears what goes out: packets whole, and bytes that are none.
+    /// Called with what goes out: whole packets, and other bytes.
     using Tap = std::function<void(ByteView bytes, bool isPacket, TimePoint now)>;
 
     /// \param out must live as long as the layer.
@@ -53,7 +53,7 @@ class FaultLayer final : public PacketSink {
     std::uint32_t sent_ = 0;
     std::uint32_t dataSent_ = 0;
     std::uint32_t acknowledgementsDue_ = 0;
-    std::uint32_t asked_ = 0;  // how often the packet that is awaited has been asked for again
+    std::uint32_t asked_ = 0;  // how often the expected packet has been requested again
     bool isSilent_ = false;
 };
 

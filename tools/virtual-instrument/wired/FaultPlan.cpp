@@ -12,7 +12,7 @@ constexpr std::uint32_t kMaxGarbage = 65'535;
 
 constexpr Fault<FaultPlan> kFaults[] = {
     {{"bad-crc", "N", 1, 1, kMaxCount,
-      "the N-th data packet to the host has a wrong CRC; sent again, it is right"},
+      "the N-th data packet to the host has a wrong CRC; when sent again, it is correct"},
      [](FaultPlan& p, std::uint32_t n) { p.badCrc.insert(n); }},
     {{"lost-ack", "N", 1, 1, kMaxCount, "the N-th acknowledgement due to the host is not sent"},
      [](FaultPlan& p, std::uint32_t n) { p.lostAck.insert(n); }},
@@ -33,15 +33,15 @@ constexpr Fault<FaultPlan> kFaults[] = {
       "each transfer from the host is aborted in answer to its first packet"},
      [](FaultPlan& p, std::uint32_t n) { p.abortSend = static_cast<std::uint16_t>(n); }},
     {{"retransmit", "N", 1, 0, kMaxCount,
-      "each data packet from the host is asked for again N times before it is taken"},
+      "each data packet from the host is requested again N times before it is accepted"},
      [](FaultPlan& p, std::uint32_t n) { p.retransmit = n; }},
     {{"silence", "N", 0, 0, kMaxCount,
-      "nothing is heard or said any more after N packets from the host"},
+      "the instrument neither hears nor sends anything after N packets from the host"},
      [](FaultPlan& p, std::uint32_t n) { p.silence = n; }},
     {{"disconnect", "N", 1, 1, kMaxCount,
       "the N-th packet from the host is answered with a disconnect request, once"},
      [](FaultPlan& p, std::uint32_t n) { p.disconnect = n; }},
-    {{"unplug", "N", 1, 1, kMaxCount, "the line goes away at the N-th packet from the host, once"},
+    {{"unplug", "N", 1, 1, kMaxCount, "the line disappears at the N-th packet from the host, once"},
      [](FaultPlan& p, std::uint32_t n) { p.unplug = n; }},
 };
 

@@ -7,7 +7,7 @@
 
 namespace vi::wired {
 
-/// What is to go wrong, see faultHelp() for each.
+/// The planned faults; faultHelp() describes each.
 struct FaultPlan {
     // Counted from 1, over everything that the instrument sends.
     std::set<std::uint32_t> badCrc;
@@ -29,13 +29,13 @@ struct FaultPlan {
 
 /// Adds one fault to the plan.
 /// \param text NAME or NAME:N, N decimal or hexadecimal with 0x.
-/// \return empty, or what is wrong with the text; the plan is then as it was.
+/// \return empty, or what is wrong with the text; the plan is then unchanged.
 std::string addFault(FaultPlan& plan, const std::string& text);
 
 /// True if the text names one of these faults.
 bool hasFault(const std::string& text);
 
-/// One line a fault: name, argument, meaning.
+/// One line per fault: name, argument, meaning.
 std::string faultHelp();
 
 }  // namespace vi::wired

@@ -9,7 +9,7 @@ namespace {
 constexpr std::uint8_t kShakeHandsRequest[] = {0x55, 0xAA, 0xA1, 0x00, 0x00,
                                                0x00, 0x02, 0x00, 0x02};
 
-// What the instrument says of itself in its acknowledgement; hosts keep both and use neither.
+// The instrument's values in its acknowledgement; hosts keep both and use neither.
 constexpr std::uint8_t kValueA = 1;
 constexpr std::uint32_t kValueB = 31;
 

@@ -25,8 +25,8 @@ enum Flag : std::uint8_t {
     kLast = 0x00,         ///< data: the transfer ends here
     kMore = 0x40,         ///< data: more packets follow
     kAcknowledge = 0x00,  ///< acknowledgement: received, the number is the next one expected
-    kSendAgain = 0x80,    ///< acknowledgement: the number is the packet wanted once more
-    kAbort = 0xFF,        ///< both: the transfer is given up, the number is the reason
+    kSendAgain = 0x80,    ///< acknowledgement: the number is the packet to send again
+    kAbort = 0xFF,        ///< both: the transfer is aborted, the number is the reason
 };
 
 inline constexpr std::size_t kMarkSize = 2;
@@ -41,8 +41,8 @@ inline constexpr ByteView::value_type kToHost[kMarkSize] = {0xAA, 0x55};
 /// CRC-16/CCITT-FALSE: polynomial 0x1021, start 0xFFFF, not reflected, no final XOR.
 std::uint16_t crc16(ByteView bytes);
 
-/// How long a packet is, as far as its beginning tells: nothing when the type is none of the
-/// protocol's. A data packet's length is that of its header until the header is there.
+/// The length of a packet, judged by its beginning; nothing for an unknown type. A data packet's
+/// length is that of its header until the header is complete.
 /// \param packet at least 3 bytes.
 std::optional<std::size_t> packetLength(ByteView packet);
 
@@ -70,7 +70,7 @@ class PacketView {
     ByteView bytes_;
 };
 
-/// The one form that a shake-hands request has.
+/// The only form of a shake-hands request.
 bool isShakeHandsRequest(ByteView packet);
 
 // Packets to the host.

@@ -8,15 +8,15 @@ namespace vi::wired {
 class PacketSink {
   public:
     struct Sent {
-        TimePoint arrives;          ///< when the host has the whole packet
-        bool endsTransfer = false;  ///< the transfer that the packet belongs to was cut off
+        TimePoint arrives;          ///< when the host has received the whole packet
+        bool endsTransfer = false;  ///< the packet's transfer was cut off
     };
 
     virtual ~PacketSink() = default;
 
     virtual Sent send(ByteView packet, TimePoint now) = 0;
 
-    /// Throws away what has not left yet.
+    /// Discards what has not left yet.
     virtual void discardPending() = 0;
 };
 

@@ -19,7 +19,7 @@ Receiver::Verdict Receiver::take(const PacketView& packet) {
         return Verdict::repeated;
     }
     if (packet.number() == 0) {
-        // A host that has given up waiting begins anew without a word.
+        // A host that has timed out begins again without notice.
         clear();
     }
     if (packet.number() != nextSequence_) {

@@ -7,20 +7,20 @@
 
 namespace vi::wired {
 
-/// Puts a host's transfer together from its data packets.
+/// Assembles a host's transfer from its data packets.
 class Receiver {
   public:
     enum class Verdict {
-        partial,     ///< taken, more is to come
-        complete,    ///< taken, the transfer is whole
-        repeated,    ///< has been taken before
+        partial,     ///< accepted, more packets follow
+        complete,    ///< accepted, the transfer is complete
+        repeated,    ///< has been accepted before
         damaged,     ///< to be sent again
         outOfOrder,  ///< no answer is due
         tooLong,     ///< the transfer exceeds what any command needs
-        aborted,     ///< the host has given the transfer up
+        aborted,     ///< the host has aborted the transfer
     };
 
-    /// \param maxTransfer the longest transfer that is taken, in bytes.
+    /// \param maxTransfer the longest transfer that is accepted, in bytes.
     explicit Receiver(std::size_t maxTransfer) : maxTransfer_(maxTransfer) {}
 
     Verdict take(const PacketView& packet);

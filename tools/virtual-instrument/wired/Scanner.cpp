@@ -43,7 +43,7 @@ void Scanner::scan() {
     }
 }
 
-/// Where the next start mark, or the first half of one at the end, stands.
+/// The position of the next start mark, or of the first half of one at the end.
 std::size_t Scanner::findMark(std::size_t from) const {
     for (std::size_t at = from; at < buffer_.size(); ++at) {
         const bool isLastByte = at + 1 == buffer_.size();

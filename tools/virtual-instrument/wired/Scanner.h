@@ -8,11 +8,10 @@
 
 namespace vi::wired {
 
-/// Finds the host's packets in the bytes that come over the line. Owns no clock.
+/// Finds the host's packets in the bytes received. Owns no clock.
 ///
-/// A packet that stays incomplete is not thrown away as a whole but searched for another start
-/// mark: behind the half packet of a host that was killed may stand the shake-hands of the next
-/// one.
+/// A packet that stays incomplete is not discarded as a whole but searched for another start mark:
+/// the half packet of a killed host may be followed by the shake-hands of the next one.
 class Scanner {
   public:
     /// How long an incomplete packet may wait for its next bytes.
@@ -20,8 +19,8 @@ class Scanner {
 
     using Handler = std::function<void(ByteView)>;
 
-    /// \param packet gets each whole packet; must not call back into the scanner.
-    /// \param stray gets the bytes that belong to none.
+    /// \param packet receives each whole packet; must not call back into the scanner.
+    /// \param stray receives the bytes that belong to none.
     Scanner(Handler packet, Handler stray) : packet_(std::move(packet)), stray_(std::move(stray)) {}
 
     void receive(ByteView bytes, TimePoint now);
@@ -40,7 +39,7 @@ class Scanner {
 
     Handler packet_;
     Handler stray_;
-    Bytes buffer_;  // begins with what may become a packet
+    Bytes buffer_;  // begins with a possible packet
     TimePoint lastByte_{};
 };
 

@@ -10,15 +10,15 @@
 
 namespace vi::wired {
 
-/// Carries one transfer at a time to the host, a packet after each acknowledgement. Owns no clock.
+/// Sends one transfer at a time to the host, one packet after each acknowledgement. Owns no clock.
 class Transmitter {
   public:
-    /// How often a packet that nobody acknowledges is sent again before the transfer is aborted.
+    /// How often an unacknowledged packet is sent again before the transfer is aborted.
     static constexpr int kRepetitions = 3;
 
     /// \param sink must live as long as the transmitter.
     /// \param maxPacket the longest packet to send, at least kMinMaxPacket.
-    /// \param patience how long to wait for an acknowledgement once a packet has arrived.
+    /// \param patience the timeout for an acknowledgement once a packet has arrived.
     Transmitter(PacketSink& sink, std::size_t maxPacket, std::chrono::nanoseconds patience)
         : sink_(sink), chunkSize_(maxPacket - kDataOverhead), patience_(patience) {}
 
@@ -27,10 +27,10 @@ class Transmitter {
     /// \param transfer with its operation code; not empty.
     void start(std::uint8_t session, Bytes transfer, TimePoint now);
 
-    /// An acknowledgement that is about something else than the last packet does nothing.
+    /// An acknowledgement of any packet but the last does nothing.
     void takeAcknowledgement(const PacketView& packet, TimePoint now);
 
-    /// Sends again, or gives up, when the deadline has come.
+    /// Sends the packet again, or aborts, when the deadline has come.
     void elapse(TimePoint now);
     std::optional<TimePoint> deadline() const;
 
@@ -46,9 +46,9 @@ class Transmitter {
 
     std::uint8_t session_ = 0;
     Bytes transfer_;
-    std::size_t offset_ = 0;  // of what has not been put into a packet yet
+    std::size_t offset_ = 0;  // of what is not in a packet yet
     std::uint32_t sequence_ = 0;
-    Bytes packet_;  // the one that waits for its acknowledgement
+    Bytes packet_;  // the one awaiting its acknowledgement
     int repetitions_ = 0;
     TimePoint deadline_{};
 };

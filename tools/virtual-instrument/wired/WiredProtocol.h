@@ -11,8 +11,8 @@
 
 namespace vi::wired {
 
-/// The instrument on its cable: cuts the host's bytes into packets and passes them through the
-/// faults to the engine, and back.
+/// The instrument on its cable: splits the host's bytes into packets and passes them through the
+/// fault layer to the engine, and back.
 class WiredProtocol final : public Protocol {
   public:
     struct Settings {
@@ -22,7 +22,7 @@ class WiredProtocol final : public Protocol {
     };
 
     /// \param instrument, out and log must live as long as the protocol.
-    /// \param unplug makes the line go away.
+    /// \param unplug makes the line disappear.
     WiredProtocol(Instrument& instrument, DelayLine& out, TrafficLog& log, Settings settings,
                   std::function<void()> unplug);
 
@@ -40,7 +40,7 @@ class WiredProtocol final : public Protocol {
 
     TrafficLog& log_;
     std::function<void()> unplug_;
-    TimePoint now_{};  // of the step that is being done, for what the parts report
+    TimePoint now_{};  // of the current step, for the parts' reports
     FaultLayer faults_;
     Engine engine_;
     Scanner scanner_;

@@ -54,7 +54,7 @@ Pipe makePipe() {
         throw std::system_error(errno, std::generic_category());
     }
     for (const int end : ends) {
-        // The child gets copies of the ends that are its own, and no other.
+        // The child gets copies of its own ends only.
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
     }
     return {Descriptor(ends[0]), Descriptor(ends[1])};
@@ -77,7 +77,7 @@ struct ChildProcess::Impl {
 
         posix_spawnattr_t attributes;
         posix_spawnattr_init(&attributes);
-        // In a process group of its own Ctrl-C does not reach it: it must outlive the farewell.
+        // In a process group of its own the child does not get Ctrl-C: it must outlive the goodbye.
         posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
         posix_spawnattr_setpgroup(&attributes, 0);
         sigset_t defaults;

@@ -11,8 +11,8 @@ struct DeviceTree {
     std::filesystem::path proc = "/proc";
 };
 
-/// The one place that the port list takes its paths from. A test points it at a made-up tree before
-/// it asks for ports.
+/// The only source of the port list's paths. A test points it at a simulated tree before it asks
+/// for ports.
 DeviceTree& deviceTree();
 
 }  // namespace cqtool

@@ -61,7 +61,7 @@ fs::path installedRules() {
     return {};
 }
 
-/// Whether the kernel has the driver: loaded, built in, or as a module that is loaded on demand.
+/// Whether the kernel has the driver: loaded, built in, or as a module loaded on demand.
 std::optional<bool> kernelHas(const std::string& driver, const std::string& module) {
     std::error_code error;
     if (fs::exists(deviceTree().sys / "bus/usb/drivers" / driver, error)) {

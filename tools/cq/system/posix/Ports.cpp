@@ -38,7 +38,7 @@ std::optional<std::uint16_t> hexAttribute(const fs::path& file) {
     return isWhole ? std::optional(value) : std::nullopt;
 }
 
-/// Fills in what the nearest USB device above a terminal says of itself.
+/// Fills in the properties of the nearest USB device above a terminal.
 void describeUsb(fs::path device, PortInfo& port) {
     std::error_code error;
     for (; device.has_relative_path(); device = device.parent_path()) {
@@ -60,7 +60,7 @@ bool isProcess(const fs::path& entry) {
     return !name.empty() && name.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/// Runs over a folder's entries as far as they can be read.
+/// Visits a folder's entries as far as they can be read.
 template <typename Visit>
 void forEachEntry(const fs::path& folder, Visit visit) {
     std::error_code error;
@@ -70,7 +70,7 @@ void forEachEntry(const fs::path& folder, Visit visit) {
     }
 }
 
-/// The processes that have a file open; those of other users are seen by root alone.
+/// The processes that have a file open; those of other users are visible only to root.
 std::string holdersOf(const fs::path& file) {
     std::vector<std::string> holders;
     const std::string self = std::to_string(::getpid());
@@ -147,7 +147,7 @@ PortInfo describePort(const std::string& name) {
     std::error_code error;
     const fs::path file = fs::canonical(name, error);
     if (error) {
-        throw Failure("there is no port " + name, "see cq list for those that there are");
+        throw Failure("there is no port " + name, "cq list shows the ports");
     }
     PortInfo port;
     if (auto known = describeTerminal(deviceTree().sys / "class" / "tty" / file.filename())) {

@@ -56,7 +56,7 @@ Pipe makePipe() {
     return {Handle(readEnd), Handle(writeEnd)};
 }
 
-/// A copy that a child gets; without one when there is nothing to copy.
+/// A copy for the child to inherit; empty if there is nothing to copy.
 Handle inheritable(HANDLE handle) {
     HANDLE copy = nullptr;
     DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, TRUE,
@@ -64,7 +64,7 @@ Handle inheritable(HANDLE handle) {
     return Handle(copy);
 }
 
-/// Arguments come to this program in the system's code page.
+/// This program's arguments are in the system's code page.
 std::wstring wide(const std::string& text) {
     const int size = static_cast<int>(text.size());
     const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), size, nullptr, 0);
@@ -73,8 +73,8 @@ std::wstring wide(const std::string& text) {
     return result;
 }
 
-/// Written so that the child's run-time library reads the same argument again: backslashes count
-/// double before a quotation mark.
+/// Quoted so that the child's run-time library reads the same argument: backslashes before a
+/// quotation mark are doubled.
 std::wstring quoted(const std::wstring& argument) {
     std::wstring result = L"\"";
     std::size_t backslashes = 0;
@@ -110,8 +110,8 @@ struct ChildProcess::Impl {
         startup.hStdInput = childInput.get();
         startup.hStdOutput = childOutput.get();
         startup.hStdError = childError.get();
-        // In a process group of its own Ctrl-C does not reach it: it must outlive the farewell. And
-        // it must not open a window where this program has none.
+        // In a process group of its own the child does not get Ctrl-C: it must outlive the goodbye.
+        // And it must not open a window if this program has none.
         const DWORD flags =
             CREATE_NEW_PROCESS_GROUP | (GetConsoleWindow() == nullptr ? CREATE_NO_WINDOW : 0);
         PROCESS_INFORMATION information{};

@@ -47,7 +47,7 @@ class PortList {
         return SetupDiEnumDeviceInfo(list_, index_++, &port_) != FALSE;
     }
 
-    /// A text property of the current port, of several texts the first; empty if it has none.
+    /// A text property of the current port, the first of several; empty if it has none.
     std::string property(DWORD which) {
         std::array<wchar_t, 512> buffer{};
         constexpr DWORD kUsableBytes = (buffer.size() - 2) * sizeof(wchar_t);
@@ -64,7 +64,7 @@ class PortList {
     DWORD index_ = 0;
 };
 
-/// The four digits behind a mark such as "VID_".
+/// The four digits after a mark such as "VID_".
 std::optional<std::uint16_t> digitsBehind(const std::string& text, std::string_view mark) {
     const auto at = lowerCase(text).find(lowerCase(mark));
     if (at == std::string::npos || text.size() < at + mark.size() + 4) {
@@ -83,7 +83,7 @@ std::optional<UsbIdentity> identityOf(const std::string& hardwareId) {
     return vendor && product ? std::optional(UsbIdentity{*vendor, *product}) : std::nullopt;
 }
 
-/// "COM7" of "USB Serial Device (COM7)"; empty for a port of another sort.
+/// "COM7" from "USB Serial Device (COM7)"; empty for another kind of port.
 std::string portOf(const std::string& friendlyName) {
     const auto begin = friendlyName.rfind("(COM");
     const auto end = friendlyName.find(')', begin == std::string::npos ? 0 : begin);
@@ -92,7 +92,7 @@ std::string portOf(const std::string& friendlyName) {
                : friendlyName.substr(begin + 1, end - begin - 1);
 }
 
-/// A port is open once at a time. Asking for no access opens it all the same, and moves no data.
+/// A port can be open only once. Opening it without access rights shows this, and moves no data.
 void describeAccess(PortInfo& port) {
     const HANDLE handle =
         CreateFileA(("\\\\.\\" + port.name).c_str(), 0, 0, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -141,11 +141,11 @@ PortInfo describePort(const std::string& name) {
         }
     }
     if (!portExists(name)) {
-        throw Failure("there is no port " + name, "see cq list for those that there are");
+        throw Failure("there is no port " + name, "cq list shows the ports");
     }
     PortInfo port;
     port.name = name;
-    // Opening a pipe would take its server's attention; a port's device name has no backslash.
+    // Opening a pipe would occupy its server; a port's device name has no backslash.
     if (name.find('\\') == std::string::npos) {
         describeAccess(port);
     }

@@ -1,0 +1,58 @@
+#include "api/HandlerSlot.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+namespace ovk {
+namespace {
+
+using namespace std::chrono_literals;
+
+// One thread calls without a pause while another replaces the handler: once a replacement has
+// returned, the handler that it replaced is neither running nor called again.
+TEST(HandlerSlot, aReplacedHandlerHasEnded) {
+    HandlerSlot<int> slot;
+    std::atomic<bool> mustEnd{false};
+    std::thread caller([&] {
+        while (!mustEnd.load()) {
+            slot.call(1);
+            std::this_thread::yield();
+        }
+    });
+    for (int round = 0; round < 100; ++round) {
+        std::atomic<bool> isReplaced{false};
+        std::atomic<bool> wasCalled{false};
+        slot.set([&](int) {
+            EXPECT_FALSE(isReplaced.load());
+            std::this_thread::sleep_for(1ms);
+            EXPECT_FALSE(isReplaced.load());
+            wasCalled.store(true);
+        });
+        while (!wasCalled.load()) {
+            std::this_thread::yield();
+        }
+        slot.set({});
+        isReplaced.store(true);
+    }
+    mustEnd.store(true);
+    caller.join();
+}
+
+TEST(HandlerSlot, aHandlerMayReplaceItself) {
+    HandlerSlot<std::string&> slot;
+    slot.set([&slot, text = std::string(100, 'a')](std::string& told) {
+        slot.set([](std::string& later) { later += "b"; });
+        told += text;  // the handler that runs is still there
+    });
+    std::string told;
+    slot.call(told);
+    slot.call(told);
+    EXPECT_EQ(told, std::string(100, 'a') + "b");
+}
+
+}  // namespace
+}  // namespace ovk
