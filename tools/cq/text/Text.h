@@ -24,8 +24,8 @@ std::string counted(std::uint64_t count, std::string_view plural);
 /// to print. Control characters and bytes that are no UTF-8 become '?'.
 std::string printableText(const char* field, std::size_t size);
 
-/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and \
-/// before a literal character. Throws UsageError for a quotation that does not end.
+/// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and a
+/// backslash before a literal character. Throws UsageError for a quotation that does not end.
 std::vector<std::string> splitArguments(std::string_view text);
 
 /// How many columns a terminal needs for UTF-8 text; escape sequences take none.
