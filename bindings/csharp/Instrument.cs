@@ -53,6 +53,7 @@ namespace CQApi
         /// Only the debug log tells why opening failed.</exception>
         public static Instrument Open(string portName = null)
         {
+            NativeMethods.RequireLibrary();
             return new Instrument(NativeMethods.cqOpen(portName), "an instrument", portName);
         }
 
@@ -65,6 +66,7 @@ namespace CQApi
         public static Instrument OpenWireless(
             string adapterPortName = null, string slaveAddress = null)
         {
+            NativeMethods.RequireLibrary();
             return new Instrument(NativeMethods.cqOpenByBleDongle(adapterPortName, slaveAddress),
                 "a wireless instrument", adapterPortName);
         }

@@ -24,8 +24,7 @@ constexpr std::uint32_t kBriefly = 200;
 constexpr auto kLateness = std::chrono::milliseconds(50);
 
 std::size_t entriesOf(const char* folder) {
-    return static_cast<std::size_t>(
-        std::distance(std::filesystem::directory_iterator(folder), {}));
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
 /// Opens in vain, several times: each ends in time, and the last leaves what the first has found.
@@ -54,7 +53,8 @@ TEST(OpenWithin, SaysWhyThereIsNoHandle) {
     CqHandle handle = &handle;
     EXPECT_EQ(cqOpenWithin("/dev/no-such-port", 5000, &handle), CQ_FAIL_TO_OPEN);
     EXPECT_EQ(handle, nullptr);
-    EXPECT_EQ(cqOpenByBleDongleWithin("/dev/no-such-port", nullptr, 5000, &handle), CQ_FAIL_TO_OPEN);
+    EXPECT_EQ(cqOpenByBleDongleWithin("/dev/no-such-port", nullptr, 5000, &handle),
+              CQ_FAIL_TO_OPEN);
     EXPECT_EQ(cqOpenWithin(instrument.portName(), 5000, &handle), CQ_NO_ERROR);
     CqHandle second = nullptr;
     EXPECT_EQ(cqOpenWithin(instrument.portName(), 5000, &second), CQ_FAIL_TO_OPEN) << "in use";
@@ -95,9 +95,8 @@ TEST(OpenWithin, EndsInTimeOnAWiredPort) {
 }
 
 TEST(OpenWithin, EndsInTimeAtEachStepOfTheAdapter) {
-    for (const char* options :
-         {"--fault at-silent:1", "--fault at-silent:3", "--fault at-silent:7", "--fault at-silent:8",
-          "--fault ble-silent:0", "--fault no-link"}) {
+    for (const char* options : {"--fault at-silent:1", "--fault at-silent:3", "--fault at-silent:7",
+                                "--fault at-silent:8", "--fault ble-silent:0", "--fault no-link"}) {
         const Adapter adapter(options);
         expectInTime(
             [&](std::uint32_t milliseconds, CqHandle* handle) {
