@@ -13,6 +13,7 @@ namespace CQApi
         /// adapter answers on the port).</exception>
         public static BleSlave[] Scan(string adapterPortName)
         {
+            NativeMethods.RequireLibrary();
             IntPtr list;
             uint code = NativeMethods.cqScanBleSlaves(adapterPortName, out list);
             try

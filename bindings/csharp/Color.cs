@@ -146,6 +146,7 @@ namespace CQApi
 
         private static void CheckArguments(ColorSpace space, Illuminant illuminant, Observer observer)
         {
+            NativeMethods.RequireLibrary();
             if (!Enum.IsDefined(typeof(ColorSpace), space))
             {
                 throw new ArgumentOutOfRangeException(nameof(space), "not a colour space");
@@ -172,7 +173,11 @@ namespace CQApi
     public static class DebugLog
     {
         /// <summary>Starts the log and empties its file. False when the file cannot be opened.</summary>
-        public static bool Enable() => NativeMethods.cqEnableDebugLog();
+        public static bool Enable()
+        {
+            NativeMethods.RequireLibrary();
+            return NativeMethods.cqEnableDebugLog();
+        }
 
         /// <summary>Stops the log and closes its file.</summary>
         public static void Disable() => NativeMethods.cqDiableDebugLog();

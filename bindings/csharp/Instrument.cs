@@ -54,6 +54,7 @@ namespace CQApi
         /// ReceivingTimeout when the time was up.</exception>
         public static Instrument Open(string portName = null, TimeSpan? timeout = null)
         {
+            NativeMethods.RequireLibrary();
             var code = NativeMethods.cqOpenWithin(portName, Milliseconds(timeout), out var opened);
             return new Instrument(code, opened, "an instrument", portName);
         }
@@ -68,6 +69,7 @@ namespace CQApi
         public static Instrument OpenWireless(
             string adapterPortName = null, string slaveAddress = null, TimeSpan? timeout = null)
         {
+            NativeMethods.RequireLibrary();
             var code = NativeMethods.cqOpenByBleDongleWithin(
                 adapterPortName, slaveAddress, Milliseconds(timeout), out var opened);
             return new Instrument(code, opened, "a wireless instrument", adapterPortName);

@@ -14,6 +14,25 @@ namespace CQApi
     {
         private const string Library = "CQApi"; // CQApi.dll, libCQApi.so
 
+        /// <summary>To be called before the first function: says what to do when there is no library.
+        /// </summary>
+        /// <exception cref="DllNotFoundException">There is none, or one of the wrong kind.</exception>
+        internal static void RequireLibrary()
+        {
+            try
+            {
+                cqFree(IntPtr.Zero);
+            }
+            catch (Exception failure)
+                when (failure is DllNotFoundException || failure is BadImageFormatException)
+            {
+                throw new DllNotFoundException(
+                    "the library CQApi cannot be loaded: put CQApi.dll (on Linux libCQApi.so) beside "
+                    + "the program or where the system looks for libraries (PATH, LD_LIBRARY_PATH), "
+                    + "and run the program as a 64-bit process: " + failure.Message, failure);
+            }
+        }
+
         [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
         internal delegate void MeasurementResultReceived(
             [MarshalAs(UnmanagedType.I1)] bool isStandard, IntPtr record, IntPtr user);

@@ -14,15 +14,18 @@ static const CqBleSlave* nearest(const CqBleSlave* slaves) {
 }
 
 int main(int argc, char** argv) {
-    const char* adapter = argc > 1 ? argv[1] : "COM7";
     CqBleSlave* slaves = NULL;
     CqHandle instrument = NULL;
     CqInstrumentStatus status;
-    uint32_t code = cqScanBleSlaves(adapter, &slaves);
+    uint32_t code;
+    if (argc != 2) {
+        return fputs("usage: wireless ADAPTER-PORT\n", stderr), 2;
+    }
+    code = cqScanBleSlaves(argv[1], &slaves);
     if (code != CQ_NO_ERROR || slaves == NULL) {
         return printf("nobody was heard (code %u)\n", (unsigned)code), 1;
     }
-    instrument = cqOpenByBleDongle(adapter, nearest(slaves)->address);
+    instrument = cqOpenByBleDongle(argv[1], nearest(slaves)->address);
     cqFree(slaves);
     code = cqGetInstrumentStatus(instrument, &status);
     cqClose(instrument);

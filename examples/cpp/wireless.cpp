@@ -7,7 +7,10 @@
 constexpr std::size_t kSpectrumOffset = 64;  // in the virtual instrument's records
 
 int main(int argc, char** argv) try {
-    const char* adapter = argc > 1 ? argv[1] : "";
+    if (argc != 2) {
+        return std::fprintf(stderr, "usage: wireless ADAPTER-PORT\n"), 2;
+    }
+    const char* adapter = argv[1];
     const std::vector<cqapi::Slave> slaves = cqapi::scan(adapter);
     for (const cqapi::Slave& slave : slaves) {
         std::printf("%s  %s  %d dBm\n", slave.address.c_str(), slave.name.c_str(), slave.rssi);

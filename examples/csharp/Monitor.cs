@@ -8,8 +8,13 @@ internal static class Monitor
 {
     private const int SpectrumOffset = 64; // in the virtual instrument's records
 
-    private static void Main(string[] arguments)
+    private static int Main(string[] arguments)
     {
+        if (arguments.Length != 2)
+        {
+            Console.Error.WriteLine("usage: Monitor PORT COUNT");
+            return 2;
+        }
         using (var measurements = new BlockingCollection<MeasurementReceivedEventArgs>())
         using (Instrument instrument = Instrument.Open(arguments[0]))
         {
@@ -24,5 +29,6 @@ internal static class Monitor
                     measurement.IsStandard ? "standard" : "trial", lab[0], lab[1], lab[2]));
             }
         }
+        return 0;
     }
 }

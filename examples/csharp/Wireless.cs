@@ -4,8 +4,13 @@ using CQApi;
 
 internal static class Wireless
 {
-    private static void Main(string[] arguments)
+    private static int Main(string[] arguments)
     {
+        if (arguments.Length != 1)
+        {
+            Console.Error.WriteLine("usage: Wireless ADAPTER-PORT");
+            return 2;
+        }
         BleSlave[] slaves = Adapter.Scan(arguments[0]);
         foreach (BleSlave slave in slaves)
         {
@@ -13,12 +18,13 @@ internal static class Wireless
         }
         if (slaves.Length == 0)
         {
-            return;
+            return 0;
         }
         Array.Sort(slaves, (one, other) => other.Rssi.CompareTo(one.Rssi));
         using (Instrument instrument = Instrument.OpenWireless(arguments[0], slaves[0].Address))
         {
             Console.WriteLine("nearest: " + instrument.GetDeviceInfo().InfoText4);
         }
+        return 0;
     }
 }

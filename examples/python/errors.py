@@ -3,6 +3,8 @@ import sys
 
 import cqapi
 
+if len(sys.argv) != 2:
+    sys.exit(__doc__)
 try:
     instrument = cqapi.Instrument.open(sys.argv[1])
 except cqapi.CQConnectionError as error:

@@ -6,6 +6,8 @@ import cqapi
 
 SPECTRUM_OFFSET = 64  # in the virtual instrument's records
 
+if len(sys.argv) != 3:
+    sys.exit(__doc__)
 measurements = queue.Queue()
 with cqapi.Instrument.open(sys.argv[1]) as instrument:
     # Runs on a thread of the library, and leaves the work to this one.

@@ -5,6 +5,8 @@ import sys
 
 import cqapi
 
+if len(sys.argv) != 4:
+    sys.exit(__doc__)
 with cqapi.Instrument.open(sys.argv[1]) as source, cqapi.Instrument.open(sys.argv[2]) as target:
     standards = source.upload_standards()
     file = pathlib.Path(sys.argv[3])

@@ -3,6 +3,8 @@ import sys
 
 import cqapi
 
+if len(sys.argv) != 2:
+    sys.exit(__doc__)
 adapter = sys.argv[1]
 slaves = cqapi.scan(adapter)
 for slave in slaves:

@@ -105,7 +105,7 @@ class Instrument {
         std::function<void(bool isStandard, const MeasurementRecord& record)>;
 
     /**
-     * Opens a wired instrument; see cqOpenWithin.
+     * Opens a wired instrument; see cqOpen and cqOpenWithin.
      *
      * @param portName  empty: search every port that carries the instrument's USB identity.
      * @param timeout   for all of it, up to 49 days; without one, as long as the port stays silent.
@@ -120,7 +120,8 @@ class Instrument {
     }
 
     /**
-     * Opens a wireless instrument through the adapter; see cqOpenByBleDongleWithin.
+     * Opens a wireless instrument through the adapter; see cqOpenByBleDongle and
+     * cqOpenByBleDongleWithin.
      *
      * @param adapterPortName  empty: search every port that may be an adapter's.
      * @param slaveAddress     a Slave::address; empty: the instrument with the strongest signal.

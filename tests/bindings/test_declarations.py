@@ -39,6 +39,7 @@ TYPES = {
     "int32_t": (ctypes.c_int32, {"int"}),
     "void*": (ctypes.c_void_p, {"IntPtr"}),
     "CqHandle": (ctypes.c_void_p, {"InstrumentHandle", "IntPtr"}),
+    "CqHandle*": (ctypes.POINTER(ctypes.c_void_p), {"out InstrumentHandle"}),
     "const char*": (ctypes.c_char_p, {"string", "IntPtr"}),
     "char*": (ctypes.c_char_p, {"byte[]"}),
     "const float*": (ctypes.POINTER(ctypes.c_float), {"float[]"}),

@@ -39,6 +39,9 @@ TEST(ColorInput, TakesTriplesWithAndWithoutNamesAndTitles) {
         {"red;50.0;-20.0;30.0\n", "red"},
         {"50 -20 30\n", "line 1"},
         {"7,50,-20,30\n", "7"},
+        {"index,kind,name,L,a,b,hex\n0,trial,red,50,-20,30,#123456\n", "red"},
+        {"SAMPLE_NAME;gloss;LAB_L;LAB_A;LAB_B\nred;88;50;-20;30\n", "red"},
+        {"lot,b*,a*,L*\nred,30,-20,50\n", "red"},
     };
     for (const auto& [text, name] : cases) {
         const auto colors = read(text, InputKind::lab);
@@ -76,6 +79,10 @@ TEST(ColorInput, SaysWhereATableIsWrong) {
         {"", InputKind::lab, "colours.csv holds no colours"},
         {"name,L,a,b\n", InputKind::lab, "holds no colours"},
         {"1,2\n", InputKind::lab, "line 1 has 2 fields"},
+        {"lot,p,q,r,s\n1,2,3,4,5\n", InputKind::lab, "L*, a*, b*; there are: lot, p, q, r, s"},
+        {"name,L,a\nx,1,2\n", InputKind::lab, "line 1: no column for b*; there are: name, L, a"},
+        {"L,a,b\n500,0,0\n", InputKind::lab, "line 2: no surface has L* 500"},
+        {"L,a,b,illuminant,observer\n1,2,3,Z,2\n", InputKind::lab, "line 2: no illuminant"},
         {"1,2,3\n\n1,2,3,4,5\n", InputKind::xyz, "line 3 has 5 fields"},
         {"1,2,x\n", InputKind::lab, "line 1, field 3: 'x' is not a number"},
         {"a,1,2,3\nb,1,,3\n", InputKind::lab, "line 2, field 3: '' is not a number"},
@@ -103,9 +110,9 @@ TEST(ColorInput, TakesColoursFromArguments) {
     const auto problemOf = [](const std::vector<std::string>& arguments) {
         return thrownBy<UsageError>([&] { colorsOfArguments(arguments, InputKind::xyz); });
     };
-    EXPECT_THAT(problemOf({"1", "2"}), HasSubstr("2 numbers were given; expected X, Y, Z"));
+    EXPECT_THAT(problemOf({"1", "2"}), HasSubstr("2 numbers given; expected X, Y, Z"));
     EXPECT_THAT(problemOf({"1", "2", "z"}), HasSubstr("'z' is not a number"));
-    EXPECT_THAT(problemOf({""}), HasSubstr("0 numbers were given"));
+    EXPECT_THAT(problemOf({""}), HasSubstr("0 numbers given"));
 }
 
 TEST(ColorInput, KnowsReflectancesFromPercents) {

@@ -82,12 +82,30 @@ TEST(RecordReport, GroupsAndJudgesTrials) {
                 HasSubstr("f has 2 standards for 5 measurements"));
 }
 
+TEST(RecordReport, DecidesOnTheNumberAndShowsTheDigitsThatDecide) {
+    const Judgement judgement{{}, 1.0};
+    const struct {
+        double difference;
+        bool isPassed;
+        const char* text;
+    } cases[] = {{0.996, true, "1.00"},     {1.0, true, "1.00"},       {1.004, false, "1.004"},
+                 {1.0004, false, "1.0004"}, {1.0000019, true, "1.00"}, {1.5, false, "1.50"}};
+    for (const auto& one : cases) {
+        EXPECT_EQ(judgement.isPassed(one.difference), one.isPassed) << one.difference;
+        EXPECT_EQ(judgement.textOf(one.difference), one.text);
+    }
+    // As 32-bit floats the two are not quite 1 apart.
+    EXPECT_TRUE(judgement.isPassed(deltaEab({{50, 0, 30.1F}}, {{50, 0, 31.1F}})));
+}
+
 TEST(RecordReport, ShowsWhatPassesAndNeedsNothingElse) {
     const RecordSet set = batch();
     const std::string page = recordReport(set, groupsOf(set), {{}, 1.0});
     for (const char* part :
          {"<h1>Batch &lt;7&gt;</h1>", "1 of 2 within ΔE*<sub>ab</sub> 1",
-          "<td class=\"pass\">pass</td>", "<td class=\"fail\">fail</td>", "far &amp; out",
+          "far &amp; out</th><td class=\"fail\">fail</td><td class=\"difference\">3.00</td>",
+          "red</h2><p class=\"values\">L* 50.00&ensp; a* 60.00&ensp; b* 30.00</p>",
+          "<td class=\"pass\">pass</td>", "class=\"mark trial out\" cx=\"14\"", "can fail inside",
           "class=\"mark trial out\"", "<polygon class=\"tolerance\""}) {
         EXPECT_THAT(page, HasSubstr(part));
     }

@@ -85,8 +85,26 @@ TEST(Exchange, RawIsTheRecordsAndNothingElse) {
     const RecordSet read = parsedRecords(content, raw, "file");
     ASSERT_EQ(recordsOf(read, "file").size(), 3U);
     EXPECT_EQ(read.entries[1].spectrum, rampSpectrum());
-    EXPECT_EQ(read.entries[1].name, "standard 1");
+    EXPECT_EQ(read.entries[1].name, "record 1");
     EXPECT_THAT(refusalOf(content + "x", raw), HasSubstr("769 bytes"));
+}
+
+TEST(Exchange, KeepsWhatRecordsAndInstrumentsTell) {
+    CqMeasurementRecord record = recordNumber('V');
+    std::memcpy(record.bytes, "VMR1", 4);
+    record.bytes[6] = 1;
+    store(record, 12, std::uint32_t{1'700'000'000});
+    std::memcpy(record.bytes + 16, "moss\x1b", 5);
+    RecordSet set = sampleSet();
+    set.entries = {entryOf(record, 0, std::nullopt, {}, set.viewing)};
+    for (const auto format : {raw, csv, json, cgats}) {
+        SCOPED_TRACE(static_cast<int>(format));
+        const RecordSet read = throughFormat(set, format);
+        EXPECT_FALSE(read.entries.at(0).isStandard);
+        EXPECT_EQ(read.entries[0].name, "moss?");
+        EXPECT_EQ(read.entries[0].time, "2023-11-14T22:13:20Z");
+        EXPECT_EQ(read.instrument + read.serial, format == raw ? "" : "VIRTUAL-31VI-000001");
+    }
 }
 
 TEST(Exchange, LeavesOutWhatIsNotKnown) {
@@ -109,6 +127,16 @@ TEST(Exchange, ReadsFilesOfOtherPrograms) {
     const RecordSet table = parsedRecords("Name;L;a;b\nred;41,5;60;30,25\n", csv, "f");
     EXPECT_EQ(table.entries.at(0).name, "red");
     EXPECT_FLOAT_EQ(table.entries[0].lab->values[2], 30.25F);
+
+    for (const char* titles : {"L*,a*,b*", "LAB_L,LAB_A,LAB_B", "CIE L*,CIE a*,CIE b*"}) {
+        const RecordSet set = parsedRecords(titles + std::string("\n41,60,30\n"), csv, "f");
+        EXPECT_FLOAT_EQ(set.entries.at(0).lab->values[1], 60) << titles;
+    }
+    const std::string spectra = writtenRecords(sampleSet(), csv);
+    EXPECT_FLOAT_EQ(parsedRecords(spectra, csv, "f", {.isPercent = true, .layout = {}})
+                        .entries.at(0)
+                        .spectrum->at(30),
+                    0.007F);
 
     const RecordSet chart = parsedRecords(
         "IT8.7/2\nORIGINATOR \"x\"\n# a remark\nNUMBER_OF_FIELDS 4\nBEGIN_DATA_FORMAT\n"
@@ -135,6 +163,9 @@ TEST(Exchange, SaysWhereAFileIsWrong) {
     } cases[] = {
         {csv, "", "file is empty"},
         {csv, "1,2,3\n", "file line 1: no column holds"},
+        {csv, "lot,gloss\n1,2\n", "there are: lot, gloss"},
+        {csv, "L,a,b\n50,0,0\n500,0,0\n", "file line 3: no surface has L* 500"},
+        {json, R"({"entries": [{"lab": {"L": 50, "a": 999, "b": 0}}]})", "has a* 999"},
         {csv, replaced(goodCsv, "R550", "X"), "file line 1: 1 of the 31 columns"},
         {csv, replaced(goodCsv, ",trial,", ",other,"), "file line 3: the kind must be"},
         {csv, replaced(goodCsv, "\n5,", "\n-5,"), "file line 3: index must be a whole"},

@@ -1,3 +1,4 @@
+#include <cstring>
 #include <limits>
 
 #include "instrument/RecordLayout.h"
@@ -40,6 +41,24 @@ TEST(RecordLayout, ReadsEveryFormat) {
     }
 }
 
+TEST(RecordLayout, FindsNameKindAndTimeWhereTheyAreDescribed) {
+    CqMeasurementRecord record{};
+    std::memcpy(record.bytes + 200, "Rouge", 5);
+    record.bytes[255] = 'T';
+    store(record, 4, std::uint32_t{86400});
+    const RecordLayout layout = parse(R"({"offset": 64, "format": "float32",
+        "name": {"offset": 200, "size": 8}, "time": {"offset": 4},
+        "kind": {"offset": 255, "standard": 83, "trial": 84}})");
+    const RecordDetails details = readDetails(record, layout);
+    EXPECT_EQ(details.name, "Rouge");
+    EXPECT_EQ(details.time, 86400U);
+    EXPECT_EQ(details.isStandard, false);
+    record.bytes[255] = 0;
+    EXPECT_FALSE(readDetails(record, layout).isStandard);
+    // Another maker's record is not taken for a virtual instrument's.
+    EXPECT_EQ(readDetails(record, {}).time, std::nullopt);
+}
+
 TEST(RecordLayout, RefusesWhatItCannotCarryOut) {
     const struct {
         const char* json;
@@ -62,6 +81,10 @@ TEST(RecordLayout, RefusesWhatItCannotCarryOut) {
         {R"({"offset": 64, "format": "float32", "step": 5})", "gives step as 5"},
         {R"({"offset": 64, "format": "float32", "scale": 0})", "gives the scale as 0"},
         {R"({"offset": 64, "format": "float32", "scale": "1"})", "gives the scale as \"1\""},
+        {R"({"offset": 64, "format": "float32", "scale": 1e400})", "a number that is too large"},
+        {R"({"offset": 64, "format": "float32", "name": {"offset": 250, "size": 7}})",
+         "'size' of 'name' as a whole number from 0 to 6"},
+        {R"({"offset": 64, "format": "float32", "kind": 6})", "'offset' of 'kind'"},
         {R"({"offset": 64, "format": "float32", "ofset": 1})", "'ofset' that means nothing"},
     };
     for (const auto& [json, problem] : cases) {

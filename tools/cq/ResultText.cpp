@@ -60,7 +60,9 @@ const char* adviceForRefusal(Operation operation) {
     switch (operation) {
         case Operation::measureStandard:
         case Operation::measureTrial:
-            return kCalibrateFirst;
+            return "calibrate first: cq calibrate white, then cq calibrate black; an instrument "
+                   "that is calibrated refuses while it is busy or shows a menu: wait and repeat; "
+                   "its own error number is in the log that --debug-log writes";
         case Operation::calibrateWhite:
             return "put the instrument on its white tile, aperture flat and clean, and calibrate "
                    "again";
@@ -130,6 +132,9 @@ std::string advice(std::uint32_t code, Operation operation) {
         case CQ_UNEXPECTED_COMMAND:
             return "repeat the command; if the answer stays wrong, the library does not know this "
                    "model of instrument: --debug-log records what it sent";
+        case CQ_INVALID_PARAMETER:
+            return "the instrument has no such index or value: see with cq standards list and cq "
+                   "samples list what is stored";
         case CQ_NOT_SUPPORTED:
             return "the instrument or its kind of connection cannot do this, or the connection has "
                    "been closed";

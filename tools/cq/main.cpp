@@ -16,8 +16,8 @@ constexpr const char* kHelpEnd =
     "  cq info --wireless           the one with the strongest signal\n"
     "  cq color --from lab 50 20 30 --to srgb\n"
     "\n"
-    "cq COMMAND --help shows a command's options. Exit status: 0 done, 1 failed or refused by the\n"
-    "instrument, 2 wrong command line, 130 ended by Ctrl-C.";
+    "cq help COMMAND, or cq COMMAND --help, shows a command's options. Exit status: 0 done,\n"
+    "1 failed or refused by the instrument, 2 wrong command line, 130 ended by Ctrl-C.";
 
 }  // namespace
 

@@ -34,6 +34,8 @@ _AnyRecord = TypeVar("_AnyRecord", bound=Record)
 def _encoded(text: str | None) -> bytes | None:
     if text is None:
         return None
+    if not isinstance(text, str):
+        raise TypeError(f"a name is a text such as \"COM5\" or \"/dev/ttyACM0\", not {text!r}")
     if "\0" in text:
         raise ValueError(f"a NUL in the name {text!r}")
     return text.encode("utf-8", "surrogateescape")

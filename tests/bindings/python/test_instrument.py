@@ -53,6 +53,8 @@ class Identity(InstrumentTest):
             self.assertIsInstance(caught.exception, ConnectionError)
         with self.assertRaises(ValueError):
             Instrument.open("COM1\0")
+        with self.assertRaisesRegex(TypeError, 'such as "COM5" .*, not 5'):
+            Instrument.open(5)
 
 
 class Measuring(InstrumentTest):

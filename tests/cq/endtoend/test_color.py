@@ -53,6 +53,24 @@ class Color(CqTest):
         self.assertEqual(columns, [space for space in spaces for _ in range(3)])
         self.assertAlmostEqual(float(row["yxy.x"]), 20 / 90, places=6)
         self.assertAlmostEqual(float(row["yxy-unit.Y"]), 0.3, places=6)
+        shown = self.cq("color", "--from", "xyz", "--to", "all", "20,30,40").stdout
+        self.assertLessEqual(max(map(len, shown.splitlines())), 120)
+        indices = "whiteness-cie,tint-cie,whiteness-e313,tint-e313,yellowness-e313,yellowness-d1925"
+        shown = self.cq("color", "--from", "xyz", "--to", "all", "--index", indices, "20,30,40").stdout
+        self.assertLessEqual(max(map(len, shown.splitlines())), 120)
+        self.assertEqual(shown.count("index."), 6)
+        self.assertEqual([shown.count(title) for title in ("h°", "a99", "Y/100", "b(H)", "u*")], [1] * 5)
+
+    def test_what_cq_exports(self):
+        exported = self.folder / "standards.csv"
+        self.cq("standards", "export", "--output", exported, "--illuminant", "A",
+                "--virtual-options", "--standards 3")
+        row = self.rows("--from", "spectrum", "--input", exported, "--illuminant", "A")[1]
+        self.assertEqual(self.rows("--from", "lab", "--input", exported, "--illuminant", "A")[1], row)
+        self.assertEqual(row["name"], "light skin")
+        self.refused("color", "--from", "lab", "--input", exported, status=1,
+                     says=["for A/10°, not for D65/10°", "--illuminant A --observer 10"])
+        self.refused("difference", "--from", "lab", "--input", exported, status=1, says="not for D65/10°")
 
     def test_standard_input(self):
         lab = "name;L;a;b\nred;50,5;60;40\n"
@@ -129,7 +147,7 @@ class Color(CqTest):
 
     def test_wrong_usage(self):
         for arguments, says in (
-            ((), "--from is required"),
+            ((), "--from spectrum|xyz|lab is required"),
             (("--from", "rgb", "1", "2", "3"), "--from must be"),
             (("--from", "lab"), "give the colours"),
             (("--from", "lab", "1", "2", "x"), "'x' is not a number"),

@@ -15,17 +15,24 @@ class Identity(CqTest):
         self.assertEqual(info["standardCapacity"], 77)
         self.assertEqual(
             set(info),
-            {"port", "standardCapacity"} | {f"infoText{n}" for n in (3, 4, 6, 7, 11, 12)},
+            {"port", "labels", "standardCapacity"} | {f"infoText{n}" for n in (3, 4, 6, 7, 11, 12)},
         )
         text = self.cq("info", "--virtual-options", "--serial SN-42 --capacity 77").stdout
-        self.assertRegex(text, r"standard capacity +77\n")
+        self.assertRegex(text, r"\nserial number +SN-42\n(.*\n)+standard capacity +77\n")
+        labels = self.folder / "labels.json"
+        labels.write_text('{"offset": 64, "labels": {"infoText4": "Seriennummer", "item14": "Akku"}}')
+        text = self.cq("info", "--virtual", "--labels", labels).stdout
+        self.assertRegex(text, r"\ninfoText3 +VIRTUAL-31\n(.*\n)+Seriennummer +VI-000001\n")
+        self.assertRegex(self.cq("status", "--virtual", "--labels", labels).stdout, r"\nAkku +100\n")
+        labels.write_text("[1e400]")
+        self.refused("info", "--virtual", "--labels", labels, status=1, says="labels.json gives no labels")
 
     def test_status(self):
         status = self.json("status", "--virtual-options", "--standards 3")
         self.assertEqual(status["totalStandards"], 3)
         self.assertEqual(list(status["items"]), ["0", "14", "15", "16", "17", "18", "19", "20"])
         text = self.cq("status", "--virtual-options", "--standards 3").stdout
-        self.assertRegex(text, r"stored standards +3\n")
+        self.assertRegex(text, r"stored standards +3\nready to measure +0\n")
 
     def test_calibrate(self):
         for target in ("white", "black"):
@@ -38,7 +45,8 @@ class Measure(CqTest):
         for kind in ("standard", "trial"):
             self.refused(
                 "measure", kind, "--virtual-options", "--seed 2", status=1,
-                says=[f"measuring a {kind} failed: execute command failed (8)", "cq calibrate white"],
+                says=[f"measuring a {kind} failed: execute command failed (8)", "cq calibrate white",
+                      "refuses while it is busy"],
             )
 
     def test_shows_a_colour_at_once(self):
@@ -127,7 +135,7 @@ class Monitor(CqTest):
         )
         for number in (1, 2):
             line = process.stdout.readline()
-            self.assertRegex(line, rf'^{{"number":{number},"kind":"trial",.*"record":"[0-9a-f]+"}}\n$')
+            self.assertRegex(line, rf'^{{"number":{number},"time":"20[0-9T:-]+Z","kind":"trial",.*"record":"[0-9a-f]+"}}\n$')
         self.interrupt(process, status=0)
 
     def test_ends_when_nobody_reads(self):
@@ -175,6 +183,9 @@ class CommandLine(CqTest):
                         "list", "standards", "samples", "whiteboard", "parameter"):
             self.assertIn(f"  cq {command} ", self.cq(command, "--help").stdout + " ")
 
+        for help_, options in ((("help",), ("--help",)), (("help", "log", "decode"), ("log", "decode", "--help"))):
+            self.assertEqual(self.cq(*help_).stdout, self.cq(*options).stdout)
+
     def test_wrong_usage(self):
         for arguments, says in (
             ((), "give a command; there are: demo, list, info"),
@@ -187,7 +198,12 @@ class CommandLine(CqTest):
             (("measure", "trial", "--observer", "5"), "2 or 10"),
             (("info", "--color", "maybe"), "auto, always or never"),
             (("info", "--open-timeout", "0"), "must be a number from 0.1 to 3600, not '0'"),
-            (("info", "--virtual", "--port", "/dev/null"), "excludes"),
+            (("info", "--virtual", "--port", "/dev/null"), "--port and --virtual cannot be given together"),
+            (("help", "mesure"), "no command 'mesure'; did you mean measure?"),
+            (("report", "x.csv", "--tolerence", "1"), "no option --tolerence; did you mean --tolerance?"),
+            (("report", "x.csv", "--output"), "--output needs a value: --output FILE"),
+            (("report",), "FILE is required"),
+            (("info", "--port", "a", "--port", "b"), "--port is given more than once"),
             (("monitor", "--count", "0"), "must be a whole number from 1 to 999999, not '0'"),
             (("monitor", "--count", "1.5"), "not '1.5'"),
             (("standards",), "give a command of cq standards; there are: list, export, import, delete"),

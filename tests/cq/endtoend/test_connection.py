@@ -35,6 +35,12 @@ class Ports(CqTest):
         self.refused("status", "--port", nothing, status=1, says=f"there is no {nothing}")
         self.refused("status", "--port", ordinary, status=1, says="is not a serial port")
 
+    def test_a_held_one_is_told_with_its_holder(self):
+        port, _ = self.instrument()
+        holder = self.start("monitor", "--port", port)
+        self.assertIn("listening", holder.stderr.readline())
+        self.refused("info", "--port", port, status=1, says=["is held by ", f"cq (process {holder.pid})"])
+
 
 class Faults(CqTest):
     def test_unplugged_while_listening(self):
@@ -46,6 +52,15 @@ class Faults(CqTest):
         _, message = process.communicate(timeout=PATIENCE)
         self.assertEqual(process.returncode, 1, message)
         self.assertIn("device is closed (3)", message)
+
+    def test_unplugged_while_measuring(self):
+        """It is noticed at once, not when the time for a measurement is over."""
+        began = time.monotonic()
+        self.refused(
+            "measure", "standard", "--virtual-options",
+            "--calibrated --measure-time 14000 --fault unplug:3", status=1, says="device is closed (3)",
+        )
+        self.assertLess(time.monotonic() - began, 8)
 
     def test_virtual_instrument_that_does_not_start(self):
         self.refused("info", "--virtual-options", "--frobnicate", status=2, says="refused its options")

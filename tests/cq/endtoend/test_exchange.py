@@ -55,6 +55,22 @@ class Report(CqTest):
         self.refused("report", self.batch, "--output", self.page, "--standard", master,
                      "--illuminant", "A", status=1, says="no spectrum to compute them for A/10°")
 
+    def test_says_where_it_comes_from(self):
+        for name in ("s.csv", "s.json", "s.cgats"):
+            exported = self.folder / name
+            self.cq("samples", "export", "--output", exported,
+                    "--virtual-options", "--standards 1 --samples 2 --serial SN-42")
+            self.cq("report", exported, "--output", self.page)
+            self.assertIn("VIRTUAL-31, SN-42, measured 2023-11-14T22:13:50Z to 2023-11-14T22:14:50Z",
+                          self.page.read_text())
+
+    def test_takes_percents(self):
+        titles = ",".join(f"R{nm}" for nm in range(400, 701, 10))
+        self.batch.write_text(f"{titles}\n{','.join(['50'] * 31)}\n{','.join(['50'] * 31)}\n")
+        self.refused("report", self.batch, "--output", self.page, status=1, says="--percent")
+        self.assertEqual(self.report("--percent", "--standard", 0)["largest"], 0)
+        self.assertIn("L* 76.07", self.page.read_text())
+
     def test_bad_input_leaves_no_page(self):
         report = ("report", self.batch, "--output", self.page)
         self.refused(*report, "--standard", 9, status=1, says="no measurement with the index 9")

@@ -74,22 +74,29 @@ class Lists(Stored):
             [(i, listed["records"][i]["record"]) for i in (55, 56)],
         )
         text = self.cq("samples", "list", "--port", port).stdout
-        self.assertRegex(text, r"^index  for D65/10°\n( +\d  #[0-9a-f]{6}  L\* .*\n){3}$")
+        self.assertRegex(text, r"^index  name +measured +for D65/10°\n( +\d  \w+ \w+ +2023-\S+Z  #[0-9a-f]{6}  L\* .*\n){3}$")
         self.assertIn("no samples are stored", self.cq("samples", "list", "--virtual").stdout)
+        beyond = ("--port", port, "--first", 60)
+        self.assertIn("no index 60: 60 standards", self.cq("standards", "list", *beyond).stdout)
+        file = self.folder / "none.csv"
+        for stored, says in ((beyond, "no index 60"), (("--virtual",), "no standards are stored")):
+            self.refused("standards", "export", "--output", file, *stored, status=1,
+                         says=[says, "nothing was written"])
+        self.assertFalse(file.exists())
 
     def test_delete(self):
         port, _ = self.instrument("--standards", 12, "--samples", 4)
         before = self.exported("standards", port, "before.bin").read_bytes()
         records = [before[i:i + 256] for i in range(0, len(before), 256)]
         self.refused(
-            "standards", "delete", "3", "12", "--port", port, status=1,
+            "standards", "delete", "3", "12", "--yes", "--port", port, status=1,
             says=["no index 12: the instrument holds 12 standards; nothing was deleted"],
         )
-        deleted = self.json("standards", "delete", "3", "7-9", "8", "--port", port)["deleted"]
+        deleted = self.json("standards", "delete", "3", "7-9", "8", "--yes", "--port", port)["deleted"]
         self.assertEqual(deleted, {"standards": 4, "samples": 0})
         kept = [r for i, r in enumerate(records) if i not in (3, 7, 8, 9)]
         self.assertEqual(self.exported("standards", port, "after.bin").read_bytes(), b"".join(kept))
-        self.cq("samples", "delete", "0", "--port", port)
+        self.assertEqual(self.cq("samples", "delete", "0", "--yes", "--port", port).stdout, "1 sample deleted\n")
         self.assertEqual(len(self.json("samples", "list", "--port", port)["records"]), 3)
         for arguments in ((), ("0", "--all"), ("x",)):
             self.refused("samples", "delete", *arguments, "--port", port, status=2, says="--help")
@@ -105,6 +112,11 @@ class Lists(Stored):
             os.write(asked.master, (answer + "\n").encode())
             self.assertEqual(asked.end()[0], status)
         self.assertEqual(self.stored(port), 0)
+        self.refused("standards", "delete", "0", "--virtual", status=2, says="confirm with --yes")
+        asked = Terminal(self, "standards", "delete", "1", "0", "--virtual-options", "--standards 3", asks=True)
+        asked.read_until(r"deletes 2 standards \(1, 0\)(.|\n)*Type yes")
+        os.write(asked.master, b"yes\n")
+        self.assertEqual(asked.end(), (0, "2 standards deleted\n"))
         interrupted = Terminal(self, "standards", "delete", "--all", "--virtual", asks=True)
         interrupted.read_until("Type yes")
         interrupted.process.send_signal(signal.SIGINT)
@@ -215,6 +227,9 @@ class Wireless(Stored):
         of_second = self.json("samples", "list", "--standard", 1, *chosen)["records"]
         everything = self.json("samples", "list", *chosen)["records"]
         self.assertEqual([r["record"] for r in of_second], [everything[1]["record"]])
+        for command in ("list", "delete 0 --yes"):
+            self.refused("samples", *command.split(), "--standard", 6, *chosen, status=1,
+                         says="no stored standard 6: the instrument holds 6 standards")
         file = self.folder / "six.json"
         self.cq("standards", "export", "--output", file, *chosen)
         # It does not tell its capacity: the third of six finds no room.

@@ -124,13 +124,13 @@ class Trouble(CqTest):
         for arguments, says in (
             (("scan",), "name the adapter's port with --adapter"),
             (("scan", "--adapter", ""), "name the adapter's port with --adapter"),
-            (("scan", "--adapter", "x", "--virtual"), "excludes"),
+            (("scan", "--adapter", "x", "--virtual"), "cannot be given together"),
             (("scan", "--port", "x"), "--port"),
-            (("info", "--wireless", "--port", "x"), "excludes"),
-            (("status", "--adapter", "x", "--port", "x"), "excludes"),
-            (("measure", "trial", "--slave", "AA", "--port", "x"), "excludes"),
-            (("monitor", "--adapter", "x", "--virtual"), "excludes"),
-            (("demo", "--adapter", "x", "--virtual-options", "--calibrated"), "excludes"),
+            (("info", "--wireless", "--port", "x"), "cannot be given together"),
+            (("status", "--adapter", "x", "--port", "x"), "cannot be given together"),
+            (("measure", "trial", "--slave", "AA", "--port", "x"), "cannot be given together"),
+            (("monitor", "--adapter", "x", "--virtual"), "cannot be given together"),
+            (("demo", "--adapter", "x", "--virtual-options", "--calibrated"), "cannot be given together"),
             (("calibrate", "white", "--slave", "meter"), "hexadecimal digits"),
         ):
             with self.subTest(arguments):

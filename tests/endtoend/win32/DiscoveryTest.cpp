@@ -24,7 +24,7 @@ TEST(Discovery, FindsTheInstrumentByItsUsbIdentity) {
     const PluggedIn absent(R"(VID_0483&PID_5740\SIM0002)", kIdentity, "USB Serial Device (COM98)");
     const PluggedIn found(R"(VID_0483&PID_5740\SIM0003)", kIdentity, name);
 
-    const Handle handle(nullptr);
+    const Handle handle(static_cast<const char*>(nullptr));
     ASSERT_NE(static_cast<CqHandle>(handle), nullptr);
     char port[16] = {};
     ASSERT_EQ(cqGetPortName(handle, port, sizeof(port) - 1), CQ_NO_ERROR);

@@ -1,10 +1,11 @@
 #include "colour/ColorInput.h"
 
 #include <algorithm>
-#include <charconv>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
+#include "colour/ColumnTitles.h"
 #include "colour/Spectrum.h"
 #include "Failure.h"
 #include "text/Numbers.h"
@@ -13,9 +14,8 @@
 namespace cqtool {
 namespace {
 
-// What a number in a title must be to count as a wavelength, in nm.
-constexpr int kLeastWavelength = 300;
-constexpr int kMostWavelength = 1100;
+// From here on a number among titles is a wavelength, in nm: no reflectance comes near it.
+constexpr int kLeastWavelengthTitle = 300;
 
 const char* formOf(InputKind kind) {
     switch (kind) {
@@ -29,24 +29,12 @@ const char* formOf(InputKind kind) {
     return "";
 }
 
-/// The wavelength in a column's title: its only digits, as in "r400", "R_400nm" or "400".
-std::optional<int> wavelengthOf(std::string_view title) {
-    const std::size_t first = title.find_first_of("0123456789");
-    if (first == std::string_view::npos) {
-        return std::nullopt;
-    }
-    int value = 0;
-    const char* end = std::from_chars(title.data() + first, title.data() + title.size(), value).ptr;
-    const std::string_view rest(end, static_cast<std::size_t>(title.data() + title.size() - end));
-    const bool isSpectral = value >= kLeastWavelength && value <= kMostWavelength &&
-                            rest.find_first_of("0123456789") == std::string_view::npos;
-    return isSpectral ? std::optional(value) : std::nullopt;
-}
-
 /// Which columns of a table are the numbers, in order, and which one, if any, is the name.
 struct ColumnChoice {
     std::vector<std::size_t> numbers;
     std::optional<std::size_t> name;
+    std::optional<std::size_t> illuminant;
+    std::optional<std::size_t> observer;
 };
 
 class TableReader {
@@ -61,7 +49,7 @@ class TableReader {
         std::size_t first = 0;
         std::optional<ColumnChoice> choice;
         if (!table_.rows.empty() && isHeader(table_.rows.front())) {
-            choice = columnsByWavelength(table_.rows.front());
+            choice = columnsByTitle(table_.rows.front());
             first = 1;
         }
         std::vector<InputColor> colors;
@@ -88,46 +76,62 @@ class TableReader {
     bool isHeader(const CsvRow& row) const {
         const auto isTitle = [this](const std::string& field) {
             const auto number = numberOf(field);
-            return !number || (kind_ == InputKind::spectrum && *number >= kLeastWavelength);
+            return !number || (kind_ == InputKind::spectrum && *number >= kLeastWavelengthTitle);
         };
         return std::all_of(row.fields.begin(), row.fields.end(), isTitle);
     }
 
-    std::optional<ColumnChoice> columnsByWavelength(const CsvRow& header) const {
-        const auto columnOf = [&](int wanted) -> std::optional<std::size_t> {
-            for (std::size_t i = 0; i < header.fields.size(); ++i) {
-                if (wavelengthOf(header.fields[i]) == wanted) {
-                    return i;
-                }
-            }
-            return std::nullopt;
-        };
-        const bool namesWavelengths = std::any_of(header.fields.begin(), header.fields.end(),
-                                                  [](const auto& f) { return wavelengthOf(f); });
-        if (kind_ != InputKind::spectrum || !namesWavelengths) {
-            return std::nullopt;
-        }
+    /// Nothing when the titles name none of the numbers: then their order tells.
+    std::optional<ColumnChoice> columnsByTitle(const CsvRow& header) const {
+        const ColumnTitles titles(header.fields);
         ColumnChoice choice;
-        for (std::size_t i = 0; i < kWavelengthCount; ++i) {
-            const auto column = columnOf(wavelength(i));
+        const auto add = [&](std::optional<std::size_t> column, const std::string& what) {
             if (!column) {
                 throw Failure(source_ + " line " + std::to_string(header.line) +
-                                  ": no column for " + std::to_string(wavelength(i)) + " nm",
-                              "a spectrum needs " + std::string(formOf(kind_)));
+                                  ": no column for " + what + "; there are: " + titles.list(),
+                              std::string("name the columns of ") + formOf(kind_));
             }
             choice.numbers.push_back(*column);
+        };
+        if (kind_ == InputKind::spectrum) {
+            for (std::size_t i = 0; i < kWavelengthCount && titles.namesWavelengths(); ++i) {
+                add(titles.spectrum(wavelength(i)), std::to_string(wavelength(i)) + " nm");
+            }
+        } else {
+            const bool isXyz = kind_ == InputKind::xyz;
+            const auto columns = titles.triple(isXyz);
+            const bool isNamed = std::any_of(columns.begin(), columns.end(),
+                                             [](const auto& column) { return column.has_value(); });
+            for (std::size_t i = 0; i < columns.size() && isNamed; ++i) {
+                add(columns[i], colorSpace(isXyz ? ColorSpaceXyz : ColorSpaceLab).symbols[i]);
+            }
         }
-        if (!wavelengthOf(header.fields.front())) {
-            choice.name = 0;
+        if (choice.numbers.empty()) {
+            checkWidth(header, titles);
+            return std::nullopt;
         }
+        const bool isFirstFree =
+            std::find(choice.numbers.begin(), choice.numbers.end(), 0U) == choice.numbers.end();
+        choice.name = titles.name() || !isFirstFree ? titles.name() : std::optional<std::size_t>(0);
+        choice.illuminant = titles.find({"illuminant"});
+        choice.observer = titles.find({"observer"});
         return choice;
+    }
+
+    void checkWidth(const CsvRow& header, const ColumnTitles& titles) const {
+        if (header.fields.size() > valueCount(kind_) + 1) {
+            throw Failure(source_ + " line " + std::to_string(header.line) +
+                              ": no column is called as " + formOf(kind_) +
+                              "; there are: " + titles.list(),
+                          "call the columns L, a, b, or X, Y, Z, or R400 to R700");
+        }
     }
 
     ColumnChoice columnsByCount(const CsvRow& row) const {
         const std::size_t count = valueCount(kind_);
         if (row.fields.size() != count && row.fields.size() != count + 1) {
             throw Failure(source_ + " line " + std::to_string(row.line) + " has " +
-                              std::to_string(row.fields.size()) + " fields",
+                              counted(row.fields.size(), "fields"),
                           std::string("a line holds ") + formOf(kind_) + ", or a name before them");
         }
         ColumnChoice choice;
@@ -158,7 +162,26 @@ class TableReader {
             }
             color.values.push_back(*number);
         }
+        if (kind_ == InputKind::lab) {
+            checkLab({{static_cast<float>(color.values[0]), static_cast<float>(color.values[1]),
+                       static_cast<float>(color.values[2])}},
+                     source_ + " line " + std::to_string(row.line));
+        }
+        color.viewing = viewingOf(row, choice);
         return color;
+    }
+
+    std::optional<Viewing> viewingOf(const CsvRow& row, const ColumnChoice& choice) const {
+        if (!choice.illuminant || !choice.observer ||
+            std::max(*choice.illuminant, *choice.observer) >= row.fields.size()) {
+            return std::nullopt;
+        }
+        try {
+            return Viewing{illuminantNamed(row.fields[*choice.illuminant]),
+                           observerNamed(row.fields[*choice.observer])};
+        } catch (const UsageError& error) {
+            throw Failure(source_ + " line " + std::to_string(row.line) + ": " + error.what());
+        }
     }
 
     const CsvTable& table_;
@@ -206,8 +229,8 @@ std::vector<InputColor> colorsOfArguments(const std::vector<std::string>& argume
     }
     const std::size_t count = valueCount(kind);
     if (numbers.empty() || numbers.size() % count != 0) {
-        throw UsageError(std::to_string(numbers.size()) + " numbers were given; expected " +
-                         formOf(kind) + ", once or several times");
+        throw UsageError(counted(numbers.size(), "numbers") + " given; expected " + formOf(kind) +
+                         ", once or several times");
     }
     std::vector<InputColor> colors;
     for (auto first = numbers.begin(); first != numbers.end();
@@ -236,6 +259,17 @@ void checkReflectances(const std::vector<InputColor>& spectra) {
                               "reflectances are fractions, 1.0 is the perfect white; add --percent "
                               "if yours are in percent");
             }
+        }
+    }
+}
+
+void checkLab(const ColorData& lab, const std::string& where) {
+    static constexpr const char* kNames[] = {"L*", "a*", "b*"};
+    for (std::size_t i = 0; i < std::size(kNames); ++i) {
+        const double value = lab.values[i];
+        if (value < kLeastLab[i] || value > kMostLab[i]) {
+            throw Failure(where + ": no surface has " + kNames[i] + ' ' + digitsOf(value),
+                          "L* is 0 to 100, a* and b* are -128 to 128 as a rule");
         }
     }
 }

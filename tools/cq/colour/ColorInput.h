@@ -1,8 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "colour/ColorNames.h"
+#include "cqapi/CQApi.h"
 #include "text/Csv.h"
 
 namespace cqtool {
@@ -11,6 +14,8 @@ namespace cqtool {
 struct InputColor {
     std::string name;
     std::vector<double> values;
+    /// That the numbers are for, if their table says so.
+    std::optional<Viewing> viewing = std::nullopt;
 };
 
 enum class InputKind { spectrum, xyz, lab };
@@ -22,7 +27,7 @@ InputKind inputKindNamed(const std::string& name);
 std::size_t valueCount(InputKind kind);
 
 /// Takes colours from the rows of a table: each has the numbers, with or without a name in front.
-/// The first row may be a header. A spectrum's header that names wavelengths (r400, 410 nm) tells
+/// The first row may be a header. One that names the numbers (r400, 410 nm; L, LAB_A, b*) tells
 /// which columns to take, and then there may be others. \param source what messages call the table.
 /// Throws Failure, with line and field, for what is no such table.
 std::vector<InputColor> colorsOfTable(const CsvTable& table, InputKind kind,
@@ -38,5 +43,8 @@ void convertFromPercent(std::vector<InputColor>& spectra);
 
 /// Throws Failure if a value cannot be a reflectance, most often because it is in percent.
 void checkReflectances(const std::vector<InputColor>& spectra);
+
+/// Throws Failure, beginning with `where`, for L*, a*, b* that no surface has.
+void checkLab(const ColorData& lab, const std::string& where);
 
 }  // namespace cqtool

@@ -28,6 +28,10 @@ Spectrum averageOf(const std::vector<Spectrum>& spectra);
 inline constexpr float kLeastPlausible = -0.1F;
 inline constexpr float kMostPlausible = 2.0F;
 
+// What L*, a*, b* of a real surface stay between, with the same room.
+inline constexpr double kLeastLab[] = {-10, -300, -300};
+inline constexpr double kMostLab[] = {131, 300, 300};
+
 /// The top of a scale from 0 that shows all values: 0.1, 0.2, 0.5, 1 or 2.
 double scaleTop(const Spectrum& spectrum);
 

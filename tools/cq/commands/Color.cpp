@@ -117,6 +117,7 @@ void runColor(const ColorOptions& options, const Environment& environment) {
     }
     const FigureRequest figures = figuresFor(options);
     const auto given = readColors(options.given);
+    checkViewing(given, from, viewings.front());
     auto colors = convert(given, from, options.to, viewings);
     for (std::size_t i = 0; i < colors.size(); ++i) {
         colors[i].figures = figuresOf(given[i / viewings.size()], from, figures, viewings.front(),

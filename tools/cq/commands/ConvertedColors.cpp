@@ -1,6 +1,7 @@
 #include "commands/ConvertedColors.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "colour/ColorJson.h"
 #include "text/Numbers.h"
@@ -10,6 +11,10 @@
 namespace cqtool {
 namespace {
 
+constexpr std::size_t kMostWidth = 120;
+
+using Colors = std::span<const ConvertedColor>;
+
 /// As in "94.85", with a mark beyond the limits of the index; a dash where it is not defined.
 std::string textOf(const Figure& figure) {
     return figure.value ? fixed(*figure.value, 2) + (figure.isWithinLimits ? "" : "!") : "-";
@@ -18,6 +23,56 @@ std::string textOf(const Figure& figure) {
 /// As in "index.tint-cie".
 std::string titleOf(const Figure& figure) {
     return figure.group + '.' + figure.name;
+}
+
+/// The colours with some of what there is of them: spaces and then figures, from the first on.
+std::string blockOf(Colors colors, Spaces spaces, std::size_t first, std::size_t count,
+                    const Palette& palette) {
+    std::vector<TextTable::Column> columns{{"name", TextTable::Align::left},
+                                           {"for", TextTable::Align::left},
+                                           {"", TextTable::Align::left}};
+    for (std::size_t i = first; i < first + count; ++i) {
+        if (i < spaces.size()) {
+            for (const char* symbol : spaces[i]->symbols) {
+                columns.push_back({symbol});
+            }
+        } else {
+            columns.push_back({titleOf(colors.front().figures[i - spaces.size()])});
+        }
+    }
+    std::vector<TextTable::Row> rows;
+    TextTable table(std::move(columns));
+    for (const ConvertedColor& color : colors) {
+        const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
+        TextTable::Row row{shown(color.name), viewingName(color.viewing),
+                           swatch.empty() ? hexColor(color.rgb) : swatch};
+        for (std::size_t i = first; i < first + count; ++i) {
+            if (i >= spaces.size()) {
+                row.push_back(textOf(color.figures[i - spaces.size()]));
+                continue;
+            }
+            for (std::size_t k = 0; k < 3; ++k) {
+                row.push_back(fixed(color.values[i].values[k], spaces[i]->decimals[k]));
+            }
+        }
+        table.fit(row);
+        rows.push_back(std::move(row));
+    }
+    std::string text = table.titles() + '\n';
+    for (const TextTable::Row& row : rows) {
+        text += table.line(row) + '\n';
+    }
+    return text;
+}
+
+/// Of the widest line.
+std::size_t widthOf(const std::string& text) {
+    std::size_t width = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        width = std::max(width, displayWidth(line));
+    }
+    return width;
 }
 
 }  // namespace
@@ -57,38 +112,27 @@ std::vector<ConvertedColor> convert(const std::vector<InputColor>& colors, Input
     return result;
 }
 
-std::string tableOf(std::span<const ConvertedColor> colors, Spaces spaces, const Palette& palette) {
-    std::vector<TextTable::Column> columns{{"name", TextTable::Align::left},
-                                           {"for", TextTable::Align::left},
-                                           {"", TextTable::Align::left}};
-    for (const SpaceInfo* space : spaces) {
-        for (const char* symbol : space->symbols) {
-            columns.push_back({symbol});
-        }
+std::string tableOf(Colors colors, Spaces spaces, const Palette& palette) {
+    const std::size_t total = spaces.size() + (colors.empty() ? 0 : colors.front().figures.size());
+    std::string text = blockOf(colors, spaces, 0, total, palette);
+    if (widthOf(text) <= kMostWidth) {
+        return text;
     }
-    for (const Figure& figure : colors.empty() ? std::vector<Figure>() : colors.front().figures) {
-        columns.push_back({titleOf(figure)});
-    }
-    std::vector<TextTable::Row> rows;
-    TextTable table(std::move(columns));
-    for (const ConvertedColor& color : colors) {
-        const std::string swatch = palette.swatch(color.rgb, Palette::kSwatchWidth);
-        TextTable::Row row{shown(color.name), viewingName(color.viewing),
-                           swatch.empty() ? hexColor(color.rgb) : swatch};
-        for (std::size_t i = 0; i < spaces.size(); ++i) {
-            for (std::size_t k = 0; k < 3; ++k) {
-                row.push_back(fixed(color.values[i].values[k], spaces[i]->decimals[k]));
+    // Too wide for a screen: as many side by side as fit, the others below.
+    text.clear();
+    for (std::size_t first = 0; first < total;) {
+        std::size_t count = 1;
+        std::string block = blockOf(colors, spaces, first, count, palette);
+        while (first + count < total) {
+            const std::string wider = blockOf(colors, spaces, first, count + 1, palette);
+            if (widthOf(wider) > kMostWidth) {
+                break;
             }
+            block = wider;
+            ++count;
         }
-        for (const Figure& figure : color.figures) {
-            row.push_back(textOf(figure));
-        }
-        table.fit(row);
-        rows.push_back(std::move(row));
-    }
-    std::string text = table.titles() + '\n';
-    for (const TextTable::Row& row : rows) {
-        text += table.line(row) + '\n';
+        text += (first == 0 ? "" : "\n") + block;
+        first += count;
     }
     return text;
 }

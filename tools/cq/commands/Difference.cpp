@@ -32,7 +32,9 @@ struct NamedLab {
 /// A standard and at least one trial.
 std::vector<NamedLab> readLabs(const DifferenceOptions& options) {
     std::vector<NamedLab> labs;
-    for (const InputColor& color : readAllColors(options.given)) {
+    const auto colors = readAllColors(options.given);
+    checkViewing(colors, options.given.kind, options.viewing);
+    for (const InputColor& color : colors) {
         labs.push_back(
             {color.name, colorOf(color, options.given.kind, ColorSpaceLab, options.viewing)});
     }

@@ -70,6 +70,19 @@ std::vector<InputColor> readAllColors(const GivenColors& given) {
     return checked(std::move(colors), given);
 }
 
+void checkViewing(const std::vector<InputColor>& colors, InputKind kind, const Viewing& wanted) {
+    for (const InputColor& color : colors) {
+        if (kind != InputKind::spectrum && color.viewing &&
+            viewingName(*color.viewing) != viewingName(wanted)) {
+            throw Failure("'" + color.name + "' is given for " + viewingName(*color.viewing) +
+                              ", not for " + viewingName(wanted),
+                          std::string("add --illuminant ") +
+                              illuminantName(color.viewing->illuminant) + " --observer " +
+                              std::to_string(observerDegrees(color.viewing->observer)));
+        }
+    }
+}
+
 InputColor firstColorIn(const GivenColors& given) {
     const auto colors = checked(readTable(given), given);
     if (colors.empty()) {

@@ -27,6 +27,9 @@ std::vector<InputColor> readColors(const GivenColors& given);
 /// The same from both: those of the command line come first.
 std::vector<InputColor> readAllColors(const GivenColors& given);
 
+/// Throws Failure for XYZ or Lab values that their table says are for something else.
+void checkViewing(const std::vector<InputColor>& colors, InputKind kind, const Viewing& wanted);
+
 /// The first one of a file.
 InputColor firstColorIn(const GivenColors& given);
 

@@ -4,6 +4,7 @@
 #include "colour/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "instrument/Labels.h"
 #include "instrument/Records.h"
 #include "text/TextTable.h"
 
@@ -11,6 +12,7 @@ namespace cqtool {
 namespace {
 
 struct InfoOptions {
+    std::string labels;
     ConnectionOptions connection;
     OutputOptions output;
 };
@@ -18,8 +20,9 @@ struct InfoOptions {
 void runInfo(const InfoOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     const CqDeviceInfo info = connection.deviceInfo();
+    const Labels labels = labelsFor(options.labels, info);
     if (options.output.json) {
-        Json json{{"port", connection.portName()}};
+        Json json{{"port", connection.portName()}, {"labels", labels}};
         for (const auto& [name, text] : textsOf(info)) {
             json[name] = text;
         }
@@ -30,7 +33,7 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
     TextTable table({{"", TextTable::Align::left, 17}, {"", TextTable::Align::left}});
     environment.out << table.line({"port", connection.portName()}) << '\n';
     for (const auto& [name, text] : textsOf(info)) {
-        environment.out << table.line({name, text}) << '\n';
+        environment.out << table.line({labelOf(labels, name), text}) << '\n';
     }
     // A wireless instrument reports only its texts.
     if (!connection.isWireless()) {
@@ -44,11 +47,13 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
 void addInfo(Program& program, const Environment& environment) {
     CommandLine line = program.add("info", "Show the device information");
     const auto options = std::make_shared<InfoOptions>();
+    addLabelsOption(line, options->labels);
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
         "Examples:\n  cq info\n  cq info --port COM5 --json\n  cq info --adapter COM7 --slave "
-        "C4BE84A1B2C3");
+        "C4BE84A1B2C3\n"
+        "  cq info --labels instrument.json");
     line.setAction([options, environment] { runInfo(*options, environment); });
 }
 

@@ -10,6 +10,7 @@
 #include "instrument/Connection.h"
 #include "instrument/Survey.h"
 #include "terminal/StatusLine.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -93,7 +94,7 @@ void askAndPrint(const ListOptions& options, const Environment& environment,
                    [](const ListedPort* listed) { return listed->port.name; });
     Survey survey(names);
     {
-        const StatusLine status("asking " + std::to_string(names.size()) + " ports");
+        const StatusLine status("asking " + counted(names.size(), "ports"));
         const auto answers = survey.wait(kAnswerTimeout, environment.interrupt);
         for (std::size_t i = 0; i < answers.size(); ++i) {
             instruments[i]->info = answers[i].info;

@@ -67,8 +67,8 @@ Reference referenceOf(const std::string& name, Measurement measurement) {
 Reference referenceIn(const std::string& file, const MeasurementView& view) {
     const RecordSet set = loadRecords(file, exchangeFormatFor(file));
     if (set.entries.size() != 1) {
-        throw Failure(file + " holds " + std::to_string(set.entries.size()) +
-                          " measurements; to compare with, there must be one",
+        throw Failure(file + " holds " + counted(set.entries.size(), "measurements") +
+                          "; to compare with, there must be one",
                       "give a file that cq measure --output has written, or the index of a stored "
                       "standard");
     }

@@ -1,12 +1,16 @@
 #include "commands/MeasurementView.h"
 
 #include "text/Numbers.h"
+#include "text/Time.h"
 
 namespace cqtool {
 Measurement MeasurementView::of(const CqMeasurementRecord& record, bool isStandard) const {
     Measurement result;
     result.isStandard = isStandard;
     result.record = record;
+    const RecordDetails details = readDetails(record, layout_);
+    result.name = details.name;
+    result.time = details.time ? timeText(*details.time) : std::string();
     const ReadSpectrum read = readSpectrum(record, layout_);
     result.spectrum = read.spectrum;
     result.problem = read.problem;
@@ -34,6 +38,12 @@ Json MeasurementView::json(const Measurement& measurement) const {
     Json json{{"kind", measurement.kind()},
               {"illuminant", illuminantName(viewing_.illuminant)},
               {"observer", observerDegrees(viewing_.observer)}};
+    if (!measurement.name.empty()) {
+        json["name"] = measurement.name;
+    }
+    if (!measurement.time.empty()) {
+        json["time"] = measurement.time;
+    }
     if (measurement.spectrum) {
         json["lab"] = colorJson(measurement.lab, colorSpace(ColorSpaceLab));
         json[space_.name] = colorJson(measurement.color, space_);

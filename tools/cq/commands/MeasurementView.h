@@ -15,6 +15,8 @@ namespace cqtool {
 struct Measurement {
     bool isStandard = false;
     std::optional<CqMeasurementRecord> record;  ///< an average has none
+    std::string name;                           ///< that the record holds; empty: not known
+    std::string time;                           ///< of the measurement; as above
     std::optional<Spectrum> spectrum;
     std::string problem;  ///< why there is no spectrum
     ColorData lab{};      ///< only with a spectrum, like the members below
@@ -35,7 +37,7 @@ class MeasurementView {
     Measurement of(const CqMeasurementRecord& record, bool isStandard) const;
     Measurement of(const Spectrum& spectrum, bool isStandard) const;
 
-    /// {"kind", "illuminant", "observer", "lab", the asked space, "hex", "spectrum", "record"};
+    /// {"kind", "name" and "time" if known, "illuminant", "observer", "lab", the asked space, "hex", "spectrum", "record"};
     /// "problem" in place of the colours when there is no spectrum, no "record" of an average.
     Json json(const Measurement& measurement) const;
 

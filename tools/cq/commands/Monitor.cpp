@@ -12,6 +12,7 @@
 #include "Failure.h"
 #include "system/Terminal.h"
 #include "text/Numbers.h"
+#include "text/Time.h"
 
 namespace cqtool {
 namespace {
@@ -131,8 +132,8 @@ class Reporter {
             !pressed.isStandard && standard_ && standard_->spectrum && measurement.spectrum;
         ++number_;
         if (isJson_) {
-            Json json{{"number", number_}};
-            json.update(view_.json(measurement));
+            Json json{{"number", number_}, {"time", nowText()}};
+            json.update(view_.json(measurement));  // the instrument's own time, if it tells
             if (isCompared) {
                 addDifference(json, formula_, standard_->lab, measurement.lab);
             }

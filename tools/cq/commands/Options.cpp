@@ -188,4 +188,11 @@ void addRecordLayoutOption(CommandLine& line, std::string& file) {
                    file);
 }
 
+void addLabelsOption(CommandLine& line, std::string& file) {
+    line.addOption({"--labels", "FILE",
+                    "What texts and items are called, as JSON (default: nothing, or the virtual "
+                    "instrument's)"},
+                   file);
+}
+
 }  // namespace cqtool

@@ -56,5 +56,6 @@ void checkOutput(const std::string& file, const OutputOptions& output,
                  std::initializer_list<std::string> inputs);
 void addFormulaOption(CommandLine& line, DifferenceFormula& formula);
 void addRecordLayoutOption(CommandLine& line, std::string& file);
+void addLabelsOption(CommandLine& line, std::string& file);
 
 }  // namespace cqtool

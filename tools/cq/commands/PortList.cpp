@@ -28,13 +28,6 @@ std::vector<std::string> linesBelow(const ListedPort& listed, const Palette& pal
 
 }  // namespace
 
-std::string obstacleOf(const PortInfo& port) {
-    if (!port.isAccessible) {
-        return port.accessProblem;
-    }
-    return port.heldBy.empty() ? std::string() : "held by " + port.heldBy;
-}
-
 std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const Palette& palette) {
     using Align = TextTable::Align;
     TextTable table({{"kind", Align::left},

@@ -20,9 +20,6 @@ struct ListedPort {
     std::string problem;                       ///< why it could not be asked
 };
 
-/// What keeps a port from being used: "held by ...", "no permission"; empty: nothing.
-std::string obstacleOf(const PortInfo& port);
-
 /// A table of the ports, below each what was asked.
 std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const Palette& palette);
 

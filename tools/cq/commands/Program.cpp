@@ -6,11 +6,14 @@
 #include <string_view>
 #include <utility>
 
+#include "commands/UsageText.h"
 #include "system/Terminal.h"
 #include "text/Text.h"
 
 namespace cqtool {
 namespace {
+
+constexpr const char* kHelp = "help";
 
 void describe(CLI::Option* option, const OptionText& text) {
     option->type_name(text.valueName)->group(text.group)->required(text.isRequired);
@@ -50,9 +53,11 @@ void checkCommandName(const CLI::App& parent, const std::string& name) {
     if (std::find(names.begin(), names.end(), name) == names.end()) {
         const std::string where =
             parent.get_parent() == nullptr ? std::string() : " of " + fullName(parent);
+        const std::string meant = meantBy(name, names);
         throw UsageError((name.empty() ? "give a command" + where
                                        : "there is no command '" + name + "'" + where) +
-                         "; there are: " + joined(names, ", "));
+                         (meant.empty() ? "; there are: " + joined(names, ", ")
+                                        : "; did you mean " + meant + "?"));
     }
 }
 
@@ -131,7 +136,7 @@ ExitStatus Program::run(int argc, char** argv) {
     } catch (const CLI::Success& request) {
         app_->exit(request);
     } catch (const CLI::ParseError& error) {
-        printProblem(error.what(), helpCommand());
+        printProblem(usageText(error, chosenCommand(*app_)), helpCommand());
         return ExitStatus::usage;
     } catch (const UsageError& error) {
         printProblem(error.what(), helpCommand());
@@ -163,6 +168,10 @@ void Program::parse(int argc, char** argv) {
         const auto command =
             std::find_first_of(arguments.begin(), arguments.end(), names.begin(), names.end());
         std::rotate(arguments.begin(), command, arguments.end());
+    }
+    if (!arguments.empty() && arguments.front() == kHelp) {  // cq help measure: cq measure --help
+        arguments.erase(arguments.begin());
+        arguments.push_back("--help");
     }
     // Checked beforehand, for messages that name the commands that there are.
     const CLI::App* command = app_.get();

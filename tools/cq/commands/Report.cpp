@@ -29,6 +29,7 @@ struct ReportOptions {
     std::string title;
     std::string report;
     std::string recordLayout;
+    bool isPercent = false;
     std::optional<std::int32_t> illuminant;
     std::optional<std::int32_t> observer;
     Judgement judgement;
@@ -39,7 +40,7 @@ struct ReportOptions {
 class Reader {
   public:
     explicit Reader(const ReportOptions& options)
-        : options_(options), layout_(loadRecordLayout(options.recordLayout)) {}
+        : options_(options), reading_{options.isPercent, loadRecordLayout(options.recordLayout)} {}
 
     /// \param format as exchangeFormatFor() takes it.
     /// \param viewing illuminant and observer; nothing: those of the file.
@@ -62,7 +63,7 @@ class Reader {
     }
 
   private:
-    static RecordSet load(const std::string& file, ExchangeFormat format) {
+    RecordSet load(const std::string& file, ExchangeFormat format) const {
         const std::string content = readFile(file);
         // In lines there are more than measurements, but seen before memory is taken for them.
         const bool isTable = format == ExchangeFormat::csv || format == ExchangeFormat::cgats;
@@ -71,7 +72,7 @@ class Reader {
             isTable && static_cast<std::size_t>(lines) > 2 * kMostMeasurements;
         RecordSet set;
         if (!hasManyLines) {
-            set = parsedRecords(content, format, sourceName(file));
+            set = parsedRecords(content, format, sourceName(file), reading_);
         }
         if (hasManyLines || set.entries.size() > kMostMeasurements) {
             throw Failure(file + " holds more than " + std::to_string(kMostMeasurements) +
@@ -85,7 +86,7 @@ class Reader {
                const std::string& file) const {
         std::string problem = "it has none";
         if (!entry.spectrum && entry.record) {
-            const ReadSpectrum read = readSpectrum(*entry.record, layout_);
+            const ReadSpectrum read = readSpectrum(*entry.record, reading_.layout);
             entry.spectrum = read.spectrum;
             problem = read.problem;
         }
@@ -102,7 +103,7 @@ class Reader {
     }
 
     const ReportOptions& options_;
-    RecordLayout layout_;
+    ReadOptions reading_;
 };
 
 bool isNumber(const std::string& text) {
@@ -185,11 +186,11 @@ std::string textOf(const Judgement& judgement, const TrialSummary& summary) {
     }
     std::string text;
     if (judgement.tolerance) {
-        text += std::to_string(summary.passed) + " of " + std::to_string(summary.trials) +
-                " trials within " + name + " " + digitsOf(*judgement.tolerance) + "\n";
+        text += std::to_string(summary.passed) + " of " + counted(summary.trials, "trials") +
+                " within " + name + " " + digitsOf(*judgement.tolerance) + "\n";
     }
     return text + name + ": mean " + fixed(summary.mean, 2) + ", largest " +
-           fixed(summary.most, 2) + " (" + shown(summary.mostName) + ")\n";
+           judgement.textOf(summary.most) + " (" + shown(summary.mostName) + ")\n";
 }
 
 void runReport(const ReportOptions& options, const Environment& environment) {
@@ -255,6 +256,7 @@ void addReport(Program& program, const Environment& environment) {
          .isRequired = true},
         options->report);
     line.addOption({"--title", "TEXT", "The report's title"}, options->title);
+    line.addFlag({"--percent", "", "The files' spectra are in percent"}, options->isPercent);
     addNamed(line,
              {"--illuminant", "NAME", "Illuminant to compute for (default: the file's)", "Colour"},
              options->illuminant, illuminantNamed);

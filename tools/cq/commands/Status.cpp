@@ -4,6 +4,7 @@
 #include "colour/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "instrument/Labels.h"
 #include "instrument/Records.h"
 #include "text/TextTable.h"
 
@@ -11,6 +12,7 @@ namespace cqtool {
 namespace {
 
 struct StatusOptions {
+    std::string labels;
     ConnectionOptions connection;
     OutputOptions output;
 };
@@ -18,8 +20,11 @@ struct StatusOptions {
 void runStatus(const StatusOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     const CqInstrumentStatus status = connection.status();
+    const Labels labels = labelsFor(options.labels, connection.deviceInfo());
     if (options.output.json) {
-        Json json{{"port", connection.portName()}, {"totalStandards", status.totalStandards}};
+        Json json{{"port", connection.portName()},
+                  {"totalStandards", status.totalStandards},
+                  {"labels", labels}};
         for (const auto& [number, value] : itemsOf(status)) {
             json["items"][std::to_string(number)] = value;
         }
@@ -31,8 +36,8 @@ void runStatus(const StatusOptions& options, const Environment& environment) {
                     << table.line({"stored standards", std::to_string(status.totalStandards)})
                     << '\n';
     for (const auto& [number, value] : itemsOf(status)) {
-        environment.out << table.line({"item " + std::to_string(number), std::to_string(value)})
-                        << '\n';
+        const std::string name = "item" + std::to_string(number);
+        environment.out << table.line({labelOf(labels, name), std::to_string(value)}) << '\n';
     }
 }
 
@@ -40,8 +45,10 @@ void runStatus(const StatusOptions& options, const Environment& environment) {
 
 void addStatus(Program& program, const Environment& environment) {
     CommandLine line = program.add(
-        "status", "Show the instrument's status, with the instrument's own item numbers");
+        "status",
+        "Show the instrument's status, items by their labels or the instrument's own numbers");
     const auto options = std::make_shared<StatusOptions>();
+    addLabelsOption(line, options->labels);
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples("Examples:\n  cq status\n  cq status --virtual --json");

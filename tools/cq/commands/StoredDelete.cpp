@@ -27,10 +27,12 @@ void print(const StoredDeleteOptions& options, const Environment& environment,
         environment.out << pageOfJson(
             {{"port", port}, {"deleted", {{"standards", standards}, {"samples", samples}}}});
     } else if (options.isAll) {
-        environment.out << standards << " standards and " << samples << " samples deleted\n";
+        environment.out << counted(standards, "standards") << " and " << counted(samples, "samples")
+                        << " deleted\n";
     } else {
-        environment.out << (options.list.isStandards ? standards : samples) << ' '
-                        << options.list.name() << " deleted\n";
+        environment.out << counted(options.list.isStandards ? standards : samples,
+                                   options.list.name())
+                        << " deleted\n";
     }
 }
 
@@ -38,21 +40,21 @@ void print(const StoredDeleteOptions& options, const Environment& environment,
 void checkCanConfirm(const StoredDeleteOptions& options) {
     if (!options.isConfirmed &&
         !(isTerminal(StandardStream::input) && isTerminal(StandardStream::error))) {
-        throw UsageError(
-            "--all deletes every standard AND every sample; without a terminal to ask, confirm "
-            "with --yes");
+        throw UsageError(std::string(options.isAll ? "--all deletes every standard AND every sample"
+                                                   : "deleted records cannot be restored") +
+                         "; without a terminal to ask, confirm with --yes");
     }
 }
 
-void confirm(const Environment& environment, std::uint32_t standards, std::uint32_t samples) {
+/// \param what is deleted.
+void confirm(const Environment& environment, const std::string& what) {
     // Reading goes on after a signal; the connection, registered earlier, is closed by then.
     const auto end = environment.interrupt.onInterrupt([] {
         std::cerr << "\ncq: nothing was deleted\n";
         endProcess(ExitStatus::interrupted);
     });
-    environment.notes << "This deletes all " << standards << " standards AND all " << samples
-                      << " samples of the instrument, for good.\nType yes to delete them: "
-                      << std::flush;
+    environment.notes << "This deletes " << what
+                      << " of the instrument, for good.\nType yes to delete: " << std::flush;
     std::string answer;
     std::getline(std::cin, answer);
     if (environment.interrupt.happened()) {  // the signal ended the read
@@ -60,7 +62,7 @@ void confirm(const Environment& environment, std::uint32_t standards, std::uint3
         environment.interrupt.throwIfHappened();
     }
     if (trimmed(answer) != kYes) {
-        throw Failure("nothing was deleted", "type yes, or give --yes, to delete everything");
+        throw Failure("nothing was deleted", "type yes, or give --yes, to delete");
     }
 }
 
@@ -71,7 +73,8 @@ void deleteAll(const StoredDeleteOptions& options, const Environment& environmen
     const std::uint32_t standards = storage.count({});
     const std::uint32_t samples = storage.count({.isStandards = false, .standard = {}});
     if (!options.isConfirmed) {
-        confirm(environment, standards, samples);
+        confirm(environment, "all " + counted(standards, "standards") + " AND all " +
+                                 counted(samples, "samples"));
     }
     {
         const StatusLine status("deleting all records");
@@ -84,8 +87,9 @@ void deleteAll(const StoredDeleteOptions& options, const Environment& environmen
 /// The records that are gone after an incomplete deletion.
 std::string deletions(const StoredDeleteOptions& options, const std::vector<std::uint32_t>& indices,
                       const Change& change) {
-    std::string text = std::to_string(change.done) + " of " + std::to_string(indices.size()) + ' ' +
-                       options.list.name() + " were deleted, from the highest index down";
+    std::string text = std::to_string(change.done) + " of " +
+                       counted(indices.size(), options.list.name()) +
+                       " were deleted, from the highest index down";
     if (change.done > 0) {
         text += " to " + std::to_string(indices[change.done - 1]);
     }
@@ -97,14 +101,19 @@ std::string deletions(const StoredDeleteOptions& options, const std::vector<std:
 
 void deleteSome(const StoredDeleteOptions& options, const Environment& environment) {
     const auto indices = indicesOf(options.indices);
+    checkCanConfirm(options);
     Connection connection(options.connection, environment.interrupt);
     Storage storage(connection);
     const std::uint32_t stored = storage.count(options.list);
     if (indices.front() >= stored) {
         throw Failure("there is no index " + std::to_string(indices.front()) +
-                          ": the instrument holds " + std::to_string(stored) + ' ' +
-                          options.list.name() + "; nothing was deleted",
+                          ": the instrument holds " + counted(stored, options.list.name()) +
+                          "; nothing was deleted",
                       std::string("see cq ") + options.list.name() + " list; indices begin with 0");
+    }
+    if (!options.isConfirmed) {
+        confirm(environment, counted(indices.size(), options.list.name()) + " (" +
+                                 joined(options.indices, ", ") + ")");
     }
     StatusLine status;
     const Change change =
@@ -150,14 +159,13 @@ void addStoredDelete(CommandLine& group, const Environment& environment, bool is
                                                : "Delete stored samples, or all records");
     line.addArguments({"indices", "INDEX", "Indices and ranges, such as 3 or 7-9"},
                       options->indices);
-    line.addFlag({"--all", "", "Delete every standard AND every sample, after confirmation"},
-                 options->isAll);
-    line.addFlag({"--yes", "", "Do not ask; required with --all without a terminal"},
-                 options->isConfirmed);
+    line.addFlag({"--all", "", "Delete every standard AND every sample"}, options->isAll);
+    line.addFlag({"--yes", "", "Do not ask; required without a terminal"}, options->isConfirmed);
     addOptions(line, *options);
     line.setExamples("Indices are those of cq " + name +
-                     " list; the records after a deleted one move up.\n\nExamples:\n  cq " + name +
-                     " delete 3 7-9\n  cq " + name + " delete --all --yes");
+                     " list; the records after a deleted one move up. Asks for confirmation.\n\n"
+                     "Examples:\n  cq " +
+                     name + " delete 3 7-9\n  cq " + name + " delete --all --yes");
     line.setAction([options, environment] { runStoredDelete(*options, environment); });
 }
 

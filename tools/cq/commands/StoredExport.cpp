@@ -23,11 +23,17 @@ void runStoredExport(const StoredExportOptions& options, const Environment& envi
     const ExchangeFormat format = exchangeFormatFor(options.file, options.format);
     const RecordLayout layout = loadRecordLayout(options.recordLayout);
     Connection connection(options.connection, environment.interrupt);
+    const Storage storage(connection);
+    const auto records = readStored(storage, options);
+    if (records.empty()) {
+        throw Failure(emptyText(options, storage.count(options.list)) + "; nothing was written",
+                      std::string("see cq ") + options.list.name() + " list");
+    }
     RecordSet set =
         recordSetOf(connection.deviceInfo(), options.list.isStandards ? "Standards" : "Samples",
                     options.viewing);
     std::uint32_t index = options.first;
-    for (const CqMeasurementRecord& record : readStored(Storage(connection), options)) {
+    for (const CqMeasurementRecord& record : records) {
         set.entries.push_back(
             entryOf(record, index++, options.list.isStandards, layout, options.viewing));
     }
@@ -38,7 +44,7 @@ void runStoredExport(const StoredExportOptions& options, const Environment& envi
                                        {"file", options.file},
                                        {"records", set.entries.size()}});
     } else if (!isStandardOutput(options.file)) {
-        environment.out << set.entries.size() << ' ' << options.list.name() << " written to "
+        environment.out << counted(set.entries.size(), options.list.name()) << " written to "
                         << shown(options.file) << '\n';
     }
 }

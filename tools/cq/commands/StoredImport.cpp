@@ -8,6 +8,7 @@
 #include "Failure.h"
 #include "terminal/StatusLine.h"
 #include "text/IndexList.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -37,9 +38,8 @@ std::vector<CqMeasurementRecord> loadStandards(const StoredImportOptions& option
 void checkRoom(const Storage& storage, std::size_t wanted) {
     const auto room = storage.room();
     if (room && wanted > *room) {
-        throw Failure("the instrument has room for " + std::to_string(*room) +
-                          " more standards, the file holds " + std::to_string(wanted) +
-                          "; nothing was written",
+        throw Failure("the instrument has room for " + counted(*room, "more standards") +
+                          ", the file holds " + std::to_string(wanted) + "; nothing was written",
                       "make room with cq standards delete, or give a smaller file");
     }
 }
@@ -47,7 +47,7 @@ void checkRoom(const Storage& storage, std::size_t wanted) {
 /// How many standards have arrived, worded so that it is true whatever the instrument did.
 std::string arrivals(const Change& change, std::size_t total, std::uint32_t first) {
     std::string text =
-        std::to_string(change.done) + " of " + std::to_string(total) + " standards arrived";
+        std::to_string(change.done) + " of " + counted(total, "standards") + " arrived";
     if (change.done > 0) {
         text += " (" + rangeText(first, change.done) + ")";
     }
@@ -92,7 +92,8 @@ void runStoredImport(const StoredImportOptions& options, const Environment& envi
                                        {"written", change.done},
                                        {"firstIndex", first}});
     } else {
-        environment.out << change.done << " standards written, indices "
+        environment.out << counted(change.done, "standards") << " written, "
+                        << (change.done == 1 ? "index " : "indices ")
                         << rangeText(first, change.done) << '\n';
     }
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 #include <ostream>
 
@@ -16,25 +17,37 @@ struct StoredListOptions : StoredOptions {
 using Measurements = std::vector<Measurement>;
 
 void printText(const StoredListOptions& options, const Environment& environment,
-               const MeasurementView& view, const Measurements& measurements) {
+               const MeasurementView& view, const Measurements& measurements,
+               std::uint32_t stored) {
     if (measurements.empty()) {
-        environment.out << "no " << options.list.name() << " are stored";
-        if (options.first > 0) {
-            environment.out << " from index " << options.first << " on";
-        }
-        environment.out << '\n';
+        environment.out << emptyText(options, stored) << '\n';
         return;
     }
     const Palette palette = options.output.palette();
-    TextTable table({{"index"}, {"for " + viewingName(view.viewing()), TextTable::Align::left}});
-    table.fit({std::to_string(options.first + measurements.size() - 1)});
-    environment.out << palette.faint(table.titles()) << '\n';
+    const bool areNamed =
+        std::any_of(measurements.begin(), measurements.end(),
+                    [](const Measurement& measurement) { return !measurement.name.empty(); });
+    std::vector<TextTable::Column> columns{{"index"}};
+    if (areNamed) {
+        columns.push_back({"name", TextTable::Align::left});
+        columns.push_back({"measured", TextTable::Align::left});
+    }
+    columns.push_back({"for " + viewingName(view.viewing()), TextTable::Align::left});
+    TextTable table(std::move(columns));
+    std::vector<TextTable::Row> rows;
     std::uint32_t index = options.first;
     for (const Measurement& measurement : measurements) {
-        environment.out << table.line({std::to_string(index++),
-                                       measurement.spectrum ? view.line(measurement, palette)
-                                                            : measurement.problem})
-                        << '\n';
+        TextTable::Row row{std::to_string(index++)};
+        if (areNamed) {
+            row.insert(row.end(), {measurement.name, measurement.time});
+        }
+        row.push_back(measurement.spectrum ? view.line(measurement, palette) : measurement.problem);
+        table.fit(row);
+        rows.push_back(std::move(row));
+    }
+    environment.out << palette.faint(table.titles()) << '\n';
+    for (const TextTable::Row& row : rows) {
+        environment.out << table.line(row) << '\n';
     }
 }
 
@@ -55,13 +68,15 @@ void runStoredList(const StoredListOptions& options, const Environment& environm
                                loadRecordLayout(options.recordLayout));
     Connection connection(options.connection, environment.interrupt);
     Measurements measurements;
-    for (const CqMeasurementRecord& record : readStored(Storage(connection), options)) {
+    const Storage storage(connection);
+    for (const CqMeasurementRecord& record : readStored(storage, options)) {
         measurements.push_back(view.of(record, options.list.isStandards));
     }
     if (options.output.json) {
         environment.out << pageOfJson(jsonOf(options, connection.portName(), view, measurements));
     } else {
-        printText(options, environment, view, measurements);
+        printText(options, environment, view, measurements,
+                  measurements.empty() ? storage.count(options.list) : 0);
     }
 }
 

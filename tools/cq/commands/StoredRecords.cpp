@@ -1,6 +1,7 @@
 #include "commands/StoredRecords.h"
 
 #include "terminal/StatusLine.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -38,6 +39,17 @@ std::vector<CqMeasurementRecord> readStored(const Storage& storage, const Stored
         options.list, options.first, options.most, [&](std::size_t done, std::size_t total) {
             status.progress(std::string("reading ") + options.list.name(), done, total);
         });
+}
+
+std::string emptyText(const StoredOptions& options, std::uint32_t stored) {
+    const RecordList& list = options.list;
+    if (stored > options.first) {  // a wired instrument counts the samples of all standards
+        return std::string("no ") + list.name() + " of this standard are stored";
+    }
+    return stored == 0 ? std::string("no ") + list.name() + " are stored"
+                       : "there is no index " + std::to_string(options.first) + ": " +
+                             counted(stored, list.name()) + (stored == 1 ? " is" : " are") +
+                             " stored, indices begin with 0";
 }
 
 void addStandards(Program& program, const Environment& environment) {

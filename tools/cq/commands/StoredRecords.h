@@ -30,6 +30,9 @@ void addRangeOptions(CommandLine& line, StoredOptions& options);
 /// Reads what the options name and shows the progress.
 std::vector<CqMeasurementRecord> readStored(const Storage& storage, const StoredOptions& options);
 
+/// Why there is nothing to show: "no standards are stored", "there is no index 9: ...".
+std::string emptyText(const StoredOptions& options, std::uint32_t stored);
+
 // Each adds a command to the group of the standards or the samples.
 void addStoredList(CommandLine& group, const Environment& environment, bool isStandards);
 void addStoredExport(CommandLine& group, const Environment& environment, bool isStandards);

@@ -14,6 +14,8 @@ namespace {
 // Keywords and fields that the standard does not define are declared with KEYWORD.
 constexpr const char* kIllumination = "ILLUMINATION";
 constexpr const char* kObserverKeyword = "OBSERVER";
+constexpr const char* kIdField = "SAMPLE_ID";
+constexpr const char* kTimeField = "TIME";
 constexpr const char* kKindField = "SAMPLE_KIND";
 constexpr const char* kRecordField = "RECORD_HEX";
 constexpr const char* kSpectralPrefix = "SPECTRAL_NM";
@@ -22,32 +24,9 @@ constexpr const char* kSpectralPrefix = "SPECTRAL_NM";
 /// compute for D50 and 2 degrees.
 constexpr Viewing kUnsaid{IlluminantD50, Observer2Degree};
 
-constexpr const char* kIdField = "SAMPLE_ID";
-
-bool isIndex(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-/// Samples that are not numbered have names for identifiers.
-ColumnTitles titlesIn(const CgatsTable& table) {
-    ColumnTitles titles{"sample_id",   "sample_kind",
-                        "sample_name", {"lab_l", "lab_a", "lab_b"},
-                        "record_hex",  {"spectral_nm", "spectral_nm_", "nm", "nm_"}};
-    const auto id = std::find(table.fields.begin(), table.fields.end(), kIdField);
-    const auto place = static_cast<std::size_t>(id - table.fields.begin());
-    const bool isNumbered =
-        id != table.fields.end() &&
-        std::all_of(table.rows.begin(), table.rows.end(),
-                    [place](const CgatsTable::Row& row) { return isIndex(row.cells[place]); });
-    if (!isNumbered) {
-        titles.index = "";
-        titles.name = "sample_id";
-    }
-    return titles;
-}
-
 /// Which of the things that an entry may have the table has: every row has the same fields.
 struct Shape {
+    bool hasTime;
     bool hasLab;
     bool hasSpectrum;
     bool hasRecord;
@@ -66,7 +45,9 @@ bool allOrNone(const RecordSet& set, const char* what, Has has) {
 }
 
 Shape shapeOf(const RecordSet& set) {
-    return {allOrNone(set, "L*, a*, b*", [](const RecordEntry& e) { return e.lab.has_value(); }),
+    return {std::any_of(set.entries.begin(), set.entries.end(),
+                        [](const RecordEntry& e) { return !e.time.empty(); }),
+            allOrNone(set, "L*, a*, b*", [](const RecordEntry& e) { return e.lab.has_value(); }),
             allOrNone(set, "spectrum", [](const RecordEntry& e) { return e.spectrum.has_value(); }),
             allOrNone(set, "record", [](const RecordEntry& e) { return e.record.has_value(); })};
 }
@@ -91,6 +72,7 @@ std::string heading(const RecordSet& set, const Shape& shape) {
     text += declaration(kObserverKeyword);
     text += keywordLine(kObserverKeyword, std::to_string(observerDegrees(set.viewing.observer)));
     text += declaration(kKindField);
+    text += shape.hasTime ? declaration(kTimeField) : std::string();
     if (shape.hasSpectrum) {
         for (std::size_t i = 0; i < kWavelengthCount; ++i) {
             text += declaration((kSpectralPrefix + std::to_string(wavelength(i))).c_str());
@@ -101,6 +83,9 @@ std::string heading(const RecordSet& set, const Shape& shape) {
 
 std::vector<std::string> fieldsOf(const Shape& shape) {
     std::vector<std::string> fields{kIdField, "SAMPLE_NAME", kKindField};
+    if (shape.hasTime) {
+        fields.emplace_back(kTimeField);
+    }
     if (shape.hasLab) {
         fields.insert(fields.end(), {"LAB_L", "LAB_A", "LAB_B"});
     }
@@ -113,9 +98,10 @@ std::vector<std::string> fieldsOf(const Shape& shape) {
     return fields;
 }
 
-std::string row(const RecordEntry& entry) {
+std::string row(const RecordEntry& entry, const Shape& shape) {
     std::string line =
         std::to_string(entry.index) + '\t' + cgatsText(entry.name) + '\t' + entry.kind();
+    line += shape.hasTime ? '\t' + cgatsText(entry.time) : std::string();
     const auto append = [&line](float value) { line += '\t' + digitsOf(shortest(value)); };
     if (entry.lab) {
         std::for_each(std::begin(entry.lab->values), std::end(entry.lab->values), append);
@@ -149,14 +135,15 @@ std::string cgatsOf(const RecordSet& set) {
     text +=
         "END_DATA_FORMAT\nNUMBER_OF_SETS\t" + std::to_string(set.entries.size()) + "\nBEGIN_DATA\n";
     for (const RecordEntry& entry : set.entries) {
-        text += row(entry);
+        text += row(entry, shape);
     }
     return text + "END_DATA\n";
 }
 
-RecordSet recordsOfCgats(std::string_view content, const std::string& source) {
+RecordSet recordsOfCgats(std::string_view content, const std::string& source,
+                         const ReadOptions& options) {
     const CgatsTable table = readCgats(content, source);
-    const EntryColumns columns(table.fields, titlesIn(table),
+    const EntryColumns columns(table.fields, options,
                                source + " line " + std::to_string(table.formatLine));
     RecordSet set;
     set.title = table.value("DESCRIPTOR");

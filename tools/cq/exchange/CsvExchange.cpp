@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <sstream>
 
 #include "colour/ColorJson.h"
@@ -8,36 +7,30 @@
 #include "Failure.h"
 #include "text/Csv.h"
 #include "text/Numbers.h"
-#include "text/Text.h"
 
 namespace cqtool {
 namespace {
-
-constexpr std::string_view kIlluminant = "illuminant";
-constexpr std::string_view kObserver = "observer";
-
-const ColumnTitles& knownTitles() {
-    static const ColumnTitles kTitles{"index",         "kind",   "name",
-                                      {"l", "a", "b"}, "record", {"r", "nm", "r_", "nm_", ""}};
-    return kTitles;
-}
 
 std::string digits(float value) {
     return digitsOf(shortest(value));
 }
 
 std::string header() {
-    std::string line = "index,kind,name,illuminant,observer,L,a,b,hex";
+    std::string line = "index,kind,name,time,instrument,serial,illuminant,observer,L,a,b,hex";
     for (std::size_t i = 0; i < kWavelengthCount; ++i) {
         line += ",R" + std::to_string(wavelength(i));
     }
     return line + ",record\n";
 }
 
-std::string row(const RecordEntry& entry, const Viewing& viewing) {
-    std::string line = std::to_string(entry.index) + ',' + entry.kind() + ',' +
-                       csvField(entry.name) + ',' + illuminantName(viewing.illuminant) + ',' +
-                       std::to_string(observerDegrees(viewing.observer));
+std::string row(const RecordEntry& entry, const RecordSet& set) {
+    const Viewing& viewing = set.viewing;
+    std::string line = std::to_string(entry.index) + ',' + entry.kind();
+    for (const std::string& text : {entry.name, entry.time, set.instrument, set.serial}) {
+        line += ',' + csvField(text);
+    }
+    line += std::string(",") + illuminantName(viewing.illuminant) + ',' +
+            std::to_string(observerDegrees(viewing.observer));
     for (std::size_t i = 0; i < 3; ++i) {
         line += ',' + (entry.lab ? digits(entry.lab->values[i]) : std::string());
     }
@@ -50,30 +43,21 @@ std::string row(const RecordEntry& entry, const Viewing& viewing) {
     return line + '\n';
 }
 
-/// The place of a title, or the number of titles when it is not among them.
-std::size_t columnOf(const CsvRow& titles, std::string_view title) {
-    const auto found =
-        std::find_if(titles.fields.begin(), titles.fields.end(),
-                     [title](const std::string& field) { return lowerCase(field) == title; });
-    return static_cast<std::size_t>(found - titles.fields.begin());
-}
-
 std::string whereOf(const CsvRow& row, const std::string& source) {
     return source + " line " + std::to_string(row.line);
 }
 
 /// L*, a*, b* of all rows must be for one viewing: a set has one.
-Viewing viewingOfTable(const CsvTable& table, const std::string& source) {
-    const CsvRow& titles = table.rows.front();
-    const std::size_t illuminant = columnOf(titles, kIlluminant);
-    const std::size_t observer = columnOf(titles, kObserver);
-    if (table.rows.size() < 2 || illuminant == titles.fields.size() ||
-        observer == titles.fields.size()) {
+Viewing viewingOfTable(const CsvTable& table, const ColumnTitles& titles,
+                       const std::string& source) {
+    const auto illuminant = titles.find({"illuminant"});
+    const auto observer = titles.find({"observer"});
+    if (table.rows.size() < 2 || !illuminant || !observer) {
         return {};
     }
     const CsvRow& first = table.rows[1];
     for (std::size_t i = 1; i < table.rows.size(); ++i) {
-        for (const std::size_t column : {illuminant, observer}) {
+        for (const std::size_t column : {*illuminant, *observer}) {
             if (table.rows[i].fields[column] != first.fields[column]) {
                 throw Failure(whereOf(table.rows[i], source) + ": '" +
                                   table.rows[i].fields[column] + "' where line " +
@@ -83,7 +67,12 @@ Viewing viewingOfTable(const CsvTable& table, const std::string& source) {
             }
         }
     }
-    return viewingOf(first.fields[illuminant], first.fields[observer], whereOf(first, source));
+    return viewingOf(first.fields[*illuminant], first.fields[*observer], whereOf(first, source));
+}
+
+/// What all rows have in common: the cell of the first; empty when there is none.
+std::string commonText(const CsvTable& table, std::optional<std::size_t> column) {
+    return table.rows.size() < 2 || !column ? std::string() : table.rows[1].fields[*column];
 }
 
 }  // namespace
@@ -91,18 +80,20 @@ Viewing viewingOfTable(const CsvTable& table, const std::string& source) {
 std::string csvOf(const RecordSet& set) {
     std::string content = header();
     for (const RecordEntry& entry : set.entries) {
-        content += row(entry, set.viewing);
+        content += row(entry, set);
     }
     return content;
 }
 
-RecordSet recordsOfCsv(std::string_view content, const std::string& source) {
+RecordSet recordsOfCsv(std::string_view content, const std::string& source,
+                       const ReadOptions& options) {
     std::istringstream stream{std::string(content)};
     const CsvTable table = readCsv(stream, source);
     if (table.rows.empty()) {
         throw Failure(source + " is empty: a first line of column titles is expected");
     }
-    const EntryColumns columns(table.rows.front().fields, knownTitles(),
+    const ColumnTitles titles(table.rows.front().fields);
+    const EntryColumns columns(table.rows.front().fields, options,
                                whereOf(table.rows.front(), source));
     RecordSet set;
     for (std::size_t i = 1; i < table.rows.size(); ++i) {
@@ -110,7 +101,9 @@ RecordSet recordsOfCsv(std::string_view content, const std::string& source) {
                                             whereOf(table.rows[i], source),
                                             table.mayHaveDecimalComma() ? ',' : '.'));
     }
-    set.viewing = viewingOfTable(table, source);
+    set.instrument = commonText(table, titles.find({"instrument"}));
+    set.serial = commonText(table, titles.find({"serial"}));
+    set.viewing = viewingOfTable(table, titles, source);
     return set;
 }
 

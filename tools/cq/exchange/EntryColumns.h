@@ -2,32 +2,26 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "colour/ColumnTitles.h"
 #include "exchange/Exchange.h"
 
 namespace cqtool {
 
-/// What a table calls its columns, in lower case.
-struct ColumnTitles {
-    std::string_view index;
-    std::string_view kind;
-    std::string_view name;
-    std::array<std::string_view, 3> lab;
-    std::string_view record;
-    std::vector<std::string_view> spectrum;  ///< what stands before the wavelength
-};
-
-/// Finds by their titles the columns of a table that has an entry in every row.
+/// Finds by their titles the columns of a table that has an entry in every row, of a CSV or a CGATS
+/// file alike.
 class EntryColumns {
   public:
-    /// \param titles in any case of letters; others than the known ones may be among them.
+    using Place = std::optional<std::size_t>;
+
+    /// \param titles others than the known ones may be among them.
     /// \param where what messages begin with.
     /// Throws Failure when a spectrum or L*, a*, b* is incomplete, or no column says anything of a
     /// colour.
-    EntryColumns(const std::vector<std::string>& titles, const ColumnTitles& known,
+    EntryColumns(const std::vector<std::string>& titles, const ReadOptions& options,
                  const std::string& where);
 
     /// The entry in a row. Empty cells and missing columns are unknown.
@@ -39,14 +33,16 @@ class EntryColumns {
   private:
     struct Row;
 
-    std::size_t width_;
-    std::size_t index_;
-    std::size_t kind_;
-    std::size_t name_;
-    std::size_t record_;
-    std::array<std::size_t, 3> lab_;
-    std::array<std::size_t, kWavelengthCount> spectrum_;
     std::vector<std::string> titles_;
+    bool isPercent_;
+    Place index_;
+    Place identifier_;  ///< a number like the index, or a name
+    Place kind_;
+    Place name_;
+    Place time_;
+    Place record_;
+    std::array<Place, 3> lab_;
+    std::array<Place, kWavelengthCount> spectrum_;
 };
 
 }  // namespace cqtool

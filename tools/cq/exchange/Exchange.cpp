@@ -1,8 +1,6 @@
 #include "exchange/Exchange.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <iterator>
 
@@ -11,6 +9,7 @@
 #include "Failure.h"
 #include "report/RecordReport.h"
 #include "system/Files.h"
+#include "text/Numbers.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -56,18 +55,19 @@ std::string rawOf(const RecordSet& set) {
     return content;
 }
 
-RecordSet recordsOfRaw(std::string_view content, const std::string& source) {
+RecordSet recordsOfRaw(std::string_view content, const std::string& source,
+                       const RecordLayout& layout) {
     if (content.empty() || content.size() % kRecordSize != 0) {
         throw Failure(source + " is not a file of raw records: it has " +
-                          std::to_string(content.size()) + " bytes, but records have 256 each",
+                          counted(content.size(), "bytes") + ", but records have 256 each",
                       "give a file of whole records, or name its format with --format");
     }
     RecordSet set;
     for (std::size_t at = 0; at < content.size(); at += kRecordSize) {
         CqMeasurementRecord record;
         std::memcpy(record.bytes, content.data() + at, kRecordSize);
-        set.entries.push_back(
-            entryOf(record, static_cast<std::uint32_t>(at / kRecordSize), true, {}, set.viewing));
+        set.entries.push_back(entryOf(record, static_cast<std::uint32_t>(at / kRecordSize),
+                                      std::nullopt, layout, set.viewing));
     }
     return set;
 }
@@ -120,31 +120,23 @@ RecordSet recordSetOf(const CqDeviceInfo& info, const std::string& what, const V
     return set;
 }
 
-std::string nowText() {
-    using namespace std::chrono;
-    const auto now = floor<seconds>(system_clock::now());
-    const auto day = floor<days>(now);
-    const year_month_day date(day);
-    const hh_mm_ss time(now - day);
-    char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ",
-                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                  static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
-    return text;
+std::string defaultName(std::uint32_t index, std::optional<bool> isStandard) {
+    const char* kind = !isStandard ? "record " : *isStandard ? "standard " : "trial ";
+    return kind + std::to_string(index);
 }
 
-std::string defaultName(std::uint32_t index, bool isStandard) {
-    return (isStandard ? "standard " : "trial ") + std::to_string(index);
-}
-
-RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index, bool isStandard,
-                    const RecordLayout& layout, const Viewing& viewing, const std::string& name) {
+RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index,
+                    std::optional<bool> isStandard, const RecordLayout& layout,
+                    const Viewing& viewing, const std::string& name) {
+    const RecordDetails details = readDetails(record, layout);
+    const std::optional<bool> kind = isStandard ? isStandard : details.isStandard;
     RecordEntry entry;
     entry.index = index;
-    entry.name = name.empty() ? defaultName(index, isStandard) : name;
-    entry.isStandard = isStandard;
+    entry.name = !name.empty()           ? name
+                 : !details.name.empty() ? details.name
+                                         : defaultName(index, kind);
+    entry.isStandard = kind.value_or(true);
+    entry.time = details.time ? timeText(*details.time) : std::string();
     entry.record = record;
     entry.spectrum = readSpectrum(record, layout).spectrum;
     if (entry.spectrum) {
@@ -169,26 +161,27 @@ std::string writtenRecords(const RecordSet& set, ExchangeFormat format) {
     return rawOf(set);
 }
 
-RecordSet parsedRecords(std::string_view content, ExchangeFormat format,
-                        const std::string& source) {
+RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const std::string& source,
+                        const ReadOptions& options) {
     switch (format) {
         case ExchangeFormat::csv:
-            return recordsOfCsv(content, source);
+            return recordsOfCsv(content, source, options);
         case ExchangeFormat::json:
-            return recordsOfJson(content, source);
+            return recordsOfJson(content, source, options);
         case ExchangeFormat::cgats:
-            return recordsOfCgats(content, source);
+            return recordsOfCgats(content, source, options);
         case ExchangeFormat::html:
             throw Failure(source + " is a report, which is for people and not read back",
                           "export as csv, json, cgats or raw");
         case ExchangeFormat::raw:
             break;
     }
-    return recordsOfRaw(content, source);
+    return recordsOfRaw(content, source, options.layout);
 }
 
-RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format) {
-    return parsedRecords(readFile(file), format, sourceName(file));
+RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format,
+                      const ReadOptions& options) {
+    return parsedRecords(readFile(file), format, sourceName(file), options);
 }
 
 std::vector<CqMeasurementRecord> recordsOf(const RecordSet& set, const std::string& source) {
@@ -218,7 +211,7 @@ CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& wher
     const std::string text = lowerCase(digits);
     if (text.size() != 2 * kRecordSize || text.find_first_not_of(kDigits) != std::string::npos) {
         throw Failure(where + ": a record must be 512 hexadecimal digits, here are " +
-                      std::to_string(text.size()) + " characters");
+                      counted(text.size(), "characters"));
     }
     CqMeasurementRecord record;
     for (std::size_t i = 0; i < kRecordSize; ++i) {
@@ -231,7 +224,8 @@ CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& wher
 void checkReflectance(double value, const std::string& where) {
     if (!(value >= kLeastPlausible && value <= kMostPlausible)) {
         throw Failure(where + " is not a reflectance",
-                      "spectra must be fractions: 1 is the perfect white, not 100");
+                      "spectra must be fractions: 1 is the perfect white, not 100; --percent of cq "
+                      "report and cq color takes percentages");
     }
 }
 

@@ -12,6 +12,7 @@
 #include "colour/Spectrum.h"
 #include "cqapi/CQApi.h"
 #include "instrument/RecordLayout.h"
+#include "text/Time.h"
 
 namespace cqtool {
 
@@ -20,6 +21,7 @@ struct RecordEntry {
     std::uint32_t index = 0;  ///< where the instrument stores it, or a count from 0
     std::string name;
     bool isStandard = true;
+    std::string time;  ///< of the measurement, as nowText() writes it
     std::optional<Spectrum> spectrum;
     std::optional<ColorData> lab;               ///< for the set's viewing
     std::optional<CqMeasurementRecord> record;  ///< the instrument's own bytes
@@ -37,6 +39,12 @@ struct RecordSet {
     std::vector<RecordEntry> entries;
 };
 
+/// How to read what a file does not say itself.
+struct ReadOptions {
+    bool isPercent = false;  ///< spectra are in percent
+    RecordLayout layout;     ///< of raw records
+};
+
 /// csv: a line a measurement, with a header. json: stable member names. cgats: the text form of
 /// ANSI CGATS.17. raw: the records' 256 bytes, one after the other. html: a report; it is not read
 /// back.
@@ -52,19 +60,17 @@ ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::s
 /// The same for a page, which is html or json; html for a stream without one.
 ExchangeFormat pageFormatFor(const std::filesystem::path& file);
 
-/// The time now as in "2024-05-01T10:00:00Z".
-std::string nowText();
-
 /// A set without entries of what an instrument has given.
 /// \param what its title begins with: "Standards".
 RecordSet recordSetOf(const CqDeviceInfo& info, const std::string& what, const Viewing& viewing);
 
-/// An entry from an instrument's record: spectrum and L*, a*, b* too if the layout finds a
-/// plausible spectrum in it.
-/// \param name empty: "standard 3" or "trial 3", from kind and index.
-RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index, bool isStandard,
-                    const RecordLayout& layout, const Viewing& viewing,
-                    const std::string& name = {});
+/// An entry from an instrument's record: with the spectrum, L*, a*, b*, name and time that the layout
+/// finds in it.
+/// \param isStandard nothing: as the layout tells, or else a standard.
+/// \param name empty: the record's, or else from kind and index: "standard 3", "trial 3".
+RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index,
+                    std::optional<bool> isStandard, const RecordLayout& layout,
+                    const Viewing& viewing, const std::string& name = {});
 
 /// The content of a file in this format.
 /// Throws Failure, with what would help, if the format cannot hold an entry: raw without its
@@ -72,13 +78,15 @@ RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index, bool
 std::string writtenRecords(const RecordSet& set, ExchangeFormat format);
 
 /// Reads what writtenRecords() gives, and files of other programs as far as they have what is
-/// needed. A raw file holds records alone: they become standards with the default layout's spectra.
+/// needed. A raw file holds records alone; the rest is what the layout finds in them.
 /// \param source what messages call the content.
 /// Throws Failure, with the line (in JSON the member), for what is no such content, and for html.
-RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const std::string& source);
+RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const std::string& source,
+                        const ReadOptions& options = {});
 
 /// The same from a file.
-RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format);
+RecordSet loadRecords(const std::filesystem::path& file, ExchangeFormat format,
+                      const ReadOptions& options = {});
 
 /// The record of every entry, in order; throws Failure naming the first without one.
 /// \param source as above.

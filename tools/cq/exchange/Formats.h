@@ -12,13 +12,16 @@
 namespace cqtool {
 
 std::string csvOf(const RecordSet& set);
-RecordSet recordsOfCsv(std::string_view content, const std::string& source);
+RecordSet recordsOfCsv(std::string_view content, const std::string& source,
+                       const ReadOptions& options);
 
 std::string jsonOf(const RecordSet& set);
-RecordSet recordsOfJson(std::string_view content, const std::string& source);
+RecordSet recordsOfJson(std::string_view content, const std::string& source,
+                        const ReadOptions& options);
 
 std::string cgatsOf(const RecordSet& set);
-RecordSet recordsOfCgats(std::string_view content, const std::string& source);
+RecordSet recordsOfCgats(std::string_view content, const std::string& source,
+                         const ReadOptions& options);
 
 /// A member or cell that names a kind; throws Failure, beginning with `where`, for another word.
 bool isStandardOf(std::string_view kind, const std::string& where);
@@ -34,7 +37,7 @@ void checkReflectance(double value, const std::string& where);
 Viewing viewingOf(const std::string& illuminant, const std::string& observer,
                   const std::string& where);
 
-/// The name that an entry without one gets.
-std::string defaultName(std::uint32_t index, bool isStandard);
+/// The name that an entry without one gets: "standard 3", "trial 3", without a kind "record 3".
+std::string defaultName(std::uint32_t index, std::optional<bool> isStandard);
 
 }  // namespace cqtool

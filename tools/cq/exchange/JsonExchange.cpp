@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 
+#include "colour/ColorInput.h"
 #include "colour/ColorJson.h"
 #include "colour/ColorMath.h"
 #include "exchange/Formats.h"
@@ -12,6 +13,9 @@ namespace {
 
 Json entryJson(const RecordEntry& entry, const Viewing& viewing) {
     Json json{{"index", entry.index}, {"kind", entry.kind()}, {"name", entry.name}};
+    if (!entry.time.empty()) {
+        json["time"] = entry.time;
+    }
     if (entry.lab) {
         json["lab"] = colorJson(*entry.lab, colorSpace(ColorSpaceLab));
         json["hex"] = hexColor(rgbOfLab(*entry.lab, viewing));
@@ -83,7 +87,7 @@ ColorData labOf(const Json& json, const std::string& where) {
     return {{lab.number("L"), lab.number("a"), lab.number("b")}};
 }
 
-Spectrum spectrumOf(const Json& json, const std::string& where) {
+Spectrum spectrumOf(const Json& json, const std::string& where, const ReadOptions& options) {
     const Member object(json, where);
     const Json* values = object.find("values");
     const bool isOnGrid =
@@ -100,13 +104,14 @@ Spectrum spectrumOf(const Json& json, const std::string& where) {
         if (!value.is_number()) {
             throw Failure(place + " must be a number, not " + value.dump());
         }
-        checkReflectance(value.get<double>(), place + " with " + value.dump());
-        spectrum[i] = value.get<float>();
+        const double reflectance = value.get<double>() / (options.isPercent ? 100 : 1);
+        checkReflectance(reflectance, place + " with " + value.dump());
+        spectrum[i] = static_cast<float>(reflectance);
     }
     return spectrum;
 }
 
-RecordEntry entryOfJson(const Member& member, std::uint32_t count) {
+RecordEntry entryOfJson(const Member& member, std::uint32_t count, const ReadOptions& options) {
     RecordEntry entry;
     entry.index = member.index(count);
     const std::string kind = member.text("kind");
@@ -115,11 +120,15 @@ RecordEntry entryOfJson(const Member& member, std::uint32_t count) {
     if (entry.name.empty()) {
         entry.name = defaultName(entry.index, entry.isStandard);
     }
+    entry.time = member.text("time");
+    if (const Json* spectrum = member.find("spectrum")) {
+        entry.spectrum = spectrumOf(*spectrum, member.placeOf("spectrum"), options);
+    }
     if (const Json* lab = member.find("lab")) {
         entry.lab = labOf(*lab, member.placeOf("lab"));
-    }
-    if (const Json* spectrum = member.find("spectrum")) {
-        entry.spectrum = spectrumOf(*spectrum, member.placeOf("spectrum"));
+        if (!entry.spectrum) {
+            checkLab(*entry.lab, member.where());
+        }
     }
     if (const std::string record = member.text("record"); !record.empty()) {
         entry.record = recordOfHex(record, member.where());
@@ -172,7 +181,8 @@ std::string jsonOf(const RecordSet& set) {
                        {"entries", std::move(entries)}});
 }
 
-RecordSet recordsOfJson(std::string_view content, const std::string& source) {
+RecordSet recordsOfJson(std::string_view content, const std::string& source,
+                        const ReadOptions& options) {
     const Json document = parsed(content, source);
     const Member root(document, source);
     const Json* entries = root.find("entries");
@@ -188,7 +198,7 @@ RecordSet recordsOfJson(std::string_view content, const std::string& source) {
     set.viewing = viewingOfJson(root);
     for (std::size_t i = 0; i < entries->size(); ++i) {
         const Member member((*entries)[i], source + ": entries[" + std::to_string(i) + "]");
-        set.entries.push_back(entryOfJson(member, static_cast<std::uint32_t>(i)));
+        set.entries.push_back(entryOfJson(member, static_cast<std::uint32_t>(i), options));
     }
     return set;
 }

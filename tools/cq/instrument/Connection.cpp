@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "Failure.h"
+#include "system/Ports.h"
 #include "system/Terminal.h"
 #include "terminal/StatusLine.h"
 #include "text/Numbers.h"
@@ -109,20 +110,35 @@ CqHandle openWithin(const Target& target, double seconds, Interrupt& interrupt) 
     return *handle;
 }
 
+/// Ports of this kind that cannot be used, and why: " (/dev/ttyACM0: held by minicom)".
+std::string obstaclesOf(PortKind kind) {
+    std::vector<std::string> texts;
+    try {
+        for (const PortInfo& port : listPorts()) {
+            if (port.kind == kind && !obstacleOf(port).empty()) {
+                texts.push_back(port.name + ": " + obstacleOf(port));
+            }
+        }
+    } catch (const Failure&) {
+        // Ports that cannot be listed tell nothing.
+    }
+    return texts.empty() ? std::string() : " (" + joined(texts, "; ") + ")";
+}
+
 [[noreturn]] void explainFailedWirelessOpen(const Target& target) {
     const std::string what = target.slave.empty()
                                  ? "no wireless instrument was linked"
                                  : "the instrument " + target.slave + " was not linked";
     if (target.port.empty()) {
-        throw Failure(what,
+        throw Failure(what + obstaclesOf(PortKind::adapter),
                       "plug the adapter in and wake the instrument; name the adapter's port with "
                       "--adapter; or try a virtual one with --virtual");
     }
     throw Failure(what + " through the adapter on " + target.port,
-                  portExists(target.port)
+                  portExists(target.port) && holderOf(target.port).empty()
                       ? "wake the instrument, bring it near the adapter, and see with cq scan "
                         "whether it is within reach"
-                      : adviceForPort(target.port, PortUse::adapter));
+                      : adviceForFailedOpen(target.port, PortUse::adapter));
 }
 
 [[noreturn]] void explainFailedOpen(const Target& target) {
@@ -130,12 +146,12 @@ CqHandle openWithin(const Target& target, double seconds, Interrupt& interrupt) 
         explainFailedWirelessOpen(target);
     }
     if (target.port.empty()) {
-        throw Failure("no instrument was found",
+        throw Failure("no instrument was found" + obstaclesOf(PortKind::instrument),
                       "plug the instrument in and switch it on; name its port with --port; or try "
                       "a virtual one with --virtual");
     }
     throw Failure("the instrument on " + target.port + " could not be opened",
-                  adviceForPort(target.port, PortUse::instrument));
+                  adviceForFailedOpen(target.port, PortUse::instrument));
 }
 
 std::string portNameOf(CqHandle handle) {
@@ -178,11 +194,13 @@ Connection::Connection(const ConnectionOptions& options, Interrupt& interrupt)
     }
     portName_ = portNameOf(handle_);
     closeOnInterrupt();
+    watch_ = std::make_unique<PortWatch>(portName_, handle_);
 }
 
 Connection::~Connection() {
     closeOnInterrupt_.reset();
-    // Ignored if the interruption has closed it.
+    watch_.reset();
+    // Ignored if the interruption or the port's end has closed it.
     cqClose(handle_);
 }
 
@@ -232,11 +250,15 @@ CqMeasurementRecord Connection::measure(bool isStandard) const {
     return record;
 }
 
+std::uint32_t Connection::reasonOf(std::uint32_t code) const {
+    return code != CQ_NO_ERROR && watch_->hasGone() ? std::uint32_t{CQ_DEVICE_IS_CLOSED} : code;
+}
+
 void Connection::check(std::uint32_t code, Operation operation) const {
     if (code != CQ_NO_ERROR) {
         interrupt_.throwIfHappened();
     }
-    cqtool::check(code, operation);
+    cqtool::check(reasonOf(code), operation);
 }
 
 }  // namespace cqtool

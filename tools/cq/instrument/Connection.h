@@ -8,6 +8,7 @@
 
 #include "cqapi/CQApi.h"
 #include "Failure.h"
+#include "instrument/PortWatch.h"
 #include "instrument/VirtualInstrument.h"
 #include "ResultText.h"
 #include "system/Interrupt.h"
@@ -34,7 +35,7 @@ void startDebugLog(const ConnectionOptions& options);
 std::unique_ptr<VirtualInstrument> startVirtual(const ConnectionOptions& options);
 
 /// An open instrument, closed at the end of this object or by Ctrl-C, which makes a call that is
-/// waiting return.
+/// waiting return; so does a port that goes away.
 class Connection {
   public:
     /// Opens, starting a virtual instrument first if asked to.
@@ -71,6 +72,8 @@ class Connection {
     void calibrateBlack() const;
     CqMeasurementRecord measure(bool isStandard) const;
 
+    /// The code, or CQ_DEVICE_IS_CLOSED for a call that failed because the port has gone.
+    std::uint32_t reasonOf(std::uint32_t code) const;
     /// Throws Interrupted when Ctrl-C has ended the call that gave this code, Failure for another
     /// result than CQ_NO_ERROR.
     void check(std::uint32_t code, Operation operation) const;
@@ -84,6 +87,7 @@ class Connection {
     CqHandle handle_ = nullptr;
     std::string portName_;
     std::unique_ptr<Interrupt::Registration> closeOnInterrupt_;
+    std::unique_ptr<PortWatch> watch_;
 };
 
 }  // namespace cqtool

@@ -4,17 +4,22 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "Failure.h"
 #include "system/Files.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
 
 constexpr const char* kExample =
     R"({"offset": 64, "count": 31, "format": "float32", "scale": 1.0, "start": 400, "step": 10})";
+
+constexpr std::size_t kRecordBytes = sizeof(CqMeasurementRecord);
+constexpr std::size_t kMostByte = 255;
 
 std::size_t sizeOf(RecordLayout::Format format) {
     switch (format) {
@@ -57,6 +62,8 @@ class LayoutReader {
             document_ = nlohmann::json::parse(json);
         } catch (const nlohmann::json::parse_error& error) {
             refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
+        } catch (const nlohmann::json::exception&) {
+            refuse("holds a number that is too large");
         }
         if (!document_.is_object()) {
             refuse("is not a JSON object");
@@ -72,6 +79,11 @@ class LayoutReader {
         layout.format = format();
         layout.offset = offset(layout.format);
         layout.scale = scale();
+        layout.name.reset();
+        layout.kind.reset();
+        layout.time.reset();
+        layout.signature = {};
+        readParts(layout);
         return layout;
     }
 
@@ -83,8 +95,9 @@ class LayoutReader {
 
     void refuseUnknownMembers() const {
         for (const auto& [name, value] : document_.items()) {
-            static constexpr std::string_view kKnown[] = {"offset", "count", "format",
-                                                          "scale",  "start", "step"};
+            static constexpr std::string_view kKnown[] = {"offset", "count", "format", "scale",
+                                                          "start",  "step",  "name",   "kind",
+                                                          "time",   "labels"};
             if (std::find(std::begin(kKnown), std::end(kKnown), name) == std::end(kKnown)) {
                 refuse("has a member '" + name + "' that means nothing here");
             }
@@ -142,6 +155,33 @@ class LayoutReader {
         return member->get<double>();
     }
 
+    void readParts(RecordLayout& layout) const {
+        if (document_.contains("name")) {
+            const std::size_t offset = part("name", "offset", kRecordBytes - 1);
+            layout.name = {offset, part("name", "size", kRecordBytes - offset)};
+        }
+        if (document_.contains("kind")) {
+            layout.kind = {part("kind", "offset", kRecordBytes - 1),
+                           static_cast<std::uint8_t>(part("kind", "standard", kMostByte)),
+                           static_cast<std::uint8_t>(part("kind", "trial", kMostByte))};
+        }
+        if (document_.contains("time")) {
+            layout.time = part("time", "offset", kRecordBytes - sizeof(std::uint32_t));
+        }
+    }
+
+    /// A whole number from 0 in a member that is an object.
+    std::size_t part(const char* member, const char* name, std::size_t most) const {
+        const auto& object = document_.at(member);
+        const auto found = object.find(name);
+        if (!object.is_object() || found == object.end() || !found->is_number_unsigned() ||
+            *found > most) {
+            refuse(std::string("must give '") + name + "' of '" + member +
+                   "' as a whole number from 0 to " + std::to_string(most));
+        }
+        return found->get<std::size_t>();
+    }
+
     nlohmann::json document_;
     const std::string& source_;
 };
@@ -170,6 +210,27 @@ ReadSpectrum readSpectrum(const CqMeasurementRecord& record, const RecordLayout&
         spectrum[i] = static_cast<float>(value);
     }
     return {spectrum, {}};
+}
+
+RecordDetails readDetails(const CqMeasurementRecord& record, const RecordLayout& layout) {
+    if (std::memcmp(record.bytes, layout.signature.data(), layout.signature.size()) != 0) {
+        return {};
+    }
+    RecordDetails details;
+    if (layout.name) {
+        details.name = printableText(
+            reinterpret_cast<const char*>(record.bytes) + layout.name->offset, layout.name->size);
+    }
+    if (layout.kind) {
+        const std::uint8_t kind = record.bytes[layout.kind->offset];
+        if (kind == layout.kind->standard || kind == layout.kind->trial) {
+            details.isStandard = kind == layout.kind->standard;
+        }
+    }
+    if (layout.time) {
+        details.time = loadUnsigned<std::uint32_t>(record.bytes + *layout.time);
+    }
+    return details;
 }
 
 }  // namespace cqtool

@@ -5,7 +5,7 @@
 
 #include "Failure.h"
 #include "ResultText.h"
-#include "system/Terminal.h"
+#include "system/Ports.h"
 #include "terminal/StatusLine.h"
 #include "text/Text.h"
 
@@ -41,7 +41,7 @@ std::vector<Slave> scanSlaves(const std::string& adapterPort) {
     const std::unique_ptr<CqBleSlave, Release> list(found);
     if (code == CQ_FAIL_TO_OPEN) {
         throw Failure(failureText(code, Operation::scan),
-                      adviceForPort(adapterPort, PortUse::adapter));
+                      adviceForFailedOpen(adapterPort, PortUse::adapter));
     }
     check(code, Operation::scan);
     return slavesOf(list.get());

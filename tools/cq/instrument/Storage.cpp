@@ -6,6 +6,7 @@
 
 #include "Failure.h"
 #include "instrument/Records.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -48,10 +49,15 @@ Operation readingOf(const RecordList& list) {
 std::uint32_t Storage::count(const RecordList& list) const {
     std::uint32_t count = 0;
     const CqHandle handle = connection_.handle();
-    connection_.check(list.isStandards ? cqGetTotalStandards(handle, &count)
-                      : list.standard  ? cqGetSampleCount(handle, *list.standard, &count)
-                                       : cqGetTotalSamples(handle, &count),
-                      Operation::countRecords);
+    const std::uint32_t code = list.isStandards ? cqGetTotalStandards(handle, &count)
+                               : list.standard  ? cqGetSampleCount(handle, *list.standard, &count)
+                                                : cqGetTotalSamples(handle, &count);
+    // An instrument that keeps samples by standard refuses one that it does not have.
+    const bool isRefused = code == CQ_INVALID_PARAMETER || code == CQ_EXECUTE_COMMAND_FAILED;
+    if (isRefused && list.standard) {
+        requireStandard(*list.standard);
+    }
+    connection_.check(code, Operation::countRecords);
     return count;
 }
 
@@ -119,13 +125,18 @@ CqMeasurementRecord Storage::readStandard(std::uint32_t index) const {
     const RecordList standards;
     const auto records = read(standards, index, 1, [](std::size_t, std::size_t) {});
     if (records.empty()) {
+        requireStandard(index);
+    }
+    return records.at(0);
+}
+
+void Storage::requireStandard(std::uint32_t index) const {
+    const std::uint32_t stored = count({});
+    if (index >= stored) {
         throw Failure("there is no stored standard " + std::to_string(index) +
-                          ": the instrument "
-                          "holds " +
-                          std::to_string(count(standards)),
+                          ": the instrument holds " + counted(stored, "standards"),
                       "see cq standards list; indices begin with 0");
     }
-    return records.front();
 }
 
 Change Storage::write(std::span<const CqMeasurementRecord> standards, const Progress& progress) {
@@ -139,7 +150,8 @@ Change Storage::write(std::span<const CqMeasurementRecord> standards, const Prog
         const auto size =
             static_cast<std::uint32_t>(std::min<std::size_t>(rest.size(), portion.size()));
         const auto began = Clock::now();
-        change.code = cqDownloadStandards(connection_.handle(), rest.data(), size);
+        change.code =
+            connection_.reasonOf(cqDownloadStandards(connection_.handle(), rest.data(), size));
         portion.took(size, Clock::now() - began);
         if (change.code != CQ_NO_ERROR) {
             settle(change, before, size);
@@ -173,9 +185,9 @@ Change Storage::erase(const RecordList& list, std::span<const std::uint32_t> ind
             break;
         }
         progress(change.done, indices.size());
-        change.code = list.isStandards
-                          ? cqDeleteStandard(connection_.handle(), index)
-                          : cqDeleteSample(connection_.handle(), selectionOf(list), index);
+        change.code = connection_.reasonOf(
+            list.isStandards ? cqDeleteStandard(connection_.handle(), index)
+                             : cqDeleteSample(connection_.handle(), selectionOf(list), index));
         if (change.code != CQ_NO_ERROR) {
             change.unknown =
                 change.code == CQ_EXECUTE_COMMAND_FAILED || change.code == CQ_INVALID_PARAMETER ? 0

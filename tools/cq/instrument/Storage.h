@@ -76,6 +76,7 @@ class Storage {
     void eraseAll() const;
 
   private:
+    void requireStandard(std::uint32_t index) const;
     std::uint32_t readPortion(const RecordList& list, std::span<CqMeasurementRecord> portion,
                               std::uint32_t first) const;
     void settle(Change& change, std::uint32_t before, std::uint32_t underWay) const;

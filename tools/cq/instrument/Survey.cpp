@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "ResultText.h"
-#include "system/Terminal.h"
+#include "system/Ports.h"
 
 namespace cqtool {
 
@@ -16,7 +16,7 @@ Survey::Survey(const std::vector<std::string>& ports) : awaited_(ports.size()) {
             SurveyAnswer answer{port, std::nullopt, {}};
             if (const CqHandle handle = cqOpen(port.c_str()); handle == nullptr) {
                 answer.problem =
-                    "it could not be opened: " + adviceForPort(port, PortUse::instrument);
+                    "it could not be opened: " + adviceForFailedOpen(port, PortUse::instrument);
             } else {
                 CqDeviceInfo info{};
                 const std::uint32_t code = cqGetDeviceInfo(handle, &info);

@@ -43,6 +43,8 @@ class Reader {
             document_ = Json::parse(content);
         } catch (const Json::parse_error& error) {
             refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
+        } catch (const Json::exception&) {
+            refuse("holds a number that is too large");
         }
         if (!document_.is_object()) {
             refuse("is not a JSON object");
@@ -153,7 +155,7 @@ CqWhiteBoardParameter whiteBoardOfBytes(std::string_view content, const std::str
     CqWhiteBoardParameter parameter{};
     if (content.size() != sizeof parameter) {
         throw Failure("the white-board parameter " + source + " has " +
-                          std::to_string(content.size()) + " bytes, it must have 280",
+                          counted(content.size(), "bytes") + ", it must have 280",
                       "give a file written by cq whiteboard get; JSON ends in .json");
     }
     std::memcpy(&parameter, content.data(), sizeof parameter);

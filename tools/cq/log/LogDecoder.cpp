@@ -2,6 +2,7 @@
 // describes the packets.
 
 #include "log/LogDecoder.h"
+#include "text/Text.h"
 
 #include <utility>
 
@@ -133,7 +134,7 @@ void LogDecoder::receivedBytes(const LogMatch& match) {
     }
     if (const std::size_t skipped = finder_.takeSkipped(); skipped > 0) {
         LogEvent& event = add(LogEvent::Direction::received, LogEvent::Layer::wired,
-                              std::to_string(skipped) + " bytes that belong to no packet");
+                              counted(skipped, "bytes") + " of no packet");
         event.isProblem = true;
         event.fields["skipped"] = skipped;
     }

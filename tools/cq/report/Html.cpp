@@ -42,10 +42,27 @@ std::string figure(const std::string& value, const std::string& caption) {
     return element("div", element("b", value) + element("span", caption), "figure");
 }
 
+namespace {
+
+std::string key(const std::string& drawing, const std::string& text) {
+    return "<span class=\"key\"><svg viewBox=\"0 0 28 12\">" + drawing + "</svg>" +
+           element("span", text) + "</span>";
+}
+
+std::string keyLine(const std::string& cssClass) {
+    return "<polyline class=\"" + cssClass + "\" points=\"1,6 27,6\"/>";
+}
+
+}  // namespace
+
 std::string legendKey(const char* cssClass, const std::string& text) {
-    return "<span class=\"key\"><svg viewBox=\"0 0 28 8\"><polyline class=\"" +
-           std::string(cssClass) + "\" points=\"1,4 27,4\"/></svg>" + element("span", text) +
-           "</span>";
+    return key(keyLine(cssClass), text);
+}
+
+std::string markKey(const char* cssClass, const std::string& text, bool hasLine) {
+    return key((hasLine ? keyLine(cssClass) : std::string()) + "<circle class=\"mark " + cssClass +
+                   "\" cx=\"14\" cy=\"6\" r=\"4\"/>",
+               text);
 }
 
 std::string htmlPage(const std::string& title, const std::string& style, const std::string& body) {

@@ -23,6 +23,9 @@ std::string figure(const std::string& value, const std::string& caption);
 /// An item of a legend: a line in the style of this class, then the text.
 std::string legendKey(const char* cssClass, const std::string& text);
 
+/// The same with a mark as a plot has it, and with the line only if asked for.
+std::string markKey(const char* cssClass, const std::string& text, bool hasLine);
+
 /// A whole page that needs nothing else. \param style what the page adds to the common style sheet.
 /// \param body HTML.
 std::string htmlPage(const std::string& title, const std::string& style, const std::string& body);

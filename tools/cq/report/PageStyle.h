@@ -52,7 +52,7 @@ polyline { fill: none; stroke-linejoin: round; stroke-linecap: round; }
 .trial { stroke: var(--trial); stroke-width: 1.2; stroke-dasharray: 4 3; }
 .legend { color: var(--quiet); font-size: 13px; }
 .key { display: inline-flex; align-items: center; gap: 6px; margin-right: 20px; }
-.key svg { width: 28px; height: 8px; }
+.key svg { width: 28px; height: 12px; flex: none; }
 table { width: 100%; border-collapse: collapse; font-variant-numeric: tabular-nums; font-size: 13px; }
 th, td { padding: 3px 0 3px 8px; text-align: right; border-top: 1px solid var(--line); }
 thead th { border-top: 0; color: var(--quiet); font-weight: 400; }

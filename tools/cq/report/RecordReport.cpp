@@ -24,11 +24,15 @@ AbOffset placeOf(const ColorData& lab) {
     return {lab.values[1], lab.values[2]};
 }
 
-/// Those that the table has columns for: two that everybody knows, and what decides.
+/// Those that the table has columns for: what decides, which a narrow page shows without being moved,
+/// and the two that everybody knows.
 std::vector<DifferenceFormula> shownFormulas(const Judgement& judgement) {
-    std::vector<DifferenceFormula> formulas{{CqDeltaE76, {}}, {CqDeltaE2000, {}}};
-    if (std::find(formulas.begin(), formulas.end(), judgement.formula) == formulas.end()) {
-        formulas.push_back(judgement.formula);
+    std::vector<DifferenceFormula> formulas{judgement.formula};
+    for (const DifferenceFormula& known :
+         {DifferenceFormula{CqDeltaE76, {}}, DifferenceFormula{CqDeltaE2000, {}}}) {
+        if (known != judgement.formula) {
+            formulas.push_back(known);
+        }
     }
     return formulas;
 }
@@ -49,7 +53,8 @@ class Page {
         const std::string drawings =
             element("div", groupCurves(group) + groupPlane(group), "drawings");
         return element("section",
-                       element("h2", heading(standard)) + drawings +
+                       element("h2", heading(standard)) +
+                           element("p", valuesOf(standard), "values") + drawings +
                            element("div", element("table", tableHead() + element("tbody", rows)),
                                    "wide"),
                        "group") +
@@ -163,13 +168,13 @@ class Page {
 
     std::string tableHead() const {
         std::string cells = element("th", "") + element("th", "trial");
-        for (const char* title : {"L*", "a*", "b*", "ΔL*", "Δa*", "Δb*"}) {
-            cells += element("th", title);
-        }
+        cells += judgement_.tolerance ? element("th", "") : std::string();
         for (const DifferenceFormula& formula : shownFormulas(judgement_)) {
             cells += element("th", symbolInHtml(formula));
         }
-        cells += judgement_.tolerance ? element("th", "") : std::string();
+        for (const char* title : {"ΔL*", "Δa*", "Δb*", "L*", "a*", "b*"}) {
+            cells += element("th", title);
+        }
         return element("thead", element("tr", cells));
     }
 
@@ -182,29 +187,33 @@ class Page {
                                      std::to_string(columns) + "\">" +
                                      "no plausible spectrum</td>");
         }
-        std::string cells =
-            element(
-                "td",
-                element("div", swatch(rgbOf(standard, viewing_)) + swatch(rgbOf(trial, viewing_)),
-                        "pair")) +
-            name;
-        for (const float value : trial.lab->values) {
-            cells += element("td", fixed(value, 2));
-        }
-        for (std::size_t i = 0; i < 3; ++i) {
-            cells +=
-                element("td", withSign(double{trial.lab->values[i]} - standard.lab->values[i], 2));
+        const std::string swatches =
+            swatch(rgbOf(standard, viewing_)) + swatch(rgbOf(trial, viewing_));
+        return element("tr", element("td", element("div", swatches, "pair")) + name +
+                                 differenceCells(*standard.lab, *trial.lab));
+    }
+
+    std::string differenceCells(const ColorData& standard, const ColorData& trial) const {
+        std::string cells;
+        if (judgement_.tolerance) {
+            const char* verdict =
+                judgement_.isPassed(difference(judgement_.formula, standard, trial)) ? "pass"
+                                                                                     : "fail";
+            cells += element("td", verdict, verdict);
         }
         for (const DifferenceFormula& formula : shownFormulas(judgement_)) {
-            cells += element("td", fixed(difference(formula, *standard.lab, *trial.lab), 2),
-                             formula == judgement_.formula ? "difference" : "");
+            const double value = difference(formula, standard, trial);
+            cells += formula == judgement_.formula
+                         ? element("td", judgement_.textOf(value), "difference")
+                         : element("td", fixed(value, 2));
         }
-        if (judgement_.tolerance) {
-            const bool isPassed =
-                judgement_.isPassed(difference(judgement_.formula, *standard.lab, *trial.lab));
-            cells += element("td", isPassed ? "pass" : "fail", isPassed ? "pass" : "fail");
+        for (std::size_t i = 0; i < 3; ++i) {
+            cells += element("td", withSign(double{trial.values[i]} - standard.values[i], 2));
         }
-        return element("tr", cells);
+        for (const float value : trial.values) {
+            cells += element("td", fixed(value, 2));
+        }
+        return cells;
     }
 
     Viewing viewing_;
@@ -219,8 +228,10 @@ std::string figures(const std::vector<TrialGroup>& groups, const Judgement& judg
     for (const TrialGroup& group : groups) {
         trials += group.trials.size();
     }
-    std::string content = figure(std::to_string(standards), "standards");
-    content += trials == 0 ? std::string() : figure(std::to_string(trials), "trials");
+    std::string content =
+        figure(std::to_string(standards), standards == 1 ? "standard" : "standards");
+    content += trials == 0 ? std::string()
+                           : figure(std::to_string(trials), trials == 1 ? "trial" : "trials");
     const TrialSummary summary = summaryOf(groups, judgement);
     if (summary.trials == 0) {
         return element("div", content, "figures");
@@ -238,23 +249,47 @@ std::string figures(const std::vector<TrialGroup>& groups, const Judgement& judg
     return element(
         "div",
         content + figure(fixed(summary.mean, 2), "mean " + title) +
-            figure(fixed(summary.most, 2), "largest (" + escaped(summary.mostName) + ")"),
+            figure(judgement.textOf(summary.most), "largest (" + escaped(summary.mostName) + ")"),
         "figures");
 }
 
-std::string legend(const Judgement& judgement) {
-    std::string keys = legendKey("standard", "standard") + legendKey("trial", "trial");
+bool hasSpectra(const RecordSet& set) {
+    return std::any_of(set.entries.begin(), set.entries.end(),
+                       [](const RecordEntry& entry) { return entry.spectrum.has_value(); });
+}
+
+std::string legend(const RecordSet& set, const Judgement& judgement) {
+    const bool hasCurves = hasSpectra(set);
+    std::string keys =
+        markKey("standard", "standard", hasCurves) + markKey("trial", "trial", hasCurves);
     if (judgement.tolerance) {
-        keys += legendKey("tolerance", symbolInHtml(judgement.formula) + " " +
+        keys += markKey("trial out", "trial that fails", false) +
+                legendKey("tolerance", symbolInHtml(judgement.formula) + " " +
                                            digitsOf(*judgement.tolerance) +
-                                           " at the standard’s lightness");
+                                           " at the standard’s lightness: a trial that differs in "
+                                           "L*, which the plane does not show, can fail inside");
     }
     return element("p", keys, "legend");
 }
 
+/// When the entries were measured, or else when they were exported.
+std::string timeOf(const RecordSet& set) {
+    std::string first;
+    std::string last;
+    for (const RecordEntry& entry : set.entries) {
+        if (!entry.time.empty()) {
+            first = first.empty() ? entry.time : std::min(first, entry.time);
+            last = std::max(last, entry.time);
+        }
+    }
+    return first.empty()   ? set.time
+           : first == last ? "measured " + first
+                           : "measured " + first + " to " + last;
+}
+
 std::string subtitleOf(const RecordSet& set) {
     std::vector<std::string> parts;
-    for (const std::string& text : {set.instrument, set.serial, set.time}) {
+    for (const std::string& text : {set.instrument, set.serial, timeOf(set)}) {
         if (!text.empty()) {
             parts.push_back(escaped(text));
         }
@@ -264,6 +299,16 @@ std::string subtitleOf(const RecordSet& set) {
 }
 
 }  // namespace
+
+std::string Judgement::textOf(double difference) const {
+    constexpr int kMostDecimals = 5;  // where the resolution is
+    int decimals = 2;
+    const auto rounded = [&] { return *parseNumber(fixed(difference, decimals)); };
+    while (tolerance && decimals < kMostDecimals && isPassed(rounded()) != isPassed(difference)) {
+        ++decimals;
+    }
+    return fixed(difference, decimals);
+}
 
 std::vector<TrialGroup> groupsOf(const RecordSet& set) {
     std::vector<TrialGroup> groups;
@@ -286,8 +331,8 @@ std::vector<TrialGroup> groupsAgainst(const std::vector<RecordEntry>& standards,
         return {{standards.front(), set.entries}};
     }
     if (standards.size() != set.entries.size()) {
-        throw Failure(source + " has " + std::to_string(standards.size()) + " standards for " +
-                          std::to_string(set.entries.size()) + " measurements",
+        throw Failure(source + " has " + counted(standards.size(), "standards") + " for " +
+                          counted(set.entries.size(), "measurements"),
                       "give a file with one standard, or with as many as there are measurements");
     }
     std::vector<TrialGroup> groups;
@@ -333,12 +378,15 @@ std::string recordReport(const RecordSet& set, const std::vector<TrialGroup>& gr
         }
     }
     const std::string title = set.title.empty() ? "Measurements" : set.title;
-    std::string body =
-        "<header>\n" + element("h1", escaped(title)) + "\n" + element("p", subtitleOf(set)) + "\n" +
-        figures(groups, judgement) + "\n</header>\n" +
-        element("div", page.overview(groups) + (sections.empty() ? "" : legend(judgement)),
-                "overview") +
-        "\n" + sections;
+    std::string body = "<header>\n" + element("h1", escaped(title)) + "\n" +
+                       element("p", subtitleOf(set)) + "\n" + figures(groups, judgement) +
+                       "\n</header>\n" +
+                       element("div",
+                               // A single standard's own plane shows everything already.
+                               (groups.size() == 1 && cards.empty() ? "" : page.overview(groups)) +
+                                   (sections.empty() ? "" : legend(set, judgement)),
+                               "overview") +
+                       "\n" + sections;
     if (!cards.empty()) {
         body += element("main", "\n" + cards) + "\n";
     }

@@ -14,8 +14,13 @@ struct Judgement {
     DifferenceFormula formula;
     std::optional<double> tolerance;  ///< without one nothing passes or fails
 
+    /// What the 32-bit floats of L*, a*, b* leave uncertain of a difference.
+    static constexpr double kResolution = 2e-5;
+
     /// Only with a tolerance.
-    bool isPassed(double difference) const { return difference <= *tolerance; }
+    bool isPassed(double difference) const { return difference <= *tolerance + kResolution; }
+    /// A difference with two decimals, or with as many as show why it fails.
+    std::string textOf(double difference) const;
 };
 
 /// A standard, if there is one, and the trials compared with it.

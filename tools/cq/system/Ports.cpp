@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Failure.h"
 #include "system/PortTraits.h"
 
 namespace cqtool {
@@ -11,6 +12,9 @@ namespace {
 constexpr UsbIdentity kInstrument{0x0483, 0x5740};
 constexpr UsbIdentity kAdapter{0x1A86, 0x7523};
 constexpr std::string_view kAdapterProduct = "CH340";
+/// Holds its own port, under its name as the system cuts it off.
+constexpr std::string_view kVirtualInstrument = "cq-virtual-inst";
+constexpr std::string_view kHolderSeparator = ", ";
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -70,6 +74,34 @@ void sortPorts(std::vector<PortInfo>& ports) {
         return number.size() != otherNumber.size() ? number.size() < otherNumber.size()
                                                    : number < otherNumber;
     });
+}
+
+std::string obstacleOf(const PortInfo& port) {
+    if (!port.isAccessible) {
+        return port.accessProblem;
+    }
+    return port.heldBy.empty() ? std::string() : "held by " + port.heldBy;
+}
+
+std::string holderOf(const std::string& port) {
+    std::string holders;
+    try {
+        holders = describePort(port).heldBy;
+    } catch (const Failure&) {
+        return {};
+    }
+    if (const std::size_t own = holders.find(kVirtualInstrument); own != std::string::npos) {
+        const std::size_t end = holders.find(kHolderSeparator, own);
+        holders.erase(own, end == std::string::npos ? end : end + kHolderSeparator.size() - own);
+    }
+    return holders.substr(0, holders.find_last_not_of(kHolderSeparator) + 1);
+}
+
+std::string adviceForFailedOpen(const std::string& port, PortUse use) {
+    const std::string holder = holderOf(port);
+    return holder.empty() ? adviceForPort(port, use)
+                          : port + " is held by " + holder +
+                                ": end that program, a port can be open in one program only";
 }
 
 }  // namespace cqtool

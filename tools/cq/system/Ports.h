@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "system/Terminal.h"
+
 namespace cqtool {
 
 /// The kind of device behind a serial port, by its USB identity.
@@ -49,5 +51,15 @@ std::vector<PortInfo> listPorts();
 /// Information about one port, which may be of any kind, such as a pseudo-terminal or a link to a
 /// port. Throws Failure when the system knows no such port.
 PortInfo describePort(const std::string& name);
+
+/// Why this port cannot be used now: "held by minicom (process 1234)"; empty if nothing is known.
+std::string obstacleOf(const PortInfo& port);
+
+/// Who has the port open, as in PortInfo, but for a virtual instrument, whose own it is; empty also
+/// for a port that the system does not know.
+std::string holderOf(const std::string& port);
+
+/// adviceForPort() for an open that has failed: names who holds the port.
+std::string adviceForFailedOpen(const std::string& port, PortUse use);
 
 }  // namespace cqtool

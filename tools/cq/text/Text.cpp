@@ -64,6 +64,11 @@ std::string joined(const std::vector<std::string>& texts, std::string_view separ
     return result;
 }
 
+std::string counted(std::uint64_t count, std::string_view plural) {
+    plural.remove_suffix(count == 1 ? 1 : 0);
+    return std::to_string(count) + ' ' + std::string(plural);
+}
+
 std::string shown(std::string_view text) {
     std::string result;
     while (!text.empty()) {

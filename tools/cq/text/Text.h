@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,9 @@ std::string lowerCase(std::string_view text);
 
 /// The texts with the separator between them.
 std::string joined(const std::vector<std::string>& texts, std::string_view separator);
+
+/// A count with the word for what is counted: "1 standard", "2 standards". \param plural with an s.
+std::string counted(std::uint64_t count, std::string_view plural);
 
 /// A text from outside, a name, a cell, an argument, as it may be shown on a terminal or a page:
 /// control characters, line ends among them, and bytes that are no UTF-8 become '?'.

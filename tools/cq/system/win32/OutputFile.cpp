@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-[[noreturn]] void fail() {
+[[noreturn]] void failWriting() {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
 }
 
@@ -20,7 +20,7 @@ void writeOpened(const fs::path& file, DWORD disposition, std::string_view conte
     const HANDLE output = CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, disposition,
                                       FILE_ATTRIBUTE_NORMAL, nullptr);
     if (output == INVALID_HANDLE_VALUE) {
-        fail();
+        failWriting();
     }
     DWORD error = ERROR_SUCCESS;
     while (!content.empty() && error == ERROR_SUCCESS) {
@@ -38,7 +38,7 @@ void writeOpened(const fs::path& file, DWORD disposition, std::string_view conte
             DeleteFileW(file.c_str());
         }
         SetLastError(error);
-        fail();
+        failWriting();
     }
 }
 

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace cqtool {
+
+/// A time as in "2024-05-01T10:00:00Z". \param seconds since 1970, UTC.
+std::string timeText(std::int64_t seconds);
+
+/// The time now in the same form.
+std::string nowText();
+
+}  // namespace cqtool
