@@ -31,8 +31,11 @@ struct Target {
     std::string port;   ///< the instrument's or the adapter's; empty: search for it
     std::string slave;  ///< as in ConnectionOptions
 
-    CqHandle open() const {
-        return isWireless ? cqOpenByBleDongle(port.c_str(), slave.c_str()) : cqOpen(port.c_str());
+    std::uint32_t open(double seconds, CqHandle& handle) const {
+        const auto milliseconds = static_cast<std::uint32_t>(seconds * 1000);
+        return isWireless
+                   ? cqOpenByBleDongleWithin(port.c_str(), slave.c_str(), milliseconds, &handle)
+                   : cqOpenWithin(port.c_str(), milliseconds, &handle);
     }
 };
 
@@ -42,54 +45,57 @@ Target targetOf(const ConnectionOptions& options, const VirtualInstrument* virtu
             virtualInstrument != nullptr ? virtualInstrument->portName() : named, options.slave};
 }
 
-/// Runs an open call of the library, which may never return, on a separate thread.
+/// What an open call of the library came to.
+struct Opened {
+    std::uint32_t code = CQ_NO_ERROR;
+    CqHandle handle = nullptr;
+};
+
+/// Runs an open call of the library on a separate thread, so that Ctrl-C is heard meanwhile.
 class PendingOpen {
   public:
-    explicit PendingOpen(const Target& target)
-        : thread_([this, target] {
-              const CqHandle handle = target.open();
+    PendingOpen(const Target& target, double seconds)
+        : thread_([this, target, seconds] {
+              Opened opened;
+              opened.code = target.open(seconds, opened.handle);
               const std::scoped_lock lock(mutex_);
-              result_ = handle;
+              result_ = opened;
               changed_.notify_all();
           }) {}
     ~PendingOpen() { thread_.join(); }
     PendingOpen(const PendingOpen&) = delete;
     PendingOpen& operator=(const PendingOpen&) = delete;
 
-    /// The handle, null if opening failed; nothing after the timeout or an interruption.
-    std::optional<CqHandle> wait(std::chrono::duration<double> timeout, Interrupt& interrupt) {
+    /// Nothing after an interruption.
+    std::optional<Opened> wait(Interrupt& interrupt) {
         const auto wake = interrupt.onInterrupt([this] {
             const std::scoped_lock lock(mutex_);
             changed_.notify_all();
         });
         std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, timeout, [&] { return result_ || interrupt.happened(); });
+        changed_.wait(lock, [&] { return result_ || interrupt.happened(); });
         return result_;
     }
 
   private:
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::optional<CqHandle> result_;
+    std::optional<Opened> result_;
     std::thread thread_;
 };
 
-[[noreturn]] void endWithoutAnswer(const Target& target, double seconds) {
+[[noreturn]] void explainNoAnswer(const Target& target, double seconds) {
     const std::string time = fixed(seconds, 1) + " s";
     if (target.isWireless) {
-        std::cerr << "cq: no instrument was linked through "
-                  << (target.port.empty() ? "an adapter" : shown(target.port)) << " within " << time
-                  << "\n  Try: wake the instrument and bring it near the adapter; allow more time "
-                     "with --open-timeout\n";
-    } else {
-        std::cerr << "cq: "
-                  << (target.port.empty() ? "the port that was found" : shown(target.port))
-                  << " opened, but nothing answered within " << time
-                  << "\n  Try: switch the instrument on; check that the port is the instrument's; "
-                     "unplug the instrument and plug it in again; allow more time with "
-                     "--open-timeout\n";
+        throw Failure("no instrument was linked through " +
+                          (target.port.empty() ? "an adapter" : target.port) + " within " + time,
+                      "wake the instrument and bring it near the adapter; allow more time with "
+                      "--open-timeout");
     }
-    endProcess(ExitStatus::failed);
+    throw Failure((target.port.empty() ? "the port that was found" : target.port) +
+                      " opened, but nothing answered within " + time,
+                  "switch the instrument on; check that the port is the instrument's; unplug the "
+                  "instrument and plug it in again; allow more time with --open-timeout");
 }
 
 std::string nameOf(const Target& target) {
@@ -98,16 +104,16 @@ std::string nameOf(const Target& target) {
 
 CqHandle openWithin(const Target& target, double seconds, Interrupt& interrupt) {
     StatusLine status("connecting to " + (target.port.empty() ? nameOf(target) : target.port));
-    PendingOpen pending(target);
-    const auto handle = pending.wait(std::chrono::duration<double>(seconds), interrupt);
+    PendingOpen pending(target, seconds);
+    const auto opened = pending.wait(interrupt);
     status.clear();
-    if (!handle && interrupt.happened()) {
+    if (!opened) {
         endProcess(ExitStatus::interrupted);
     }
-    if (!handle) {
-        endWithoutAnswer(target, seconds);
+    if (opened->code == CQ_RECEIVING_TIMEOUT) {
+        explainNoAnswer(target, seconds);
     }
-    return *handle;
+    return opened->handle;
 }
 
 /// Ports of this kind that cannot be used, and why: " (/dev/ttyACM0: held by minicom)".
