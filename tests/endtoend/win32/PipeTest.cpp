@@ -52,7 +52,7 @@ TEST(Pipe, ThatBreaksIsARemovedDevice) {
         code = cqGetInstrumentStatus(handle, &status);
     }
     EXPECT_NE(code, CQ_NO_ERROR);
-    EXPECT_EQ(cqGetInstrumentStatus(handle, &status), CQ_DEVICE_IS_CLOSED);
+    EXPECT_EQ(cqGetInstrumentStatus(handle, &status), CQ_NO_SESSION);
 
     instrument.press('p');
     instrument.waitUntilServed();
