@@ -22,7 +22,8 @@ static void receive(bool isStandard, const CqMeasurementRecord* record, void* us
 
 int main(int argc, char** argv) {
     static struct Received received;
-    CqHandle instrument = cqOpen(argc > 1 ? argv[1] : NULL);
+    CqHandle instrument;
+    cqOpenWithin(argc > 1 ? argv[1] : NULL, 5000, &instrument);
     if (cqSetMeasurementResultReceivedCallback(instrument, receive, &received) != CQ_NO_ERROR) {
         return puts("no instrument"), 1;
     }

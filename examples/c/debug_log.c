@@ -9,8 +9,8 @@ int main(int argc, char** argv) {
     if (!cqEnableDebugLog()) {
         puts("no log: the folder of the library cannot be written to");
     }
-    instrument = cqOpen(argc > 1 ? argv[1] : NULL);
-    code = cqGetInstrumentStatus(instrument, &status);
+    code = cqOpenWithin(argc > 1 ? argv[1] : NULL, 5000, &instrument);
+    code = code == CQ_NO_ERROR ? cqGetInstrumentStatus(instrument, &status) : code;
     cqClose(instrument);
     cqDiableDebugLog();
     printf("code %u\n", (unsigned)code);

@@ -3,8 +3,9 @@
 #include <stdio.h>
 
 int main(int argc, char** argv) {
-    CqHandle instrument = cqOpen(argc > 1 ? argv[1] : NULL);
     CqMeasurementRecord record;
+    CqHandle instrument;
+    cqOpenWithin(argc > 1 ? argv[1] : NULL, 5000, &instrument);
     const uint32_t code = cqMeasureStandard(instrument, &record);
     printf("measuring: %s (%u)\n", cqGetResultText(code), (unsigned)code);
     cqClose(instrument);

@@ -5,11 +5,12 @@
 #define PORTION 50
 
 int main(int argc, char** argv) {
-    CqHandle instrument = cqOpen(argc > 1 ? argv[1] : NULL);
+    CqHandle instrument;
     CqMeasurementRecord records[PORTION];
     uint32_t total = 0;
     uint32_t first = 0;
-    uint32_t code = cqGetTotalStandards(instrument, &total);
+    uint32_t code = cqOpenWithin(argc > 1 ? argv[1] : NULL, 5000, &instrument);
+    code = code == CQ_NO_ERROR ? cqGetTotalStandards(instrument, &total) : code;
     while (code == CQ_NO_ERROR && first < total) {
         const uint32_t count = total - first < PORTION ? total - first : PORTION;
         code = cqUploadStandards(instrument, records, first, count);
@@ -17,7 +18,7 @@ int main(int argc, char** argv) {
     }
     cqClose(instrument);
     if (code != CQ_NO_ERROR) {
-        return printf("failed with code %u\n", (unsigned)code), 1;
+        return printf("%s (%u)\n", cqGetResultText(code), (unsigned)code), 1;
     }
     printf("standards read: %u\n", (unsigned)total);
     return 0;

@@ -25,12 +25,12 @@ int main(int argc, char** argv) {
     if (code != CQ_NO_ERROR || slaves == NULL) {
         return printf("nobody was heard (code %u)\n", (unsigned)code), 1;
     }
-    instrument = cqOpenByBleDongle(argv[1], nearest(slaves)->address);
+    code = cqOpenByBleDongleWithin(argv[1], nearest(slaves)->address, 8000, &instrument);
     cqFree(slaves);
-    code = cqGetInstrumentStatus(instrument, &status);
+    code = code == CQ_NO_ERROR ? cqGetInstrumentStatus(instrument, &status) : code;
     cqClose(instrument);
     if (code != CQ_NO_ERROR) {
-        return printf("failed with code %u\n", (unsigned)code), 1;
+        return printf("%s (%u)\n", cqGetResultText(code), (unsigned)code), 1;
     }
     printf("battery %u %%\n", (unsigned)status.item14);
     return 0;

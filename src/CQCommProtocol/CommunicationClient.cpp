@@ -176,8 +176,9 @@ void CommunicationClient::receivingLoop() {
     try {
         std::array<std::uint8_t, kReceiveBuffer> buffer;
         while (port_.isOpen()) {
-            if (port_.waitForData(SerialPort::kInfinite)) {
-                takeIn(std::span(buffer).first(port_.readSome(buffer)));
+            const bool hasData = port_.waitForData(SerialPort::kInfinite);
+            if (const std::size_t count = hasData ? port_.readSome(buffer) : 0; count > 0) {
+                takeIn(std::span(buffer).first(count));
             }
         }
     } catch (const std::exception& failure) {

@@ -271,6 +271,13 @@ TEST_F(CommunicationClientTest, closesWhileAWriteIsStuck) {
     ASSERT_EQ(closed.wait_for(kPatience), std::future_status::ready);
     ASSERT_EQ(sent.wait_for(kPatience), std::future_status::ready);
     EXPECT_FALSE(client.hasSession());
+    Bytes written;
+    for (Bytes some = terminal.receiveSome(50ms); !some.empty(); some = terminal.receiveSome(50ms)) {
+        written.insert(written.end(), some.begin(), some.end());
+    }
+    EXPECT_FALSE(written.empty());
+    EXPECT_TRUE(std::ranges::search(written, hex("55 AA A4 07")).empty())
+        << "a goodbye in the middle of a packet";
 }
 
 }  // namespace
