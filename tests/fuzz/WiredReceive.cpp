@@ -151,7 +151,7 @@ class JudgedHost {
     /// The host forgets what it had begun to receive.
     void forget() {
         parser_.clear();
-        awaited_ = 0;
+        endTransfer();
         command_.clear();
         hasSent_ = false;
     }
@@ -218,18 +218,15 @@ class JudgedHost {
             return expect({}, {});
         }
         if (state_ != State::receiving && state_ != State::closing) {
-            awaited_ = 0;
-            received_ = 0;
-            offset_ = 0;
-            operation_ = 0;
+            endTransfer();
         }
         const std::uint32_t number = packet[4] + 256U * packet[5] + 65536U * packet[6];
         const std::uint8_t flag = packet[7];
         const std::size_t length = packet[8] + 256U * packet[9];
         if (flag == test::kAbort) {
-            awaited_ = 0;
-            return expect(
-                {{What::data, true, operation_, offset_, number != 0 ? number : 0xFFFF, {}}}, {});
+            expect({{What::data, true, operation_, offset_, number != 0 ? number : 0xFFFF, {}}},
+                   {});
+            return endTransfer();
         }
         if (length < 2 || number != awaited_) {
             return expect({}, {});
@@ -263,7 +260,10 @@ class JudgedHost {
         expect({{What::data, isLast, operation_, offset_, 0, Bytes(data.begin(), data.end())}},
                written);
         const bool isOver = isLast || host.hasRefused;
-        awaited_ = isOver ? 0 : next;
+        awaited_ = next;
+        if (isOver) {
+            endTransfer();
+        }
         require(host.link.state() == (state_ == State::closing ? State::closing
                                       : host.hasSentCommand    ? State::sending
                                       : isOver                 ? State::idle
@@ -298,8 +298,15 @@ class JudgedHost {
         expect({{What::progress, true, kCommand, total, error != 0 ? error : 0xFFFF, {}}}, {});
         command_.clear();
         if (state_ == State::receiving && operation_ == kCommand) {
-            awaited_ = 0;
+            endTransfer();
         }
+    }
+
+    void endTransfer() {
+        awaited_ = 0;
+        received_ = 0;
+        offset_ = 0;
+        operation_ = 0;
     }
 
     std::size_t firstEvent_ = 0;
