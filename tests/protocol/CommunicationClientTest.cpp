@@ -272,7 +272,8 @@ TEST_F(CommunicationClientTest, closesWhileAWriteIsStuck) {
     ASSERT_EQ(sent.wait_for(kPatience), std::future_status::ready);
     EXPECT_FALSE(client.hasSession());
     Bytes written;
-    for (Bytes some = terminal.receiveSome(50ms); !some.empty(); some = terminal.receiveSome(50ms)) {
+    for (Bytes some = terminal.receiveSome(50ms); !some.empty();
+         some = terminal.receiveSome(50ms)) {
         written.insert(written.end(), some.begin(), some.end());
     }
     EXPECT_FALSE(written.empty());
