@@ -26,7 +26,7 @@ namespace ovk {
 class CommunicationClient {
   public:
     using TimePoint = Link::TimePoint;
-    using LinkLock = std::unique_lock<std::recursive_timed_mutex>;
+    using LinkLock = std::unique_lock<std::recursive_mutex>;
 
     /// \param listener must live as long as the client.
     explicit CommunicationClient(ICommunicationEventListener& listener);
@@ -84,7 +84,7 @@ class CommunicationClient {
     SerialPort port_;
     std::atomic<TimePoint> writingSince_{TimePoint::max()};  // when nobody writes: max
 
-    mutable std::recursive_timed_mutex linkMutex_;  // guards the link and the writes to the port
+    mutable std::recursive_mutex linkMutex_;  // guards the link and the writes to the port
     std::condition_variable_any sessionEnded_;
     Link link_;
 
