@@ -4,6 +4,7 @@
 #include <array>
 #include <cassert>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 #include "api/DebugLog.h"
@@ -147,6 +148,9 @@ void CommunicationClient::closePort() {
 
 void CommunicationClient::close() {
     closePort();
+    if (receivingThread_.get_id() == std::this_thread::get_id()) {
+        throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+    }
     {
         const std::lock_guard lock(watchdogMutex_);
         watchdogMustStop_ = true;
