@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "colour/ColorNames.h"
+#include "colour/Difference.h"
+#include "exchange/Exchange.h"
+
+namespace cqtool {
+
+/// A number that a trial's difference from its standard is judged by.
+struct Quantity {
+    enum class Kind {
+        difference,  ///< by a formula: "dE00", "dECMC(2:1)"
+        component,   ///< one of ΔL*, Δa*, Δb*, ΔC*, ΔH*: "dL"
+        metamerism   ///< between the first illuminant and another one: "MI"
+    };
+    Kind kind = Kind::difference;
+    DifferenceFormula formula;  ///< of a difference; the index of metamerism is by its own
+    std::size_t component = 0;  ///< 0 to 4: ΔL* Δa* Δb* ΔC* ΔH*
+    bool isMagnitude = false;   ///< of a component, without its sign: "|dL|"
+
+    bool operator==(const Quantity&) const = default;
+};
+
+/// As it is written: "dE00(2:1:1)"; and for people: "ΔE00(2:1:1)".
+std::string nameOf(const Quantity& quantity);
+std::string symbolOf(const Quantity& quantity);
+
+/// What a quantity has to stay within.
+struct Limit {
+    Quantity quantity;
+    std::optional<double> least;  ///< at least one of the two
+    std::optional<double> most;
+    std::optional<std::int32_t> illuminant;  ///< nothing: under each one of the job
+    bool isWarning = false;                  ///< beyond it a trial passes with a warning
+};
+
+/// What "dE00<=1.0", "|dL|<=0.6", "-0.5<=da<=0.3", "dECMC(2:1)<=1.2@A" or "MI<=0.5" says; throws
+/// UsageError with what there is.
+Limit limitOf(const std::string& text, bool isWarning);
+
+/// The text that limitOf() takes.
+std::string textOf(const Limit& limit);
+
+enum class Grade { pass, warn, fail };
+
+/// "pass", "warn" or "fail"; and the sign that stands beside it: ✓ ! ✗.
+const char* nameOf(Grade grade);
+const char* signOf(Grade grade);
+
+/// One limit under one illuminant.
+struct Finding {
+    Limit limit;
+    std::int32_t illuminant = 0;
+    double value = 0;
+    bool isMet = true;
+    /// The value with two decimals, or with as many as show on which side of the limit it is.
+    std::string text;
+};
+
+/// Decided on the numbers, never on the texts.
+struct Verdict {
+    Grade grade = Grade::pass;
+    std::vector<Finding> findings;  ///< in the limits' order, for each its illuminants in theirs
+
+    /// What decides: of the findings that are not met the first that fails, else the first that warns;
+    /// null if all are.
+    const Finding* deciding() const;
+};
+
+/// What a difference is looked at under. The first illuminant is the one of reference.
+struct JudgedViewing {
+    std::vector<std::int32_t> illuminants;  ///< at least one
+    std::int32_t observer = 1;
+
+    Viewing primary() const { return {illuminants.front(), observer}; }
+};
+
+/// L*, a*, b* of an entry for a viewing: from its spectrum, or its own if they are for that viewing;
+/// nothing without either.
+std::optional<ColorData> labOf(const RecordEntry& entry, const Viewing& viewing,
+                               const std::optional<Viewing>& given = std::nullopt);
+
+/// The index of special metamerism of a pair: by ΔE*ab with the multiplicative correction; nothing
+/// without two spectra.
+std::optional<double> metamerismOf(const RecordEntry& standard, const RecordEntry& trial,
+                                   std::int32_t reference, std::int32_t test,
+                                   std::int32_t observer);
+
+/// Throws Failure for a limit that cannot be judged: for an entry without a spectrum under another
+/// illuminant, or for metamerism.
+Verdict verdictOf(std::span<const Limit> limits, const JudgedViewing& viewing,
+                  const RecordEntry& standard, const RecordEntry& trial);
+
+}  // namespace cqtool
