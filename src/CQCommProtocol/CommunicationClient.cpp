@@ -18,17 +18,17 @@ constexpr auto kWatchdogPeriod = 200ms;
 
 constexpr int kGoodbyeRounds = 10;
 constexpr auto kGoodbyeRound = 50ms;
-/// How long a port may take no bytes before it is closed without a goodbye.
+/// How long a port may refuse bytes before it is closed without a goodbye.
 constexpr auto kGoodbyePatience = 500ms;
 
-/// How often a wait for the link looks whether it still makes sense.
+/// How often a wait for the link checks whether it still makes sense.
 constexpr auto kLinkRound = 20ms;
 
 /// Mostly another call is just sending its request: worth a few looks before it is a pause.
 constexpr int kLinkYields = 100;
 constexpr auto kLinkPause = 1ms;
 
-/// A line counts as quiet when nothing has come for so long.
+/// A line counts as quiet when nothing has arrived for this long.
 constexpr auto kQuietTime = 20ms;
 /// How long to wait for a line that never gets quiet.
 constexpr auto kQuietPatience = 250ms;
@@ -191,7 +191,7 @@ bool CommunicationClient::write(std::span<const std::uint8_t> bytes) {
     return isWritten;
 }
 
-/// True when the write that runs has run for too long, counted from `since` at the earliest.
+/// True when the current write has run too long, counted from `since` at the earliest.
 bool CommunicationClient::isStuckInWrite(TimePoint since) const {
     return std::max(writingSince_.load(), since) < now() - kGoodbyePatience;
 }
@@ -206,7 +206,7 @@ void CommunicationClient::receivingLoop() {
             }
         }
     } catch (const std::exception& failure) {
-        debuglog::write("receiving thread failed: %s\n", failure.what());
+        debuglog::write("receive thread failed: %s\n", failure.what());
         const LinkLock lock(linkMutex_);
         link_.endSession();
     }

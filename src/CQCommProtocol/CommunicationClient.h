@@ -17,11 +17,11 @@
 namespace ovk {
 
 /// Runs the wired protocol over a serial port: brings together the port, the link and their two
-/// threads. The receiving thread alone reads the port; the watchdog ends a goodbye that stays
+/// threads. The receive thread alone reads the port; the watchdog ends a goodbye that stays
 /// unanswered. Whoever writes to the port holds the link mutex.
 ///
 /// Every operation may be called from any thread; open() and close() must not run beside each
-/// other. The listener's operations run on the receiving thread, with the link mutex held.
+/// other. The listener's operations run on the receive thread, with the link mutex held.
 class CommunicationClient {
   public:
     using TimePoint = Link::TimePoint;
@@ -42,7 +42,7 @@ class CommunicationClient {
     void shakeHands();
     /// Asks again, unless the answer has come.
     void repeatShakeHands();
-    /// From now on a write fails that takes longer.
+    /// Limits the writes to come: one that takes longer fails.
     void setWriteTimeout(std::chrono::milliseconds timeout);
 
     /// Begins a transfer, see Link::send().
@@ -60,13 +60,13 @@ class CommunicationClient {
     /// goodbye, which frees whoever is stuck in a write.
     void closePort();
     /// Closes the port, and ends the threads and the session.
-    /// \throw std::system_error on the receiving thread, which cannot wait for its own end.
+    /// \throw std::system_error on the receive thread, which cannot wait for its own end.
     void close();
 
-    /// True while a port is open whose device is there.
+    /// True while a port is open and its device is present.
     bool isConnected() { return port_.isOpen(); }
     bool hasSession() const;
-    /// True while an answer to the shake-hands is to come, of several requests another one.
+    /// True while an answer to a shake-hands request is outstanding.
     bool awaitsShakeHands() const;
     /// The open port's name; empty without one.
     std::string portName() const;
@@ -81,7 +81,7 @@ class CommunicationClient {
     void watchdogLoop();
 
     SerialPort port_;
-    std::atomic<TimePoint> writingSince_{TimePoint::max()};  // when nobody writes: max
+    std::atomic<TimePoint> writingSince_{TimePoint::max()};  // max when nobody writes
 
     mutable std::recursive_mutex linkMutex_;  // guards the link and the writes to the port
     std::condition_variable_any sessionEnded_;

@@ -21,7 +21,7 @@ class DataParser {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// \param timeout how long a packet that has begun may wait for its next bytes.
+    /// \param timeout how long an incomplete packet may wait for its next bytes.
     explicit DataParser(std::chrono::milliseconds timeout) : timeout_(timeout) {}
 
     /// Takes bytes up to the end of the first packet; returns how many it took. A packet that was
@@ -29,7 +29,7 @@ class DataParser {
     std::size_t parse(std::span<const std::uint8_t> bytes, TimePoint now);
 
     bool isComplete() const { return state_ == State::complete; }
-    /// The bytes of the packet, as far as they have come.
+    /// The packet's bytes received so far.
     std::span<const std::uint8_t> packet() const { return packet_; }
     /// 0 while fewer than four bytes have come.
     std::uint8_t packetType() const;

@@ -5,8 +5,8 @@
 
 namespace ovk {
 
-/// Hears what happens on a wired link. All operations run with the client's link mutex held, on the
-/// receiving thread; disconnected() also on the watchdog's or the closing thread.
+/// Receives the events of a wired link. All operations run with the client's link mutex held, on the
+/// receive thread; disconnected() also on the watchdog's or the closing thread.
 class ICommunicationEventListener {
   public:
     virtual ~ICommunicationEventListener() = default;
@@ -33,7 +33,7 @@ class ICommunicationEventListener {
                                            std::uint16_t error, bool isDone) = 0;
 };
 
-/// Hears the bytes that belong to no packet.
+/// Receives the bytes that belong to no packet.
 class IRawDataListener {
   public:
     virtual ~IRawDataListener() = default;

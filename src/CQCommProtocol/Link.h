@@ -36,13 +36,13 @@ class Link {
         lingering = 1000  // never entered; the watch treats it as closing
     };
 
-    /// What the instrument said of itself when it answered the shake-hands. Kept, not interpreted.
+    /// What the instrument reported when it answered the shake-hands. Kept, not interpreted.
     struct InstrumentValues {
         std::uint8_t a = 0;
         std::uint32_t b = 0;
     };
 
-    /// How long a packet that has begun may wait for its next bytes.
+    /// How long an incomplete packet may wait for its next bytes.
     static constexpr std::chrono::milliseconds kPacketTimeout{5000};
     /// How long a silent instrument may take to answer a disconnect request.
     static constexpr std::chrono::nanoseconds kClosingTimeout{1'001'000'000};
@@ -55,7 +55,7 @@ class Link {
     /// Asks again, if the answer has not come. An instrument that was merely slow answers each
     /// request with a new session: the last one holds.
     void repeatShakeHands();
-    /// True while an answer to a request is to come.
+    /// True while an answer to a shake-hands request is outstanding.
     bool awaitsShakeHands() const { return unanswered_ > 0; }
 
     /// Begins a transfer to the instrument: the operation code, the data, and what the stream (if
@@ -71,7 +71,7 @@ class Link {
     /// written.
     void requestDisconnect(TimePoint now);
 
-    /// Gives up waiting for the answer to a goodbye. To be called every now and then.
+    /// Gives up on a goodbye that stays unanswered. The owner calls it regularly.
     void watch(TimePoint now);
 
     /// Ends the session, if there is one, without a word to the instrument: the port has gone.
@@ -82,7 +82,7 @@ class Link {
     bool hasSession() const { return session_ != 0; }
     InstrumentValues instrumentValues() const { return instrumentValues_; }
 
-    /// \param listener hears the bytes that belong to no packet, while enabled; may be null.
+    /// \param listener receives the bytes that belong to no packet, while enabled; may be null.
     void setRawDataListener(IRawDataListener* listener, bool isEnabled);
 
   private:

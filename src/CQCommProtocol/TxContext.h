@@ -15,7 +15,7 @@ namespace ovk {
 /// keeps the last one for sending again. Has no clock, no port and no lock.
 class TxContext {
   public:
-    /// The largest packet that may be built from now on, in bytes. A size that leaves no room for a
+    /// Sets the largest packet to build, in bytes. A size that leaves no room for a
     /// payload counts as the default.
     void setMaxPacket(std::uint32_t size) {
         maxPacket_ = size > wire::kDataOverhead ? size : wire::kDefaultMaxPacket;

@@ -7,8 +7,8 @@
 
 namespace ovk {
 
-/// The bookkeeping of one transfer from the instrument: which packet is next, and what a packet
-/// that has come means. Has no clock, no port and no lock.
+/// The bookkeeping of one transfer from the instrument: which packet is next, and what a
+/// received packet means. Has no clock, no port and no lock.
 class RxContext {
   public:
     enum class Verdict {

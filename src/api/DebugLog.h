@@ -6,8 +6,9 @@
 #include <string>
 
 /// \file
-/// The process-wide debug log: off until opened, and in a forked child, then one line a message, each after the time of
-/// day in square brackets. Every function may be called from any thread.
+/// The process-wide debug log, which is off until it is opened and in a forked child. It holds
+/// one line a message, each after the time of day in square brackets. Every function may be called
+/// from any thread.
 
 #if defined(__MINGW32__)
 #define OVK_PRINTF_FORMAT(text, first) __attribute__((format(gnu_printf, text, first)))

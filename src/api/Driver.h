@@ -30,8 +30,8 @@ class Driver {
     /// \param portName the port of the instrument, or of the adapter; empty: the first port on which
     ///        one answers.
     /// \param slaveAddress of a wireless instrument; empty: the one with the strongest signal.
-    /// \param deadline after which nothing is waited for; an opening that has failed by then leaves
-    ///        nothing behind. Without one, only as much is said as there must be.
+    /// \param deadline limits every wait; an opening that fails leaves nothing behind. Without one no
+    ///        request is repeated.
     virtual ResultCode open(const std::string& portName, const std::string& slaveAddress,
                             std::optional<Deadline> deadline) = 0;
     /// Ends the connection; calls that wait end with CQ_DEVICE_IS_CLOSED. Not beside another close,
@@ -44,7 +44,7 @@ class Driver {
     /// What a call holds while its operation runs, where operations must not overlap.
     virtual std::unique_lock<std::mutex> takeTurn() { return {}; }
 
-    /// Replaces the handler of measurements that nobody asked for; empty removes it. When this
+    /// Replaces the handler of unrequested measurements; an empty one removes it. When this
     /// returns an earlier handler has ended, unless it is that handler itself that calls.
     void setResultHandler(ResultHandler handler) { resultHandler_.set(std::move(handler)); }
     /// True in the result handler.

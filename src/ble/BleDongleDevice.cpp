@@ -61,7 +61,7 @@ void BleDongleDevice::connect(const std::string& address) {
         throw CommunicationException(CQ_DEVICE_IS_CLOSED);
     }
     if (at_.isConnected()) {
-        stopReceiving();  // the receiving thread would take the module's answers
+        stopReceiving();  // the receive thread would take the module's answers
         at_.disconnect();
     }
     const std::string target = address.empty() ? strongestSlave().address : address;

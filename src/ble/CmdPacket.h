@@ -30,7 +30,7 @@ class CmdPacket {
     CmdPacket(const CmdPacket&) = delete;
     CmdPacket& operator=(const CmdPacket&) = delete;
 
-    /// How many bytes a packet has in all that begins with these; at least kHeaderSize are needed.
+    /// The whole size of a packet that begins with these bytes; at least kHeaderSize are needed.
     static std::size_t announcedSize(std::span<const std::uint8_t> bytes);
 
     std::uint8_t type() const { return bytes_[0]; }

@@ -4,9 +4,9 @@
 
 namespace ovk {
 
-/// What is left of the time for an exchange with the module. Each time it is asked to, it takes off
-/// the WHOLE time since the start, so that a reply in many pieces gets less time than a prompt one:
-/// of 1000 ms, asked after 100, 200 and 300 ms, there are left 900, 700 and 400.
+/// The time left for an exchange with the module. Each call takes off the WHOLE time since the start,
+/// so that a reply in many pieces gets less time than a prompt one: of 1000 ms, calls after 100, 200
+/// and 300 ms leave 900, 700 and 400.
 class CumulativeTimeout {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;

@@ -68,7 +68,7 @@ void logExchange(std::string_view text, const Lines& lines) {
 /// How long a scan listens.
 constexpr auto kScanTime = 2000ms;
 
-/// A module that takes no bytes for so long does not answer either.
+/// A module that takes no bytes for this long will not answer either.
 constexpr auto kWriteTimeout = 500ms;
 
 }  // namespace

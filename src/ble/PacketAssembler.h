@@ -20,7 +20,7 @@ class PacketAssembler {
   public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// After a pause of so long, what arrives is the beginning of a packet.
+    /// What arrives after a pause this long is the beginning of a packet.
     static constexpr std::chrono::nanoseconds kSilence{1'001'000'000};
 
     /// Takes bytes that have arrived at this time. Returns the packet that they complete, else

@@ -27,25 +27,25 @@ class PacketReceiver {
     using PacketHandler = HandlerSlot<const Packet&>::Handler;
 
     PacketReceiver() = default;
-    /// Stops receiving. Not on the receiving thread, which would end the process.
+    /// Stops receiving. Not on the receive thread, which would end the process.
     ~PacketReceiver();
     PacketReceiver(const PacketReceiver&) = delete;
     PacketReceiver& operator=(const PacketReceiver&) = delete;
 
-    /// Starts the receiving thread, from now on the port's only reader. If a port is held already,
+    /// Starts the receive thread, from now on the port's only reader. If a port is held already,
     /// stops receiving from that first.
     /// \param port must not be null.
     void startReceiving(const std::shared_ptr<SerialPort>& port);
 
-    /// Ends the receiving thread; a request that waits ends with "serial port detached".
+    /// Ends the receive thread; a request that waits ends with "serial port detached".
     /// \return the port, open and usable; null if none is held.
-    /// \throw std::system_error on the receiving thread, which cannot wait for its own end
+    /// \throw std::system_error on the receive thread, which cannot wait for its own end
     ///        (resource_deadlock_would_occur), and when a port is held but no thread was started
     ///        (invalid_argument).
     std::shared_ptr<SerialPort> stopReceiving();
 
     /// Sends the request and waits for the next packet, whatever it is: nothing in a reply says
-    /// what it replies to. One that comes after the time-out is dropped, not given to the handler.
+    /// what it replies to. One that arrives after the timeout is dropped, not given to the handler.
     /// \throw CommunicationException CQ_DEVICE_IS_CLOSED: no port, its device is gone, or receiving
     ///        was stopped; CQ_SYSTEM_ERROR: not written; CQ_RECEIVING_TIMEOUT.
     /// \throw std::future_error (broken_promise) another request has taken this one's place.
@@ -55,7 +55,7 @@ class PacketReceiver {
     Packet sendLastPacket(const CQBleProtocol::CmdPacket& request,
                           std::chrono::milliseconds timeout);
 
-    /// Sets what is called, on the receiving thread, with packets that no request waits for. It
+    /// Sets what is called, on the receive thread, with packets that no request waits for. It
     /// must not call sendPacket(). When this returns an earlier handler has ended, unless it is
     /// that handler itself that calls.
     void setPacketHandler(PacketHandler handler) { packetHandler_.set(std::move(handler)); }
@@ -78,8 +78,8 @@ class PacketReceiver {
     mutable std::mutex stateMutex_;  // guards the next three, and the writes to the port
     std::shared_ptr<SerialPort> port_;
     bool isLastSent_ = false;
-    /// There from a request to the packet that arrives next, time-out or not: it is by this that a
-    /// late reply is told from a notification. Null is the reply when receiving is stopped.
+    /// Set from a request until the next packet arrives, even past the timeout, so that a late reply
+    /// is told from a notification. A null reply means that receiving was stopped.
     std::optional<std::promise<Packet>> expectedReply_;
 
     HandlerSlot<const Packet&> packetHandler_;

@@ -15,7 +15,7 @@ namespace ovk::cq {
 struct BleCommand;
 
 /// Driver of a wireless instrument: each operation is one command packet and its reply, or a few.
-/// Hands measurements that nobody asked for to the result handler. The table of commands is in
+/// Hands unrequested measurements to the result handler. The table of commands is in
 /// docs/wireless-protocol.md.
 ///
 /// Whoever calls an operation holds the turn: replies are matched by their order alone. Operations

@@ -9,7 +9,7 @@
 
 namespace ovk {
 
-/// What the find functions return when the system cannot list its ports.
+/// Returned by the find functions when the system cannot list its ports.
 inline constexpr std::uint32_t kDiscoveryFailed = 0xFFFFFFFF;
 
 /// Finds the ports of wired instruments (USB vendor 0x0483, product 0x5740), such as "COM7" or

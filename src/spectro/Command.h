@@ -11,7 +11,7 @@ namespace ovk::cq {
 
 struct Command {
     std::uint8_t operation;
-    /// How long the instrument may take for all of it.
+    /// How long the whole exchange may take.
     std::chrono::milliseconds timeout;
 };
 

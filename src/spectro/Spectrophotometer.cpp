@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 /// How far past the expected size a reply is still gathered, so that its true size can be logged.
 constexpr std::uint64_t kReplyTolerance = 0x10000;
 
-/// How often the wait for the shake-hands looks.
+/// How often the wait for the shake-hands checks.
 constexpr auto kConnectionPollPause = 1ms;
 
 // Of an opening that has a deadline.
@@ -208,7 +208,7 @@ void Spectrophotometer::failPending(ResultCode code) {
     }
 }
 
-// A goodbye of the instrument lets a call that waits run into its time-out.
+// A goodbye of the instrument lets a call that waits run into its timeout.
 void Spectrophotometer::disconnected() {}
 
 /// A transfer that is aborted before its first packet has no operation yet and is the reply's.

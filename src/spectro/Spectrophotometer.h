@@ -15,10 +15,10 @@
 namespace ovk::cq {
 
 /// Driver of a wired instrument: turns its transfers into calls that wait for their reply, and
-/// hands measurements that nobody asked for to the result handler.
+/// hands unrequested measurements to the result handler.
 ///
-/// One request and one send can wait at a time; a new one takes the place of one that waits, which
-/// then ends with CQ_DEVICE_IS_BUSY.
+/// One request and one send can wait at a time; a new one replaces a waiting one, which then ends
+/// with CQ_DEVICE_IS_BUSY.
 ///
 /// Operations return CQ_DEVICE_IS_CLOSED, CQ_NO_SESSION, CQ_DEVICE_IS_BUSY, CQ_SENDING_TIMEOUT,
 /// CQ_EXECUTE_COMMAND_FAILED (the instrument's number is then lastInstrumentError()),

@@ -22,7 +22,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The pause after a wait that the system refuses.
+/// The pause after a wait that the system has refused.
 constexpr auto kFailedWaitPause = std::chrono::milliseconds(10);
 
 /// A file descriptor that becomes readable when it is set, and stays so until it is reset. Without

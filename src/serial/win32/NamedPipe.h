@@ -11,7 +11,7 @@
 
 namespace ovk::namedpipe {
 
-/// How long a pipe whose server is busy with its last host is waited for.
+/// How long to wait for a pipe whose server is still busy with its last host.
 inline constexpr DWORD kTurnTimeMs = 500;
 
 /// For the opening of this path: whoever serves a pipe learns who opens it, and may not act for them.

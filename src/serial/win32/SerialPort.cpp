@@ -14,11 +14,11 @@ namespace {
 
 static_assert(SerialPort::kErrorDeviceGone == ERROR_FILE_NOT_FOUND);
 
-/// How long the end of a cancelled wait for bytes is waited for. It comes at once, but Wine's may
-/// read as pending for ever: one that ends while it is being started is marked so afterwards.
+/// How long to wait for the end of a cancelled wait for bytes. It comes at once, except in Wine: there a
+/// wait that ends while it is being started may read as pending for ever.
 constexpr DWORD kEndPatienceMs = 100;
 
-/// The pause after a wait that the system refuses.
+/// The pause after a wait that the system has refused.
 constexpr DWORD kFailedWaitPauseMs = 10;
 
 /// A manual-reset event. Null when the system has none left.
