@@ -11,6 +11,7 @@ enum class ExitStatus {
     success = 0,
     failed = 1,        ///< the instrument refused, or an operation or a file failed
     usage = 2,         ///< the command line is wrong
+    outOfTolerance = 3,  ///< done, and --check was given: a trial has failed
     interrupted = 130  ///< ended by Ctrl-C before it was done, as shells number it
 };
 
@@ -36,7 +37,10 @@ class Failure : public std::runtime_error {
 /// Thrown by a command that Ctrl-C has ended.
 struct Interrupted {};
 
-/// What the user reads of it.
+/// Thrown by a command with --check once it is done and has told all, if a trial has failed.
+struct OutOfTolerance {};
+
+/// What the user reads of an interruption.
 inline constexpr const char* kEndedByInterrupt = "cq: ended by Ctrl-C\n";
 
 }  // namespace cqtool

@@ -131,8 +131,11 @@ CommandLine Program::add(const char* name, const char* description) {
 }
 
 ExitStatus Program::run(int argc, char** argv) {
+    ExitStatus status = ExitStatus::success;
     try {
         parse(argc, argv);
+    } catch (const OutOfTolerance&) {
+        status = ExitStatus::outOfTolerance;
     } catch (const CLI::Success& request) {
         app_->exit(request);
     } catch (const CLI::ParseError& error) {
@@ -157,7 +160,7 @@ ExitStatus Program::run(int argc, char** argv) {
         printProblem("standard output cannot be written to", "check what reads it, or the disk");
         return ExitStatus::failed;
     }
-    return ExitStatus::success;
+    return status;
 }
 
 void Program::parse(int argc, char** argv) {
