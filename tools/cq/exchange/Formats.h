@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "colour/ColorJson.h"
 #include "exchange/Exchange.h"
 
 /// \file
@@ -17,6 +18,9 @@ RecordSet recordsOfCsv(std::string_view content, const std::string& source,
 
 std::string jsonOf(const RecordSet& set);
 RecordSet recordsOfJson(std::string_view content, const std::string& source,
+                        const ReadOptions& options);
+/// One of its entries. \param index unless it tells one.
+RecordEntry entryOfJson(const Json& entry, const std::string& where, std::uint32_t index,
                         const ReadOptions& options);
 
 std::string cgatsOf(const RecordSet& set);

@@ -111,34 +111,6 @@ Spectrum spectrumOf(const Json& json, const std::string& where, const ReadOption
     return spectrum;
 }
 
-RecordEntry entryOfJson(const Member& member, std::uint32_t count, const ReadOptions& options) {
-    RecordEntry entry;
-    entry.index = member.index(count);
-    const std::string kind = member.text("kind");
-    entry.isStandard = kind.empty() || isStandardOf(kind, member.where());
-    entry.name = member.text("name");
-    if (entry.name.empty()) {
-        entry.name = defaultName(entry.index, entry.isStandard);
-    }
-    entry.time = member.text("time");
-    if (const Json* spectrum = member.find("spectrum")) {
-        entry.spectrum = spectrumOf(*spectrum, member.placeOf("spectrum"), options);
-    }
-    if (const Json* lab = member.find("lab")) {
-        entry.lab = labOf(*lab, member.placeOf("lab"));
-        if (!entry.spectrum) {
-            checkLab(*entry.lab, member.where());
-        }
-    }
-    if (const std::string record = member.text("record"); !record.empty()) {
-        entry.record = recordOfHex(record, member.where());
-    }
-    if (!entry.lab && !entry.spectrum && !entry.record) {
-        throw Failure(member.where() + " has neither \"spectrum\" nor \"lab\" nor \"record\"");
-    }
-    return entry;
-}
-
 Viewing viewingOfJson(const Member& root) {
     if (root.find("illuminant") == nullptr && root.find("observer") == nullptr) {
         return {};
@@ -181,6 +153,36 @@ std::string jsonOf(const RecordSet& set) {
                        {"entries", std::move(entries)}});
 }
 
+RecordEntry entryOfJson(const Json& object, const std::string& where, std::uint32_t index,
+                        const ReadOptions& options) {
+    const Member member(object, where);
+    RecordEntry entry;
+    entry.index = member.index(index);
+    const std::string kind = member.text("kind");
+    entry.isStandard = kind.empty() || isStandardOf(kind, member.where());
+    entry.name = member.text("name");
+    if (entry.name.empty()) {
+        entry.name = defaultName(entry.index, entry.isStandard);
+    }
+    entry.time = member.text("time");
+    if (const Json* spectrum = member.find("spectrum")) {
+        entry.spectrum = spectrumOf(*spectrum, member.placeOf("spectrum"), options);
+    }
+    if (const Json* lab = member.find("lab")) {
+        entry.lab = labOf(*lab, member.placeOf("lab"));
+        if (!entry.spectrum) {
+            checkLab(*entry.lab, member.where());
+        }
+    }
+    if (const std::string record = member.text("record"); !record.empty()) {
+        entry.record = recordOfHex(record, member.where());
+    }
+    if (!entry.lab && !entry.spectrum && !entry.record) {
+        throw Failure(member.where() + " has neither \"spectrum\" nor \"lab\" nor \"record\"");
+    }
+    return entry;
+}
+
 RecordSet recordsOfJson(std::string_view content, const std::string& source,
                         const ReadOptions& options) {
     const Json document = parsed(content, source);
@@ -197,8 +199,9 @@ RecordSet recordsOfJson(std::string_view content, const std::string& source,
     set.time = root.text("time");
     set.viewing = viewingOfJson(root);
     for (std::size_t i = 0; i < entries->size(); ++i) {
-        const Member member((*entries)[i], source + ": entries[" + std::to_string(i) + "]");
-        set.entries.push_back(entryOfJson(member, static_cast<std::uint32_t>(i), options));
+        set.entries.push_back(entryOfJson((*entries)[i],
+                                          source + ": entries[" + std::to_string(i) + "]",
+                                          static_cast<std::uint32_t>(i), options));
     }
     return set;
 }

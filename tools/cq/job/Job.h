@@ -37,6 +37,12 @@ struct JobMeasurement {
     std::vector<std::string> remarks;
 };
 
+/// When an instrument was calibrated.
+struct JobCalibration {
+    InstrumentIdentity instrument;
+    std::string time;  ///< as nowText() writes it
+};
+
 struct JobRemark {
     std::uint64_t number = 0;
     std::string time;
@@ -52,6 +58,7 @@ struct Job {
     std::vector<Limit> limits;                 ///< those of today; the ones for warnings among them
     std::vector<JobMeasurement> measurements;  ///< in order, struck-out ones, too
     std::vector<JobRemark> remarks;            ///< of the job as a whole
+    std::vector<JobCalibration> calibrations;  ///< in order
     std::uint64_t lastNumber = 0;
 
     /// The measurement of this event; null if there is none.
@@ -66,22 +73,31 @@ struct Job {
     /// The name for the next one without --name: "standard 3", "trial 12".
     std::string nextName(bool isStandard) const;
 
-    /// A trial's verdict by the limits of today; nothing for a standard, and for a trial whose
-    /// standard there is none.
+    /// What a trial is compared with; null for a standard, and for a trial whose standard there is
+    /// none or is struck out.
+    const JobMeasurement* standardOf(const JobMeasurement& trial) const;
+
+    /// A trial's verdict by the limits of today; nothing without limits or without its standard.
+    /// Throws Failure as verdictOf().
     std::optional<Verdict> verdictOn(const JobMeasurement& trial) const;
 };
 
-/// Applies one event, in the form that JobFile writes.
-/// Throws Failure, saying what is wrong with it.
-void apply(Job& job, const Json& event);
+/// For JSON: {"grade": "pass", "findings": [{"limit": "dE00<=1", "illuminant": "D65", ...}]}.
+Json verdictJson(const Verdict& verdict);
 
-// The events, without number and time, which JobFile::append() gives them.
+/// Applies one event, in the form that JobFile writes.
+/// Throws Failure, saying what is wrong with it; then the job is as before.
+void applyEvent(Job& job, const Json& event);
+
+// The events, without number and time, which JobFile::append() gives them. Of a measurement L*, a*, b*
+// are written only if there is no spectrum; they are for the job's primary viewing.
 Json createdEvent(const Job& job);
 Json measurementEvent(const JobMeasurement& measurement);
 Json struckOutEvent(std::uint64_t number);
 Json tolerancesEvent(const std::vector<Limit>& limits);
 /// \param number of the measurement that it is about; nothing: of the job.
 Json remarkEvent(const std::string& text, std::optional<std::uint64_t> number);
-Json calibratedEvent(const InstrumentIdentity& instrument);
+/// \param target white or black.
+Json calibratedEvent(const InstrumentIdentity& instrument, const std::string& target);
 
 }  // namespace cqtool

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "job/Job.h"
+#include "system/AppendFile.h"
 
 namespace cqtool {
 
@@ -24,8 +27,11 @@ class JobFile {
 
     const std::filesystem::path& path() const { return file_; }
     const Job& job() const { return job_; }
-    /// The calibration of this instrument that the job knows of, as nowText() writes it; empty: none.
+    /// The last calibration of this instrument that the job knows of, as nowText() writes it; empty:
+    /// none.
     std::string calibrationOf(const InstrumentIdentity& instrument) const;
+    /// How many seconds it is ago; nothing if there is none.
+    std::optional<double> calibrationAgeOf(const InstrumentIdentity& instrument) const;
 
     /// Takes in what others have appended since.
     /// \param told each new event, in order.
@@ -39,16 +45,24 @@ class JobFile {
     /// up to the same name, nor strike the same measurement out.
     std::uint64_t append(const std::function<Json(const Job&)>& eventFor);
 
-    /// What append() has cut off a torn last line, for a remark; empty: nothing.
+    /// That the last append() has cut off a torn line, for a remark; empty: nothing.
     const std::string& repair() const { return repair_; }
+    /// Of how many bytes the torn last line is that has been left out in reading.
+    std::size_t tornBytes() const { return tornBytes_; }
 
   private:
+    /// Reads on from size_.
+    void takeIn(const AppendFile& opened, const std::function<void(const Json&)>& told);
+    void takeInLine(std::string_view line, const std::function<void(const Json&)>& told);
+    void cutTornLine(AppendFile& opened);
+    void write(AppendFile& opened, const std::string& line);
+
     std::filesystem::path file_;
     Job job_;
     std::uint64_t size_ = 0;  ///< up to where the file has been read
     std::uint64_t lines_ = 0;
+    std::size_t tornBytes_ = 0;
     std::string repair_;
-    std::vector<std::pair<InstrumentIdentity, std::string>> calibrations_;
 };
 
 }  // namespace cqtool

@@ -28,7 +28,11 @@ struct Quantity {
     bool operator==(const Quantity&) const = default;
 };
 
-/// As it is written: "dE00(2:1:1)"; and for people: "ΔE00(2:1:1)".
+/// What "dE00", "dECMC(2:1)", "|dL|" or "MI" mean, in upper or lower case; throws UsageError with
+/// what there is.
+Quantity quantityOf(const std::string& text);
+
+/// As it is written: "dE00(2:1:1)"; and for people: "ΔE00(2:1:1)", "|ΔL*|".
 std::string nameOf(const Quantity& quantity);
 std::string symbolOf(const Quantity& quantity);
 
@@ -39,14 +43,22 @@ struct Limit {
     std::optional<double> most;
     std::optional<std::int32_t> illuminant;  ///< nothing: under each one of the job
     bool isWarning = false;                  ///< beyond it a trial passes with a warning
+
+    /// What the 32-bit floats of L*, a*, b* leave uncertain of a difference.
+    static constexpr double kResolution = 2e-5;
+
+    bool isMetBy(double value) const;
+
+    bool operator==(const Limit&) const = default;
 };
 
 /// What "dE00<=1.0", "|dL|<=0.6", "-0.5<=da<=0.3", "dECMC(2:1)<=1.2@A" or "MI<=0.5" says; throws
 /// UsageError with what there is.
 Limit limitOf(const std::string& text, bool isWarning);
 
-/// The text that limitOf() takes.
+/// The text that limitOf() takes; and for people: "ΔE00 ≤ 1", "−0.5 ≤ Δa* ≤ 0.3 under A".
 std::string textOf(const Limit& limit);
+std::string symbolsOf(const Limit& limit);
 
 enum class Grade { pass, warn, fail };
 
@@ -82,6 +94,10 @@ struct JudgedViewing {
     Viewing primary() const { return {illuminants.front(), observer}; }
 };
 
+/// Throws UsageError for a limit that says nothing for this viewing: of metamerism without a second
+/// illuminant.
+void checkLimits(std::span<const Limit> limits, const JudgedViewing& viewing);
+
 /// L*, a*, b* of an entry for a viewing: from its spectrum, or its own if they are for that viewing;
 /// nothing without either.
 std::optional<ColorData> labOf(const RecordEntry& entry, const Viewing& viewing,
@@ -93,6 +109,7 @@ std::optional<double> metamerismOf(const RecordEntry& standard, const RecordEntr
                                    std::int32_t reference, std::int32_t test,
                                    std::int32_t observer);
 
+/// The entries' own L*, a*, b*, of those without a spectrum, are for the primary viewing.
 /// Throws Failure for a limit that cannot be judged: for an entry without a spectrum under another
 /// illuminant, or for metamerism.
 Verdict verdictOf(std::span<const Limit> limits, const JudgedViewing& viewing,
