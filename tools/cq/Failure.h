@@ -9,10 +9,10 @@ namespace cqtool {
 /// The exit status of the process.
 enum class ExitStatus {
     success = 0,
-    failed = 1,        ///< the instrument refused, or an operation or a file failed
-    usage = 2,         ///< the command line is wrong
+    failed = 1,          ///< the instrument refused, or an operation or a file failed
+    usage = 2,           ///< the command line is wrong
     outOfTolerance = 3,  ///< done, and --check was given: a trial has failed
-    interrupted = 130  ///< ended by Ctrl-C before it was done, as shells number it
+    interrupted = 130    ///< ended by Ctrl-C before it was done, as shells number it
 };
 
 /// An invalid command line. The message says what is wrong and what would be right.

@@ -17,8 +17,8 @@ constexpr const char* kHelpEnd =
     "  cq color --from lab 50 20 30 --to srgb\n"
     "\n"
     "cq help COMMAND, or cq COMMAND --help, shows a command's options. Exit status: 0 done,\n"
-    "1 failed or refused by the instrument, 2 wrong command line, 3 a trial out of tolerance (--check),\n"
-    "130 ended by Ctrl-C.";
+    "1 failed or refused by the instrument, 2 wrong command line, 3 a trial out of tolerance\n"
+    "(with --check), 130 ended by Ctrl-C.";
 
 }  // namespace
 
@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
     cqtool::addCalibrate(program, environment);
     cqtool::addMeasure(program, environment);
     cqtool::addMonitor(program, environment);
+    cqtool::addJob(program, environment);
     cqtool::addStandards(program, environment);
     cqtool::addSamples(program, environment);
     cqtool::addWhiteBoard(program, environment);

@@ -29,6 +29,7 @@ void addMeasure(Program& program, const Environment& environment);
 void addMonitor(Program& program, const Environment& environment);
 void addScan(Program& program, const Environment& environment);
 void addList(Program& program, const Environment& environment);
+void addJob(Program& program, const Environment& environment);
 void addStandards(Program& program, const Environment& environment);
 void addSamples(Program& program, const Environment& environment);
 void addWhiteBoard(Program& program, const Environment& environment);

@@ -164,10 +164,9 @@ RecordEntry entryOfEvent(const Job& job, const EventReader& event) {
     }
     RecordEntry entry = entryOfJson(members, "the measurement", 0, {});
     entry.lab = labOf(entry, job.viewing.primary());
-    entry.index = static_cast<std::uint32_t>(
-        std::count_if(job.measurements.begin(), job.measurements.end(), [&](const auto& before) {
-            return before.entry.isStandard == entry.isStandard;
-        }));
+    entry.index = static_cast<std::uint32_t>(std::count_if(
+        job.measurements.begin(), job.measurements.end(),
+        [&](const auto& before) { return before.entry.isStandard == entry.isStandard; }));
     return entry;
 }
 
@@ -211,7 +210,8 @@ void applyRemark(Job& job, const EventReader& event, std::uint64_t number,
 void applyNamed(Job& job, const EventReader& event, std::uint64_t number, const std::string& time) {
     const std::string name = event.text("event");
     if ((name == "created") != (job.lastNumber == 0)) {
-        throw Failure(job.lastNumber == 0 ? "it does not create a job" : "the job is there already");
+        throw Failure(job.lastNumber == 0 ? "it does not create a job"
+                                          : "the job is there already");
     }
     if (name == "created") {
         applyCreated(job, event, time);
@@ -237,9 +237,9 @@ void applyNamed(Job& job, const EventReader& event, std::uint64_t number, const 
 /// The last one for which the predicate holds; null if there is none.
 template <typename Predicate>
 const JobMeasurement* lastOf(const Job& job, Predicate predicate) {
-    const auto last = std::find_if(
-        job.measurements.rbegin(), job.measurements.rend(),
-        [&](const JobMeasurement& one) { return !one.struckOutBy && predicate(one); });
+    const auto last =
+        std::find_if(job.measurements.rbegin(), job.measurements.rend(),
+                     [&](const JobMeasurement& one) { return !one.struckOutBy && predicate(one); });
     return last == job.measurements.rend() ? nullptr : &*last;
 }
 
@@ -279,8 +279,7 @@ std::string Job::nextName(bool isStandard) const {
     };
     auto count = std::count_if(measurements.begin(), measurements.end(), ofKind);
     for (;;) {
-        const std::string name =
-            (isStandard ? "standard " : "trial ") + std::to_string(++count);
+        const std::string name = (isStandard ? "standard " : "trial ") + std::to_string(++count);
         if (std::none_of(measurements.begin(), measurements.end(),
                          [&](const JobMeasurement& one) { return one.entry.name == name; })) {
             return name;
@@ -401,9 +400,8 @@ Json remarkEvent(const std::string& text, std::optional<std::uint64_t> number) {
 }
 
 Json calibratedEvent(const InstrumentIdentity& instrument, const std::string& target) {
-    return {{"event", "calibrated"},
-            {"target", target},
-            {"instrument", instrumentJson(instrument)}};
+    return {
+        {"event", "calibrated"}, {"target", target}, {"instrument", instrumentJson(instrument)}};
 }
 
 }  // namespace cqtool

@@ -23,9 +23,9 @@ std::string lineOfEvent(const Json& event, std::uint64_t number) {
 
 [[noreturn]] void failWith(const std::filesystem::path& file, const char* verb,
                            const std::system_error& error) {
-    throw Failure(std::string("cannot ") + verb + ' ' + file.string() + ": " +
-                      error.code().message(),
-                  "check the name, that you may write there, and that there is room on the disk");
+    throw Failure(
+        std::string("cannot ") + verb + ' ' + file.string() + ": " + error.code().message(),
+        "check the name, that you may write there, and that there is room on the disk");
 }
 
 Json parsedEvent(std::string_view line) {
@@ -147,10 +147,10 @@ void JobFile::takeInLine(std::string_view line, const std::function<void(const J
         if (lines_ == 0) {
             throw Failure(file_.string() + " is no job: line 1: " + failure.what(), kNewJobAdvice);
         }
-        throw Failure(file_.string() + " line " + std::to_string(lines_ + 1) + ": " +
-                          failure.what(),
-                      "put the line right, or take a copy of the job; nothing is written to it "
-                      "until then");
+        throw Failure(
+            file_.string() + " line " + std::to_string(lines_ + 1) + ": " + failure.what(),
+            "put the line right, or take a copy of the job; nothing is written to it "
+            "until then");
     }
     if (told) {
         told(event);

@@ -156,8 +156,7 @@ class Pair {
     }
 
     ColorData lab(const RecordEntry& entry, const Limit& limit, std::int32_t illuminant) const {
-        const auto color =
-            labOf(entry, Viewing{illuminant, viewing_.observer}, viewing_.primary());
+        const auto color = labOf(entry, Viewing{illuminant, viewing_.observer}, viewing_.primary());
         if (!color) {
             failWithoutSpectrum(limit, illuminant, entry);
         }
@@ -331,8 +330,8 @@ std::optional<ColorData> labOf(const RecordEntry& entry, const Viewing& viewing,
     if (entry.spectrum) {
         return colorOfSpectrum(*entry.spectrum, ColorSpaceLab, viewing);
     }
-    const bool isForIt = !given || (given->illuminant == viewing.illuminant &&
-                                    given->observer == viewing.observer);
+    const bool isForIt =
+        !given || (given->illuminant == viewing.illuminant && given->observer == viewing.observer);
     return isForIt ? entry.lab : std::nullopt;
 }
 

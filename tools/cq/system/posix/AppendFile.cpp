@@ -62,12 +62,12 @@ AppendFile::AppendFile(const std::filesystem::path& file, Mode mode)
     struct stat status {};
     // A pipe's open would wait for its other end.
     if (::stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && mode != Mode::create) {
-        throw Failure(file.string() + " is " +
-                          (S_ISDIR(status.st_mode) ? "a folder" : "no ordinary file"),
-                      "name a job's file");
+        throw Failure(
+            file.string() + " is " + (S_ISDIR(status.st_mode) ? "a folder" : "no ordinary file"),
+            "name a job's file");
     }
-    impl_->number = ::open(file.c_str(), flagsOf(mode) | O_NOCTTY | O_NONBLOCK | O_CLOEXEC,
-                           kNewFileMode);
+    impl_->number =
+        ::open(file.c_str(), flagsOf(mode) | O_NOCTTY | O_NONBLOCK | O_CLOEXEC, kNewFileMode);
     if (impl_->number < 0) {
         failInSystem();
     }

@@ -42,11 +42,10 @@ AppendFile::AppendFile(const std::filesystem::path& file, Mode mode)
     if (std::filesystem::is_directory(file, ignored) && mode != Mode::create) {
         throw Failure(file.string() + " is a folder", "name a job's file");
     }
-    impl_->handle =
-        CreateFileW(file.c_str(), mode == Mode::read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
-                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    mode == Mode::create ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                    nullptr);
+    impl_->handle = CreateFileW(
+        file.c_str(), mode == Mode::read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE,
+        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+        mode == Mode::create ? CREATE_NEW : OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (impl_->handle == INVALID_HANDLE_VALUE) {
         failInSystem();
     }
