@@ -22,8 +22,8 @@ PortFacts healthy() {
             {"ch341", true, "load it"}};
 }
 
-Finding findingAbout(const std::string& subject, const PortFacts& facts) {
-    for (const Finding& finding : portFindings(facts)) {
+Diagnosis findingAbout(const std::string& subject, const PortFacts& facts) {
+    for (const Diagnosis& finding : portFindings(facts)) {
         if (finding.subject == subject) {
             return finding;
         }
@@ -32,18 +32,18 @@ Finding findingAbout(const std::string& subject, const PortFacts& facts) {
     return {};
 }
 
-void expectProblem(const Finding& finding, const std::string& text) {
-    EXPECT_EQ(finding.level, Finding::Level::problem);
+void expectProblem(const Diagnosis& finding, const std::string& text) {
+    EXPECT_EQ(finding.level, Diagnosis::Level::problem);
     EXPECT_THAT(finding.text, HasSubstr(text));
 }
 
 TEST(Doctor, FindsNothingWrongWithAHealthyMachine) {
-    for (const Finding& finding : portFindings(healthy())) {
-        EXPECT_NE(finding.level, Finding::Level::problem) << finding.text;
+    for (const Diagnosis& finding : portFindings(healthy())) {
+        EXPECT_NE(finding.level, Diagnosis::Level::problem) << finding.text;
     }
-    EXPECT_EQ(findingAbout("instrument", healthy()).level, Finding::Level::works);
-    EXPECT_EQ(findingAbout("adapter", healthy()).level, Finding::Level::note);
-    EXPECT_EQ(colorFinding().level, Finding::Level::works);
+    EXPECT_EQ(findingAbout("instrument", healthy()).level, Diagnosis::Level::works);
+    EXPECT_EQ(findingAbout("adapter", healthy()).level, Diagnosis::Level::note);
+    EXPECT_EQ(colorFinding().level, Diagnosis::Level::works);
 }
 
 TEST(Doctor, NamesWhatKeepsAPortFromBeingOpened) {
@@ -63,7 +63,7 @@ TEST(Doctor, TellsAMissingDriverFromAMissingDevice) {
     facts.adapterDriver.isThere = false;
     expectProblem(findingAbout("adapter", facts), "1a86:7523 is plugged in");
     expectProblem(findingAbout("adapter", facts), "no driver ch341");
-    EXPECT_EQ(findingAbout("drivers", facts).level, Finding::Level::note);
+    EXPECT_EQ(findingAbout("drivers", facts).level, Diagnosis::Level::note);
 }
 
 TEST(Doctor, LeavesTheLogAsItIs) {
@@ -71,7 +71,7 @@ TEST(Doctor, LeavesTheLogAsItIs) {
     auto log = library;
     log += ".log";
     std::filesystem::remove(log);
-    EXPECT_EQ(logFinding(library).level, Finding::Level::works);
+    EXPECT_EQ(logFinding(library).level, Diagnosis::Level::works);
     EXPECT_FALSE(std::filesystem::exists(log));
     EXPECT_THAT(logFinding(library / "none").text, HasSubstr("cannot be written"));
 }

@@ -15,13 +15,13 @@
 namespace cqtool {
 namespace {
 
-using Level = Finding::Level;
+using Level = Diagnosis::Level;
 
 constexpr const char* kInstrumentOptions = "--calibrated --measure-time 1";
 
 /// Opens a virtual instrument and measures with it, which exercises the program, the library and a
 /// line of the system.
-Finding virtualFinding(Interrupt& interrupt) {
+Diagnosis virtualFinding(Interrupt& interrupt) {
     constexpr const char* kSubject = "virtual instrument";
     ConnectionOptions options;
     options.useVirtual = true;
@@ -47,7 +47,7 @@ Finding virtualFinding(Interrupt& interrupt) {
     }
 }
 
-std::vector<Finding> examinePorts() {
+std::vector<Diagnosis> examinePorts() {
     try {
         return portFindings(portFacts());
     } catch (const Failure& failure) {
@@ -61,7 +61,7 @@ class Protocol {
     Protocol(const OutputOptions& output, std::ostream& out)
         : output_(output), out_(out), palette_(output.palette()) {}
 
-    void add(const Finding& finding) {
+    void add(const Diagnosis& finding) {
         problems_ += finding.level == Level::problem ? 1 : 0;
         if (output_.json) {
             findings_.push_back({{"subject", finding.subject},
@@ -112,7 +112,7 @@ void runDoctor(const OutputOptions& output, const Environment& environment) {
                   {}});
     protocol.add(colorFinding());
     protocol.add(logFinding(library));
-    for (const Finding& finding : examinePorts()) {
+    for (const Diagnosis& finding : examinePorts()) {
         protocol.add(finding);
     }
     protocol.add(virtualFinding(environment.interrupt));

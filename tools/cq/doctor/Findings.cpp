@@ -15,7 +15,7 @@
 namespace cqtool {
 namespace {
 
-using Level = Finding::Level;
+using Level = Diagnosis::Level;
 
 constexpr double kColorAccuracy = 0.01;
 
@@ -31,7 +31,7 @@ std::string describe(const PortInfo& port) {
     return port.name + (traits.empty() ? std::string() : " (" + joined(traits, ", ") + ")");
 }
 
-Finding findingOf(const PortInfo& port) {
+Diagnosis findingOf(const PortInfo& port) {
     const std::string subject(nameOf(port.kind));
     const PortUse use = port.kind == PortKind::adapter ? PortUse::adapter : PortUse::instrument;
     if (!port.isAccessible) {
@@ -46,7 +46,7 @@ Finding findingOf(const PortInfo& port) {
 }
 
 /// The finding if no port is of this kind.
-Finding withoutPort(PortKind kind, const PortFacts& facts) {
+Diagnosis withoutPort(PortKind kind, const PortFacts& facts) {
     const std::string subject(nameOf(kind));
     const PortDriver& driver =
         kind == PortKind::adapter ? facts.adapterDriver : facts.instrumentDriver;
@@ -63,7 +63,7 @@ Finding withoutPort(PortKind kind, const PortFacts& facts) {
     return {Level::note, subject, "none is plugged in", {}};
 }
 
-Finding driverFinding(const PortFacts& facts) {
+Diagnosis driverFinding(const PortFacts& facts) {
     std::vector<std::string> there;
     std::vector<std::string> missing;
     std::vector<std::string> advice;
@@ -78,11 +78,11 @@ Finding driverFinding(const PortFacts& facts) {
     if (!missing.empty()) {
         return {Level::note, "drivers", "missing: " + joined(missing, ", "), joined(advice, "; ")};
     }
-    return there.empty() ? Finding{Level::note, "drivers", "the system does not say", {}}
-                         : Finding{Level::works, "drivers", joined(there, ", "), {}};
+    return there.empty() ? Diagnosis{Level::note, "drivers", "the system does not say", {}}
+                         : Diagnosis{Level::works, "drivers", joined(there, ", "), {}};
 }
 
-Finding usbFinding(const std::vector<UsbIdentity>& usb) {
+Diagnosis usbFinding(const std::vector<UsbIdentity>& usb) {
     std::vector<std::string> identities;
     identities.reserve(usb.size());
     for (const UsbIdentity& device : usb) {
@@ -94,7 +94,7 @@ Finding usbFinding(const std::vector<UsbIdentity>& usb) {
 
 }  // namespace
 
-const char* nameOf(Finding::Level level) {
+const char* nameOf(Diagnosis::Level level) {
     switch (level) {
         case Level::works:
             return "ok";
@@ -111,8 +111,8 @@ PortFacts portFacts() {
             driverFor(PortKind::adapter)};
 }
 
-std::vector<Finding> portFindings(const PortFacts& facts) {
-    std::vector<Finding> findings{usbFinding(facts.usb)};
+std::vector<Diagnosis> portFindings(const PortFacts& facts) {
+    std::vector<Diagnosis> findings{usbFinding(facts.usb)};
     for (const PortKind kind : {PortKind::instrument, PortKind::adapter}) {
         const std::size_t before = findings.size();
         for (const PortInfo& port : facts.ports) {
@@ -131,7 +131,7 @@ std::vector<Finding> portFindings(const PortFacts& facts) {
     return findings;
 }
 
-Finding colorFinding() {
+Diagnosis colorFinding() {
     constexpr Viewing kViewing{IlluminantD65, Observer10Degree};
     Spectrum white;
     white.fill(1.0F);
@@ -151,7 +151,7 @@ Finding colorFinding() {
     return {Level::works, "colours", "the library computes known colours correctly", {}};
 }
 
-Finding logFinding(const std::filesystem::path& library) {
+Diagnosis logFinding(const std::filesystem::path& library) {
     if (library.empty()) {
         return {Level::note, "log", "the library's folder cannot be determined", {}};
     }
@@ -164,8 +164,8 @@ Finding logFinding(const std::filesystem::path& library) {
         std::filesystem::remove(file, error);
     }
     return isWritable
-               ? Finding{Level::works, "log", file.string() + " can be written", {}}
-               : Finding{Level::note, "log", file.string() + " cannot be written",
+               ? Diagnosis{Level::works, "log", file.string() + " can be written", {}}
+               : Diagnosis{Level::note, "log", file.string() + " cannot be written",
                          "for --debug-log make the library's folder writable, or use a copy of "
                          "program and library in a folder of your own"};
 }

@@ -10,7 +10,7 @@
 namespace cqtool {
 
 /// The result of one check.
-struct Finding {
+struct Diagnosis {
     enum class Level {
         works,
         note,    ///< needs no action, but is worth knowing
@@ -24,7 +24,7 @@ struct Finding {
 };
 
 /// "ok", "note" or "problem".
-const char* nameOf(Finding::Level level);
+const char* nameOf(Diagnosis::Level level);
 
 /// What the machine knows about instruments and adapters on its ports.
 struct PortFacts {
@@ -37,12 +37,12 @@ struct PortFacts {
 
 PortFacts portFacts();
 
-std::vector<Finding> portFindings(const PortFacts& facts);
+std::vector<Diagnosis> portFindings(const PortFacts& facts);
 
 /// Checks that the library computes known colours correctly.
-Finding colorFinding();
+Diagnosis colorFinding();
 
 /// Checks that the debug log can be written. An existing log is left as it is.
-Finding logFinding(const std::filesystem::path& library);
+Diagnosis logFinding(const std::filesystem::path& library);
 
 }  // namespace cqtool
