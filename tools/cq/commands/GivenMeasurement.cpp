@@ -23,7 +23,7 @@ bool isFileThere(const std::string& name) {
 }
 
 /// File names and names may hold colons: the longest file that is there counts.
-MeasurementPlace placeIn(const std::string& text) {
+MeasurementPlace measurementPlaceIn(const std::string& text) {
     if (isFileThere(text)) {
         return {text, {}};
     }
@@ -116,7 +116,7 @@ const RecordEntry& theOneOf(const RecordSet& set, const MeasurementPlace& place)
 
 RecordEntry measurementIn(const std::string& text, const Viewing& viewing,
                           const ReadOptions& options) {
-    const MeasurementPlace place = placeIn(text);
+    const MeasurementPlace place = measurementPlaceIn(text);
     const RecordSet set = setIn(place.file, options);
     RecordEntry entry = theOneOf(set, place);
     std::string problem;

@@ -10,7 +10,7 @@
 namespace cqtool {
 namespace {
 
-struct JobNewOptions : JobOptions {
+struct JobNewOptions : JobCommandOptions {
     std::string title;
     std::string operatorName;
     std::vector<std::string> tolerances;
@@ -45,8 +45,8 @@ std::vector<std::int32_t> illuminantsIn(const std::vector<std::string>& names) {
 
 void runJobNew(const JobNewOptions& options, const Environment& environment) {
     Job job;
-    job.title = options.title.empty() ? std::filesystem::path(options.file).stem().string()
-                                      : options.title;
+    job.title =
+        options.title.empty() ? std::filesystem::path(options.file).stem().string() : options.title;
     job.operatorName = options.operatorName;
     job.viewing = {illuminantsIn(options.illuminants), options.observer};
     job.limits = limitsIn(options.tolerances, options.warnings);
@@ -60,7 +60,7 @@ void runJobNew(const JobNewOptions& options, const Environment& environment) {
     }
 }
 
-struct JobStandardOptions : JobOptions {
+struct JobStandardOptions : JobCommandOptions {
     std::string measurement;
     std::string name;
     std::string recordLayout;
@@ -88,12 +88,10 @@ void runJobStandard(const JobStandardOptions& options, const Environment& enviro
 
 }  // namespace
 
-void addOptions(CommandLine& line, JobOptions& options) {
-    line.addOption({.name = "job",
-                    .valueName = "JOB",
-                    .description = "The job's file",
-                    .isRequired = true},
-                   options.file);
+void addOptions(CommandLine& line, JobCommandOptions& options) {
+    line.addOption(
+        {.name = "job", .valueName = "JOB", .description = "The job's file", .isRequired = true},
+        options.file);
     addOptions(line, options.output);
 }
 

@@ -9,7 +9,7 @@
 namespace cqtool {
 namespace {
 
-struct JobToleranceOptions : JobOptions {
+struct JobToleranceOptions : JobCommandOptions {
     std::optional<std::vector<std::string>> tolerances;
     std::optional<std::vector<std::string>> warnings;
     std::vector<std::string> added;
@@ -108,7 +108,7 @@ void runJobTolerance(const JobToleranceOptions& options, const Environment& envi
     }
 }
 
-struct JobRemarkOptions : JobOptions {
+struct JobRemarkOptions : JobCommandOptions {
     std::string text;
     std::string on;  ///< a measurement's name or number; empty: the job
 };
@@ -129,11 +129,10 @@ void runJobRemark(const JobRemarkOptions& options, const Environment& environmen
             on = "'" + measurement.entry.name + "'";
             return remarkEvent(options.text, measurement.number);
         },
-        [&](std::uint64_t) { return "remark on " + on + " written"; }, options.output,
-        environment);
+        [&](std::uint64_t) { return "remark on " + on + " written"; }, options.output, environment);
 }
 
-struct JobUndoOptions : JobOptions {
+struct JobUndoOptions : JobCommandOptions {
     std::string on;  ///< as above; empty: the last one
 };
 
@@ -171,10 +170,10 @@ void runJobUndo(const JobUndoOptions& options, const Environment& environment) {
 }
 
 void addOnOption(CommandLine& line, std::string& on, const char* otherwise) {
-    line.addOption({"--on", "NAME|NUMBER",
-                    std::string("The measurement, by its name or number (default: ") + otherwise +
-                        ")"},
-                   on);
+    line.addOption(
+        {"--on", "NAME|NUMBER",
+         std::string("The measurement, by its name or number (default: ") + otherwise + ")"},
+        on);
 }
 
 }  // namespace
@@ -205,11 +204,9 @@ void addJobRemark(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand("remark", "Add a remark to a job or a measurement");
     const auto options = std::make_shared<JobRemarkOptions>();
     addOptions(line, *options);
-    line.addOption({.name = "text",
-                    .valueName = "TEXT",
-                    .description = "The remark",
-                    .isRequired = true},
-                   options->text);
+    line.addOption(
+        {.name = "text", .valueName = "TEXT", .description = "The remark", .isRequired = true},
+        options->text);
     addOnOption(line, options->on, "the job as a whole");
     line.setExamples("Example:\n  cq job remark lot12.cqjob \"streaks at the edge\" --on 12-1");
     line.setAction([options, environment] { runJobRemark(*options, environment); });
@@ -221,8 +218,7 @@ void addJobUndo(CommandLine& group, const Environment& environment) {
     const auto options = std::make_shared<JobUndoOptions>();
     addOptions(line, *options);
     addOnOption(line, options->on, "the last one that is not struck out");
-    line.setExamples(
-        "Examples:\n  cq job undo lot12.cqjob\n  cq job undo lot12.cqjob --on 12-1");
+    line.setExamples("Examples:\n  cq job undo lot12.cqjob\n  cq job undo lot12.cqjob --on 12-1");
     line.setAction([options, environment] { runJobUndo(*options, environment); });
 }
 

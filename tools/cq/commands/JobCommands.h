@@ -13,13 +13,13 @@
 namespace cqtool {
 
 /// The job that a command is about, and how to tell what was done.
-struct JobOptions {
+struct JobCommandOptions {
     std::string file;
     OutputOptions output;
 };
 
 /// The value must outlive the parsing.
-void addOptions(CommandLine& line, JobOptions& options);
+void addOptions(CommandLine& line, JobCommandOptions& options);
 
 /// The measurement with this name, the last one that is not struck out, or with this number; throws
 /// Failure with what there is.

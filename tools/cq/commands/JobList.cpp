@@ -19,10 +19,10 @@ struct JobCounts {
     std::uint64_t standards = 0;
     std::uint64_t trials = 0;
     std::array<std::uint64_t, 3> grades{};  ///< by Grade
-    std::string last;              ///< when it was measured last
+    std::string last;                       ///< when it was measured last
 };
 
-JobCounts countsOf(const Job& job) {
+JobCounts jobCountsOf(const Job& job) {
     JobCounts counts;
     for (const JobMeasurement& measurement : job.measurements) {
         if (measurement.struckOutBy) {
@@ -94,7 +94,7 @@ class JobLines {
                   {"last", TextTable::Align::left}}) {}
 
     void add(const std::string& name, const Job& job) {
-        const JobCounts counts = countsOf(job);
+        const JobCounts counts = jobCountsOf(job);
         const auto& [passed, warned, failed] = counts.grades;
         rows_.push_back({shown(name), shown(job.title), std::to_string(counts.standards),
                          std::to_string(counts.trials), std::to_string(passed),
@@ -134,8 +134,8 @@ class JobLines {
 };
 
 void runJobList(const JobListOptions& options, const Environment& environment) {
-    const auto files = filesOf(options.names.empty() ? std::vector<std::string>{"."}
-                                                     : options.names);
+    const auto files =
+        filesOf(options.names.empty() ? std::vector<std::string>{"."} : options.names);
     JobLines lines;
     std::size_t wrong = 0;
     for (const fs::path& path : files) {
@@ -161,7 +161,7 @@ std::string problemOf(const fs::path& path, std::string& sound) {
             return path.string() + ": its last line, of " + counted(file.tornBytes(), "bytes") +
                    ", was written in part only; the next event that is written cuts it off";
         }
-        const JobCounts counts = countsOf(file.job());
+        const JobCounts counts = jobCountsOf(file.job());
         sound = counted(file.job().lastNumber, "events") + ", " +
                 counted(counts.standards, "standards") + ", " + counted(counts.trials, "trials");
         return {};

@@ -27,7 +27,7 @@ DifferenceFormula formulaOf(const Job& job) {
     return first == job.limits.end() ? DifferenceFormula{} : first->quantity.formula;
 }
 
-JudgedTrial judged(const Job& job, const JobMeasurement& trial) {
+JudgedTrial judgedTrial(const Job& job, const JobMeasurement& trial) {
     JudgedTrial result{&trial, {}, 0, {}, {}};
     const JobMeasurement* standard = job.standardOf(trial);
     if (standard == nullptr) {
@@ -114,7 +114,7 @@ class JobText {
                   {"verdict", TextTable::Align::left}}) {
         for (const JobMeasurement& measurement : job.measurements) {
             if (!measurement.entry.isStandard) {
-                rows_.emplace_back(measurement.standard, rowOf(judged(job, measurement)));
+                rows_.emplace_back(measurement.standard, rowOf(judgedTrial(job, measurement)));
                 table_.fit(rows_.back().second);
             }
         }
@@ -182,7 +182,7 @@ Json measurementJson(const Job& job, const JobMeasurement& measurement) {
     if (measurement.entry.isStandard) {
         return json;
     }
-    const JudgedTrial trial = judged(job, measurement);
+    const JudgedTrial trial = judgedTrial(job, measurement);
     if (trial.difference) {
         json["difference"] = {{"deltaL", shortest(trial.difference->deltaL)},
                               {"deltaA", shortest(trial.difference->deltaA)},
@@ -222,7 +222,7 @@ Json jobJson(const JobFile& file) {
     return json;
 }
 
-void runJobShow(const JobOptions& options, const Environment& environment) {
+void runJobShow(const JobCommandOptions& options, const Environment& environment) {
     const JobFile file(options.file);
     if (options.output.json) {
         environment.out << pageOfJson(jobJson(file));
@@ -237,7 +237,7 @@ void runJobShow(const JobOptions& options, const Environment& environment) {
 void addJobShow(CommandLine& group, const Environment& environment) {
     CommandLine line =
         group.addCommand("show", "Show standards, trials with their verdicts, and remarks");
-    const auto options = std::make_shared<JobOptions>();
+    const auto options = std::make_shared<JobCommandOptions>();
     addOptions(line, *options);
     line.setExamples("Example:\n  cq job show lot12.cqjob");
     line.setAction([options, environment] { runJobShow(*options, environment); });

@@ -166,8 +166,8 @@ Diagnosis logFinding(const std::filesystem::path& library) {
     return isWritable
                ? Diagnosis{Level::works, "log", file.string() + " can be written", {}}
                : Diagnosis{Level::note, "log", file.string() + " cannot be written",
-                         "for --debug-log make the library's folder writable, or use a copy of "
-                         "program and library in a folder of your own"};
+                           "for --debug-log make the library's folder writable, or use a copy of "
+                           "program and library in a folder of your own"};
 }
 
 }  // namespace cqtool

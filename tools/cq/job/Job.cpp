@@ -12,8 +12,8 @@
 namespace cqtool {
 namespace {
 
-constexpr const char* kFormat = "cq job";
-constexpr std::uint64_t kFormatVersion = 1;
+constexpr const char* kJobFormat = "cq job";
+constexpr std::uint64_t kJobFormatVersion = 1;
 
 /// What of a measurement is as in other exported JSON.
 constexpr std::array<const char*, 5> kEntryMembers{"kind", "name", "spectrum", "lab", "record"};
@@ -130,10 +130,10 @@ JobMeasurement& namedBy(Job& job, const EventReader& event) {
 }
 
 void applyCreated(Job& job, const EventReader& event, const std::string& time) {
-    if (event.text("format") != kFormat) {
-        throw Failure(std::string("its \"format\" is not \"") + kFormat + '"');
+    if (event.text("format") != kJobFormat) {
+        throw Failure(std::string("its \"format\" is not \"") + kJobFormat + '"');
     }
-    if (event.count("version") != kFormatVersion) {
+    if (event.count("version") != kJobFormatVersion) {
         throw Failure("it is a job of another version of cq than this one");
     }
     Job created;
@@ -336,8 +336,8 @@ Json createdEvent(const Job& job) {
         illuminants.push_back(illuminantName(illuminant));
     }
     return {{"event", "created"},
-            {"format", kFormat},
-            {"version", kFormatVersion},
+            {"format", kJobFormat},
+            {"version", kJobFormatVersion},
             {"title", job.title},
             {"operator", job.operatorName},
             {"illuminants", std::move(illuminants)},

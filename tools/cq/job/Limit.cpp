@@ -187,7 +187,7 @@ bool isOnSameSides(const Limit& limit, double one, double other) {
            isWithin(most, one) == isWithin(most, other);
 }
 
-std::string valueText(const Limit& limit, double value) {
+std::string textBesideLimit(const Limit& limit, double value) {
     constexpr int kUsualDecimals = 2;
     constexpr int kMostDecimals = 7;
     const bool isSigned =
@@ -356,7 +356,7 @@ Verdict verdictOf(std::span<const Limit> limits, const JudgedViewing& viewing,
         for (const std::int32_t illuminant : illuminantsOf(limit, viewing)) {
             const double value = pair.value(limit, illuminant);
             verdict.findings.push_back(
-                {limit, illuminant, value, limit.isMetBy(value), valueText(limit, value)});
+                {limit, illuminant, value, limit.isMetBy(value), textBesideLimit(limit, value)});
         }
     }
     if (const Finding* deciding = verdict.deciding()) {

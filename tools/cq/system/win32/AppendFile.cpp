@@ -12,7 +12,7 @@ namespace {
 
 constexpr DWORD kLongestWaitMs = 10'000;
 constexpr DWORD kPauseMs = 5;
-constexpr std::size_t kMostAtOnce = 1U << 30;
+constexpr std::size_t kMostReadAtOnce = 1U << 30;
 
 /// The locked byte, far behind every content: what is locked cannot be read.
 constexpr DWORD kLockOffset = 0x7FFFFFFF;
@@ -95,7 +95,7 @@ std::string AppendFile::readFrom(std::uint64_t offset) const {
     while (got < content.size()) {
         OVERLAPPED place = at(offset + got);
         DWORD count = 0;
-        const auto most = static_cast<DWORD>(std::min(content.size() - got, kMostAtOnce));
+        const auto most = static_cast<DWORD>(std::min(content.size() - got, kMostReadAtOnce));
         const bool isRead =
             ReadFile(impl_->handle, content.data() + got, most, &count, &place) != FALSE;
         if (!isRead && GetLastError() != ERROR_HANDLE_EOF) {
