@@ -5,6 +5,7 @@
 #include "text/Numbers.h"
 #include "text/Text.h"
 #include "text/TextTable.h"
+#include "text/Time.h"
 
 namespace cqtool {
 namespace {
@@ -104,6 +105,15 @@ TEST(TextTable, AlignsCellsByTheirDisplayedWidth) {
     EXPECT_EQ(table.line(first), "\x1b[2mblue flower\x1b[0m  0.25  x");
     EXPECT_EQ(table.line({"red", "12.50", ""}), "red          12.50");
     EXPECT_EQ(table.line({"red"}), "red");
+}
+
+TEST(Time, IsReadInItsOwnAndOthersForms) {
+    EXPECT_EQ(secondsOf(timeText(1'700'000'000)), 1'700'000'000);
+    EXPECT_EQ(secondsOf("2024-02-29T00:30:00.25+02:00"), secondsOf("2024-02-28T22:30:00Z"));
+    for (const char* wrong : {"", "2024-05-01", "2024-05-01T10:00:00", "2023-02-29T10:00:00Z",
+                              "2024-05-01T24:00:00Z", "2024-05-01T10:00:00+2", "1.5.2024 10:00"}) {
+        EXPECT_FALSE(secondsOf(wrong)) << wrong;
+    }
 }
 
 }  // namespace

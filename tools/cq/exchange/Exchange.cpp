@@ -28,6 +28,7 @@ const std::vector<FormatName>& formatNames() {
         {ExchangeFormat::csv, "csv", {".csv"}},
         {ExchangeFormat::json, "json", {".json"}},
         {ExchangeFormat::cgats, "cgats", {".cgats", ".txt"}},
+        {ExchangeFormat::qtx, "qtx", {".qtx"}},
         {ExchangeFormat::html, "html", {".html", ".htm"}},
         {ExchangeFormat::raw, "raw", {".raw", ".bin", ".record"}},
     };
@@ -153,6 +154,8 @@ std::string writtenRecords(const RecordSet& set, ExchangeFormat format) {
             return jsonOf(set);
         case ExchangeFormat::cgats:
             return cgatsOf(set);
+        case ExchangeFormat::qtx:
+            return qtxOf(set);
         case ExchangeFormat::html:
             return recordReport(set, groupsOf(set), {});
         case ExchangeFormat::raw:
@@ -170,6 +173,8 @@ RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const s
             return recordsOfJson(content, source, options);
         case ExchangeFormat::cgats:
             return recordsOfCgats(content, source, options);
+        case ExchangeFormat::qtx:
+            return recordsOfQtx(content, source);
         case ExchangeFormat::html:
             throw Failure(source + " is a report, which is for people and not read back",
                           "export as csv, json, cgats or raw");

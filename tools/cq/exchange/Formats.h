@@ -27,6 +27,9 @@ std::string cgatsOf(const RecordSet& set);
 RecordSet recordsOfCgats(std::string_view content, const std::string& source,
                          const ReadOptions& options);
 
+std::string qtxOf(const RecordSet& set);
+RecordSet recordsOfQtx(std::string_view content, const std::string& source);
+
 /// A member or cell that names a kind; throws Failure, beginning with `where`, for another word.
 bool isStandardOf(std::string_view kind, const std::string& where);
 

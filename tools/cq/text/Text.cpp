@@ -16,24 +16,34 @@ bool isContinuation(char byte) {
 /// The length of the printable UTF-8 character at the front; 0 if there is none.
 std::size_t printableLength(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text.front());
+    if (lead < 0x20 || lead == 0x7F) {
+        return 0;
+    }
+    // U+0080..U+009F are control characters too.
+    const std::size_t length = utf8Length(text);
+    const bool isControl =
+        lead == 0xC2 && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0;
+    return isControl ? 0 : length;
+}
+
+}  // namespace
+
+std::size_t utf8Length(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text.front());
     if (lead < 0x80) {
-        return lead >= 0x20 && lead != 0x7F ? 1 : 0;
+        return 1;
     }
     const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
     if (lead < 0xC2 || lead > 0xF4 || text.size() < length) {
         return 0;
     }
     const auto second = static_cast<unsigned char>(text[1]);
-    // U+0080..U+009F are control characters too; the others would be overlong forms, surrogates or
-    // beyond U+10FFFF.
-    const bool isRefused = (lead == 0xC2 && second < 0xA0) || (lead == 0xE0 && second < 0xA0) ||
-                           (lead == 0xED && second > 0x9F) || (lead == 0xF0 && second < 0x90) ||
-                           (lead == 0xF4 && second > 0x8F);
+    // These would be overlong forms, surrogates or beyond U+10FFFF.
+    const bool isRefused = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
+                           (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
     const auto tail = text.substr(1, length - 1);
     return !isRefused && std::all_of(tail.begin(), tail.end(), isContinuation) ? length : 0;
 }
-
-}  // namespace
 
 std::string_view trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(kSpaces);

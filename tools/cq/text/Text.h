@@ -20,6 +20,9 @@ std::string joined(const std::vector<std::string>& texts, std::string_view separ
 /// A count with the word for what is counted: "1 standard", "2 standards". \param plural with an s.
 std::string counted(std::uint64_t count, std::string_view plural);
 
+/// The length of the UTF-8 character that the text, not empty, begins with; 0 if it is none.
+std::size_t utf8Length(std::string_view text);
+
 /// A text from outside, a name, a cell, an argument, as it may be shown on a terminal or a page:
 /// control characters, line ends among them, and bytes that are no UTF-8 become '?'.
 std::string shown(std::string_view text);

@@ -1,11 +1,73 @@
 #include "text/Time.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
 namespace cqtool {
 
 using namespace std::chrono;
+
+namespace {
+
+/// Takes characters off the front: '0' stands for any digit.
+bool takes(std::string_view& text, std::string_view pattern) {
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const bool fits = i < text.size() && (pattern[i] == '0' ? text[i] >= '0' && text[i] <= '9'
+                                                                : text[i] == pattern[i]);
+        if (!fits) {
+            return false;
+        }
+    }
+    text.remove_prefix(pattern.size());
+    return true;
+}
+
+int digitsAt(std::string_view text, std::size_t first, std::size_t count) {
+    int value = 0;
+    for (const char digit : text.substr(first, count)) {
+        value = 10 * value + (digit - '0');
+    }
+    return value;
+}
+
+/// What follows the seconds: in minutes, how far the time is ahead of UTC.
+std::optional<int> offsetOf(std::string_view zone) {
+    if (zone == "Z") {
+        return 0;
+    }
+    const int sign = zone.starts_with('-') ? -1 : 1;
+    std::string_view rest = zone.substr(std::min<std::size_t>(1, zone.size()));
+    if (!(zone.starts_with('+') || sign < 0) || !takes(rest, "00:00") || !rest.empty()) {
+        return std::nullopt;
+    }
+    return sign * (60 * digitsAt(zone, 1, 2) + digitsAt(zone, 4, 2));
+}
+
+}  // namespace
+
+std::optional<std::int64_t> secondsOf(std::string_view text) {
+    std::string_view zone = text;
+    if (!takes(zone, "0000-00-00T00:00:00")) {
+        return std::nullopt;
+    }
+    if (takes(zone, ".0")) {
+        while (takes(zone, "0")) {
+        }
+    }
+    const year_month_day date{year(digitsAt(text, 0, 4)),
+                              month(static_cast<unsigned>(digitsAt(text, 5, 2))),
+                              day(static_cast<unsigned>(digitsAt(text, 8, 2)))};
+    const int hour = digitsAt(text, 11, 2);
+    const int minute = digitsAt(text, 14, 2);
+    const int second = digitsAt(text, 17, 2);
+    const auto offset = offsetOf(zone);
+    if (!date.ok() || hour > 23 || minute > 59 || second > 59 || !offset) {
+        return std::nullopt;
+    }
+    return sys_seconds(sys_days(date)).time_since_epoch().count() + 3600 * hour +
+           60 * (minute - *offset) + second;
+}
 
 std::string timeText(std::int64_t seconds) {
     const sys_seconds moment{std::chrono::seconds(seconds)};
@@ -19,22 +81,6 @@ std::string timeText(std::int64_t seconds) {
                   static_cast<int>(time.minutes().count()),
                   static_cast<int>(time.seconds().count()));
     return text;
-}
-
-std::optional<std::int64_t> secondsOf(const std::string& time) {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    int clock[3] = {};
-    if (std::sscanf(time.c_str(), "%4d-%2u-%2uT%2d:%2d:%2dZ", &year, &month, &day, &clock[0],
-                    &clock[1], &clock[2]) != 6) {
-        return std::nullopt;
-    }
-    const auto date = std::chrono::year{year} / std::chrono::month{month} / std::chrono::day{day};
-    const auto moment =
-        sys_days(date) + hours(clock[0]) + minutes(clock[1]) + std::chrono::seconds(clock[2]);
-    const std::int64_t seconds = moment.time_since_epoch().count();
-    return date.ok() && timeText(seconds) == time ? std::optional(seconds) : std::nullopt;
 }
 
 std::string nowText() {
