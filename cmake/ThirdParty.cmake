@@ -13,6 +13,7 @@ function(cqapi_header_library target folder header)
   target_include_directories(${target} SYSTEM INTERFACE ${include_dir})
 endfunction()
 
+cqapi_header_library(boost boost boost/property_tree/xml_parser.hpp)
 cqapi_header_library(cli11 CLI CLI/CLI.hpp)
 cqapi_header_library(nlohmann_json nlohmann nlohmann/json.hpp)
 

@@ -2,9 +2,9 @@
 # Sourced by the commands at the root and in scripts/: installs what is missing on a Debian machine, and
 # builds with a log.
 
-native_packages="g++ cmake ninja-build python3 libcli11-dev nlohmann-json3-dev googletest"
+native_packages="g++ cmake ninja-build python3 libboost-dev libcli11-dev nlohmann-json3-dev googletest"
 windows_packages="g++-mingw-w64-x86-64-posix wine wine64"
-bench_packages="g++ cmake ninja-build libbenchmark-dev liblcms2-dev libcli11-dev nlohmann-json3-dev"
+bench_packages="g++ cmake ninja-build libbenchmark-dev liblcms2-dev libboost-dev libcli11-dev nlohmann-json3-dev"
 deb_packages="dpkg-dev file pkg-config mono-mcs"
 zip_packages="zip llvm mono-mcs"
 lint_packages="clang-format clang-tidy shellcheck"

@@ -43,7 +43,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/METADATA
   DESTINATION ${python_modules}/cqapi-${PROJECT_VERSION}.dist-info COMPONENT python)
 
 # Libraries that the tools have compiled in ask for their notices to go along.
-foreach(used IN ITEMS libcli11-dev nlohmann-json3-dev)
+foreach(used IN ITEMS libboost-dev libcli11-dev nlohmann-json3-dev)
   install(FILES /usr/share/doc/${used}/copyright DESTINATION ${documentation}/${tools_package}
     RENAME copyright.${used} COMPONENT tools)
 endforeach()

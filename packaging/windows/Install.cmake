@@ -24,7 +24,7 @@ if(MINGW AND CQAPI_DLLTOOL)
 endif()
 
 # Libraries that are compiled in ask for their notices to go along.
-foreach(used IN ITEMS libcli11-dev nlohmann-json3-dev mingw-w64-x86-64-dev)
+foreach(used IN ITEMS libboost-dev libcli11-dev nlohmann-json3-dev mingw-w64-x86-64-dev)
   if(EXISTS /usr/share/doc/${used}/copyright)
     install(FILES /usr/share/doc/${used}/copyright DESTINATION docs/third-party
       RENAME ${used}.txt COMPONENT dev)

@@ -199,7 +199,7 @@ TEST(Exchange, TellsTheFormatByTheName) {
     EXPECT_EQ(exchangeFormatFor("b.txt", "Json"), json);
     EXPECT_THAT(thrownBy<UsageError>([] { exchangeFormatFor("b.xls"); }), HasSubstr("--format"));
     EXPECT_THAT(thrownBy<UsageError>([] { exchangeFormatFor("b.csv", "xml"); }),
-                HasSubstr("csv, json, cgats, qtx, html, raw"));
+                HasSubstr("csv, json, cgats, qtx, cxf, html, raw"));
     EXPECT_THAT(nowText(), testing::MatchesRegex("20..-..-..T..:..:..Z"));
 }
 

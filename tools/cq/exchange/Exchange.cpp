@@ -29,6 +29,7 @@ const std::vector<FormatName>& formatNames() {
         {ExchangeFormat::json, "json", {".json"}},
         {ExchangeFormat::cgats, "cgats", {".cgats", ".txt"}},
         {ExchangeFormat::qtx, "qtx", {".qtx"}},
+        {ExchangeFormat::cxf, "cxf", {".cxf"}},
         {ExchangeFormat::html, "html", {".html", ".htm"}},
         {ExchangeFormat::raw, "raw", {".raw", ".bin", ".record"}},
     };
@@ -156,6 +157,8 @@ std::string writtenRecords(const RecordSet& set, ExchangeFormat format) {
             return cgatsOf(set);
         case ExchangeFormat::qtx:
             return qtxOf(set);
+        case ExchangeFormat::cxf:
+            return cxfOf(set);
         case ExchangeFormat::html:
             return recordReport(set, groupsOf(set), {});
         case ExchangeFormat::raw:
@@ -175,6 +178,8 @@ RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const s
             return recordsOfCgats(content, source, options);
         case ExchangeFormat::qtx:
             return recordsOfQtx(content, source);
+        case ExchangeFormat::cxf:
+            return recordsOfCxf(content, source);
         case ExchangeFormat::html:
             throw Failure(source + " is a report, which is for people and not read back",
                           "export as csv, json, cgats or raw");

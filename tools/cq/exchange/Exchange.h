@@ -46,15 +46,15 @@ struct ReadOptions {
 };
 
 /// csv: a line a measurement, with a header. json: stable member names. cgats: the text form of
-/// ANSI CGATS.17. qtx: sections of KEY=value, as industrial colour programs exchange them. raw: the
-/// records' 256 bytes, one after the other. html: a report; it is not read back.
-enum class ExchangeFormat { csv, json, cgats, qtx, html, raw };
+/// ANSI CGATS.17. qtx: sections of KEY=value, as industrial colour programs exchange them. cxf: XML
+/// of CxF3. raw: the records' 256 bytes, one after the other. html: a report; it is not read back.
+enum class ExchangeFormat { csv, json, cgats, qtx, cxf, html, raw };
 
-/// The names of the formats: "csv, json, cgats, qtx, html, raw".
+/// The names of the formats: "csv, json, cgats, qtx, cxf, html, raw".
 std::string exchangeFormatNames();
 
 /// The format with this name, else by the file's extension (.csv, .json, .txt and .cgats, .qtx,
-/// .html and .htm, .bin, .raw and .record). Throws UsageError if neither names one.
+/// .cxf, .html and .htm, .bin, .raw and .record). Throws UsageError if neither names one.
 ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::string& name = {});
 
 /// The same for a page, which is html or json; html for a stream without one.
@@ -75,7 +75,7 @@ RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index,
 /// The content of a file in this format.
 /// Throws Failure, with what would help, if the format cannot hold an entry: raw without its
 /// record, cgats if some entries have a spectrum, L*a*b* or a record and others do not, qtx with
-/// neither a spectrum nor L*a*b*.
+/// neither a spectrum nor L*a*b*, cxf without any of the three.
 std::string writtenRecords(const RecordSet& set, ExchangeFormat format);
 
 /// Reads what writtenRecords() gives, and files of other programs as far as they have what is

@@ -30,6 +30,9 @@ RecordSet recordsOfCgats(std::string_view content, const std::string& source,
 std::string qtxOf(const RecordSet& set);
 RecordSet recordsOfQtx(std::string_view content, const std::string& source);
 
+std::string cxfOf(const RecordSet& set);
+RecordSet recordsOfCxf(std::string_view content, const std::string& source);
+
 /// A member or cell that names a kind; throws Failure, beginning with `where`, for another word.
 bool isStandardOf(std::string_view kind, const std::string& where);
 

@@ -16,18 +16,18 @@ using Tree = boost::property_tree::ptree;
 
 constexpr const char* kAttributes = "<xmlattr>";  // as the parser names them
 constexpr std::size_t kMostDepth = 64;
-constexpr std::size_t kMostXmlBytes = 64U << 20U;
+constexpr std::size_t kMostXmlParts = 2'000'000;  // elements and attributes
 
 [[noreturn]] void refuseXml(const std::string& where, const std::string& problem) {
     throw Failure(where + ": " + problem,
                   "export the file again, or name its format with --format");
 }
 
-/// Goes over the tags of a document before it is parsed: the parser calls itself for every level, and
-/// would take a stack's depth from the file.
-class DepthCheck {
+/// Goes over the tags of a document before it is parsed: the parser calls itself for every level,
+/// and takes many times the memory of a small element.
+class MarkupCheck {
   public:
-    DepthCheck(std::string_view text, const std::string& source) : text_(text), source_(source) {}
+    MarkupCheck(std::string_view text, const std::string& source) : text_(text), source_(source) {}
 
     void run() {
         while ((at_ = text_.find('<', at_)) != std::string_view::npos) {
@@ -63,10 +63,12 @@ class DepthCheck {
         if (++depth_ > kMostDepth) {
             refuse("elements are nested more than " + std::to_string(kMostDepth) + " deep");
         }
+        count();
         const std::size_t begin = at_;
         for (++at_; at_ < text_.size() && text_[at_] != '>'; ++at_) {
             if (text_[at_] == '"' || text_[at_] == '\'') {
                 at_ = std::min(text_.find(text_[at_], at_ + 1), text_.size() - 1);
+                count();
             }
         }
         if (at_ == text_.size()) {
@@ -74,6 +76,12 @@ class DepthCheck {
             refuse("this does not end; the file may be truncated");
         }
         depth_ -= text_[at_ - 1] == '/' ? 1 : 0;
+    }
+
+    void count() {
+        if (++parts_ > kMostXmlParts) {
+            refuse("the file has more elements and attributes than can be read; divide it");
+        }
     }
 
     [[noreturn]] void refuse(const std::string& problem) const {
@@ -86,6 +94,7 @@ class DepthCheck {
     const std::string& source_;
     std::size_t at_ = 0;
     std::size_t depth_ = 0;
+    std::size_t parts_ = 0;
 };
 
 XmlElement elementOf(const Tree::value_type& node) {
@@ -117,8 +126,12 @@ std::string xmlText(std::string_view text) {
 
 Tree treeOf(const XmlElement& element) {
     Tree tree(xmlText(element.text));
+    Tree attributes;
     for (const auto& [name, value] : element.attributes) {
-        tree.add_child(Tree::path_type(kAttributes, '\0'), Tree()).push_back({name, Tree(value)});
+        attributes.push_back({name, Tree(xmlText(value))});
+    }
+    if (!attributes.empty()) {
+        tree.push_back({kAttributes, attributes});
     }
     for (const XmlElement& child : element.children) {
         tree.push_back({child.name, treeOf(child)});
@@ -151,15 +164,12 @@ XmlElement& XmlElement::add(std::string childName, std::string childText) {
 }
 
 XmlElement readXml(std::string_view content, const std::string& source) {
-    if (content.size() > kMostXmlBytes) {
-        throw Failure(source + " is larger than 64 MB, more than XML is read of",
-                      "divide the file");
-    }
     if (content.find('\0') != std::string_view::npos) {
         throw Failure(source + " is not a text in UTF-8 or Latin-1", "save it in UTF-8");
     }
-    std::istringstream stream(utf8Of(content));
-    DepthCheck(stream.view(), source).run();
+    const std::string text = utf8Of(content);
+    MarkupCheck(text, source).run();
+    std::istringstream stream(text);
     Tree tree;
     try {
         namespace xml = boost::property_tree::xml_parser;
@@ -168,12 +178,10 @@ XmlElement readXml(std::string_view content, const std::string& source) {
         refuseXml(source + " line " + std::to_string(error.line()),
                   "this is not XML, or it is truncated");
     }
-    const auto root = std::find_if(tree.begin(), tree.end(),
-                                   [](const auto& node) { return node.first != "<xmlcomment>"; });
-    if (root == tree.end()) {
-        refuseXml(source, "there is no element in it");
+    if (tree.empty()) {
+        refuseXml(source, "this is not XML: there is no element in it");
     }
-    return elementOf(*root);
+    return elementOf(tree.front());
 }
 
 std::string writtenXml(const XmlElement& root) {
