@@ -35,7 +35,7 @@ constexpr std::string_view kCxfIlluminants[] = {"A",  "C",  "D50", "D55", "D65",
 
 /// The time if it is one that XML Schema knows too, else another one.
 std::string dateTime(const std::string& time, const std::string& otherwise) {
-    const auto seconds = secondsOfTime(time);
+    const auto seconds = secondsOf(time);
     return seconds ? timeText(*seconds) : otherwise;
 }
 
