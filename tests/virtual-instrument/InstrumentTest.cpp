@@ -80,5 +80,25 @@ TEST(Measuring, GoesThroughTheChartAndMeasuresTrialsWhereItStands) {
     EXPECT_EQ(instrument.count(Kind::standard), 0U);
 }
 
+TEST(Measuring, DriftsUntilCalibratedWhereItIsPlaced) {
+    using namespace std::chrono_literals;
+    Instrument instrument = make(calibrated(0));
+    const auto bandOf = [&](Kind kind, TimePoint now) {
+        return spectrumOf(instrument.measure(kind, now).record)[10];
+    };
+    const float exact = patches()[4].reflectance[10];
+    instrument.setDrift(0.5, kStart);
+    instrument.placeOn(4);
+    EXPECT_FLOAT_EQ(bandOf(Kind::standard, kStart), exact);
+    instrument.placeOn(4);
+    EXPECT_FLOAT_EQ(bandOf(Kind::standard, kStart + 30min), exact * 1.25F);
+    ASSERT_EQ(instrument.calibrateWhite(kStart + 1h).error, Error::none);
+    instrument.placeOn(4);
+    EXPECT_FLOAT_EQ(bandOf(Kind::standard, kStart + 1h), exact);
+    EXPECT_EQ(instrument.measure(Kind::standard, kStart + 1h).record[7], 6) << "the next patch";
+    instrument.placeOn(23);
+    EXPECT_EQ(instrument.measure(Kind::trial, kStart + 1h).record[7], 24);
+}
+
 }  // namespace
 }  // namespace vi::test

@@ -56,6 +56,9 @@ TEST(Options, AreRefusedWithWhatToDo) {
         {{"--adapter", "--slaves", "/no/such/file"}, "/no/such/file: cannot be read"},
         {{"--adapter", "--fault", "bad-crc"}, "leave out --adapter"},
         {{"--fault", "no-link"}, "needs --adapter"},
+        {{"--fleet", "0"}, "--fleet"},
+        {{"--fleet", "2", "--adapter"}, "excludes"},
+        {{"--fleet", "11", "--serial", "fourteen lette"}, "15 characters"},
     };
     for (const auto& [arguments, error] : cases) {
         SCOPED_TRACE(arguments.front() + " " + arguments.back());

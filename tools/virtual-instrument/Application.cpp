@@ -1,132 +1,105 @@
 #include "Application.h"
 
 #include <algorithm>
-#include <ctime>
-#include <string>
-
-#include "adapter/AdapterProtocol.h"
-#include "wired/WiredProtocol.h"
+#include <charconv>
+#include <sstream>
+#include <utility>
 
 namespace vi {
 namespace {
+
+constexpr std::size_t kMaxLine = 4096;  // of a command
 
 TimePoint currentTime() {
     return std::chrono::steady_clock::now();
 }
 
-std::uint32_t wallClock() {
-    return static_cast<std::uint32_t>(std::time(nullptr));
+constexpr const char* kKeyHelp =
+    "keys: s standard, t trial, k keep-alive, d disconnect, u unplug, p plug in, q quit, ? help, "
+    ": and a command";
+
+std::vector<LineOptions> linesOf(const std::vector<Options>& fleet) {
+    std::vector<LineOptions> lines;
+    for (const Options& each : fleet) {
+        lines.push_back(each.line);
+    }
+    return lines;
 }
 
-constexpr const char* kKeyHelp =
-    "keys: s standard, t trial, k keep-alive, d disconnect, u unplug, p plug in, q quit, ? help";
+/// What a key stands for; empty for none.
+std::vector<std::string> commandOf(char key) {
+    switch (key) {
+        case 's':
+            return {"press", "standard"};
+        case 't':
+            return {"press", "trial"};
+        case 'k':
+            return {"keep-alive"};
+        case 'd':
+            return {"disconnect"};
+        case 'u':
+            return {"unplug"};
+        case 'p':
+            return {"plug"};
+        case 'q':
+            return {"quit"};
+        default:
+            return {};  // line ends, and unknown keys
+    }
+}
 
 }  // namespace
 
 Application::Application(const Options& options, std::ostream* log)
     : options_(options),
-      system_(options.line),
-      log_(log, currentTime()),
-      fromHost_(options.fromHost),
-      toHost_(options.toHost),
-      protocol_(makeProtocol()) {}
-
-std::unique_ptr<Protocol> Application::makeProtocol() {
-    const auto unplugLine = [this] { mustUnplug_ = true; };
-    if (options_.isAdapter) {
-        return std::make_unique<adapter::AdapterProtocol>(options_.adapter, wallClock, toHost_,
-                                                          log_, unplugLine);
+      system_(linesOf(fleetOf(options)), options.control),
+      isBlocked_(options.fleet) {
+    for (const Options& each : fleetOf(options)) {
+        const std::string name =
+            options.fleet > 1 ? std::to_string(units_.size() + 1) + " " : std::string();
+        units_.emplace_back(each, system_, units_.size(), name, log);
     }
-    instrument_.emplace(options_.instrument, wallClock);
-    return std::make_unique<wired::WiredProtocol>(*instrument_, toHost_, log_, options_.protocol,
-                                                  unplugLine);
 }
 
 void Application::run() {
-    plugIn();
-    while (true) {
+    for (Unit& unit : units_) {
+        unit.plugIn();
+    }
+    while (!mustEnd_) {
         const TimePoint now = currentTime();
-        protocol_->elapse(now);
-        pressAutomatically(now);
-        if (mustUnplug_) {
-            unplug();
+        for (std::size_t i = 0; i < units_.size(); ++i) {
+            units_[i].elapse(now);
+            isBlocked_[i] = units_[i].flush(now);
         }
-        if (mustEnd_) {
-            return;
-        }
-        const bool isBlocked = flush(now);
-        const auto happening = system_.wait(deadline(isBlocked), isBlocked);
+        const auto happening = system_.wait(deadline(), isBlocked_);
         handle(happening, currentTime());
     }
 }
 
-void Application::plugIn() {
-    System::say("port: " + system_.plugIn());
-}
-
-void Application::unplug() {
-    mustUnplug_ = false;
-    protocol_->lineLost();
-    fromHost_.clear();
-    toHost_.clear();
-    system_.unplug();
-    System::say("unplugged");
-}
-
-void Application::receive(TimePoint now) {
-    for (ByteView due = fromHost_.due(now); !due.empty() && !mustUnplug_;
-         due = fromHost_.due(now)) {
-        const Bytes bytes(due.begin(), due.end());
-        fromHost_.consume(bytes.size());
-        protocol_->receive(bytes, now);
-    }
-}
-
-/// \return true if the line accepts no more at the moment.
-bool Application::flush(TimePoint now) {
-    for (ByteView due = toHost_.due(now); !due.empty(); due = toHost_.due(now)) {
-        const std::size_t count = system_.write(due);
-        if (count == 0) {
-            return true;
-        }
-        toHost_.consume(count);
-    }
-    return false;
-}
-
-void Application::pressAutomatically(TimePoint now) {
-    if (!options_.press || !protocol_->hasSession()) {
-        nextPress_.reset();
-    } else if (!nextPress_) {
-        nextPress_ = now + options_.press->period;
-    } else if (*nextPress_ <= now) {
-        press(options_.press->kind, now);
-        nextPress_ = now + options_.press->period;
-    }
-}
-
-std::optional<TimePoint> Application::deadline(bool isBlocked) const {
+std::optional<TimePoint> Application::deadline() const {
     std::optional<TimePoint> first;
-    const auto consider = [&first](std::optional<TimePoint> due) {
-        if (due) {
+    for (std::size_t i = 0; i < units_.size(); ++i) {
+        if (const auto due = units_[i].deadline(isBlocked_[i])) {
             first = first ? std::min(*first, *due) : *due;
         }
-    };
-    consider(fromHost_.next());
-    consider(protocol_->deadline());
-    consider(nextPress_);
-    if (!isBlocked) {
-        consider(toHost_.next());
     }
     return first;
 }
 
 void Application::handle(const System::Happening& happening, TimePoint now) {
-    // Keys are handled after what the host has sent.
-    fromHost_.push(happening.received, now);
-    receive(now);
+    // Keys and commands are handled after what the host has sent.
+    for (std::size_t i = 0; i < units_.size(); ++i) {
+        units_[i].receive(happening.received[i], now);
+    }
     for (const char key : happening.keys) {
         handleKey(key, now);
+    }
+    for (const char letter : happening.control) {
+        if (letter == '\n') {
+            handleLine(std::exchange(control_, {}), now);
+        } else if (control_.size() < kMaxLine) {
+            control_ += letter;
+        }
     }
     if (happening.mustEnd || (happening.inputEnded && options_.endsWithInput)) {
         mustEnd_ = true;
@@ -134,38 +107,50 @@ void Application::handle(const System::Happening& happening, TimePoint now) {
 }
 
 void Application::handleKey(char key, TimePoint now) {
-    switch (key) {
-        case 's':
-            return press(Kind::standard, now);
-        case 't':
-            return press(Kind::trial, now);
-        case 'k':
-            return System::say(protocol_->requestKeepAlive(now)
-                                   ? "sent: keep-alive request"
-                                   : "refused: keep-alive request (no host is connected)");
-        case 'd':
-            return System::say(protocol_->disconnect(now)
-                                   ? "sent: disconnect request"
-                                   : "refused: disconnect request (no host is connected)");
-        case 'u':
-            return system_.isPlugged() ? unplug() : System::say("refused: unplugged already");
-        case 'p':
-            return system_.isPlugged() ? System::say("refused: plugged in already") : plugIn();
-        case 'q':
-            mustEnd_ = true;
-            return;
-        case '?':
-            return System::say(kKeyHelp);
-        default:
-            return;  // line ends, and unknown keys
+    if (typed_) {
+        if (key == '\n' || key == '\r') {
+            handleLine(*std::exchange(typed_, std::nullopt), now);
+        } else if (typed_->size() < kMaxLine) {
+            *typed_ += key;
+        }
+    } else if (key == ':') {
+        typed_.emplace();
+    } else if (key == '?') {
+        System::say(kKeyHelp);
+    } else if (const auto command = commandOf(key); !command.empty()) {
+        handleCommand(command, now);
     }
 }
 
-void Application::press(Kind kind, TimePoint now) {
-    const std::string name = kind == Kind::standard ? "standard" : "trial";
-    const Error error = protocol_->press(kind, now);
-    System::say(error == Error::none ? "pressed: " + name
-                                     : "refused: " + name + " (" + describe(error) + ")");
+void Application::handleLine(const std::string& line, TimePoint now) {
+    std::istringstream in(line);
+    std::vector<std::string> words;
+    for (std::string word; in >> word;) {
+        words.push_back(word);
+    }
+    if (!words.empty() && words.front()[0] != '#') {
+        handleCommand(std::move(words), now);
+    }
+}
+
+void Application::handleCommand(std::vector<std::string> words, TimePoint now) {
+    std::size_t number = 0;
+    const std::string& first = words.front();
+    const auto [end, error] = std::from_chars(first.data(), first.data() + first.size(), number);
+    const bool hasNumber = error == std::errc{} && end == first.data() + first.size();
+    if (hasNumber && (number < 1 || number > units_.size() || words.size() < 2)) {
+        System::say("refused: " + first + " (a command goes to instrument 1 to " +
+                    std::to_string(units_.size()) +
+                    ": NUMBER COMMAND, or without a number to all)");
+    } else if (hasNumber) {
+        units_[number - 1].take({words.begin() + 1, words.end()}, now);
+    } else if (first == "quit") {
+        mustEnd_ = true;
+    } else {
+        for (Unit& unit : units_) {
+            unit.take(words, now);
+        }
+    }
 }
 
 }  // namespace vi

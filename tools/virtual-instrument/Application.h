@@ -1,51 +1,43 @@
 #pragma once
 
-#include <memory>
+#include <deque>
 #include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "Bytes.h"
-#include "instrument/Instrument.h"
-#include "line/DelayLine.h"
 #include "Options.h"
-#include "Protocol.h"
 #include "System.h"
-#include "TrafficLog.h"
+#include "Unit.h"
 
 namespace vi {
 
-/// The running program: connects the system, the line, the protocol, the instrument and the keys.
+/// The running program: connects the system, the instruments on their lines, the keys and the
+/// commands.
 class Application {
   public:
     /// \param log null for none; must live as long as the application.
     Application(const Options& options, std::ostream* log);
 
     /// Serves until told to end.
-    /// \throw std::runtime_error if the line cannot be created.
+    /// \throw std::runtime_error if a line cannot be created.
     void run();
 
   private:
-    std::unique_ptr<Protocol> makeProtocol();
-    void plugIn();
-    void unplug();
-    void receive(TimePoint now);
-    bool flush(TimePoint now);
-    void pressAutomatically(TimePoint now);
-    std::optional<TimePoint> deadline(bool isBlocked) const;
+    std::optional<TimePoint> deadline() const;
     void handle(const System::Happening& happening, TimePoint now);
     void handleKey(char key, TimePoint now);
-    void press(Kind kind, TimePoint now);
+    void handleLine(const std::string& line, TimePoint now);
+    void handleCommand(std::vector<std::string> words, TimePoint now);
 
     Options options_;
     System system_;
-    TrafficLog log_;
-    std::optional<Instrument> instrument_;  // on the cable; the adapter has its own
-    DelayLine fromHost_;
-    DelayLine toHost_;
-    std::unique_ptr<Protocol> protocol_;
+    std::deque<Unit> units_;
+    std::vector<bool> isBlocked_;  // of each unit: its line accepts no more
     bool mustEnd_ = false;
-    bool mustUnplug_ = false;
-    std::optional<TimePoint> nextPress_;  // while a host is connected
+    std::optional<std::string> typed_;  // a command on standard input, as far as typed
+    std::string control_;               // the last line of the control file, as far as read
 };
 
 }  // namespace vi

@@ -4,6 +4,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace vi {
 
@@ -69,6 +71,21 @@ std::string addFault(std::span<const Fault<Plan>> table, Plan& plan, const std::
         fault->add(plan, value);
     }
     return problem;
+}
+
+/// The same for several; the plan is unchanged if one is wrong.
+template <class Plan>
+std::string addFaults(std::span<const Fault<Plan>> table, Plan& plan,
+                      const std::vector<std::string>& texts) {
+    Plan more = plan;
+    for (const std::string& text : texts) {
+        std::string problem = addFault(table, more, text);
+        if (!problem.empty()) {
+            return problem;
+        }
+    }
+    plan = std::move(more);
+    return {};
 }
 
 /// One line per fault: name, argument, meaning.

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <iostream>
@@ -35,7 +36,16 @@ constexpr const char* kKeys =
     "  s  press the standard button      t  press the trial button\n"
     "  k  send a keep-alive request      d  send a disconnect request\n"
     "  u  unplug                         p  plug in again\n"
-    "  q  quit                           ?  list the keys\n";
+    "  q  quit                           ?  list the keys\n"
+    "  :  and a line: a command, one of\n"
+    "\n"
+    "Commands (lines of --control FILE, or behind ':' on standard input):\n"
+    "  press standard|trial    keep-alive    disconnect    unplug    plug    quit\n"
+    "  faults [NAME[:N]...]    these instead of the earlier ones; counts begin anew\n"
+    "  noise SIGMA             as --noise\n"
+    "  drift FRACTION          of the reflectance an hour, until calibrated on white\n"
+    "  patch N|NAME            the next measurement is of this patch\n"
+    "In a fleet a command goes to all, or to one: 3 press trial.\n";
 
 /// Values as typed, before conversion.
 struct Typed {
@@ -119,6 +129,17 @@ void addLineOptions(CLI::App& app, Options& options, Typed& typed) {
         ->take_all();
 }
 
+void addFleetOptions(CLI::App& app, Options& options) {
+    app.add_option("--fleet", options.fleet,
+                   "So many instruments in one process; links, pipes, serial numbers count up")
+        ->check(CLI::Range(std::size_t{1}, System::maxLines()))
+        ->excludes("--com")
+        ->type_name("N");
+    app.add_option("--control", options.control,
+                   "Also take commands from this FIFO or growing file, see below")
+        ->type_name("FILE");
+}
+
 void addInstrumentOptions(CLI::App& app, Options& options, Typed& typed) {
     Instrument::Settings& instrument = options.instrument;
     const auto count = CLI::Range(0U, kMaxCapacity);
@@ -159,10 +180,25 @@ void addInstrumentOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("SECONDS[:standard|trial]");
 }
 
+/// "VI-000009" and 1: "VI-000010"; without a number at its end it gets one.
+std::string countedUp(const std::string& serial, std::size_t by) {
+    const std::size_t digits = serial.size() - 1 - serial.find_last_not_of("0123456789");
+    if (by == 0 || digits > 15) {
+        return serial;
+    }
+    if (digits == 0) {
+        return serial + "-" + std::to_string(by + 1);
+    }
+    const std::string start = serial.substr(serial.size() - digits);
+    const std::string number = std::to_string(std::stoull(start) + by);
+    return serial.substr(0, serial.size() - digits) +
+           std::string(std::max(start.size(), number.size()) - number.size(), '0') + number;
+}
+
 /// \throw std::invalid_argument with what to do.
 void finishInstrument(Options& options, const Typed& typed) {
     Instrument::Settings& instrument = options.instrument;
-    if (instrument.serial.size() > 15) {
+    if (countedUp(instrument.serial, options.fleet - 1).size() > 15) {
         throw std::invalid_argument("--serial takes at most 15 characters");
     }
     if (instrument.standards > instrument.capacity || instrument.samples > instrument.capacity) {
@@ -208,7 +244,7 @@ void addAdapterOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_flag("--scan-ready", options.adapter.module.isScanReady,
                  "The module has already scanned and gives its results when asked")
         ->needs(adapter);
-    for (const char* wiredOnly : {"--max-packet", "--keep-alive", "--serial"}) {
+    for (const char* wiredOnly : {"--max-packet", "--keep-alive", "--serial", "--fleet"}) {
         app.get_option(wiredOnly)->excludes(adapter);
     }
 }
@@ -254,6 +290,22 @@ void finish(Options& options, const Typed& typed) {
 
 }  // namespace
 
+std::vector<Options> fleetOf(const Options& options) {
+    std::vector<Options> fleet(options.fleet, options);
+    for (std::size_t i = 0; i < fleet.size() && fleet.size() > 1; ++i) {
+        Options& each = fleet[i];
+        for (std::string* const name : {&each.line.link, &each.line.pipe}) {
+            if (!name->empty()) {
+                name->append("-" + std::to_string(i + 1));
+            }
+        }
+        each.instrument.serial = countedUp(options.instrument.serial, i);
+        each.instrument.seed += i;
+        each.protocol.seed += i;
+    }
+    return fleet;
+}
+
 std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
     Options options;
     Typed typed;
@@ -263,6 +315,7 @@ std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
     app.footer(std::string(kKeys) + "\nFaults:\n" + wired::faultHelp() +
                "\nFaults with --adapter:\n" + adapter::faultHelp());
     addLineOptions(app, options, typed);
+    addFleetOptions(app, options);
     addInstrumentOptions(app, options, typed);
     addAdapterOptions(app, options, typed);
     exitCode = 0;

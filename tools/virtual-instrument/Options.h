@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "adapter/AdapterProtocol.h"
 #include "instrument/Instrument.h"
@@ -28,8 +29,13 @@ struct Options {
     adapter::AdapterProtocol::Settings adapter;
     std::optional<AutomaticPress> press;
     bool endsWithInput = false;
-    std::string log;  ///< a path, "-" for standard error; empty for none
+    std::size_t fleet = 1;  ///< how many such instruments
+    std::string control;    ///< a path of a file with commands; empty for none
+    std::string log;        ///< a path, "-" for standard error; empty for none
 };
+
+/// The options of each instrument of a fleet: links, pipes, serial numbers and seeds count up.
+std::vector<Options> fleetOf(const Options& options);
 
 /// Reads the command line.
 /// \param exitCode set if the program must end at once: 0 after --help and --version, 2 after a

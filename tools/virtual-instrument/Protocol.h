@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Bytes.h"
 #include "instrument/Instrument.h"
@@ -32,6 +33,13 @@ class Protocol {
     virtual bool requestKeepAlive(TimePoint now) = 0;
     /// \return false if no host is connected.
     virtual bool disconnect(TimePoint now) = 0;
+
+    /// The instrument whose button press() presses; null if none is within reach.
+    virtual Instrument* instrument() = 0;
+    /// Replaces the planned faults; counts begin anew.
+    /// \param faults each NAME or NAME:N.
+    /// \return empty, or what is wrong with one; the earlier ones then stay.
+    virtual std::string setFaults(const std::vector<std::string>& faults) = 0;
 };
 
 }  // namespace vi

@@ -9,7 +9,7 @@ std::string TrafficLog::prefix(const char* mark, TimePoint now) const {
     const double seconds = std::chrono::duration<double>(now - start_).count();
     std::array<char, 48> text{};
     std::snprintf(text.data(), text.size(), "%12.6f %s ", seconds, mark);
-    return text.data();
+    return name_ + text.data();
 }
 
 void TrafficLog::packet(Direction direction, std::string_view words, ByteView bytes,

@@ -3,6 +3,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Bytes.h"
 
@@ -15,7 +16,9 @@ class TrafficLog {
     enum class Direction { fromHost, toHost };
 
     /// \param out null to write nothing. Must live as long as the log.
-    TrafficLog(std::ostream* out, TimePoint start) : out_(out), start_(start) {}
+    /// \param name what each line begins with; may be empty.
+    TrafficLog(std::ostream* out, TimePoint start, std::string name = {})
+        : out_(out), start_(start), name_(std::move(name)) {}
 
     bool isOn() const { return out_ != nullptr; }
 
@@ -28,6 +31,7 @@ class TrafficLog {
 
     std::ostream* out_;
     TimePoint start_;
+    std::string name_;
 };
 
 }  // namespace vi

@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "Bench.h"
+#include "posix/HostWatch.h"
 
 namespace vi::test {
 namespace {
@@ -26,18 +27,26 @@ Descriptor openHost(const std::string& name) {
 /// the next one must keep the lock that it has made meanwhile.
 TEST(PseudoTerminal, IsUnlockedWhenAHostHasGone) {
     PseudoTerminal terminal("");
+    HostWatch watch;
+    const int number = watch.add(terminal.name());
+    const auto handleWatch = [&] {
+        watch.handle([&](int gone) {
+            EXPECT_EQ(gone, number);
+            terminal.hostHasGone();
+        });
+    };
     const auto isLocked = [](const Descriptor& host) {
         int locked = -1;
         EXPECT_EQ(ioctl(host.get(), TIOCGEXCL, &locked), 0);
         return locked != 0;
     };
     ASSERT_EQ(ioctl(openHost(terminal.name()).get(), TIOCEXCL), 0);
-    terminal.handleWatch();
+    handleWatch();
     EXPECT_FALSE(isLocked(openHost(terminal.name())));
 
     const Descriptor next = openHost(terminal.name());
     ASSERT_EQ(ioctl(next.get(), TIOCEXCL), 0);
-    terminal.handleWatch();
+    handleWatch();
     EXPECT_TRUE(isLocked(next));
 }
 

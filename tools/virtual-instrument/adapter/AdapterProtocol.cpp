@@ -16,6 +16,7 @@ constexpr auto kDropPause = 100ms;
 AdapterProtocol::AdapterProtocol(Settings settings, const std::function<std::uint32_t()>& wallClock,
                                  DelayLine& out, TrafficLog& log, std::function<void()> unplug)
     : slaves_(std::move(settings.slaves)),
+      out_(out),
       log_(log),
       unplug_(std::move(unplug)),
       outbox_(out, log),
@@ -105,8 +106,28 @@ bool AdapterProtocol::hasSession() const {
 
 Error AdapterProtocol::press(Kind kind, TimePoint now) {
     now_ = now;
-    return peripherals_.empty() ? Error::unknownCommand
-                                : peripherals_[module_.linked().value_or(0)]->press(kind, now);
+    Peripheral* const peripheral = pressed();
+    return peripheral == nullptr ? Error::unknownCommand : peripheral->press(kind, now);
+}
+
+Peripheral* AdapterProtocol::pressed() const {
+    return peripherals_.empty() ? nullptr : peripherals_[module_.linked().value_or(0)].get();
+}
+
+Instrument* AdapterProtocol::instrument() {
+    Peripheral* const peripheral = pressed();
+    return peripheral == nullptr ? nullptr : &peripheral->instrument();
+}
+
+std::string AdapterProtocol::setFaults(const std::vector<std::string>& faults) {
+    FaultPlan plan;
+    std::string problem = addFaults(plan, faults);
+    if (problem.empty()) {
+        line_.restart(plan);
+        module_.restart(plan);
+        out_.setByteByByte(plan.oneByte);
+    }
+    return problem;
 }
 
 bool AdapterProtocol::disconnect(TimePoint now) {

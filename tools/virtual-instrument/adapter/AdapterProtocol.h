@@ -45,12 +45,16 @@ class AdapterProtocol final : public Protocol {
     bool requestKeepAlive(TimePoint) override { return false; }
     /// The linked instrument ends the link.
     bool disconnect(TimePoint now) override;
+    Instrument* instrument() override;
+    std::string setFaults(const std::vector<std::string>& faults) override;
 
   private:
     Peripheral* carried() const;
+    Peripheral* pressed() const;
     void takePacket(ByteView packet);
 
     std::vector<Slave> slaves_;
+    DelayLine& out_;
     TrafficLog& log_;
     std::function<void()> unplug_;
     TimePoint now_{};  // of the current step

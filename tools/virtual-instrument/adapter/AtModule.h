@@ -31,6 +31,12 @@ class AtModule {
     AtModule(const std::vector<Slave>& slaves, Outbox& outbox, TrafficLog& log, Settings settings,
              std::function<void(std::size_t slave)> unlinked);
 
+    /// Replaces the planned faults; counts begin anew.
+    void restart(const FaultPlan& plan) {
+        settings_.faults = plan;
+        commands_ = 0;
+    }
+
     /// The linked slave.
     std::optional<std::size_t> linked() const { return linked_; }
     /// True while bytes are for the linked slave: from the link until the escape.

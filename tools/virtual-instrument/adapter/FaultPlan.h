@@ -5,6 +5,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace vi::adapter {
 
@@ -40,6 +41,9 @@ struct FaultPlan {
 /// \param text NAME or NAME:N, N decimal or hexadecimal with 0x.
 /// \return empty, or what is wrong with the text; the plan is then unchanged.
 std::string addFault(FaultPlan& plan, const std::string& text);
+
+/// The same for several; the plan is unchanged if one is wrong.
+std::string addFaults(FaultPlan& plan, const std::vector<std::string>& texts);
 
 /// True if the text names one of these faults.
 bool hasFault(const std::string& text);

@@ -25,6 +25,12 @@ class PacketLine {
     /// \param outbox must live as long as the line.
     PacketLine(FaultPlan plan, Outbox& outbox) : plan_(std::move(plan)), outbox_(outbox) {}
 
+    /// Replaces the planned faults; counts begin anew.
+    void restart(const FaultPlan& plan) {
+        plan_ = plan;
+        fromHost_ = replies_ = toHost_ = 0;
+    }
+
     /// Counts one packet from the host and decides what happens to it.
     Verdict admit();
     /// True if the link shall end once the packet admitted last has been answered.

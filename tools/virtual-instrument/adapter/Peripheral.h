@@ -39,6 +39,7 @@ class Peripheral {
     void unlink();
 
     Error press(Kind kind, TimePoint now);
+    Instrument& instrument() { return instrument_; }
 
   private:
     struct Pressed {

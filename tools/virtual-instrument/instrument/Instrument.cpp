@@ -102,6 +102,19 @@ Instrument::Outcome Instrument::calibrate(bool& isCalibrated, TimePoint now) {
     return {.error = Error::none, .ready = busyUntil_};
 }
 
+Instrument::Outcome Instrument::calibrateWhite(TimePoint now) {
+    const Outcome outcome = calibrate(isWhiteCalibrated_, now);
+    if (outcome.error == Error::none) {
+        driftsSince_ = now;
+    }
+    return outcome;
+}
+
+void Instrument::setDrift(double perHour, TimePoint now) {
+    driftPerHour_ = perHour;
+    driftsSince_ = now;
+}
+
 Error Instrument::readiness(TimePoint now) const {
     if (now < busyUntil_) {
         return Error::busy;
@@ -114,7 +127,7 @@ Instrument::Measurement Instrument::measure(Kind kind, TimePoint now) {
         return {.error = error, .record = {}, .ready = now};
     }
     busyUntil_ = now + settings_.measureTime;
-    return {.error = Error::none, .record = makeRecord(kind), .ready = busyUntil_};
+    return {.error = Error::none, .record = makeRecord(kind, now), .ready = busyUntil_};
 }
 
 Instrument::Measurement Instrument::press(Kind kind, TimePoint now) {
@@ -126,10 +139,16 @@ Instrument::Measurement Instrument::press(Kind kind, TimePoint now) {
     return measurement;
 }
 
-Record Instrument::makeRecord(Kind kind) {
+Record Instrument::makeRecord(Kind kind, TimePoint now) {
     const bool isStandard = kind == Kind::standard;
-    if (isStandard) {
+    const std::chrono::duration<double, std::ratio<3600>> hours = now - driftsSince_;
+    sensor_.setDrift(1 + driftPerHour_ * hours.count());
+    if (placedOn_) {
+        lastPatch_ = *std::exchange(placedOn_, std::nullopt);
+    } else if (isStandard) {
         lastPatch_ = lastPatch_ ? (*lastPatch_ + 1) % kPatchCount : 0;
+    }
+    if (isStandard) {
         currentStandard_ = ++standardNumber_;
     } else {
         ++trialNumber_;

@@ -62,7 +62,8 @@ class Instrument {
     /// \param wallClock gives the seconds since 1970.
     Instrument(Settings settings, std::function<std::uint32_t()> wallClock);
 
-    Outcome calibrateWhite(TimePoint now) { return calibrate(isWhiteCalibrated_, now); }
+    /// Also ends what has drifted so far.
+    Outcome calibrateWhite(TimePoint now);
     Outcome calibrateBlack(TimePoint now) { return calibrate(isBlackCalibrated_, now); }
 
     /// Measures on a host's command; the result is not stored. Each standard is the next patch of
@@ -71,6 +72,14 @@ class Instrument {
 
     /// Measures with the instrument's own button; the result is stored as long as there is room.
     Measurement press(Kind kind, TimePoint now);
+
+    void setNoise(double noise) { sensor_.setNoise(noise); }
+    /// From now on all reflectance factors drift, beginning with none.
+    /// \param perHour the change in an hour as a fraction; 0 ends it.
+    void setDrift(double perHour, TimePoint now);
+    /// Puts the instrument on a patch: the next measurement is of it.
+    /// \param patch 0..23.
+    void placeOn(std::size_t patch) { placedOn_ = patch; }
 
     const std::vector<Record>& records(Kind kind) const {
         return kind == Kind::standard ? standards_ : samples_;
@@ -99,7 +108,7 @@ class Instrument {
   private:
     Outcome calibrate(bool& isCalibrated, TimePoint now);
     Error readiness(TimePoint now) const;
-    Record makeRecord(Kind kind);
+    Record makeRecord(Kind kind, TimePoint now);
     std::string whiteBoardText() const;
     void preload();
 
@@ -110,7 +119,10 @@ class Instrument {
     bool isWhiteCalibrated_;
     bool isBlackCalibrated_;
     TimePoint busyUntil_{};
+    double driftPerHour_ = 0;
+    TimePoint driftsSince_{};
     std::optional<std::size_t> lastPatch_;
+    std::optional<std::size_t> placedOn_;  // until the next measurement
     std::uint32_t standardNumber_ = 0;
     std::uint32_t trialNumber_ = 0;
     std::uint32_t currentStandard_ = 0;  // the running number of the standard measured last

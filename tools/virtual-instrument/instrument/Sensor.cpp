@@ -43,14 +43,17 @@ Spectrum Sensor::exactTrial(std::size_t patch, std::uint32_t trial) {
 }
 
 Spectrum Sensor::measureStandard(std::size_t patch) {
-    return withNoise(exactStandard(patch));
+    return asMeasured(exactStandard(patch));
 }
 
 Spectrum Sensor::measureTrial(std::size_t patch, std::uint32_t trial) {
-    return withNoise(exactTrial(patch, trial));
+    return asMeasured(exactTrial(patch, trial));
 }
 
-Spectrum Sensor::withNoise(Spectrum spectrum) {
+Spectrum Sensor::asMeasured(Spectrum spectrum) {
+    for (float& value : spectrum) {
+        value = static_cast<float>(value * drift_);
+    }
     if (noise_ > 0) {
         for (float& value : spectrum) {
             value = std::max(0.0F, static_cast<float>(value + noise_ * normal()));

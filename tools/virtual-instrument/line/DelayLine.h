@@ -23,6 +23,8 @@ class DelayLine {
 
     explicit DelayLine(Pace pace) : pace_(pace) {}
 
+    void setByteByByte(bool isByteByByte) { pace_.isByteByByte = isByteByByte; }
+
     /// \param isByteByByte as in the pace, for these bytes.
     /// \return when the last of the bytes comes out.
     TimePoint push(ByteView bytes, TimePoint now, bool isByteByByte = false);

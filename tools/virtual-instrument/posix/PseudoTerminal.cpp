@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
-#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 
@@ -40,7 +39,6 @@ PseudoTerminal::PseudoTerminal(const std::string& link) {
     if (fcntl(master_.get(), F_SETFL, O_NONBLOCK) != 0) {
         fail("cannot set up the pseudo-terminal");
     }
-    watchHosts();
     if (!link.empty()) {
         link_ = link;
         makeLink();
@@ -71,28 +69,8 @@ void PseudoTerminal::openSlave() {
 
 // A host that opened the port for exclusive use and was killed leaves it locked: only the last
 // close unlocks a terminal, which never happens while the slave is kept open here.
-void PseudoTerminal::watchHosts() {
-    watch_ = Descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    if (!watch_.isOpen() ||
-        inotify_add_watch(watch_.get(), name_.c_str(), IN_OPEN | IN_CLOSE) < 0) {
-        fail("cannot watch " + name_);
-    }
-}
-
-void PseudoTerminal::handleWatch() {
-    alignas(inotify_event) std::array<char, 4096> events{};
-    const ssize_t size = ::read(watch_.get(), events.data(), events.size());
-    // Identical successive events arrive as one, so hosts cannot be counted. But a host that opened
-    // the terminal after another closed it found it unlocked, and may have locked it since.
-    bool hasHostGone = false;
-    for (ssize_t at = 0; at < size;) {
-        const auto* event = reinterpret_cast<const inotify_event*>(events.data() + at);
-        at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-        hasHostGone = (event->mask & IN_CLOSE) != 0;
-    }
-    if (hasHostGone) {
-        ioctl(slave_.get(), TIOCNXCL);
-    }
+void PseudoTerminal::hostHasGone() {
+    ioctl(slave_.get(), TIOCNXCL);
 }
 
 void PseudoTerminal::makeLink() {

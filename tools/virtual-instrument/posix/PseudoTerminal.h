@@ -29,19 +29,16 @@ class PseudoTerminal {
     /// \return how much was accepted.
     std::size_t write(ByteView bytes);
 
-    /// The descriptor on which to wait for hosts that open or close the port.
-    int watchDescriptor() const { return watch_.get(); }
-    void handleWatch();
+    /// A host has closed the port, and none has opened it since.
+    void hostHasGone();
 
   private:
     void openSlave();
-    void watchHosts();
     void makeLink();
 
     Descriptor master_;
     // Kept open: without any open slave the master would report a permanent hang-up.
     Descriptor slave_;
-    Descriptor watch_;
     std::string name_;
     std::string link_;
 };

@@ -3,17 +3,25 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <stdexcept>
+#include <system_error>
 
+#include "posix/Descriptor.h"
+#include "posix/HostWatch.h"
 #include "posix/PseudoTerminal.h"
 
 namespace vi {
 namespace {
+
+/// Nothing signals that a file has grown, or that a FIFO has a new writer.
+constexpr std::chrono::milliseconds kControlPeriod{20};
 
 volatile sig_atomic_t mustEnd = 0;
 
@@ -55,10 +63,57 @@ class KeyMode {
     bool isChanged_ = false;
 };
 
+/// A control file, read as far as it has grown.
+class ControlFile {
+  public:
+    explicit ControlFile(const std::string& path) {
+        if (path.empty()) {
+            return;
+        }
+        file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        if (!file_.isOpen()) {
+            throw std::runtime_error("cannot read the control file " + path + ": " +
+                                     std::generic_category().message(errno));
+        }
+    }
+
+    bool isOpen() const { return file_.isOpen(); }
+
+    std::string read() const {
+        std::array<char, 4096> bytes{};
+        const ssize_t count = isOpen() ? ::read(file_.get(), bytes.data(), bytes.size()) : 0;
+        return {bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
+    }
+
+  private:
+    Descriptor file_;
+};
+
+/// Descriptors for many lines.
+void allowManyFiles() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
+}
+
+struct Terminal {
+    LineOptions options;
+    std::unique_ptr<PseudoTerminal> terminal;  // while it is plugged in
+    int watch = -1;
+};
+
 }  // namespace
 
 struct System::Impl {
-    explicit Impl(LineOptions lineOptions) : options(std::move(lineOptions)) {
+    Impl(std::vector<LineOptions> lines, const std::string& controlFile) : control(controlFile) {
+        for (LineOptions& options : lines) {
+            terminals.push_back({std::move(options), nullptr, -1});
+        }
+        if (terminals.size() > 1) {
+            allowManyFiles();
+        }
         // Signals are unblocked only during the wait, so that none is lost between the check and
         // the wait.
         sigset_t ending;
@@ -89,11 +144,34 @@ struct System::Impl {
         }
     }
 
-    LineOptions options;
+    void unlock(int watch) {
+        for (const Terminal& each : terminals) {
+            if (each.watch == watch && each.terminal != nullptr) {
+                each.terminal->hostHasGone();
+            }
+        }
+    }
+
+    /// Waits for the terminals in their order, the watch and standard input.
+    std::vector<pollfd> waits(const std::vector<bool>& wantsWrite) const {
+        std::vector<pollfd> list;
+        list.reserve(terminals.size() + 2);
+        for (std::size_t i = 0; i < terminals.size(); ++i) {
+            // A negative descriptor is ignored in the wait.
+            list.push_back({terminals[i].terminal ? terminals[i].terminal->descriptor() : -1,
+                            static_cast<short>(wantsWrite[i] ? POLLIN | POLLOUT : POLLIN), 0});
+        }
+        list.push_back({hosts.descriptor(), POLLIN, 0});
+        list.push_back({hasInput ? STDIN_FILENO : -1, POLLIN, 0});
+        return list;
+    }
+
+    std::vector<Terminal> terminals;
+    HostWatch hosts;
+    ControlFile control;
     KeyMode keyMode;
     sigset_t whileWaiting{};
     bool hasInput = true;
-    std::unique_ptr<PseudoTerminal> terminal;
 };
 
 void System::secureStandardStreams() {
@@ -112,36 +190,43 @@ std::string System::check(const LineOptions& options) {
                : "--com and --pipe are for Windows; here a pseudo-terminal is made";
 }
 
-System::System(LineOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
+std::size_t System::maxLines() {
+    return 1000;
+}
+
+System::System(std::vector<LineOptions> lines, const std::string& controlFile)
+    : impl_(std::make_unique<Impl>(std::move(lines), controlFile)) {}
 
 System::~System() = default;
 
-std::string System::plugIn() {
-    impl_->terminal = std::make_unique<PseudoTerminal>(impl_->options.link);
-    return impl_->terminal->name();
+std::string System::plugIn(std::size_t line) {
+    Terminal& place = impl_->terminals[line];
+    place.terminal = std::make_unique<PseudoTerminal>(place.options.link);
+    place.watch = impl_->hosts.add(place.terminal->name());
+    return place.terminal->name();
 }
 
-void System::unplug() {
-    impl_->terminal.reset();
+void System::unplug(std::size_t line) {
+    Terminal& place = impl_->terminals[line];
+    impl_->hosts.remove(place.watch);
+    place.terminal.reset();
 }
 
-bool System::isPlugged() const {
-    return impl_->terminal != nullptr;
+bool System::isPlugged(std::size_t line) const {
+    return impl_->terminals[line].terminal != nullptr;
 }
 
-std::size_t System::write(ByteView bytes) {
-    return isPlugged() ? impl_->terminal->write(bytes) : bytes.size();
+std::size_t System::write(std::size_t line, ByteView bytes) {
+    return isPlugged(line) ? impl_->terminals[line].terminal->write(bytes) : bytes.size();
 }
 
-System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) {
-    const auto& terminal = impl_->terminal;
-    const auto lineEvents = static_cast<short>(wantsWrite ? POLLIN | POLLOUT : POLLIN);
-    // A negative descriptor is ignored in the wait.
-    std::array<pollfd, 3> waits{{
-        {terminal ? terminal->descriptor() : -1, lineEvents, 0},
-        {terminal ? terminal->watchDescriptor() : -1, POLLIN, 0},
-        {impl_->hasInput ? STDIN_FILENO : -1, POLLIN, 0},
-    }};
+System::Happening System::wait(std::optional<TimePoint> until,
+                               const std::vector<bool>& wantsWrite) {
+    if (impl_->control.isOpen()) {
+        const TimePoint next = std::chrono::steady_clock::now() + kControlPeriod;
+        until = until ? std::min(*until, next) : next;
+    }
+    std::vector<pollfd> waits = impl_->waits(wantsWrite);
     timespec limit{};
     if (until) {
         limit = toTimespec(*until - std::chrono::steady_clock::now());
@@ -154,17 +239,22 @@ System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) 
     sigprocmask(SIG_SETMASK, &blocked, nullptr);
     Happening happening;
     happening.mustEnd = mustEnd != 0;
+    happening.control = impl_->control.read();
+    const std::size_t count = impl_->terminals.size();
+    happening.received.resize(count);
     if (ready > 0) {
-        if (waits[1].revents != 0) {
-            terminal->handleWatch();
+        if (waits[count].revents != 0) {
+            impl_->hosts.handle([this](int watch) { impl_->unlock(watch); });
         }
-        const bool hasKeys = waits[2].revents != 0;
-        if (hasKeys) {
+        if (waits[count + 1].revents != 0) {
             impl_->readKeys(happening);
         }
-        // What the host sent before the keys were pressed may have arrived since the wait.
-        if (terminal && (hasKeys || (waits[0].revents & POLLIN) != 0)) {
-            terminal->read(happening.received);
+    }
+    // What the host sent before it was told otherwise may have arrived since the wait.
+    const bool isTold = waits[count + 1].revents != 0 || !happening.control.empty();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (impl_->terminals[i].terminal && (isTold || (waits[i].revents & POLLIN) != 0)) {
+            impl_->terminals[i].terminal->read(happening.received[i]);
         }
     }
     return happening;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 #include "win32/ComPort.h"
 #include "win32/Handle.h"
@@ -17,7 +18,8 @@
 namespace vi {
 namespace {
 
-/// Nothing signals that a pipe has keys, or that a full port accepts bytes again.
+/// Nothing signals that a pipe has keys, that a file has grown, or that a full port accepts bytes
+/// again.
 constexpr std::chrono::milliseconds kPollPeriod{50};
 
 HANDLE endEvent = nullptr;  // of the only System; the console's handler has no other way to it
@@ -48,10 +50,24 @@ bool isComName(const std::string& name) {
 }  // namespace
 
 struct System::Impl {
-    explicit Impl(LineOptions lineOptions)
+    Impl(std::vector<LineOptions> lineOptions, const std::string& controlFile)
         : options(std::move(lineOptions)),
           end(CreateEventA(nullptr, TRUE, FALSE, nullptr)),
-          timer(makeTimer()) {
+          timer(makeTimer()),
+          lines(options.size()) {
+        for (std::size_t i = 0; i < options.size() && options.size() > 1; ++i) {
+            if (options[i].pipe.empty()) {
+                options[i].pipe = pipeName(options[i]) + "-" + std::to_string(i + 1);
+            }
+        }
+        if (!controlFile.empty()) {
+            control = Handle(CreateFileA(controlFile.c_str(), GENERIC_READ,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                         nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+            if (!control.isValid()) {
+                throw std::runtime_error("cannot read the control file " + controlFile);
+            }
+        }
         endEvent = end.get();
         SetConsoleCtrlHandler(askToEnd, TRUE);
     }
@@ -65,12 +81,48 @@ struct System::Impl {
         SetWaitableTimer(timer.get(), &due, 0, nullptr, nullptr, FALSE);
     }
 
-    LineOptions options;
+    std::string readControl() const {
+        std::array<char, 4096> bytes{};
+        DWORD count = 0;
+        if (control.isValid()) {
+            ReadFile(control.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count,
+                     nullptr);
+        }
+        return {bytes.data(), count};
+    }
+
+    /// What to wait for: the end, then the lines, then the rest.
+    std::vector<HANDLE> waits(const std::vector<bool>& wantsWrite) {
+        std::vector<HANDLE> handles{end.get()};
+        for (const auto& line : lines) {
+            if (line) {
+                handles.push_back(line->readEvent());
+            }
+        }
+        if (lines.size() == 1 && wantsWrite[0] && lines[0] && lines[0]->writeEvent() != nullptr) {
+            handles.push_back(lines[0]->writeEvent());
+        }
+        if (keys.event() != nullptr) {
+            handles.push_back(keys.event());
+        }
+        return handles;
+    }
+
+    /// Whether something happens that no handle tells of.
+    bool mustPoll(const std::vector<bool>& wantsWrite) const {
+        const bool isBlocked =
+            std::find(wantsWrite.begin(), wantsWrite.end(), true) != wantsWrite.end();
+        const bool isTold = lines.size() == 1 && lines[0] && lines[0]->writeEvent() != nullptr;
+        return (isBlocked && !isTold) || keys.mustBePolled() || control.isValid();
+    }
+
+    std::vector<LineOptions> options;
     Handle end;
     Handle timer;
+    Handle control;
     Keys keys;
     bool isEndTold = false;
-    std::unique_ptr<Line> line;
+    std::vector<std::unique_ptr<Line>> lines;
 };
 
 void System::secureStandardStreams() {}  // handles are not numbers that could be reused
@@ -91,61 +143,62 @@ std::string System::check(const LineOptions& options) {
                : "--com takes a port such as COM6, not '" + options.comPort + "'";
 }
 
-System::System(LineOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
+std::size_t System::maxLines() {
+    constexpr std::size_t others = 4;  // the end, the keys, the timer and a write
+    return MAXIMUM_WAIT_OBJECTS - others;
+}
+
+System::System(std::vector<LineOptions> lines, const std::string& controlFile)
+    : impl_(std::make_unique<Impl>(std::move(lines), controlFile)) {}
 
 System::~System() = default;
 
-std::string System::plugIn() {
-    const LineOptions& options = impl_->options;
+std::string System::plugIn(std::size_t line) {
+    const LineOptions& options = impl_->options[line];
+    auto& place = impl_->lines[line];
     if (options.comPort.empty()) {
-        impl_->line = std::make_unique<NamedPipe>(pipeName(options));
+        place = std::make_unique<NamedPipe>(pipeName(options));
     } else {
-        impl_->line = std::make_unique<ComPort>(options.comPort);
+        place = std::make_unique<ComPort>(options.comPort);
     }
-    return impl_->line->name();
+    return place->name();
 }
 
-void System::unplug() {
-    impl_->line.reset();
+void System::unplug(std::size_t line) {
+    impl_->lines[line].reset();
 }
 
-bool System::isPlugged() const {
-    return impl_->line != nullptr;
+bool System::isPlugged(std::size_t line) const {
+    return impl_->lines[line] != nullptr;
 }
 
-std::size_t System::write(ByteView bytes) {
-    return isPlugged() ? impl_->line->write(bytes) : bytes.size();
+std::size_t System::write(std::size_t line, ByteView bytes) {
+    return isPlugged(line) ? impl_->lines[line]->write(bytes) : bytes.size();
 }
 
-System::Happening System::wait(std::optional<TimePoint> until, bool wantsWrite) {
-    const HANDLE writeEvent = wantsWrite && impl_->line ? impl_->line->writeEvent() : nullptr;
-    if ((wantsWrite && writeEvent == nullptr) || impl_->keys.mustBePolled()) {
+System::Happening System::wait(std::optional<TimePoint> until,
+                               const std::vector<bool>& wantsWrite) {
+    if (impl_->mustPoll(wantsWrite)) {
         const TimePoint next = std::chrono::steady_clock::now() + kPollPeriod;
         until = until ? std::min(*until, next) : next;
     }
-    std::array<HANDLE, 5> handles{impl_->end.get()};
-    DWORD count = 1;
-    if (impl_->line) {
-        handles[count++] = impl_->line->readEvent();
-    }
-    if (writeEvent != nullptr) {
-        handles[count++] = writeEvent;
-    }
-    if (impl_->keys.event() != nullptr) {
-        handles[count++] = impl_->keys.event();
-    }
+    std::vector<HANDLE> handles = impl_->waits(wantsWrite);
     if (until) {
         impl_->setTimer(*until);
-        handles[count++] = impl_->timer.get();
+        handles.push_back(impl_->timer.get());
     }
-    WaitForMultipleObjects(count, handles.data(), FALSE, INFINITE);
+    WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE, INFINITE);
 
     Happening happening;
     happening.mustEnd = WaitForSingleObject(impl_->end.get(), 0) == WAIT_OBJECT_0;
-    if (impl_->line) {
-        impl_->line->read(happening.received);
+    happening.received.resize(impl_->lines.size());
+    for (std::size_t i = 0; i < impl_->lines.size(); ++i) {
+        if (impl_->lines[i]) {
+            impl_->lines[i]->read(happening.received[i]);
+        }
     }
     happening.keys = impl_->keys.poll();
+    happening.control = impl_->readControl();
     happening.inputEnded =
         impl_->keys.hasEnded() && !std::exchange(impl_->isEndTold, impl_->keys.hasEnded());
     return happening;

@@ -27,6 +27,14 @@ FaultLayer::FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap t
     settle();
 }
 
+void FaultLayer::restart(const FaultPlan& plan) {
+    plan_ = plan;
+    fromHost_ = sent_ = dataSent_ = acknowledgementsDue_ = asked_ = 0;
+    isSilent_ = false;
+    out_.setByteByByte(plan_.oneByte);
+    settle();
+}
+
 FaultLayer::Verdict FaultLayer::admit(ByteView packet, TimePoint now) {
     if (isSilent_) {
         strike_("silence");

@@ -33,6 +33,9 @@ class FaultLayer final : public PacketSink {
     /// \param out must live as long as the layer.
     FaultLayer(FaultPlan plan, std::uint64_t seed, DelayLine& out, Tap tap, Strike strike);
 
+    /// Replaces the planned faults; counts begin anew.
+    void restart(const FaultPlan& plan);
+
     /// \param packet one whole packet from the host.
     Verdict admit(ByteView packet, TimePoint now);
     /// The packet admitted last has been answered.

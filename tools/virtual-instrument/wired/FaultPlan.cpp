@@ -56,6 +56,10 @@ std::string addFault(FaultPlan& plan, const std::string& text) {
     return vi::addFault(kTable, plan, text);
 }
 
+std::string addFaults(FaultPlan& plan, const std::vector<std::string>& texts) {
+    return vi::addFaults(kTable, plan, texts);
+}
+
 bool hasFault(const std::string& text) {
     return findFault(kTable, splitFault(text).name) != nullptr;
 }

@@ -11,7 +11,8 @@ using Direction = TrafficLog::Direction;
 
 WiredProtocol::WiredProtocol(Instrument& instrument, DelayLine& out, TrafficLog& log,
                              Settings settings, std::function<void()> unplug)
-    : log_(log),
+    : instrument_(instrument),
+      log_(log),
       unplug_(std::move(unplug)),
       faults_(
           std::move(settings.faults), settings.seed, out,
@@ -92,6 +93,15 @@ bool WiredProtocol::disconnect(TimePoint now) {
     }
     engine_.disconnect(now);
     return true;
+}
+
+std::string WiredProtocol::setFaults(const std::vector<std::string>& faults) {
+    FaultPlan plan;
+    std::string problem = addFaults(plan, faults);
+    if (problem.empty()) {
+        faults_.restart(plan);
+    }
+    return problem;
 }
 
 }  // namespace vi::wired

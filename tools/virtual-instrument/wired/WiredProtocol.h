@@ -34,10 +34,13 @@ class WiredProtocol final : public Protocol {
     Error press(Kind kind, TimePoint now) override;
     bool requestKeepAlive(TimePoint now) override;
     bool disconnect(TimePoint now) override;
+    Instrument* instrument() override { return &instrument_; }
+    std::string setFaults(const std::vector<std::string>& faults) override;
 
   private:
     void takePacket(ByteView packet);
 
+    Instrument& instrument_;
     TrafficLog& log_;
     std::function<void()> unplug_;
     TimePoint now_{};  // of the current step, for the parts' reports
