@@ -14,11 +14,13 @@
 #include <stdexcept>
 
 #include "faults/Matrix.h"
+#include "peer/Rounds.h"
 
 namespace cqtest::faults {
 namespace {
 
-/// A child that has not ended by itself by then is ended; in seconds.
+/// A child that has not ended by itself by then is ended, one that repeats itself after as many times
+/// this; in seconds.
 constexpr unsigned kPatience = 150;
 
 struct Child {
@@ -49,7 +51,7 @@ Result fromText(const std::string& text) {
 }
 
 [[noreturn]] void runChild(const Cell& cell, int writing) {
-    alarm(kPatience);
+    alarm(cell.expected.isKilled ? kPatience * static_cast<unsigned>(roundsOr(1)) : kPatience);
     Result result;
     try {
         result = runCell(cell);
