@@ -38,6 +38,8 @@ int main(int argc, char** argv) {
     cqtool::addJob(program, environment);
     cqtool::addStandards(program, environment);
     cqtool::addSamples(program, environment);
+    cqtool::addBackup(program, environment);
+    cqtool::addRestore(program, environment);
     cqtool::addWhiteBoard(program, environment);
     cqtool::addParameter(program, environment);
     cqtool::addScan(program, environment);

@@ -240,6 +240,81 @@ class Wireless(Stored):
         self.assertEqual(self.json("status", *chosen)["totalStandards"], 8)
 
 
+class Backups(Stored):
+    def backed_up(self, name, *connection):
+        file = self.folder / name
+        self.cq("backup", file, *connection)
+        return file, json.loads(file.read_text())
+
+    def restore(self, file, port, *options, **keywords):
+        return self.cq("restore", file, "--port", port, "--yes", *options, **keywords)
+
+    def test_a_new_instrument_becomes_the_old_one(self):
+        old, _ = self.instrument("--standards", 30, "--samples", 4)  # six standards twice
+        tile = self.folder / "tile.bin"
+        tile.write_bytes(bytes(range(140)) * 2)
+        self.cq("whiteboard", "set", tile, "--port", old)
+        self.cq("parameter", "set", 7, 200, "--port", old)
+        file, before = self.backed_up("old.json", "--port", old)
+        self.assertEqual((len(before["standards"]), len(before["samples"])), (30, 4))
+        new, _ = self.instrument("--standards", 2)
+        done = self.restore(file, new, "--json")
+        self.assertIn("4 samples stay in the file", done.stderr)
+        written = json.loads(done.stdout)
+        self.assertEqual((written["standards"], written["parameters"], written["whiteBoard"]), (28, 1, True))
+        _, after = self.backed_up("new.json", "--port", new)
+        for what in ("standards", "parameters", "whiteBoard"):
+            self.assertEqual(after[what], before[what])
+        self.assertIn("nothing was written", self.restore(file, new).stdout)
+
+    def test_another_instrument_gets_standards_alone(self):
+        port, _ = self.instrument("--standards", 3, "--serial", "SN-1")
+        self.cq("parameter", "set", 7, 200, "--port", port)
+        file, _ = self.backed_up("one.json", "--port", port)
+        other, _ = self.instrument("--serial", "SN-2", "--capacity", 3)
+        self.refused("restore", file, "--port", other, "--yes", status=1,
+                     says=["backup of VIRTUAL-31 SN-1, this is VIRTUAL-31 SN-2; nothing was written",
+                           "--other-instrument"])
+        self.assertEqual(self.stored(other), 0)
+        self.restore(file, other, "--other-instrument")
+        self.assertEqual(self.stored(other), 3)
+        self.assertEqual(self.json("parameter", "get", 7, "--port", other)["parameters"], {"7": 0})
+
+    def test_it_asks_first_and_goes_on_after_ctrl_c(self):
+        source, _ = self.instrument("--standards", 600)
+        file, _ = self.backed_up("many.json", "--port", source)
+        port, _ = self.instrument(*SLOW)
+        self.refused("restore", file, "--port", port, status=2, says="confirm with --yes")
+        asked = Terminal(self, "restore", file, "--port", port, asks=True)
+        asked.read_until(r"writes 600 standards to VIRTUAL-31(.|\n)*Type yes")
+        os.write(asked.master, b"no\n")
+        self.assertEqual((asked.end()[0], self.stored(port)), (1, 0))
+        broken = Terminal(self, "restore", file, "--port", port, "--yes")
+        broken.read_until(r"writing standards  \[#+-+\]  [1-5]\d\d of 600")
+        broken.process.send_signal(signal.SIGINT)
+        self.assertEqual(broken.end()[0], 130)
+        self.assertIn(f"{self.stored(port)} of 600 standards arrived", broken.shown)
+        self.assertLess(self.stored(port), 600)
+        self.restore(file, port)
+        self.assertEqual(self.exported("standards", port, "after.bin").read_bytes(),
+                         self.exported("standards", source, "before.bin").read_bytes())
+
+    def test_wireless_samples_keep_their_standard(self):
+        _, backup = self.backed_up("w.json", "--wireless", "--virtual-options", "--standards 3 --samples 5")
+        self.assertEqual([s["standard"] for s in backup["samples"]], [0, 0, 1, 1, 2])
+        self.assertEqual(backup["parameters"], {})
+
+    def test_what_is_no_backup(self):
+        file, backup = self.backed_up("b.json", "--virtual-options", "--standards 1")
+        good = file.read_text()
+        for text, says in ((good[:-100], "no whole backup"), ("{}", "is no backup"),
+                           (good.replace('"version": 1', '"version": 2'), "version 2"),
+                           (good.replace(backup["standards"][0], "00"), "standards[0] must be 512 hexa"),
+                           (good.replace('"7": 0', '"7": 256'), "parameter 7 must be")):
+            file.write_text(text)
+            self.refused("restore", file, "--virtual", "--yes", status=1, says=["b.json", says])
+
+
 class Parameters(CqTest):
     def test_white_board(self):
         port, _ = self.instrument()

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
@@ -64,6 +65,19 @@ std::string hexText(const std::uint8_t* bytes, std::size_t size) {
         text += digits;
     }
     return text;
+}
+
+bool bytesOfHex(std::string_view digits, std::span<std::uint8_t> bytes) {
+    static constexpr std::string_view kDigits = "0123456789abcdef";
+    const std::string text = lowerCase(digits);
+    if (text.size() != 2 * bytes.size() || text.find_first_not_of(kDigits) != std::string::npos) {
+        return false;
+    }
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(kDigits.find(text[2 * i]) << 4 |
+                                             kDigits.find(text[2 * i + 1]));
+    }
+    return true;
 }
 
 std::string pageOfJson(const Json& json) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "colour/ColorMath.h"
 #include "colour/ColorNames.h"
@@ -28,6 +30,8 @@ Json orNull(const std::string& text);
 
 /// Two hexadecimal digits a byte.
 std::string hexText(const std::uint8_t* bytes, std::size_t size);
+/// The reverse; false if these are not exactly the digits of so many bytes.
+bool bytesOfHex(std::string_view digits, std::span<std::uint8_t> bytes);
 
 /// For people: indented, ended by a line feed.
 std::string pageOfJson(const Json& json);

@@ -32,6 +32,8 @@ void addList(Program& program, const Environment& environment);
 void addJob(Program& program, const Environment& environment);
 void addStandards(Program& program, const Environment& environment);
 void addSamples(Program& program, const Environment& environment);
+void addBackup(Program& program, const Environment& environment);
+void addRestore(Program& program, const Environment& environment);
 void addWhiteBoard(Program& program, const Environment& environment);
 void addParameter(Program& program, const Environment& environment);
 void addColor(Program& program, const Environment& environment);

@@ -1,19 +1,16 @@
-#include <iostream>
 #include <memory>
 #include <ostream>
 
 #include "colour/ColorJson.h"
+#include "commands/Confirmation.h"
 #include "commands/StoredRecords.h"
 #include "Failure.h"
-#include "system/Terminal.h"
 #include "terminal/StatusLine.h"
 #include "text/IndexList.h"
 #include "text/Text.h"
 
 namespace cqtool {
 namespace {
-
-constexpr const char* kYes = "yes";
 
 struct StoredDeleteOptions : StoredOptions {
     std::vector<std::string> indices;
@@ -38,32 +35,16 @@ void print(const StoredDeleteOptions& options, const Environment& environment,
 
 /// Throws UsageError without a terminal to ask.
 void checkCanConfirm(const StoredDeleteOptions& options) {
-    if (!options.isConfirmed &&
-        !(isTerminal(StandardStream::input) && isTerminal(StandardStream::error))) {
-        throw UsageError(std::string(options.isAll ? "--all deletes every standard AND every sample"
-                                                   : "deleted records cannot be restored") +
-                         "; without a terminal to ask, confirm with --yes");
+    if (!options.isConfirmed) {
+        requireTerminalToAsk(options.isAll ? "--all deletes every standard AND every sample"
+                                           : "deleted records cannot be restored");
     }
 }
 
 /// \param what is deleted.
 void confirm(const Environment& environment, const std::string& what) {
-    // Reading goes on after a signal; the connection, registered earlier, is closed by then.
-    const auto end = environment.interrupt.onInterrupt([] {
-        std::cerr << "\ncq: nothing was deleted\n";
-        endProcess(ExitStatus::interrupted);
-    });
-    environment.notes << "This deletes " << what
-                      << " of the instrument, for good.\nType yes to delete: " << std::flush;
-    std::string answer;
-    std::getline(std::cin, answer);
-    if (environment.interrupt.happened()) {  // the signal ended the read
-        environment.notes << "\ncq: nothing was deleted\n";
-        environment.interrupt.throwIfHappened();
-    }
-    if (trimmed(answer) != kYes) {
-        throw Failure("nothing was deleted", "type yes, or give --yes, to delete");
-    }
+    askForYes(environment, "This deletes " + what + " of the instrument, for good.",
+              {"delete", "nothing was deleted"});
 }
 
 void deleteAll(const StoredDeleteOptions& options, const Environment& environment) {
