@@ -21,7 +21,7 @@ class Files(CqTest):
         (self.folder / "link.html").symlink_to(self.lab)
         before = {p.name for p in self.folder.iterdir()}
         for file, says in (("lab.csv", "would be replaced"), ("link.html", "would be replaced"),
-                           ("x.pdf", "named .html"), ("x.csv", "named .html"), ("x", "named .html")):
+                           ("x.doc", "named .html or .pdf"), ("x", "named .html")):
             self.refused("report", self.lab, "--output", self.folder / file, status=2, says=says)
         for command in (("demo", "--report"), ("whiteboard", "get", "--virtual"),
                         ("measure", "standard", "--virtual", "--output"),

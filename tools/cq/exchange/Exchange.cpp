@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "colour/ColorJson.h"
 #include "colour/ColorMath.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
@@ -160,7 +161,7 @@ std::string writtenRecords(const RecordSet& set, ExchangeFormat format) {
         case ExchangeFormat::cxf:
             return cxfOf(set);
         case ExchangeFormat::html:
-            return recordReport(set, groupsOf(set), {});
+            return recordReport(set);
         case ExchangeFormat::raw:
             break;
     }
@@ -217,16 +218,10 @@ bool isStandardOf(std::string_view kind, const std::string& where) {
 }
 
 CqMeasurementRecord recordOfHex(std::string_view digits, const std::string& where) {
-    static constexpr std::string_view kDigits = "0123456789abcdef";
-    const std::string text = lowerCase(digits);
-    if (text.size() != 2 * kRecordSize || text.find_first_not_of(kDigits) != std::string::npos) {
-        throw Failure(where + ": a record must be 512 hexadecimal digits, here are " +
-                      counted(text.size(), "characters"));
-    }
     CqMeasurementRecord record;
-    for (std::size_t i = 0; i < kRecordSize; ++i) {
-        record.bytes[i] = static_cast<std::uint8_t>(kDigits.find(text[2 * i]) << 4 |
-                                                    kDigits.find(text[2 * i + 1]));
+    if (!bytesOfHex(digits, record.bytes)) {
+        throw Failure(where + ": a record must be 512 hexadecimal digits, here are " +
+                      counted(digits.size(), "characters"));
     }
     return record;
 }

@@ -5,23 +5,9 @@
 #include <vector>
 
 #include "exchange/Exchange.h"
-#include "report/Tolerance.h"
+#include "job/Job.h"
 
 namespace cqtool {
-
-/// How trials are judged.
-struct Judgement {
-    DifferenceFormula formula;
-    std::optional<double> tolerance;  ///< without one nothing passes or fails
-
-    /// What the 32-bit floats of L*, a*, b* leave uncertain of a difference.
-    static constexpr double kResolution = 2e-5;
-
-    /// Only with a tolerance.
-    bool isPassed(double difference) const { return difference <= *tolerance + kResolution; }
-    /// A difference with two decimals, or with as many as show why it fails.
-    std::string textOf(double difference) const;
-};
 
 /// A standard, if there is one, and the trials compared with it.
 struct TrialGroup {
@@ -38,21 +24,15 @@ std::vector<TrialGroup> groupsOf(const RecordSet& set);
 std::vector<TrialGroup> groupsAgainst(const std::vector<RecordEntry>& standards,
                                       const RecordSet& set, const std::string& source);
 
-/// The differences, by a formula, of all trials that have a standard; both must have L*, a*, b*.
-struct TrialSummary {
-    std::size_t trials = 0;
-    std::size_t passed = 0;  ///< with a tolerance only
-    double mean = 0;
-    double most = 0;
-    std::string mostName;
-};
-
-TrialSummary summaryOf(const std::vector<TrialGroup>& groups, const Judgement& judgement);
-
-/// A self-contained HTML page: swatches, curves, values, and for each standard its trials'
-/// differences, their places around it in the a*b* plane, and whether they pass.
+/// An exported file as a job: with one illuminant, the set's, and no limits.
 /// \param set the source of title, origin and viewing.
-std::string recordReport(const RecordSet& set, const std::vector<TrialGroup>& groups,
-                         const Judgement& judgement);
+Job jobOf(const RecordSet& set, const std::vector<TrialGroup>& groups);
+
+/// What of a job other programs take: the measurements that are not struck out, each standard before
+/// its trials, with L*, a*, b* for the first illuminant.
+RecordSet recordSetOf(const Job& job);
+
+/// A self-contained HTML page about an exported file.
+std::string recordReport(const RecordSet& set);
 
 }  // namespace cqtool

@@ -11,15 +11,18 @@ namespace cqtool {
 
 /// Another program, started by this one. Its standard input stays open as long as this object
 /// lives, and is closed with this process at the latest; its standard output is read here; its
-/// standard error is this program's.
+/// standard error is this program's, or dropped.
 class ChildProcess {
   public:
+    enum class Errors { shown, dropped };
+
     /// A program that lies beside this one, else one on the search path: on Windows its full path,
     /// because a name alone would be sought in the working folder, too; on POSIX its name.
     static std::filesystem::path locate(const std::string& name);
 
     /// Throws std::system_error when it cannot be started.
-    ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+    ChildProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                 Errors errors = Errors::shown);
     /// Closes its standard input, gives it 2 s to end, and then kills it.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;

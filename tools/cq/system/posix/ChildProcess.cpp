@@ -63,7 +63,7 @@ Pipe makePipe() {
 }  // namespace
 
 struct ChildProcess::Impl {
-    void spawn(std::string program, std::vector<std::string> arguments) {
+    void spawn(std::string program, std::vector<std::string> arguments, Errors errors) {
         std::vector<char*> argv{program.data()};
         for (std::string& argument : arguments) {
             argv.push_back(argument.data());
@@ -74,6 +74,9 @@ struct ChildProcess::Impl {
         posix_spawn_file_actions_init(&files);
         posix_spawn_file_actions_adddup2(&files, input.readEnd.get(), STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&files, output.writeEnd.get(), STDOUT_FILENO);
+        if (errors == Errors::dropped) {
+            posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        }
 
         posix_spawnattr_t attributes;
         posix_spawnattr_init(&attributes);
@@ -122,9 +125,9 @@ std::filesystem::path ChildProcess::locate(const std::string& name) {
 }
 
 ChildProcess::ChildProcess(const std::filesystem::path& program,
-                           const std::vector<std::string>& arguments)
+                           const std::vector<std::string>& arguments, Errors errors)
     : impl_(std::make_unique<Impl>()) {
-    impl_->spawn(program, arguments);
+    impl_->spawn(program, arguments, errors);
 }
 
 ChildProcess::~ChildProcess() {

@@ -112,10 +112,11 @@ std::wstring commandLine(const std::filesystem::path& program,
 }  // namespace
 
 struct ChildProcess::Impl {
-    void start(const std::filesystem::path& program, std::wstring line) {
+    void start(const std::filesystem::path& program, std::wstring line, Errors errors) {
         Handle childInput = inheritable(input.readEnd.get());
         Handle childOutput = inheritable(output.writeEnd.get());
-        Handle childError = inheritable(GetStdHandle(STD_ERROR_HANDLE));
+        Handle childError =
+            errors == Errors::shown ? inheritable(GetStdHandle(STD_ERROR_HANDLE)) : Handle();
         STARTUPINFOW startup{};
         startup.cb = sizeof(startup);
         startup.dwFlags = STARTF_USESTDHANDLES;
@@ -159,9 +160,9 @@ std::filesystem::path ChildProcess::locate(const std::string& name) {
 }
 
 ChildProcess::ChildProcess(const std::filesystem::path& program,
-                           const std::vector<std::string>& arguments)
+                           const std::vector<std::string>& arguments, Errors errors)
     : impl_(std::make_unique<Impl>()) {
-    impl_->start(program, commandLine(program, arguments));
+    impl_->start(program, commandLine(program, arguments), errors);
 }
 
 ChildProcess::~ChildProcess() {

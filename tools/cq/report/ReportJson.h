@@ -1,0 +1,15 @@
+#pragma once
+
+#include <vector>
+
+#include "colour/ColorJson.h"
+#include "report/Comparison.h"
+#include "report/ReportText.h"
+
+namespace cqtool {
+
+/// The numbers of a report: for each trial that has a standard its differences and its verdict, then
+/// statistics and counts.
+Json reportJson(const Job& job, const std::vector<ReportGroup>& groups, const ReportView& view);
+
+}  // namespace cqtool

@@ -1,0 +1,147 @@
+#include "report/TrendSvg.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "report/Html.h"
+#include "text/Numbers.h"
+
+namespace cqtool {
+namespace {
+
+// In the drawing's own units; the page scales it.
+constexpr double kWidth = 280;
+constexpr double kHeight = 124;
+constexpr double kLeft = 30;
+constexpr double kRight = kWidth - 8;
+constexpr double kTop = 8;
+constexpr double kBottom = kHeight - 18;
+constexpr double kRoom = 1.08;
+constexpr double kLeastSpan = 0.1;
+/// Beyond it marks would cover each other: only those that do not pass stand out from the line.
+constexpr std::size_t kMostMarks = 80;
+
+/// The first of 1, 2, 5 times a power of ten that is not below the value.
+double roundStep(double value) {
+    const double power = std::pow(10.0, std::floor(std::log10(value)));
+    for (const double step : {1.0, 2.0, 5.0}) {
+        if (value <= step * power) {
+            return step * power;
+        }
+    }
+    return 10 * power;
+}
+
+class TrendDrawing {
+  public:
+    TrendDrawing(const std::vector<TrendPoint>& points, const std::vector<TrendLine>& lines)
+        : points_(points), lines_(lines) {
+        double least = 0;
+        double most = kLeastSpan;
+        const auto widen = [&](double value) {
+            least = std::min(least, kRoom * value);
+            most = std::max(most, kRoom * value);
+        };
+        for (const TrendPoint& point : points) {
+            widen(point.value);
+        }
+        for (const TrendLine& line : lines) {
+            widen(line.value);
+        }
+        step_ = roundStep((most - least) / 4);
+        least_ = step_ * std::floor(least / step_);
+        most_ = step_ * std::ceil(most / step_);
+    }
+
+    std::string svg() const {
+        std::string content = axes();
+        for (const TrendLine& line : lines_) {
+            const double height = y(line.value);
+            content += "<polyline class=\"limit" + std::string(line.isWarning ? " warning" : "") +
+                       "\" points=\"" + fixed(kLeft, 1) + "," + fixed(height, 1) + " " +
+                       fixed(kRight, 1) + "," + fixed(height, 1) + "\"/>";
+        }
+        std::string places;
+        for (std::size_t i = 0; i < points_.size(); ++i) {
+            places += (i == 0 ? "" : " ") + fixed(x(i), 1) + "," + fixed(y(points_[i].value), 1);
+        }
+        content += "<polyline class=\"course\" points=\"" + places + "\"/>";
+        for (std::size_t i = 0; i < points_.size(); ++i) {
+            const bool isPlain = points_[i].grade.value_or(Grade::pass) == Grade::pass;
+            if (points_.size() <= kMostMarks || !isPlain) {
+                content += mark(points_[i], x(i), y(points_[i].value));
+            }
+        }
+        return content;
+    }
+
+  private:
+    double x(std::size_t index) const {
+        const double share = points_.size() < 2 ? 0.5
+                                                : static_cast<double>(index) /
+                                                      static_cast<double>(points_.size() - 1);
+        return kLeft + 8 + (kRight - kLeft - 16) * share;
+    }
+
+    double y(double value) const {
+        return kBottom - (kBottom - kTop) * (value - least_) / (most_ - least_);
+    }
+
+    std::string axes() const {
+        std::string svg;
+        const auto last = static_cast<int>(std::lround((most_ - least_) / step_));
+        for (int i = 0; i <= last; ++i) {
+            const double value = least_ + i * step_;
+            const std::string height = fixed(y(value), 1);
+            svg += "<line class=\"" + std::string(std::abs(value) < step_ / 2 ? "axis" : "grid") +
+                   "\" x1=\"" + fixed(kLeft, 1) + "\" y1=\"" + height + "\" x2=\"" +
+                   fixed(kRight, 1) + "\" y2=\"" + height + "\"/>";
+            svg += label(kLeft - 4, y(value) + 3, "end", fixed(value, step_ < 0.1  ? 2
+                                                                      : step_ < 1 ? 1
+                                                                                  : 0));
+        }
+        svg += label(x(0), kBottom + 13, "start", "trial 1");
+        return svg + label(x(points_.size() - 1), kBottom + 13, "end",
+                           std::to_string(points_.size()));
+    }
+
+    static std::string mark(const TrendPoint& point, double x, double y) {
+        const Grade grade = point.grade.value_or(Grade::pass);
+        const auto at = [&](double dx, double dy) {
+            return fixed(x + dx, 1) + " " + fixed(y + dy, 1);
+        };
+        const std::string shape =
+            grade == Grade::pass
+                ? "<circle cx=\"" + fixed(x, 1) + "\" cy=\"" + fixed(y, 1) + "\" r=\"2.6\"/>"
+            : grade == Grade::warn
+                ? "<path d=\"M" + at(0, -4) + "L" + at(3.6, 2.6) + "L" + at(-3.6, 2.6) + "Z\"/>"
+                : "<path d=\"M" + at(-3, -3) + "L" + at(3, 3) + "M" + at(-3, 3) + "L" + at(3, -3) +
+                      "\"/>";
+        const std::string cssClass = point.grade ? nameOf(grade) : "plain";
+        return "<g class=\"point " + cssClass + "\">" +
+               element("title", escaped(point.name) + ": " + fixed(point.value, 2)) + shape +
+               "</g>";
+    }
+
+    static std::string label(double x, double y, const char* anchor, const std::string& text) {
+        return "<text x=\"" + fixed(x, 1) + "\" y=\"" + fixed(y, 1) + "\" text-anchor=\"" + anchor +
+               "\">" + text + "</text>";
+    }
+
+    const std::vector<TrendPoint>& points_;
+    const std::vector<TrendLine>& lines_;
+    double step_ = 1;
+    double least_ = 0;
+    double most_ = 1;
+};
+
+}  // namespace
+
+std::string trendSvg(const std::vector<TrendPoint>& points, const std::vector<TrendLine>& lines,
+                     const std::string& description) {
+    return "<svg class=\"trend\" viewBox=\"0 0 " + fixed(kWidth, 0) + " " + fixed(kHeight, 0) +
+           "\" role=\"img\" aria-label=\"" + description + "\">" +
+           TrendDrawing(points, lines).svg() + "</svg>";
+}
+
+}  // namespace cqtool
