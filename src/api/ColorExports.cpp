@@ -14,8 +14,8 @@ using ovk::color::Triple;
 using ovk::color::Viewing;
 using Space = ovk::color::ColorSpace;
 
-static_assert(static_cast<std::uint32_t>(Space::kSrgb) == ColorSpaceSrgb &&
-              static_cast<std::uint32_t>(Space::kDin99) == ColorSpaceDin99);
+static_assert(static_cast<std::uint32_t>(Space::srgb) == ColorSpaceSrgb &&
+              static_cast<std::uint32_t>(Space::din99) == ColorSpaceDin99);
 
 Triple tripleAt(const float* values) {
     return {values[0], values[1], values[2]};

@@ -14,10 +14,10 @@ namespace {
 
 using namespace ovk::color;
 
-static_assert(static_cast<std::uint32_t>(DifferenceFormula::kDin99o) == CqDeltaE99o &&
-              static_cast<std::uint32_t>(Index::kYellownessD1925) == CqYellownessD1925 &&
-              static_cast<std::uint32_t>(StrengthMethod::kWeighted) == CqStrengthWeighted &&
-              static_cast<std::uint32_t>(MetamerismCorrection::kAdditive) == CqMetamerismAdditive);
+static_assert(static_cast<std::uint32_t>(DifferenceFormula::din99o) == CqDeltaE99o &&
+              static_cast<std::uint32_t>(Index::yellownessD1925) == CqYellownessD1925 &&
+              static_cast<std::uint32_t>(StrengthMethod::weighted) == CqStrengthWeighted &&
+              static_cast<std::uint32_t>(MetamerismCorrection::additive) == CqMetamerismAdditive);
 
 // Packed records may lie anywhere in the caller's memory: copied, not read or written in place.
 
@@ -48,11 +48,11 @@ std::uint32_t store(const std::optional<double>& result, float* value) {
 /// How many factors a formula reads: kL, kC and kH; l and c; none.
 std::size_t factorsRead(DifferenceFormula formula) {
     switch (formula) {
-        case DifferenceFormula::kCie94:
-        case DifferenceFormula::kCie94Textile:
-        case DifferenceFormula::kCiede2000:
+        case DifferenceFormula::cie94:
+        case DifferenceFormula::cie94Textile:
+        case DifferenceFormula::ciede2000:
             return 3;
-        case DifferenceFormula::kCmc:
+        case DifferenceFormula::cmc:
             return 2;
         default:
             return 0;

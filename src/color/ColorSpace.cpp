@@ -17,31 +17,31 @@ Triple xyzToYxyUnit(const Triple& xyz) {
 bool fromXyz(const Triple& xyz, Viewing viewing, ColorSpace space, Triple& result) {
     const Triple& white = whitePoint(viewing);
     switch (space) {
-        case ColorSpace::kLab:
+        case ColorSpace::lab:
             result = xyzToLab(xyz, white);
             return true;
-        case ColorSpace::kXyz:
+        case ColorSpace::xyz:
             result = xyz;
             return true;
-        case ColorSpace::kYxy:
+        case ColorSpace::yxy:
             result = xyzToYxy(xyz);
             return true;
-        case ColorSpace::kLch:
+        case ColorSpace::lch:
             result = labToLch(xyzToLab(xyz, white));
             return true;
-        case ColorSpace::kLuv:
+        case ColorSpace::luv:
             result = xyzToLuv(xyz, white);
             return true;
-        case ColorSpace::kHunterLab:
+        case ColorSpace::hunterLab:
             result = xyzToHunterLab(xyz, viewing);
             return true;
-        case ColorSpace::kSrgb:
+        case ColorSpace::srgb:
             result = labToSrgb(xyzToLab(xyz, white));
             return true;
-        case ColorSpace::kYxyUnit:
+        case ColorSpace::yxyUnit:
             result = xyzToYxyUnit(xyz);
             return true;
-        case ColorSpace::kDin99:
+        case ColorSpace::din99:
             result = labToDin99(xyzToLab(xyz, white));
             return true;
     }
@@ -50,16 +50,16 @@ bool fromXyz(const Triple& xyz, Viewing viewing, ColorSpace space, Triple& resul
 
 bool fromLab(const Triple& lab, Viewing viewing, ColorSpace space, Triple& result) {
     switch (space) {
-        case ColorSpace::kLab:
+        case ColorSpace::lab:
             result = lab;
             return true;
-        case ColorSpace::kLch:
+        case ColorSpace::lch:
             result = labToLch(lab);
             return true;
-        case ColorSpace::kSrgb:
+        case ColorSpace::srgb:
             result = labToSrgb(lab);
             return true;
-        case ColorSpace::kDin99:
+        case ColorSpace::din99:
             result = labToDin99(lab);
             return true;
         default:

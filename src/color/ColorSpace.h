@@ -11,15 +11,15 @@
 namespace ovk::color {
 
 enum class ColorSpace : std::uint32_t {
-    kLab = 0,
-    kXyz = 1,
-    kYxy = 2,
-    kLch = 3,
-    kLuv = 4,
-    kHunterLab = 5,
-    kSrgb = 6,
-    kYxyUnit = 8,
-    kDin99 = 9,
+    lab = 0,
+    xyz = 1,
+    yxy = 2,
+    lch = 3,
+    luv = 4,
+    hunterLab = 5,
+    srgb = 6,
+    yxyUnit = 8,
+    din99 = 9,
 };
 
 // Each writes the result and returns true, or false with the result untouched when the colour space

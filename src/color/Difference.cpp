@@ -97,26 +97,26 @@ Components componentsOf(const Lab& standard, const Lab& trial) {
 
 Factors usualFactors(DifferenceFormula formula) {
     const bool isTextile =
-        formula == DifferenceFormula::kCmc || formula == DifferenceFormula::kCie94Textile;
+        formula == DifferenceFormula::cmc || formula == DifferenceFormula::cie94Textile;
     return {isTextile ? 2.0 : 1.0, 1.0, 1.0};
 }
 
 double difference(DifferenceFormula formula, const Factors& factors, const Lab& standard,
                   const Lab& trial, const Components& components) {
     switch (formula) {
-        case DifferenceFormula::kCie76:
+        case DifferenceFormula::cie76:
             break;
-        case DifferenceFormula::kCie94:
+        case DifferenceFormula::cie94:
             return cie94(factors, 0.045, 0.015, standard, components);
-        case DifferenceFormula::kCie94Textile:
+        case DifferenceFormula::cie94Textile:
             return cie94(factors, 0.048, 0.014, standard, components);
-        case DifferenceFormula::kCmc:
+        case DifferenceFormula::cmc:
             return cmc(factors, standard, components);
-        case DifferenceFormula::kCiede2000:
+        case DifferenceFormula::ciede2000:
             return ciede2000(factors, standard, trial);
-        case DifferenceFormula::kDin99:
+        case DifferenceFormula::din99:
             return kDin99.difference(standard, trial);
-        case DifferenceFormula::kDin99o:
+        case DifferenceFormula::din99o:
             return kDin99o.difference(standard, trial);
     }
     return cie76(components);

@@ -12,13 +12,13 @@
 namespace ovk::color {
 
 enum class DifferenceFormula : std::uint32_t {
-    kCie76 = 0,
-    kCie94 = 1,
-    kCie94Textile = 2,
-    kCmc = 3,
-    kCiede2000 = 4,
-    kDin99 = 5,
-    kDin99o = 6,
+    cie76 = 0,
+    cie94 = 1,
+    cie94Textile = 2,
+    cmc = 3,
+    ciede2000 = 4,
+    din99 = 5,
+    din99o = 6,
 };
 
 inline constexpr std::uint32_t kDifferenceFormulas = 7;

@@ -41,7 +41,7 @@ GreyScaleRating ratingOfChange(const Lab& standard, const Lab& trial) {
 
 GreyScaleRating ratingOfStaining(const Lab& standard, const Lab& trial) {
     const Components by = componentsOf(standard, trial);
-    const double dE = difference(DifferenceFormula::kCie76, standard, trial);
+    const double dE = difference(DifferenceFormula::cie76, standard, trial);
     // The square root of dE^2 - dL^2.
     const double dEGs = dE - 0.4 * std::sqrt(square(by.a) + square(by.b));
     const double light = 5.0 - 0.23 * dEGs;

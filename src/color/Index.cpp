@@ -65,11 +65,11 @@ constexpr auto find(const Table& table, Viewing viewing) {
 }
 
 bool isCie(Index index) {
-    return index == Index::kWhitenessCie || index == Index::kTintCie;
+    return index == Index::whitenessCie || index == Index::tintCie;
 }
 
 bool isTint(Index index) {
-    return index == Index::kTintCie || index == Index::kTintE313;
+    return index == Index::tintCie || index == Index::tintE313;
 }
 
 const NeutralPoint* neutralPointOf(Index index, Viewing viewing) {
@@ -77,12 +77,12 @@ const NeutralPoint* neutralPointOf(Index index, Viewing viewing) {
 }
 
 const YellownessCoefficients* yellownessOf(Index index, Viewing viewing) {
-    return index == Index::kYellownessE313 ? find(kYellownessE313, viewing)
-                                           : find(kYellownessD1925, viewing);
+    return index == Index::yellownessE313 ? find(kYellownessE313, viewing)
+                                          : find(kYellownessD1925, viewing);
 }
 
 bool isYellowness(Index index) {
-    return index == Index::kYellownessE313 || index == Index::kYellownessD1925;
+    return index == Index::yellownessE313 || index == Index::yellownessD1925;
 }
 
 IndexValue whitenessOrTint(Index index, Viewing viewing, const Tristimulus& xyz) {

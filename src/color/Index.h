@@ -12,12 +12,12 @@
 namespace ovk::color {
 
 enum class Index : std::uint32_t {
-    kWhitenessCie = 0,
-    kTintCie = 1,
-    kWhitenessE313 = 2,
-    kTintE313 = 3,
-    kYellownessE313 = 4,
-    kYellownessD1925 = 5,
+    whitenessCie = 0,
+    tintCie = 1,
+    whitenessE313 = 2,
+    tintE313 = 3,
+    yellownessE313 = 4,
+    yellownessD1925 = 5,
 };
 
 inline constexpr std::uint32_t kIndices = 6;

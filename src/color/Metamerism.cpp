@@ -37,7 +37,7 @@ Lab correctedInLab(Viewing reference, Viewing test, Spectrum standard, Spectrum 
 std::optional<double> metamerismIndex(DifferenceFormula formula, MetamerismCorrection correction,
                                       Viewing reference, Viewing test, Spectrum standard,
                                       Spectrum trial) {
-    const std::optional<Lab> corrected = correction == MetamerismCorrection::kAdditive
+    const std::optional<Lab> corrected = correction == MetamerismCorrection::additive
                                              ? correctedInLab(reference, test, standard, trial)
                                              : correctedInXyz(reference, test, standard, trial);
     if (!corrected) {

@@ -10,8 +10,8 @@
 namespace ovk::color {
 
 enum class MetamerismCorrection : std::uint32_t {
-    kMultiplicative = 0,
-    kAdditive = 1,
+    multiplicative = 0,
+    additive = 1,
 };
 
 inline constexpr std::uint32_t kMetamerismCorrections = 2;

@@ -38,14 +38,14 @@ Ratios visibility(Viewing viewing) {
 Ratios weightsOf(StrengthMethod method, Viewing viewing, const Ratios& standard) {
     Ratios weights{};
     switch (method) {
-        case StrengthMethod::kSingleWavelength:
+        case StrengthMethod::singleWavelength:
             weights[static_cast<std::size_t>(std::max_element(standard.begin(), standard.end()) -
                                              standard.begin())] = 1.0;
             break;
-        case StrengthMethod::kSum:
+        case StrengthMethod::sum:
             weights.fill(1.0);
             break;
-        case StrengthMethod::kWeighted:
+        case StrengthMethod::weighted:
             return visibility(viewing);
     }
     return weights;

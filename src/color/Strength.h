@@ -9,9 +9,9 @@
 namespace ovk::color {
 
 enum class StrengthMethod : std::uint32_t {
-    kSingleWavelength = 0,
-    kSum = 1,
-    kWeighted = 2,
+    singleWavelength = 0,
+    sum = 1,
+    weighted = 2,
 };
 
 inline constexpr std::uint32_t kStrengthMethods = 3;
