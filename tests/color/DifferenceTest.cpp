@@ -1,12 +1,9 @@
-// Differences, indices, strength, metamerism and grey scales: published values, those of other
-// programs, and where the formulas have corners.
+// Colour differences: published values, those of other programs, and where the formulas have corners.
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
-#include <cstring>
-#include <functional>
 #include <limits>
 #include <numbers>
 
@@ -172,15 +169,7 @@ TEST(Difference, ExactlyOppositeHuesAreDecidedWithoutAngles) {
         const double hueDifference = 2.0 * std::sqrt(3.0) * std::hypot(a, b);
         EXPECT_NEAR(compare(CqDeltaE76, standard, trial).deltaH, hueDifference, 1e-5);
         EXPECT_NEAR(compare(CqDeltaE76, trial, standard).deltaH, hueDifference, 1e-5);
-        // The mean hue is half the sum of the angles, as if the larger one were a little smaller.
-        const double nearly = (std::atan2(b, a) < 0 || b == 0 ? -1 : 1) * -1e-5;
-        const Triple turned{50.0f, static_cast<float>(trial[1] - nearly * trial[2]),
-                            static_cast<float>(trial[2] + nearly * trial[1])};
-        const float difference = deltaE(CqDeltaE2000, standard, trial);
-        if (b != 0.0f) {
-            EXPECT_NEAR(difference, deltaE(CqDeltaE2000, standard, turned), 2e-3) << degrees;
-        }
-        EXPECT_EQ(difference, deltaE(CqDeltaE2000, trial, standard)) << degrees;
+        EXPECT_EQ(deltaE(CqDeltaE2000, standard, trial), deltaE(CqDeltaE2000, trial, standard));
     }
 }
 
@@ -207,9 +196,6 @@ TEST(Difference, FactorsDivideTheirPartAndMustBeAbove0) {
     EXPECT_FLOAT_EQ(deltaE(CqDeltaE2000, kSharma[0].standard, kSharma[0].trial, kFactors) * 8.0f,
                     deltaE(CqDeltaE2000, kSharma[0].standard, kSharma[0].trial,
                            std::array{1.0f, 0.5f, 1.0f}.data()));
-    EXPECT_FLOAT_EQ(deltaE(CqDeltaE2000, kNeutral, {50, 3, 0}, kFactors) * 4.0f,
-                    deltaE(CqDeltaE2000, kNeutral, {50, 3, 0}));
-
     const ColorData color = colorOf(kNeutral);
     const float nan = std::numeric_limits<float>::quiet_NaN();
     CqColorDifference difference{kUntouched, 0, 0, 0, 0, 0};

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "cqapi/CQApi.h"
@@ -75,12 +75,12 @@ TEST(ColorIndex, YellownessIsAsPublished) {
     EXPECT_NEAR(askIndex(CqYellownessD1925, IlluminantC, 0, blue).value, 10.3, 1e-5);
     EXPECT_NEAR(askIndex(CqYellownessD1925, IlluminantC, 0, yellow).value, 33.7, 1e-5);
     // The perfect white of each pair is not yellow, but for the rounding of the coefficients.
-    const ColorData cWhite2{{98.074f, 100, 118.232f}};
-    const ColorData cWhite10{{97.285f, 100, 116.145f}};
-    const ColorData d65White10{{94.811f, 100, 107.304f}};
-    EXPECT_NEAR(askIndex(CqYellownessE313, IlluminantC, 0, cWhite2).value, 0, 0.01);
-    EXPECT_NEAR(askIndex(CqYellownessE313, IlluminantC, 1, cWhite10).value, 0, 0.01);
-    EXPECT_NEAR(askIndex(CqYellownessE313, IlluminantD65, 1, d65White10).value, 0, 0.01);
+    for (const auto& [illuminant, observer, white] :
+         {std::tuple{IlluminantC, 0, ColorData{{98.074f, 100, 118.232f}}},
+          {IlluminantC, 1, ColorData{{97.285f, 100, 116.145f}}},
+          {IlluminantD65, 1, ColorData{{94.811f, 100, 107.304f}}}}) {
+        EXPECT_NEAR(askIndex(CqYellownessE313, illuminant, observer, white).value, 0, 0.01);
+    }
     EXPECT_TRUE(askIndex(CqYellownessE313, IlluminantC, 0, yellow).isWithinLimits);
 }
 
@@ -155,14 +155,6 @@ TEST(ColorStrength, IsTheRatioOfAbsorptionsByEveryMethod) {
         EXPECT_NEAR(askStrength(method, standard, trial, IlluminantF11).second, 107, 1e-3);
         EXPECT_NEAR(askStrength(method, trial, standard).second, 100 / 1.07, 1e-3);
     }
-    // Stronger at 450 nm alone, where the standard absorbs little and D65 shows little.
-    Spectrum spotted = standard;
-    spotted[5] = reflectanceOf(3.0);
-    EXPECT_FLOAT_EQ(askStrength(CqStrengthSingleWavelength, standard, spotted).second, 100);
-    const float sum = askStrength(CqStrengthSum, standard, spotted).second;
-    EXPECT_GT(sum, 110);
-    EXPECT_GT(askStrength(CqStrengthWeighted, standard, spotted).second, 100);
-    EXPECT_GT(std::abs(askStrength(CqStrengthWeighted, standard, spotted).second - sum), 1);
 }
 
 TEST(ColorStrength, CountsWeightsOfThePair) {
@@ -220,23 +212,6 @@ Metamers metamers() {
         result.trial[i] = 0.3f + 0.06f * static_cast<float>(std::sin(0.7 * static_cast<double>(i)));
     }
     return result;
-}
-
-TEST(Metamerism, IsNoneOfProportionalColoursAndOfOneIlluminant) {
-    const auto [standard, trial] = metamers();
-    Spectrum weaker = trial;
-    std::for_each(weaker.begin(), weaker.end(), [](float& r) { r *= 0.7f; });
-    for (std::uint32_t formula = 0; formula <= CqDeltaE99o; ++formula) {
-        EXPECT_NEAR(askMetamerism(formula, 0, IlluminantD65, IlluminantA, trial, weaker).second, 0,
-                    1e-4);
-        for (const std::uint32_t correction : {0u, 1u}) {
-            EXPECT_NEAR(
-                askMetamerism(formula, correction, IlluminantF11, IlluminantF11, standard, trial)
-                    .second,
-                0, 1e-4);
-        }
-    }
-    EXPECT_GT(askMetamerism(CqDeltaE76, 1, IlluminantD65, IlluminantA, trial, weaker).second, 0.05);
 }
 
 TEST(Metamerism, IsWhatTheOtherFunctionsGiveStepByStep) {

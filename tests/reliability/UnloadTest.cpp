@@ -54,11 +54,11 @@ TEST(Unload, LibraryMayBeLoadedAgain) {
     }
 }
 
-TEST(UnloadAfter, wired) {
+TEST(UnloadAfter, Wired) {
     measureAndUnload(VirtualInstrument("--calibrated"), openWired);
 }
 
-TEST(UnloadAfter, wireless) {
+TEST(UnloadAfter, Wireless) {
     measureAndUnload(VirtualInstrument("--adapter --calibrated"), openWireless);
 }
 

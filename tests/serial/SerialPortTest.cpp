@@ -41,7 +41,7 @@ void expectClosed(SerialPort& port) {
     port.close();
 }
 
-TEST(SerialPort, doesNotOpenWhatIsNoPortAndRefusesEverythingElse) {
+TEST(SerialPort, DoesNotOpenWhatIsNoPortAndRefusesEverythingElse) {
     const test::TemporaryPath folder("cqapi-no-ports");
     std::filesystem::create_directory(folder.get());
     const auto file = folder.get() / "file";

@@ -52,7 +52,7 @@ class AdapterSystem : public test::MadeUpSystem {
     }
 };
 
-TEST(BleDongleDevice, aNamedPortThatDoesNotServeIsClosedAgain) {
+TEST(BleDongleDevice, ANamedPortThatDoesNotServeIsClosedAgain) {
     BleDongleDevice dongle;
     EXPECT_EQ(codeOf([&] { dongle.open("/dev/no-such-terminal"); }), CQ_FAIL_TO_OPEN);
     const ScriptedPeer other(kNoModule);
@@ -61,7 +61,7 @@ TEST(BleDongleDevice, aNamedPortThatDoesNotServeIsClosedAgain) {
     EXPECT_EQ(codeOf([&] { dongle.connect("C0"); }), CQ_DEVICE_IS_CLOSED);
 }
 
-TEST(BleDongleDevice, searchesThePortsInOrderForAModule) {
+TEST(BleDongleDevice, SearchesThePortsInOrderForAModule) {
     const AdapterSystem system;
     BleDongleDevice dongle;
     EXPECT_EQ(codeOf([&] { dongle.open(""); }), CQ_CANNOT_FOUND_DEVICE);
@@ -84,7 +84,7 @@ TEST(BleDongleDevice, searchesThePortsInOrderForAModule) {
     EXPECT_TRUE(SerialPort(other.portName()).open());
 }
 
-TEST(BleDongleDevice, connectsToTheStrongestSlaveOrTheGivenOne) {
+TEST(BleDongleDevice, ConnectsToTheStrongestSlaveOrTheGivenOne) {
     struct Case {
         const char* name;
         std::string address;
@@ -115,7 +115,7 @@ TEST(BleDongleDevice, connectsToTheStrongestSlaveOrTheGivenOne) {
     }
 }
 
-TEST(BleDongleDevice, isSearchedForByTheExportWithoutAPort) {
+TEST(BleDongleDevice, IsSearchedForByTheExportWithoutAPort) {
     const AdapterSystem system;
     EXPECT_EQ(cqOpenByBleDongle("", nullptr), nullptr) << "no terminal at all";
     const cqtest::VirtualInstrument unfit("--adapter --fault at-blank");
@@ -130,7 +130,7 @@ TEST(BleDongleDevice, isSearchedForByTheExportWithoutAPort) {
     cqClose(handle);
 }
 
-TEST(BleDongleDevice, connectingAgainDisconnectsFirst) {
+TEST(BleDongleDevice, ConnectingAgainDisconnectsFirst) {
     const Script script = joined({kConfigured,
                                   kAr,
                                   connecting("A1"),

@@ -67,7 +67,7 @@ class Receiving {
     PacketReceiver receiver;  // last, so that its thread ends first
 };
 
-TEST(PacketReceiver, givesARequestTheNextPacketWhateverItIs) {
+TEST(PacketReceiver, GivesARequestTheNextPacketWhateverItIs) {
     const std::string packet = packetBytes(2, 77, "abc");
     Receiving line({{packetBytes(1, 5), {packet.substr(0, 3), packet.substr(3)}}});
     line.receiver.setPacketHandler(line.handled.handler());
@@ -81,7 +81,7 @@ TEST(PacketReceiver, givesARequestTheNextPacketWhateverItIs) {
 
 // A reply that comes after its request has given up must not be taken for a measurement that the
 // instrument sends by itself; the packet after it is one.
-TEST(PacketReceiver, aLateReplyGoesNowhere) {
+TEST(PacketReceiver, ALateReplyGoesNowhere) {
     const test::LogFile log;
     Receiving line;
     line.receiver.setPacketHandler(line.handled.handler());
@@ -100,7 +100,7 @@ TEST(PacketReceiver, aLateReplyGoesNowhere) {
             "End receiving_thread\r\n"));
 }
 
-TEST(PacketReceiver, stoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
+TEST(PacketReceiver, StoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
     Receiving line({{packetBytes(1, 4), {}}, {"AT\r\n", {"OK\r\n"}}});
     auto waiting = line.requestMeanwhile(4);
     line.peer.awaitSteps(1);
@@ -113,7 +113,7 @@ TEST(PacketReceiver, stoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
     EXPECT_EQ(line.port->readLine(kLong), "OK");
 }
 
-TEST(PacketReceiver, requestsFailWithoutAPortOrItsDevice) {
+TEST(PacketReceiver, RequestsFailWithoutAPortOrItsDevice) {
     PacketReceiver unstarted;
     EXPECT_EQ(codeOf([&] { unstarted.sendPacket(CmdPacket(1, 1), kLong); }), CQ_DEVICE_IS_CLOSED);
     Receiving line;
@@ -123,7 +123,7 @@ TEST(PacketReceiver, requestsFailWithoutAPortOrItsDevice) {
 
 // The device goes while a request waits: the thread ends by itself, which nobody notices until the
 // time-out, or until receiving is stopped.
-TEST(PacketReceiver, unpluggingLeavesTheRequestWaitingUntilItIsStopped) {
+TEST(PacketReceiver, UnpluggingLeavesTheRequestWaitingUntilItIsStopped) {
     const test::LogFile log;
     Receiving line({{packetBytes(1, 4), {}}});
     auto waiting = line.requestMeanwhile(4);
@@ -136,7 +136,7 @@ TEST(PacketReceiver, unpluggingLeavesTheRequestWaitingUntilItIsStopped) {
                 testing::ThrowsMessage<CommunicationException>("serial port detached"));
 }
 
-TEST(PacketReceiver, aRequestThatCannotBeWrittenFails) {
+TEST(PacketReceiver, ARequestThatCannotBeWrittenFails) {
     const test::PseudoTerminal unread;
     const SerialPortSettings settings{.writeTimeout = kBrief};
     const auto port = std::make_shared<SerialPort>(unread.path(), settings);
@@ -147,7 +147,7 @@ TEST(PacketReceiver, aRequestThatCannotBeWrittenFails) {
     EXPECT_EQ(codeOf([&] { receiver.sendPacket(tooMuch, kLong); }), CQ_SYSTEM_ERROR);
 }
 
-TEST(PacketReceiver, whatAHandlerThrowsEndsTheThreadAndNothingElse) {
+TEST(PacketReceiver, WhatAHandlerThrowsEndsTheThreadAndNothingElse) {
     const test::LogFile log;
     Receiving line;
     line.receiver.setPacketHandler([](const Packet&) { throw std::runtime_error("from a host"); });
@@ -158,7 +158,7 @@ TEST(PacketReceiver, whatAHandlerThrowsEndsTheThreadAndNothingElse) {
 
 // A handler that stops receiving while another thread does so already must be refused, or the two
 // would wait for each other for ever.
-TEST(PacketReceiver, theReceivingThreadCannotStopItself) {
+TEST(PacketReceiver, TheReceivingThreadCannotStopItself) {
     Receiving line;
     std::promise<void> entered;
     std::error_code refusal;
@@ -175,19 +175,6 @@ TEST(PacketReceiver, theReceivingThreadCannotStopItself) {
     entered.get_future().get();
     EXPECT_EQ(line.receiver.stopReceiving(), line.port);
     EXPECT_EQ(refusal, std::errc::resource_deadlock_would_occur);
-}
-
-TEST(PacketReceiver, startingOnAnotherPortStopsReceivingOnTheFirst) {
-    Receiving line;
-    line.receiver.setPacketHandler(line.handled.handler());
-    const ScriptedPeer other;
-    const auto otherPort = std::make_shared<SerialPort>(other.portName());
-    ASSERT_TRUE(otherPort->open());
-    line.receiver.startReceiving(otherPort);
-    line.peer.send(packetBytes(1, 4));
-    EXPECT_TRUE(line.port->waitForData(kLong));
-    other.send(packetBytes(1, 5));
-    EXPECT_THAT(line.handled.commands(1), ElementsAre(5));
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ class Dialogue {
     ScriptedPeer::Script script_;
 };
 
-TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
+TEST(SpectrophotometerBle, UploadsTheRecordsAskedFor) {
     struct Case {
         const char* name;
         std::uint32_t start;
@@ -87,7 +87,7 @@ TEST(SpectrophotometerBle, uploadsTheRecordsAskedFor) {
     }
 }
 
-TEST(SpectrophotometerBle, anUploadOrDownloadStopsAtTheFirstFailure) {
+TEST(SpectrophotometerBle, AnUploadOrDownloadStopsAtTheFirstFailure) {
     MeasurementRecords records;
     const auto upload = [&](auto& driver) { return driver.uploadStandards(records, 0, 3); };
     Dialogue uploading;
@@ -102,7 +102,7 @@ TEST(SpectrophotometerBle, anUploadOrDownloadStopsAtTheFirstFailure) {
               CQ_INVALID_PARAMETER);
 }
 
-TEST(SpectrophotometerBle, gathersTheStatusItemByItem) {
+TEST(SpectrophotometerBle, GathersTheStatusItemByItem) {
     Dialogue dialogue;
     dialogue.ask(2, 17, "", "A").ask(2, 16, "", "B").ask(2, 0, "", "C").ask(2, 14, "", "D");
     dialogue.ask(2, 15, "", "E").ask(2, 18, "", "F").ask(2, 19, "", "Gx").ask(2, 20, "", "H");
@@ -123,7 +123,7 @@ std::string padded(std::string text, std::size_t size) {
     return text;
 }
 
-TEST(SpectrophotometerBle, gathersTheDeviceInformationTextByText) {
+TEST(SpectrophotometerBle, GathersTheDeviceInformationTextByText) {
     Dialogue dialogue;
     dialogue.ask(2, 4, "", "four").ask(2, 3, "", "fifteen letters").ask(2, 6, "", "FAIL");
     dialogue.ask(2, 7, "", std::string(31, '7')).ask(2, 11, "", "");
@@ -143,7 +143,7 @@ TEST(SpectrophotometerBle, gathersTheDeviceInformationTextByText) {
     EXPECT_EQ(image(info), padded("", 32) + padded("four", 104));
 }
 
-TEST(SpectrophotometerBle, readsTheWhiteBoardParameter) {
+TEST(SpectrophotometerBle, ReadsTheWhiteBoardParameter) {
     const std::pair<std::string, ResultCode> cases[]{{pattern(248), 0},
                                                      {pattern(300), 0},
                                                      {pattern(247), CQ_INVALID_PACKET},
@@ -161,7 +161,7 @@ TEST(SpectrophotometerBle, readsTheWhiteBoardParameter) {
     }
 }
 
-TEST(SpectrophotometerBle, writesTheWhiteBoardTextAndAnAddressInPlaceOfTheBlock) {
+TEST(SpectrophotometerBle, WritesTheWhiteBoardTextAndAnAddressInPlaceOfTheBlock) {
     const std::pair<std::string, ResultCode> cases[]{{"OK", 0},
                                                      {"INVAL", CQ_INVALID_PARAMETER},
                                                      {"FAIL", CQ_EXECUTE_COMMAND_FAILED},

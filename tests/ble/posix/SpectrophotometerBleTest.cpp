@@ -23,7 +23,7 @@ using bletest::u32;
 using testing::ElementsAre;
 
 // Every command with one request: its bytes, its time-out, and what each reply comes to.
-TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
+TEST(SpectrophotometerBle, SendsEachCommandAndJudgesItsReply) {
     using Driver = SpectrophotometerBle;
     constexpr ResultCode kFailed = CQ_EXECUTE_COMMAND_FAILED;
     constexpr ResultCode kInvalid = CQ_INVALID_PARAMETER;
@@ -128,7 +128,7 @@ TEST(SpectrophotometerBle, sendsEachCommandAndJudgesItsReply) {
     }
 }
 
-TEST(SpectrophotometerBle, attachesToAnInstrumentThatDoesNotAnswer) {
+TEST(SpectrophotometerBle, AttachesToAnInstrumentThatDoesNotAnswer) {
     ScriptedPeer silent;
     const auto port = std::make_shared<SerialPort>(silent.portName());
     ASSERT_TRUE(port->open());
@@ -143,7 +143,7 @@ TEST(SpectrophotometerBle, attachesToAnInstrumentThatDoesNotAnswer) {
     EXPECT_EQ(silent.finish(), packetBytes(1, 1) + packetBytes(1, 1));
 }
 
-TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
+TEST(SpectrophotometerBle, HandsOnMeasurementsThatTheInstrumentSends) {
     const test::LogFile log;
     ScriptedInstrument instrument;
     std::vector<std::string> heard;
@@ -173,7 +173,7 @@ TEST(SpectrophotometerBle, handsOnMeasurementsThatTheInstrumentSends) {
                                   "data_len = 255\r\n"));
 }
 
-TEST(SpectrophotometerBle, saysGoodbyeAndUnlinksTheAdapter) {
+TEST(SpectrophotometerBle, SaysGoodbyeAndUnlinksTheAdapter) {
     for (const bool isAnswered : {true, false}) {
         ScriptedInstrument instrument;
         const ScriptedPeer::Script script{

@@ -40,7 +40,7 @@ class PosixPortDiscovery : public testing::Test, protected test::MadeUpSystem {
     int count_ = 0;
 };
 
-TEST_F(PosixPortDiscovery, findsInstrumentsByTheirUsbIdentity) {
+TEST_F(PosixPortDiscovery, FindsInstrumentsByTheirUsbIdentity) {
     plugIn("ttyACM10", "0483", "5740");
     plugIn("ttyACM2", "0483", "5740");
     plugIn("ttyACM0", "0483", "374b");
@@ -54,7 +54,7 @@ TEST_F(PosixPortDiscovery, findsInstrumentsByTheirUsbIdentity) {
     EXPECT_THAT(names, ElementsAre(dev("ttyACM2"), dev("ttyACM10")));
 }
 
-TEST_F(PosixPortDiscovery, findsAdaptersByTheirDriverOrName) {
+TEST_F(PosixPortDiscovery, FindsAdaptersByTheirDriverOrName) {
     plugIn("ttyUSB12", "1a86", "7523", "ch341-uart");
     plugIn("ttyUSB3", "1a86", "7523", "", "USB-SERIAL CH340");
     plugIn("ttyUSB0", "10c4", "ea60", "cp210x", "CP2102 USB to UART Bridge");
@@ -65,14 +65,14 @@ TEST_F(PosixPortDiscovery, findsAdaptersByTheirDriverOrName) {
     EXPECT_EQ(ch340PortName(12), dev("ttyUSB12"));
 }
 
-TEST_F(PosixPortDiscovery, findsNothingWhereNothingIs) {
+TEST_F(PosixPortDiscovery, FindsNothingWhereNothingIs) {
     EXPECT_EQ(findInstrumentPorts(names), 0U);
     EXPECT_THAT(names, IsEmpty());
     EXPECT_EQ(findCh340Ports(numbers), 0U);
     EXPECT_THAT(numbers, IsEmpty());
 }
 
-TEST_F(PosixPortDiscovery, failsWithoutAListOfTerminals) {
+TEST_F(PosixPortDiscovery, FailsWithoutAListOfTerminals) {
     fs::remove_all(terminals);
     EXPECT_EQ(findInstrumentPorts(names), kDiscoveryFailed);
     EXPECT_THAT(names, IsEmpty());

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <string>
 
-#include "protocol/WireBytes.h"
+#include "CQCommProtocol/WireBytes.h"
 
 namespace ovk::test {
 

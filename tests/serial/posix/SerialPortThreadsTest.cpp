@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 #include <functional>
 #include <future>
@@ -62,7 +61,7 @@ class PosixSerialPortThreads : public testing::Test {
     SerialPort port{terminal.path()};
 };
 
-TEST_F(PosixSerialPortThreads, closingWakesEveryWait) {
+TEST_F(PosixSerialPortThreads, ClosingWakesEveryWait) {
     for (const WaitingOperation& operation : kWaitingOperations) {
         auto result = start(operation);
         port.close();
@@ -73,7 +72,7 @@ TEST_F(PosixSerialPortThreads, closingWakesEveryWait) {
 }
 
 // A host's timers interrupt the wait many times; none of them makes it begin anew.
-TEST_F(PosixSerialPortThreads, signalsDoNotProlongAWait) {
+TEST_F(PosixSerialPortThreads, SignalsDoNotProlongAWait) {
     std::signal(SIGUSR1, [](int) {});
     std::atomic<bool> isOver{false};
     std::thread waiting([&] {
@@ -89,7 +88,7 @@ TEST_F(PosixSerialPortThreads, signalsDoNotProlongAWait) {
     waiting.join();
 }
 
-TEST_F(PosixSerialPortThreads, removalWakesEveryWait) {
+TEST_F(PosixSerialPortThreads, RemovalWakesEveryWait) {
     for (const WaitingOperation& operation : kWaitingOperations) {
         PseudoTerminal other;
         port.close();
@@ -102,36 +101,13 @@ TEST_F(PosixSerialPortThreads, removalWakesEveryWait) {
     }
 }
 
-TEST_F(PosixSerialPortThreads, abortWakesAWaitForData) {
-    auto result = start(kWaitingOperations.front());
-    port.signalAbort();
-    expectCutShort(result, "waitForData");
-    EXPECT_TRUE(port.isOpen());
-}
-
-TEST_F(PosixSerialPortThreads, writesWhileAnotherThreadWaits) {
-    auto isThere = std::async(std::launch::async, [this] { return port.waitForData(kPatience); });
-    EXPECT_EQ(port.write(Bytes{0x11}), 1);
-    EXPECT_EQ(terminal.receive(1), Bytes{0x11});
-    terminal.send("y");
-    EXPECT_TRUE(isThere.get());
-}
-
-TEST_F(PosixSerialPortThreads, aFullLineHoldsAWriteUpUntilItIsDrained) {
+TEST_F(PosixSerialPortThreads, AFullLineHoldsAWriteUpUntilItIsDrained) {
     const Bytes bytes = test::pattern(kMoreThanALineHolds);
     auto written = std::async(std::launch::async, [&] { return port.write(bytes); });
     EXPECT_EQ(written.wait_for(50ms), std::future_status::timeout);
     EXPECT_TRUE(terminal.receive(bytes.size()) == bytes);
     EXPECT_EQ(written.get(), static_cast<std::int32_t>(bytes.size()));
     EXPECT_EQ(port.lastError(), 0U);
-}
-
-TEST_F(PosixSerialPortThreads, aFullLineEndsAWriteThatMayNotWait) {
-    port.close();
-    SerialPort impatient(terminal.path(), {.writeTimeout = 30ms});
-    ASSERT_TRUE(impatient.open());
-    EXPECT_EQ(impatient.write(test::pattern(kMoreThanALineHolds)), -1);
-    EXPECT_EQ(impatient.lastError(), static_cast<std::uint32_t>(ETIMEDOUT));
 }
 
 }  // namespace

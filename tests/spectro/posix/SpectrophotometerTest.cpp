@@ -93,7 +93,7 @@ class SpectrophotometerTest : public testing::Test {
     std::vector<std::string> pressed_;
 };
 
-TEST_F(SpectrophotometerTest, sendsEachCommandAndJudgesItsReply) {
+TEST_F(SpectrophotometerTest, SendsEachCommandAndJudgesItsReply) {
     constexpr std::size_t kSendOnly = 0;
     struct Case {
         const char* name;
@@ -156,7 +156,7 @@ TEST_F(SpectrophotometerTest, sendsEachCommandAndJudgesItsReply) {
 
 // Wherever in the exchange the instrument gives up: the call ends at once with its number, and of
 // what has come of the reply no byte is left for the next one.
-TEST_F(SpectrophotometerTest, endsWithTheInstrumentsErrorAndLeavesNothingBehind) {
+TEST_F(SpectrophotometerTest, EndsWithTheInstrumentsErrorAndLeavesNothingBehind) {
     const std::string request = command(hex("2A"));
     const std::string half = data(kMore, hex("2A 09 09"));
     const std::string abort = acknowledged(kAbort, 0x0102);
@@ -185,7 +185,7 @@ TEST_F(SpectrophotometerTest, endsWithTheInstrumentsErrorAndLeavesNothingBehind)
         << "an abort that names no error";
 }
 
-TEST_F(SpectrophotometerTest, asksForTheRoomThatIsLeftBeforeItWrites) {
+TEST_F(SpectrophotometerTest, AsksForTheRoomThatIsLeftBeforeItWrites) {
     Bytes info(136, 0xEE);
     info[128] = 5;
     info[129] = info[130] = info[131] = 0;
@@ -235,7 +235,7 @@ TEST(WiredUpload, WritesWhatHasComeAndNothingElse) {
 
 // Pressed while a request waits for its reply, which is of another operation; an aborted one, one of
 // the wrong size and other transfers reach nobody.
-TEST_F(SpectrophotometerTest, tellsPressedMeasurementsFromReplies) {
+TEST_F(SpectrophotometerTest, TellsPressedMeasurementsFromReplies) {
     std::uint32_t count = 0;
     EXPECT_EQ(run({{command(hex("2A")), {acknowledged() + data(kLast, hex("23") + Bytes(256, 1))}},
                    {kHostsAcknowledgement, {data(kLast, hex("24") + Bytes(256, 2))}},
@@ -258,7 +258,7 @@ TEST_F(SpectrophotometerTest, tellsPressedMeasurementsFromReplies) {
 }
 
 // The longest times, nearly used up: with half of them these calls would run out of time.
-TEST_F(SpectrophotometerTest, givesLongCommandsTheirTime) {
+TEST_F(SpectrophotometerTest, GivesLongCommandsTheirTime) {
     const auto answerAfter = [this](std::chrono::milliseconds delay, const Bytes& asked,
                                     const std::string& answer,
                                     const std::function<ResultCode()>& operation) {

@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "api/LogFile.h"
-#include "protocol/LinkTest.h"
+#include "CQCommProtocol/LinkTest.h"
 
 namespace ovk {
 namespace {
@@ -33,7 +33,7 @@ class LinkLogTest : public test::LinkTest {
     std::optional<test::LogFile> log;
 };
 
-TEST_F(LinkLogTest, showsTheBytesReceivedAndTheirPackets) {
+TEST_F(LinkLogTest, ShowsTheBytesReceivedAndTheirPackets) {
     log.emplace();
     instrumentSends("01 AA 55 A8 07 AA 55 A9 07");
     EXPECT_THAT(log->messages(),
@@ -42,7 +42,7 @@ TEST_F(LinkLogTest, showsTheBytesReceivedAndTheirPackets) {
                             "Unexpected packet type a9\n"));
 }
 
-TEST_F(LinkLogTest, showsATransferToTheInstrument) {
+TEST_F(LinkLogTest, ShowsATransferToTheInstrument) {
     connect("14 00");
     log.emplace();
     send(0x2E, hex("01 02 03 04 05 06 07 08"));
@@ -60,7 +60,7 @@ TEST_F(LinkLogTest, showsATransferToTheInstrument) {
                             "Remote aborted receiving\n"));
 }
 
-TEST_F(LinkLogTest, showsATransferFromTheInstrument) {
+TEST_F(LinkLogTest, ShowsATransferFromTheInstrument) {
     constexpr auto kInLoop =
         "SendReceivingAckPacket in ovk::CommunicationClient::HandleRecving\r\n";
     constexpr auto kInSend = "SendReceivingAckPacket in ovk::CommunicationClient::Send\r\n";
@@ -84,7 +84,7 @@ TEST_F(LinkLogTest, showsATransferFromTheInstrument) {
                     "55 aa a6 07 00 00 00 00 03 00 22 d0 e5\r\n"));
 }
 
-TEST_F(LinkLogTest, showsWhatWasNotAskedForAndWhatWasCutShort) {
+TEST_F(LinkLogTest, ShowsWhatWasNotAskedForAndWhatWasCutShort) {
     using namespace std::chrono_literals;
     log.emplace();
     instrumentSends("AA 55 A2 07 00 40 00 00 00 00 00 00 00");

@@ -1,6 +1,6 @@
 // How a session begins, is kept and ends.
 
-#include "protocol/LinkTest.h"
+#include "CQCommProtocol/LinkTest.h"
 
 namespace ovk {
 namespace {
@@ -41,7 +41,7 @@ class LinkSessionTest : public test::LinkTest {
                                            State::receiving,    State::closing};
 };
 
-TEST_F(LinkSessionTest, beginsWithThreePackets) {
+TEST_F(LinkSessionTest, BeginsWithThreePackets) {
     link.shakeHands();
     EXPECT_THAT(sent(), ElementsAre("55 AA A1 00 00 00 02 00 02"));
     EXPECT_EQ(link.state(), State::shakeHandsRequested);
@@ -56,7 +56,7 @@ TEST_F(LinkSessionTest, beginsWithThreePackets) {
     EXPECT_EQ(link.instrumentValues().b, 0x443322U);
 }
 
-TEST_F(LinkSessionTest, needsAnIdentifierFrom1To254) {
+TEST_F(LinkSessionTest, NeedsAnIdentifierFrom1To254) {
     struct Case {
         const char* acknowledgement;
         Lines answer;
@@ -78,7 +78,7 @@ TEST_F(LinkSessionTest, needsAnIdentifierFrom1To254) {
     }
 }
 
-TEST_F(LinkSessionTest, isNotChangedByAKeepAliveOrWhatIsOutOfPlace) {
+TEST_F(LinkSessionTest, IsNotChangedByAKeepAliveOrWhatIsOutOfPlace) {
     for (const State state : kAllStates) {
         for (const std::string packet : {
                  "AA 55 A8 07",
@@ -102,7 +102,7 @@ TEST_F(LinkSessionTest, isNotChangedByAKeepAliveOrWhatIsOutOfPlace) {
     }
 }
 
-TEST_F(LinkSessionTest, keepsToTheLargestPacketThatTheInstrumentNames) {
+TEST_F(LinkSessionTest, KeepsToTheLargestPacketThatTheInstrumentNames) {
     struct Case {
         const char* maxPacket;
         std::size_t packetSize;
@@ -116,7 +116,7 @@ TEST_F(LinkSessionTest, keepsToTheLargestPacketThatTheInstrumentNames) {
     }
 }
 
-TEST_F(LinkSessionTest, endsWhenTheInstrumentSaysGoodbye) {
+TEST_F(LinkSessionTest, EndsWhenTheInstrumentSaysGoodbye) {
     for (const State state : kConnectedStates) {
         enter(state);
         instrumentSends("AA 55 A4 07");
@@ -132,7 +132,7 @@ TEST_F(LinkSessionTest, endsWhenTheInstrumentSaysGoodbye) {
     EXPECT_THAT(heard(), IsEmpty());
 }
 
-TEST_F(LinkSessionTest, endsWhenTheInstrumentAnswersTheGoodbye) {
+TEST_F(LinkSessionTest, EndsWhenTheInstrumentAnswersTheGoodbye) {
     for (const State state : {State::idle, State::sending, State::receiving}) {
         enter(state);
         link.requestDisconnect(now);
@@ -148,7 +148,7 @@ TEST_F(LinkSessionTest, endsWhenTheInstrumentAnswersTheGoodbye) {
     }
 }
 
-TEST_F(LinkSessionTest, endsAtOnceWhenTheGoodbyeCannotBeWritten) {
+TEST_F(LinkSessionTest, EndsAtOnceWhenTheGoodbyeCannotBeWritten) {
     connect();
     canWrite = false;
     link.requestDisconnect(now);
@@ -158,7 +158,7 @@ TEST_F(LinkSessionTest, endsAtOnceWhenTheGoodbyeCannotBeWritten) {
 
 // Between the goodbye and its answer nothing that is on its way is lost, and nothing opens the
 // session up again.
-TEST_F(LinkSessionTest, endsRunningTransfersAfterTheGoodbye) {
+TEST_F(LinkSessionTest, EndsRunningTransfersAfterTheGoodbye) {
     enter(State::receiving);
     link.requestDisconnect(now);
     instrumentSends(test::dataPacket(1, test::kLast, hex("02")));
@@ -179,7 +179,7 @@ TEST_F(LinkSessionTest, endsRunningTransfersAfterTheGoodbye) {
     EXPECT_EQ(link.state(), State::notConnected);
 }
 
-TEST_F(LinkSessionTest, endsWhenTheGoodbyeStaysUnanswered) {
+TEST_F(LinkSessionTest, EndsWhenTheGoodbyeStaysUnanswered) {
     connect();
     link.requestDisconnect(now);
     now += 1001ms;
@@ -196,7 +196,7 @@ TEST_F(LinkSessionTest, endsWhenTheGoodbyeStaysUnanswered) {
     EXPECT_EQ(link.state(), State::notConnected);
 }
 
-TEST_F(LinkSessionTest, lastsThroughAnySilence) {
+TEST_F(LinkSessionTest, LastsThroughAnySilence) {
     for (const State state :
          {State::shakeHandsRequested, State::idle, State::sending, State::receiving}) {
         enter(state);
@@ -207,7 +207,7 @@ TEST_F(LinkSessionTest, lastsThroughAnySilence) {
     }
 }
 
-TEST_F(LinkSessionTest, endsWithThePort) {
+TEST_F(LinkSessionTest, EndsWithThePort) {
     for (const State state : kConnectedStates) {
         enter(state);
         link.endSession();
@@ -227,7 +227,7 @@ TEST_F(LinkSessionTest, endsWithThePort) {
 // The host was killed in the middle of a session and has been started again; the instrument goes on
 // with the old session until it has read the new request. Whatever it still sends, the shake-hands
 // must come about.
-TEST_F(LinkSessionTest, isNotBrokenByWhatAKilledHostLeftBehind) {
+TEST_F(LinkSessionTest, IsNotBrokenByWhatAKilledHostLeftBehind) {
     for (const auto* left : {
              "AA 55 A6 05 03 00 00 40 03 00 11 00 00",  // its data, numbers and CRC as they may be
              "AA 55 A6 05 00 00 00 00 03 00 24 16 85",
@@ -253,7 +253,7 @@ TEST_F(LinkSessionTest, isNotBrokenByWhatAKilledHostLeftBehind) {
     EXPECT_THAT(heard(), ElementsAre("connected"));
 }
 
-TEST_F(LinkSessionTest, startsCleanWithEachRequest) {
+TEST_F(LinkSessionTest, StartsCleanWithEachRequest) {
     connect("20 00");
     beginReceiving();
     instrumentSends("AA 55 A6 07 01 00 00 40 FF 00 12");  // the beginning of a long packet
@@ -271,7 +271,7 @@ class RecordingRawDataListener : public IRawDataListener {
     Lines heard;
 };
 
-TEST_F(LinkSessionTest, passesOnBytesThatBelongToNoPacketWhileAskedTo) {
+TEST_F(LinkSessionTest, PassesOnBytesThatBelongToNoPacketWhileAskedTo) {
     RecordingRawDataListener listener;
     connect();
     link.setRawDataListener(&listener, true);

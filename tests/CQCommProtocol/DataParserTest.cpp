@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "protocol/WireBytes.h"
+#include "CQCommProtocol/WireBytes.h"
 
 namespace ovk {
 namespace {
@@ -39,7 +39,7 @@ class DataParserTest : public testing::Test {
     Bytes discarded;
 };
 
-TEST_F(DataParserTest, findsEveryPacketHoweverTheBytesAreCut) {
+TEST_F(DataParserTest, FindsEveryPacketHoweverTheBytesAreCut) {
     std::vector<std::string> packets{
         "AA 55 A1 00 00 00 02 00 02",
         "AA 55 A2 07 00 40 00 11 22 33 44 00 00",
@@ -73,7 +73,7 @@ TEST_F(DataParserTest, findsEveryPacketHoweverTheBytesAreCut) {
     }
 }
 
-TEST_F(DataParserTest, putsAsideWhatIsNoPacket) {
+TEST_F(DataParserTest, PutsAsideWhatIsNoPacket) {
     struct Case {
         const char* bytes;
         const char* discarded;
@@ -96,41 +96,20 @@ TEST_F(DataParserTest, putsAsideWhatIsNoPacket) {
     }
 }
 
-TEST_F(DataParserTest, stopsAfterEachPacket) {
-    const Bytes bytes = hex("00 AA 55 A8 07 AA 55 A7 07 01 00 00 00 AA");
-    EXPECT_EQ(parser.parse(bytes, now), 5U);
-    EXPECT_EQ(hexText(parser.packet()), "AA 55 A8 07");
-    // A packet that nobody has taken is given up at the next call, with what was put aside.
-    EXPECT_EQ(parser.parse(std::span(bytes).subspan(5), now), 8U);
-    EXPECT_EQ(hexText(parser.packet()), "AA 55 A7 07 01 00 00 00");
-    EXPECT_EQ(hexText(parser.takeDiscarded()), "");
-    EXPECT_EQ(parser.parse({}, now), 0U);
-    EXPECT_FALSE(parser.isComplete());
-}
-
-TEST_F(DataParserTest, givesUpAPacketThatHasWaitedMoreThanFiveSeconds) {
+TEST_F(DataParserTest, GivesUpAPacketThatHasWaitedMoreThanFiveSeconds) {
     EXPECT_THAT(parse(hex("AA 55 A7 07 01")), ElementsAre());
     now += 5s + 1ns;
     EXPECT_THAT(parse(hex("00 AA 55 A8 07")), ElementsAre("AA 55 A8 07"));
     EXPECT_EQ(takeDiscarded(), "AA 55 A7 07 01 00");
 }
 
-TEST_F(DataParserTest, countsTheWaitFromTheLastBytes) {
+TEST_F(DataParserTest, CountsTheWaitFromTheLastBytes) {
     for (const auto* piece : {"AA", "55", "A7", "07", "01", "00 00"}) {
         EXPECT_THAT(parse(hex(piece)), ElementsAre());
         now += 5s;
     }
     EXPECT_THAT(parse(hex("00")), ElementsAre("AA 55 A7 07 01 00 00 00"));
     EXPECT_EQ(takeDiscarded(), "");
-}
-
-TEST_F(DataParserTest, forgetsEverythingWhenCleared) {
-    parser.parse(hex("11 22 AA 55 A7 07"), now);
-    parser.clear();
-    EXPECT_EQ(hexText(parser.takeDiscarded()), "");
-    EXPECT_EQ(parser.packetType(), 0);
-    EXPECT_THAT(parse(hex("01 00 AA 55 A8 07")), ElementsAre("AA 55 A8 07"));
-    EXPECT_EQ(takeDiscarded(), "01 00");
 }
 
 }  // namespace

@@ -2,19 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include "protocol/WireBytes.h"
+#include "CQCommProtocol/WireBytes.h"
 
 namespace ovk {
 namespace {
 
-TEST(Crc16, hasTheCatalogueCheckValue) {
+TEST(Crc16, HasTheCatalogueCheckValue) {
     EXPECT_EQ(crc16({}), 0xFFFF);
     EXPECT_EQ(crc16(test::hex("31 32 33 34 35 36 37 38 39")), 0x29B1);
 }
 
 // The library takes eight bytes at a step and the rest one by one: every split must agree with the
 // definition, and every place in a step must have its own table.
-TEST(Crc16, agreesWithItsDefinitionAtEveryLength) {
+TEST(Crc16, AgreesWithItsDefinitionAtEveryLength) {
     for (std::size_t length = 0; length <= 40; ++length) {
         for (const std::size_t first : {0U, 100U, 200U}) {
             const test::Bytes bytes = test::pattern(length, first);

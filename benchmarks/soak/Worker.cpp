@@ -1,4 +1,4 @@
-#include "soak/Worker.h"
+#include "Worker.h"
 
 #include <algorithm>
 #include <thread>

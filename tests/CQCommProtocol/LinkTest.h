@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "CQCommProtocol/Link.h"
-#include "protocol/WireBytes.h"
+#include "CQCommProtocol/WireBytes.h"
 
 namespace ovk::test {
 

@@ -1,6 +1,6 @@
 """Installs what scripts/package has made into empty places and uses it as a stranger would.
 
-Usage: check_packages.py FILE...    (.deb and .zip files)
+Usage: check-packages.py FILE...    (.deb and .zip files)
 """
 
 import os
@@ -13,7 +13,7 @@ import tempfile
 import time
 import unittest
 
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
+SOURCE = pathlib.Path(__file__).resolve().parents[1]
 EXAMPLES = SOURCE / "examples"
 PACKAGES = [pathlib.Path(name).resolve() for name in sys.argv[1:]]
 DEBS = [path for path in PACKAGES if path.suffix == ".deb"]

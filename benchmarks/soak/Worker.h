@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-#include "soak/Statistics.h"
+#include "Statistics.h"
 
 namespace cqtest::soak {
 

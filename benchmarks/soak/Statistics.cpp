@@ -1,4 +1,4 @@
-#include "soak/Statistics.h"
+#include "Statistics.h"
 
 #include <unistd.h>
 

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <string>
 #include <utility>
 
 #include "color/WeightingTable.h"
@@ -111,12 +110,6 @@ TEST(ColorExports, WriteTwelveBytesAtAnyAddress) {
     EXPECT_EQ(memory.back(), 0xA5);
 }
 
-TEST(ColorExports, CopyWhatIsInTheAskedSpaceAlready) {
-    const Triple some{0.1f, -2.5e-7f, 123456.7f};
-    EXPECT_EQ(values(askFromXyz(some, ColorSpaceXyz)), some);
-    EXPECT_EQ(values(askFromLab(some, ColorSpaceLab)), some);
-}
-
 TEST(ColorExports, ZeroSumsGiveZeros) {
     const Triple cancelling{1.0f, -2.0f, 1.0f};
     for (const std::uint32_t space : {ColorSpaceLab, ColorSpaceYxy, ColorSpaceLch, ColorSpaceLuv,
@@ -170,27 +163,12 @@ TEST(ColorExports, HueIsRightOnTheAxesAndNearNeutral) {
     }
 }
 
-TEST(ColorExports, HueOfANotANumberIsNone) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, nan, 5.0f}, ColorSpaceLch))[2]));
-    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, nan, -5.0f}, ColorSpaceLch))[2]));
-    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, 0.0f, nan}, ColorSpaceLch))[2]));
-    EXPECT_TRUE(std::isnan(values(askFromLab({50.0f, 5.0f, nan}, ColorSpaceLch))[2]));
-}
-
 TEST(ColorExports, HunterLabWithoutLuminanceIsInfinite) {
     EXPECT_EQ(values(askFromXyz({10.0f, 0.0f, 10.0f}, ColorSpaceHunterLab)),
               (Triple{0.0f, kInfinity, -kInfinity}));
     const Triple blueOnly = values(askFromXyz({0.0f, 0.0f, 10.0f}, ColorSpaceHunterLab));
     EXPECT_TRUE(std::isnan(blueOnly[1]));
     EXPECT_EQ(blueOnly[2], -kInfinity);
-}
-
-TEST(ColorExports, Din99OfANeutralHasLightnessAlone) {
-    const Triple din99 = values(askFromLab({50.0f, 0.0f, 0.0f}, ColorSpaceDin99));
-    EXPECT_NEAR(din99[0], 105.51 * std::log(1.79), 1e-4);
-    EXPECT_TRUE(std::isnan(din99[1]));
-    EXPECT_TRUE(std::isnan(din99[2]));
 }
 
 TEST(ColorExports, SrgbIsClampedAndLinearInTheDark) {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "peer/AtOnce.h"
-#include "soak/Worker.h"
+#include "Worker.h"
 
 namespace {
 
