@@ -36,17 +36,6 @@ TEST(Records, ComeBackByteForByteAtEveryPacketSize) {
     }
 }
 
-TEST(Records, UploadWritesWhatThereIsAndNoMore) {
-    Wired wired("--standards 3");
-    const Records all = uploadStandards(wired.handle, 0, 3, 3);
-    const CqMeasurementRecord untouched = numberedRecord(0xDEAD);
-    EXPECT_EQ(uploadStandards(wired.handle, 1, 5, 5),
-              (Records{all[1], all[2], untouched, untouched, untouched}));
-    EXPECT_EQ(uploadStandards(wired.handle, 0, 0, 1), Records{untouched});
-    EXPECT_EQ(uploadStandards(wired.handle, 3, CQ_ALL_RECORDS, 1), Records{untouched});
-    EXPECT_EQ(uploadStandards(wired.handle, 9, CQ_ALL_RECORDS, 1), Records{untouched});
-}
-
 TEST(Records, UploadedSamplesAreFollowedByZeros) {
     Wired wired("--standards 2 --samples 3");
     std::uint32_t count = 0;
@@ -66,14 +55,6 @@ TEST(Records, UploadedSamplesAreFollowedByZeros) {
     Records all(3, untouched);
     ASSERT_EQ(cqUploadSamples(wired.handle, all.data(), 0, 1, CQ_ALL_RECORDS), CQ_NO_ERROR);
     EXPECT_EQ(all, (Records{some[1], some[2], untouched})) << "two samples follow the first";
-}
-
-TEST(Records, DownloadBeyondCapacityIsRefusedAndChangesNothing) {
-    Wired wired("--capacity 10 --standards 8");
-    const Records written = numberedRecords(3);
-    EXPECT_EQ(cqDownloadStandards(wired.handle, written.data(), 3), CQ_NO_ENOUGH_STORAGE);
-    EXPECT_EQ(totalStandards(wired.handle), 8U);
-    EXPECT_EQ(cqDownloadStandards(wired.handle, written.data(), 2), CQ_NO_ERROR);
 }
 
 }  // namespace

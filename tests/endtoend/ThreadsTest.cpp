@@ -34,7 +34,8 @@ TEST(Threads, CallsOnSeveralInstrumentsRunInParallel) {
 
 TEST(Threads, CloseWhileACallWaitsEndsTheCallWithACode) {
     VirtualInstrument instrument("--calibrated --measure-time 3000");
-    EXPECT_EQ(closeWhileMeasuring(cqOpen(instrument.portName())), CQ_DEVICE_IS_CLOSED);
+    const auto waiting = [&] { EXPECT_TRUE(instrument.waitUntilLogged("measure")); };
+    EXPECT_EQ(closeWhileMeasuring(cqOpen(instrument.portName()), waiting), CQ_DEVICE_IS_CLOSED);
 }
 
 TEST(Threads, SecondRequestTakesThePlaceOfTheFirstWhichEndsWithACode) {
@@ -44,7 +45,7 @@ TEST(Threads, SecondRequestTakesThePlaceOfTheFirstWhichEndsWithACode) {
         CqMeasurementRecord record;
         first = cqMeasureStandard(wired.handle, &record);
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_TRUE(wired.instrument.waitUntilLogged("measure"));
     EXPECT_EQ(totalStandards(wired.handle), 0U);
     caller.join();
     EXPECT_EQ(first, CQ_DEVICE_IS_BUSY);

@@ -54,13 +54,15 @@ struct Wired {
 };
 
 /// Closes the handle while a measurement waits, and gives what that came to.
-inline std::uint32_t closeWhileMeasuring(CqHandle handle) {
+template <class Wait>
+std::uint32_t closeWhileMeasuring(CqHandle handle, const Wait& untilItMeasures) {
     std::atomic<std::uint32_t> code{99};
     std::thread caller([&] {
         CqMeasurementRecord record;
         code = cqMeasureStandard(handle, &record);
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    untilItMeasures();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // for other calls to begin
     const auto start = std::chrono::steady_clock::now();
     cqClose(handle);
     caller.join();

@@ -36,13 +36,14 @@ TEST(WirelessSession, OpensAndClosesInOrder) {
 TEST(WirelessSession, CloseEndsTheCallThatRunsAndThoseThatWaitTheirTurn) {
     Adapter adapter("--calibrated --measure-time 3000");
     const CqHandle handle = openWireless(adapter.portName());
+    const auto untilItMeasures = [&] { EXPECT_TRUE(adapter.waitUntilLogged("measure")); };
     std::atomic<std::uint32_t> waiting{99};
     std::thread second([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        untilItMeasures();
         std::uint32_t count = 0;
         waiting = cqGetTotalStandards(handle, &count);
     });
-    EXPECT_EQ(closeWhileMeasuring(handle), CQ_DEVICE_IS_CLOSED);
+    EXPECT_EQ(closeWhileMeasuring(handle, untilItMeasures), CQ_DEVICE_IS_CLOSED);
     second.join();
     EXPECT_TRUE(waiting == CQ_DEVICE_IS_CLOSED || waiting == CQ_NOT_SUPPORTED) << waiting;
 }
