@@ -1,7 +1,6 @@
-#include <nlohmann/json.hpp>
-
 #include "colour/ChartPatches.h"
-#include "commands/ConvertedColors.h"
+#include "colour/ColorMath.h"
+#include "colour/ColorNames.h"
 #include "ResultText.h"
 #include "Samples.h"
 
@@ -64,19 +63,6 @@ TEST(ResultText, ExplainsEveryFailure) {
     }
     EXPECT_THAT(advice(CQ_EXECUTE_COMMAND_FAILED, Operation::measureTrial),
                 HasSubstr("cq calibrate white"));
-}
-
-// DIN99 has no hue for greys.
-TEST(ConvertedColors, AreWrittenAsJson) {
-    const std::vector<const SpaceInfo*> spaces{&colorSpaceNamed("lab"), &colorSpaceNamed("din99")};
-    const Viewing viewing{IlluminantD65, Observer2Degree};
-    const auto colors = convert({{"neutral", {50, 0, 0}}}, InputKind::lab, spaces, {&viewing, 1});
-    const auto json = nlohmann::json::parse(jsonOf(colors, spaces));
-    ASSERT_EQ(json.size(), 1U);
-    EXPECT_EQ(json[0]["lab"]["L"], 50);
-    EXPECT_EQ(json[0]["observer"], 2);
-    EXPECT_NEAR(json[0]["din99"]["L99"], 61.43, 0.01);  // 105.51 ln(1 + 0.0158 * 50)
-    EXPECT_TRUE(json[0]["din99"]["a99"].is_null());
 }
 
 }  // namespace

@@ -5,9 +5,7 @@
 #endif
 
 #include <filesystem>
-#include <fstream>
 
-#include "instrument/RecordLayout.h"
 #include "Samples.h"
 #include "system/Files.h"
 
@@ -51,14 +49,6 @@ TEST_F(Files, ThatCannotBeWrittenLeaveNothing) {
     EXPECT_THAT(thrownBy<Failure>([&] { writeFile(folder_ / "none" / "file", "x"); }),
                 HasSubstr("cannot write"));
     EXPECT_EQ(filesInFolder(), 1U);
-}
-
-TEST_F(Files, ThatCannotBeReadAreNamed) {
-    EXPECT_THAT(thrownBy<Failure>([&] { readFile(folder_ / "missing"); }),
-                testing::AllOf(HasSubstr("missing"), HasSubstr("No such file")));
-    EXPECT_THAT(thrownBy<Failure>([&] { readFile(folder_); }), HasSubstr("cannot read"));
-    EXPECT_THAT(thrownBy<Failure>([&] { loadRecordLayout(folder_ / "missing.json"); }),
-                HasSubstr("missing.json"));
 }
 
 #ifndef _WIN32

@@ -39,14 +39,6 @@ TEST(Palette, IsChosenByTerminalAndWish) {
     EXPECT_THROW(colorModeNamed("sometimes"), UsageError);
 }
 
-TEST(Palette, PaintsInItsDepth) {
-    const Rgb red{215, 0, 0};
-    EXPECT_EQ(Palette(ColorDepth::none).swatch(red, 4), "");
-    EXPECT_EQ(Palette(ColorDepth::none).strong("x"), "x");
-    EXPECT_EQ(Palette(ColorDepth::indexed).swatch(red, 2), "\x1b[48;5;160m  \x1b[0m");
-    EXPECT_EQ(Palette(ColorDepth::trueColor).swatch(red, 2), "\x1b[48;2;215;0;0m  \x1b[0m");
-}
-
 TEST(Palette, FindsTheNearestOf256) {
     const struct {
         Rgb color;
@@ -72,20 +64,6 @@ TEST(SpectrumPlot, RisesFromItsLowerLeftToItsUpperRight) {
     EXPECT_THAT(lines[3], StartsWith("0.0 ┤⣀"));
     EXPECT_THAT(lines[3], EndsWith("⠀"));
     EXPECT_EQ(lines[4], "     400          700 nm");
-}
-
-TEST(SpectrumPlot, LeavesNoGapInASteepCurve) {
-    Spectrum step{};
-    std::fill(step.begin() + 15, step.end(), 1.0F);
-    const auto lines = plotSpectrum(step, 16, 6);
-    const std::string blank = "⠀";
-    for (std::size_t row = 0; row < 6; ++row) {
-        std::string dots = lines[row].substr(std::string("0.0 ┤").size());
-        for (std::size_t at = 0; (at = dots.find(blank)) != std::string::npos;) {
-            dots.erase(at, blank.size());
-        }
-        EXPECT_NE(dots, "") << row;
-    }
 }
 
 }  // namespace

@@ -29,11 +29,6 @@ TEST(Numbers, AreTheWholeText) {
     }
 }
 
-TEST(Numbers, MayHaveADecimalComma) {
-    EXPECT_EQ(parseNumber("0,061", ','), 0.061);
-    EXPECT_EQ(parseNumber("1.234,5", ','), std::nullopt);
-}
-
 TEST(Numbers, AreWrittenWithTheDecimalsAskedFor) {
     const double infinity = std::numeric_limits<double>::infinity();
     const struct {

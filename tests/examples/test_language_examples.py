@@ -66,24 +66,6 @@ class LanguageExamples(unittest.TestCase):
         for line in printed:
             self.assertRegex(line, r"^standard +" + LAB.pattern + "$")
 
-    def test_say_how_they_are_used(self):
-        c = [BUILD / "bin/example-c-wireless"]
-        for command in (c, cpp("wireless"), cpp("stored_records"), *map(python, (
-                "errors", "monitor", "stored_records", "wireless")), *map(csharp, (
-                "Monitor", "ToleranceCheck", "Wireless"))):
-            with self.subTest(str(command[-1])):
-                interpreted = command[0] == sys.executable
-                printed = self.run_example(command, status=1 if interpreted else 2)
-                self.assertRegex(printed, r"(?s)(usage:|\.py) .*PORT")
-                self.assertNotIn("Traceback", printed)
-
-    def test_csharp_says_what_to_do_without_the_library(self):
-        if MONO is None:
-            self.skipTest("mono is not installed")
-        done = subprocess.run([*map(str, csharp("Monitor")), "x", "1"], capture_output=True, text=True,
-                              timeout=60, env={**os.environ, "LD_LIBRARY_PATH": ""}, check=False)
-        self.assertIn("put CQApi.dll (on Linux libCQApi.so) beside the program", done.stderr)
-
     def test_monitors(self):
         for command in (cpp("monitor"), python("monitor"), csharp("Monitor")):
             with self.subTest(str(command[-1])):

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <initializer_list>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "adapter/AdapterProtocol.h"
 #include "Bench.h"
@@ -27,12 +25,6 @@ class AdapterBench {
     std::string write(const std::string& text) {
         protocol_.receive(Bytes(text.begin(), text.end()), now_);
         return after(milliseconds(500));
-    }
-    /// The host writes bytes; gives those that come.
-    std::string packet(const std::string& bytes) {
-        const Bytes packet = hex(bytes);
-        const std::string text = write({packet.begin(), packet.end()});
-        return hexText(Bytes(text.begin(), text.end()));
     }
     /// Gives what comes of itself.
     std::string after(milliseconds time) {
@@ -71,8 +63,7 @@ class AdapterBench {
     }
 
     TimePoint now_ = kStart;
-    std::ostringstream logged_;
-    TrafficLog log_{&logged_, kStart};
+    TrafficLog log_{nullptr, kStart};
     DelayLine line_{DelayLine::Pace{}};
     adapter::AdapterProtocol protocol_;
 };

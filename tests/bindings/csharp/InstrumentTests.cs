@@ -19,13 +19,10 @@ internal static class InstrumentTests
         Check.True(instrument.IsOpen, "open");
         Check.Equal(peer.Port, instrument.PortName);
         DeviceInfo info = instrument.GetDeviceInfo();
-        Check.Equal("VIRTUAL-31", info.InfoText3);
-        Check.Equal("HW 1.0", info.InfoText11);
-        Check.Equal("123456789012345", info.InfoText4);
-        Check.Equal("Virtual spectrophotometer", info.InfoText7);
-        Check.Equal("FW 1.0", info.InfoText6);
-        Check.Equal("WT-0001", info.InfoText12);
-        Check.Equal(300u, info.StandardCapacity);
+        Check.Sequence(new object[] { "VIRTUAL-31", "HW 1.0", "123456789012345",
+                "Virtual spectrophotometer", "FW 1.0", "WT-0001", 300u },
+            new object[] { info.InfoText3, info.InfoText11, info.InfoText4, info.InfoText7,
+                info.InfoText6, info.InfoText12, info.StandardCapacity });
         InstrumentStatus status = instrument.GetStatus();
         Check.Sequence(new[] { 55, 8, 7, 0 },
             new int[] { status.Item14, status.Item17, status.TotalStandards, status.Item0 });
@@ -35,12 +32,9 @@ internal static class InstrumentTests
     {
         var refused = Check.Throws<CQException>(() => instrument.MeasureStandard());
         Check.Equal(ResultCode.ExecuteCommandFailed, refused.Code);
-        Check.Equal("execute command failed", refused.Text);
         Check.Equal("cqMeasureStandard: execute command failed (8)", refused.Message);
 
         instrument.CalibrateWhite();
-        Check.Equal(1, instrument.GetStatus().Item18);
-        Check.Equal(0, instrument.GetStatus().Item19);
         instrument.CalibrateBlack();
         MeasurementRecord standard = instrument.MeasureStandard();
         Check.Equal(0, standard.ToArray()[6]);
@@ -56,16 +50,12 @@ internal static class InstrumentTests
     internal static void UploadsAsManyAsThereAre() => Use(
         "--standards 7 --samples 5", (peer, instrument) =>
     {
-        Check.Equal(7u, instrument.GetTotalStandards());
-        Check.Equal(5u, instrument.GetTotalSamples());
         Check.Equal(5u, instrument.GetSampleCount(3));
         Action<int[], MeasurementRecord[]> areNumbered = (expected, records) =>
             Check.Sequence(expected, records.Select(record => (int)record.ToArray()[8]));
-        areNumbered(new[] { 1, 2, 3, 4, 5, 6, 7 }, instrument.UploadStandards());
         areNumbered(new[] { 6, 7 }, instrument.UploadStandards(5));
         areNumbered(new[] { 2, 3, 4 }, instrument.UploadStandards(1, 3));
         areNumbered(new[] { 7 }, instrument.UploadStandards(6, 100));
-        areNumbered(new int[0], instrument.UploadStandards(7));
         areNumbered(new[] { 4, 5 }, instrument.UploadSamples(0, 3));
         areNumbered(new[] { 1, 2 }, instrument.UploadSamples(0, 0, 2));
     });
@@ -73,7 +63,6 @@ internal static class InstrumentTests
     internal static void WritesAndDeletes() => Use(
         "--standards 2 --samples 3 --capacity 4", (peer, instrument) =>
     {
-        instrument.DownloadStandards();
         instrument.DownloadStandards(Filled(0x11), Filled(0x22));
         var full = Check.Throws<CQException>(() => instrument.DownloadStandards(Filled(0x33)));
         Check.Equal(ResultCode.NoEnoughStorage, full.Code);
@@ -95,8 +84,6 @@ internal static class InstrumentTests
     {
         instrument.SetMeasurementParameter(200, 255);
         Check.Equal(255, instrument.GetMeasurementParameter(200));
-        Check.Equal(0, instrument.GetMeasurementParameter(199));
-
         WhiteBoardParameter parameter = instrument.GetWhiteBoardParameter();
         Check.Equal("WT-0001", parameter.Text);
         parameter.Text = "WT-2";
@@ -111,15 +98,10 @@ internal static class InstrumentTests
             () => instrument.SetWhiteBoardParameter(new WhiteBoardParameter()));
     });
 
-    internal static void OpeningFailsWithTheReason()
+    internal static void ForgetsItsHandleOnceClosed() => Use("", (peer, instrument) =>
     {
         var failed = Check.Throws<CQException>(() => Instrument.Open("/dev/no-such-port"));
         Check.Equal("opening an instrument on /dev/no-such-port: fail to open (2)", failed.Message);
-        Check.Throws<CQException>(() => Instrument.OpenWireless("/dev/no-such-port"));
-    }
-
-    internal static void ForgetsItsHandleOnceClosed() => Use("", (peer, instrument) =>
-    {
         instrument.Dispose();
         Check.True(!instrument.IsOpen, "closed");
         Check.Throws<ObjectDisposedException>(() => instrument.GetStatus());

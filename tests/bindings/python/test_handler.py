@@ -3,8 +3,6 @@ inside it."""
 
 import gc
 import sys
-import threading
-import time
 import weakref
 
 from cqapi import Instrument
@@ -44,21 +42,6 @@ class Handler(InstrumentTest):
         self.wait_until(lambda: len(reported) == 2, "both reports")
         self.assertEqual(reported, [LookupError, LookupError])
         self.assertEqual(self.ask(instrument.total_standards), 1)
-
-    def test_closing_waits_for_a_running_handler(self):
-        peer, instrument = self.connected("--calibrated")
-        began, ended = threading.Event(), threading.Event()
-
-        def handler(*_):
-            began.set()
-            time.sleep(0.2)
-            ended.set()
-
-        instrument.set_measurement_handler(handler)
-        peer.press("s")
-        self.assertTrue(began.wait(10))
-        instrument.close()
-        self.assertTrue(ended.is_set())
 
     def test_an_instrument_that_its_handler_knows_is_closed_when_forgotten(self):
         peer = self.virtual_instrument("--calibrated")

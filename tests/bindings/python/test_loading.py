@@ -1,6 +1,5 @@
 """How the library is found, and how the package is installed."""
 
-import importlib.util
 import os
 import pathlib
 import shutil
@@ -43,11 +42,6 @@ class Loading(unittest.TestCase):
         shutil.copy(LIBRARY, self.folder / "libCQApi.so.1")
         self.assertEqual(self.python(USE, LD_LIBRARY_PATH=str(self.folder)), "100")
 
-    def test_beside_the_package(self):
-        shutil.copytree(PACKAGE / "cqapi", self.folder / "cqapi")
-        shutil.copy(LIBRARY, self.folder / "cqapi/libCQApi.so")
-        self.assertEqual(self.python(USE, PYTHONPATH=str(self.folder)), "100")
-
     def test_not_found(self):
         says = self.python(USE)
         for part in ("LibraryNotFoundError", "libCQApi.so.1", "CQAPI_LIBRARY", "load_library()"):
@@ -55,21 +49,3 @@ class Loading(unittest.TestCase):
         self.assertIn("/nowhere.so", self.python(USE, CQAPI_LIBRARY="/nowhere.so"))
         libc = "libc.so.6"
         self.assertIn("no function cqOpen", self.python(USE, CQAPI_LIBRARY=libc))
-
-    def test_pip_installs_it(self):
-        for module in ("pip", "setuptools", "wheel"):
-            if importlib.util.find_spec(module) is None:
-                self.skipTest(f"{module} is not installed")
-        source = self.folder / "source"  # building writes beside what it builds
-        shutil.copytree(PACKAGE, source, ignore=shutil.ignore_patterns("__pycache__", "build"))
-        done = subprocess.run(
-            [sys.executable, "-m", "pip", "install", "--no-build-isolation", "--no-deps", "--no-index",
-             "--disable-pip-version-check", "--target", self.folder / "site", source],
-            capture_output=True, text=True, check=False, env={**os.environ, "PYTHONPATH": ""})
-        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
-        self.assertTrue((self.folder / "site/cqapi/py.typed").exists())
-        self.assertEqual(
-            self.python("from importlib.metadata import version; import cqapi;"
-                        "assert version('cqapi') == cqapi.__version__; print(cqapi.__file__);" + USE,
-                        PYTHONPATH=str(self.folder / "site"), CQAPI_LIBRARY=LIBRARY),
-            f"{self.folder}/site/cqapi/__init__.py\n100")

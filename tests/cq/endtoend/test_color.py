@@ -137,20 +137,11 @@ class Color(CqTest):
                 self.assertEqual(self.interrupt(process, status=130), ("", "cq: ended by Ctrl-C\n"))
         self.refused("color", "--from", "lab", "--input", "/dev/zero", status=1, says="256 MiB")
 
-    def test_bad_input(self):
-        for kind, stdin, says in (
-            ("lab", "", "standard input holds no colours"),
-            ("spectrum", white("50") + "\n", "--percent"),
-        ):
-            with self.subTest(kind):
-                self.refused("color", "--from", kind, "--input", "-", status=1, says=says, stdin=stdin)
-
     def test_wrong_usage(self):
         for arguments, says in (
             ((), "--from spectrum|xyz|lab is required"),
             (("--from", "rgb", "1", "2", "3"), "--from must be"),
             (("--from", "lab"), "give the colours"),
-            (("--from", "lab", "1", "2", "x"), "'x' is not a number"),
             (("--from", "lab", "1", "2", "3", "--input", "-"), "not both"),
             (("--from", "lab", "1", "2", "3", "--illuminant", "A,C"), "one illuminant"),
             (("--from", "lab", "1", "2", "3", "--percent"), "--percent is for spectra"),

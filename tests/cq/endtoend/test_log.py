@@ -36,18 +36,6 @@ class Log(CqTest):
         text = self.cq("log", "decode", log).stdout
         self.assertRegex(text, r"\n\d\d:\d\d:\d\d\.\d{3}  +>  A6 data  #0  23 measure a standard")
 
-    def test_a_wireless_instrument(self):
-        log = self.log_of("info", "--wireless", "--virtual")
-        shown = self.json("log", "decode", log)["entries"]
-        self.assertEqual([e["text"] for e in shown if not e["known"]], [])
-        commands = [e["command"] for e in shown if e["layer"] == "at" and "command" in e]
-        self.assertIn("AT+SC", commands)
-        self.assertTrue(any(c.startswith("AT+CT=") for c in commands))
-        requests = [e.get("name") for e in shown
-                    if e["layer"] == "wireless" and e["direction"] == "sent"]
-        self.assertEqual(requests[0], "hello")
-        self.assertIn("text 7", requests)
-
     def test_faults_and_other_files(self):
         log = self.log_of("info", "--virtual-options", "--fault bad-crc:1")
         shown = self.json("log", "decode", log)["entries"]

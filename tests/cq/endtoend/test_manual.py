@@ -38,18 +38,6 @@ class Manual(CqTest):
                 done = subprocess.run([shell, check, script], capture_output=True, text=True)
                 self.assertEqual((done.returncode, done.stderr), (0, ""), shell)
 
-    def test_fish_proposes_the_same(self):
-        if shutil.which("fish") is None:
-            self.skipTest("fish is not installed")
-        script = self.folder / "cq.fish"
-        script.write_text(self.cq("completion", "fish").stdout)
-        for line, proposal in (("cq ca", "calibrate"), ("cq measure trial --observer 1", "10"),
-                               ("cq log d", "decode"), ("cq report --tol", "--tolerance")):
-            done = subprocess.run(["fish", "-c", f"source {script}; complete -C '{line}'"],
-                                  capture_output=True, text=True, timeout=30)
-            self.assertEqual(done.stderr, "")
-            self.assertEqual([p.split("\t")[0] for p in done.stdout.splitlines()], [proposal])
-
     def test_man_page(self):
         page = self.cq("man").stdout
         for command in ("measure", "log decode", "color"):

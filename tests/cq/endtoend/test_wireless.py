@@ -72,18 +72,6 @@ class Instrument(CqTest):
         measured = self.json("measure", "standard", *WIRELESS, QUICK + " --calibrated")
         self.assertAlmostEqual(measured["lab"]["L"], 37.5, delta=0.3)
 
-    def test_monitors(self):
-        done = self.cq(
-            "monitor", "--count", 2, *WIRELESS, QUICK + " --calibrated --press-every 0.2:trial",
-        )
-        self.assertRegex(done.stdout, r"^(\d\d:\d\d:\d\d  trial     #[0-9a-f]{6}  L\* .*\n){2}$")
-
-    def test_measures_the_chart(self):
-        report = self.folder / "report.html"
-        demo = self.json("demo", *WIRELESS, QUICK, "--report", report)
-        self.assertEqual(len(demo["patches"]), 24)
-        self.assertIn("VI-000002", report.read_text(encoding="utf-8"))
-
     def test_ctrl_c_ends_a_measurement(self):
         log = self.folder / "log"
         process = self.start(
@@ -125,12 +113,7 @@ class Trouble(CqTest):
             (("scan",), "name the adapter's port with --adapter"),
             (("scan", "--adapter", ""), "name the adapter's port with --adapter"),
             (("scan", "--adapter", "x", "--virtual"), "cannot be given together"),
-            (("scan", "--port", "x"), "--port"),
-            (("info", "--wireless", "--port", "x"), "cannot be given together"),
-            (("status", "--adapter", "x", "--port", "x"), "cannot be given together"),
             (("measure", "trial", "--slave", "AA", "--port", "x"), "cannot be given together"),
-            (("monitor", "--adapter", "x", "--virtual"), "cannot be given together"),
-            (("demo", "--adapter", "x", "--virtual-options", "--calibrated"), "cannot be given together"),
             (("calibrate", "white", "--slave", "meter"), "hexadecimal digits"),
         ):
             with self.subTest(arguments):
