@@ -11,6 +11,7 @@ namespace cqtest {
 namespace {
 
 TEST(Connection, HandleIsValidUntilItIsClosed) {
+    const Wired other;
     Wired wired;
     const CqHandle handle = wired.handle;
     EXPECT_TRUE(cqIsValidHandle(handle));
@@ -21,6 +22,7 @@ TEST(Connection, HandleIsValidUntilItIsClosed) {
     cqClose(handle);  // the second time does nothing
     CqInstrumentStatus status;
     EXPECT_EQ(cqGetInstrumentStatus(handle, &status), CQ_NOT_SUPPORTED);
+    EXPECT_EQ(cqGetInstrumentStatus(other.handle, &status), CQ_NO_ERROR);
 }
 
 TEST(Connection, PortThatCannotBeOpenedGivesNoHandle) {
