@@ -52,7 +52,7 @@ struct Component {
     float CqColorDifference::*value;
 };
 
-constexpr Component kComponents[] = {
+constexpr Component kShownComponents[] = {
     {"ΔL*", "deltaL", &CqColorDifference::deltaL}, {"Δa*", "deltaA", &CqColorDifference::deltaA},
     {"Δb*", "deltaB", &CqColorDifference::deltaB}, {"ΔC*", "deltaC", &CqColorDifference::deltaC},
     {"ΔH*", "deltaH", &CqColorDifference::deltaH},
@@ -62,7 +62,7 @@ TextTable::Row rowOf(const ColorData& standard, const NamedLab& trial,
                      const std::vector<DifferenceFormula>& formulas) {
     TextTable::Row row{trial.name};
     const CqColorDifference components = compare({}, standard, trial.lab);
-    for (const Component& component : kComponents) {
+    for (const Component& component : kShownComponents) {
         row.push_back(withSign(components.*component.value, 2));
     }
     for (const DifferenceFormula& formula : formulas) {
@@ -74,7 +74,7 @@ TextTable::Row rowOf(const ColorData& standard, const NamedLab& trial,
 std::string tableOf(const std::vector<NamedLab>& labs,
                     const std::vector<DifferenceFormula>& formulas) {
     std::vector<TextTable::Column> columns{{"trial", TextTable::Align::left}};
-    for (const Component& component : kComponents) {
+    for (const Component& component : kShownComponents) {
         columns.push_back({component.symbol});
     }
     for (const DifferenceFormula& formula : formulas) {
@@ -100,7 +100,7 @@ Json jsonOf(const std::vector<NamedLab>& labs, const DifferenceOptions& options)
     for (auto trial = labs.begin() + 1; trial != labs.end(); ++trial) {
         Json entry{{"name", trial->name}, {"lab", colorJson(trial->lab, space)}};
         const CqColorDifference components = compare({}, standard, trial->lab);
-        for (const Component& component : kComponents) {
+        for (const Component& component : kShownComponents) {
             entry[component.key] = shortest(components.*component.value);
         }
         for (const DifferenceFormula& formula : options.formulas) {

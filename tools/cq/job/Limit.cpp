@@ -16,8 +16,9 @@ namespace {
 
 constexpr double kMostLimit = 1000;
 
-constexpr std::array<const char*, 5> kComponentNames{"dL", "da", "db", "dC", "dH"};
-constexpr std::array<const char*, 5> kComponentSymbols{"ΔL*", "Δa*", "Δb*", "ΔC*", "ΔH*"};
+constexpr std::array<const char*, kComponentCount> kComponentNames{"dL", "da", "db", "dC", "dH"};
+constexpr std::array<const char*, kComponentCount> kComponentSymbols{"ΔL*", "Δa*", "Δb*", "ΔC*",
+                                                                     "ΔH*"};
 
 // Indexed by CqDifferenceFormula.
 constexpr std::array<const char*, 7> kFormulaNames{"dEab", "dE94", "dE94t", "dECMC",
@@ -111,7 +112,7 @@ void checkBounds(const Limit& limit, const std::string& text) {
     }
 }
 
-std::array<float, 5> componentsOf(const CqColorDifference& difference) {
+std::array<float, kComponentCount> componentsOf(const CqColorDifference& difference) {
     return {difference.deltaL, difference.deltaA, difference.deltaB, difference.deltaC,
             difference.deltaH};
 }

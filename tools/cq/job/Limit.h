@@ -13,6 +13,9 @@
 
 namespace cqtool {
 
+/// ΔL*, Δa*, Δb*, ΔC*, ΔH*.
+inline constexpr std::size_t kComponentCount = 5;
+
 /// A number that a trial's difference from its standard is judged by.
 struct Quantity {
     enum class Kind {

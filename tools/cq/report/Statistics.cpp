@@ -9,7 +9,6 @@ namespace cqtool {
 namespace {
 
 constexpr double kPercentile = 0.95;
-constexpr std::size_t kComponents = 5;
 
 double percentileOf(std::vector<double> magnitudes) {
     std::sort(magnitudes.begin(), magnitudes.end());
@@ -66,8 +65,7 @@ QuantityStatistics statisticsOf(const Quantity& quantity, std::int32_t illuminan
     std::vector<double> values;
     std::vector<const ReportTrial*> owners;
     for (const ReportTrial& trial : trials) {
-        const auto value =
-            trial.isCounted ? valueOf(quantity, trial, illuminant) : std::nullopt;
+        const auto value = trial.isCounted ? valueOf(quantity, trial, illuminant) : std::nullopt;
         if (value) {
             values.push_back(*value);
             owners.push_back(&trial);
@@ -106,7 +104,7 @@ std::vector<QuantityStatistics> statisticsOf(const Job& job, const std::vector<R
             }
         }
     }
-    for (std::size_t component = 0; component < kComponents; ++component) {
+    for (std::size_t component = 0; component < kComponentCount; ++component) {
         add({Quantity::Kind::component, {}, component}, job.viewing.illuminants.front());
     }
     std::erase_if(all, [](const QuantityStatistics& one) { return one.values.count == 0; });

@@ -9,8 +9,6 @@
 namespace cqtool {
 namespace {
 
-constexpr std::size_t kComponents = 5;
-
 /// A column of numbers.
 struct Column {
     Quantity quantity;
@@ -36,7 +34,7 @@ std::vector<Column> columnsOf(const Job& job, const ReportView& view) {
             columns.push_back({{Quantity::Kind::difference, {known, {}}}, true});
         }
     }
-    for (std::size_t component = 0; component < kComponents; ++component) {
+    for (std::size_t component = 0; component < kComponentCount; ++component) {
         columns.push_back({{Quantity::Kind::component, {}, component}});
     }
     if (job.viewing.illuminants.size() > 1) {
@@ -48,8 +46,7 @@ std::vector<Column> columnsOf(const Job& job, const ReportView& view) {
 /// Writes the rows of one table.
 class TrialRows {
   public:
-    TrialRows(const Job& job, const ReportView& view)
-        : job_(job), columns_(columnsOf(job, view)) {
+    TrialRows(const Job& job, const ReportView& view) : job_(job), columns_(columnsOf(job, view)) {
         const bool hasSeveral = std::any_of(
             job.measurements.begin(), job.measurements.end(), [&](const JobMeasurement& one) {
                 return one.instrument != job.measurements.front().instrument;
@@ -112,13 +109,13 @@ class TrialRows {
                 measurement.entry.time.empty() ? measurement.time : measurement.entry.time)));
         }
         if (measurement.averaged > 1) {
-            details.push_back("average of " + std::to_string(measurement.averaged) +
-                              (measurement.spread ? ", spread " + fixed(*measurement.spread, 2)
-                                                  : std::string()));
+            details.push_back(
+                "average of " + std::to_string(measurement.averaged) +
+                (measurement.spread ? ", spread " + fixed(*measurement.spread, 2) : std::string()));
         }
         if (namesInstruments_ && measurement.instrument != InstrumentIdentity{}) {
-            details.push_back(escaped(measurement.instrument.model + " " +
-                                      measurement.instrument.serial));
+            details.push_back(
+                escaped(measurement.instrument.model + " " + measurement.instrument.serial));
         }
         std::string text = measurement.struckOutBy ? element("del", name) : name;
         if (!details.empty()) {
@@ -146,8 +143,7 @@ class TrialRows {
         const Finding* deciding = trial.verdict->deciding();
         return element("b", std::string(signOf(trial.verdict->grade)) + " " +
                                 nameOf(trial.verdict->grade)) +
-               (deciding == nullptr ? std::string()
-                                    : element("small", findingInHtml(*deciding)));
+               (deciding == nullptr ? std::string() : element("small", findingInHtml(*deciding)));
     }
 
     std::string numbers(const ReportTrial& trial, const ColorPair& pair) const {
@@ -186,9 +182,8 @@ class TrialRows {
         }
         // With as many decimals as show the side of the limit.
         const std::size_t point = finding->text.find('.');
-        const int decimals = point == std::string::npos
-                                 ? 0
-                                 : static_cast<int>(finding->text.size() - point - 1);
+        const int decimals =
+            point == std::string::npos ? 0 : static_cast<int>(finding->text.size() - point - 1);
         const char* cssClass = finding->isMet             ? "judged"
                                : finding->limit.isWarning ? "judged warn"
                                                           : "judged fail";
@@ -200,10 +195,7 @@ class TrialRows {
                                     const Quantity& quantity) {
         const Finding* best = nullptr;
         const auto rank = [](const Finding* finding) {
-            return finding == nullptr             ? 0
-                   : finding->isMet               ? 1
-                   : finding->limit.isWarning     ? 2
-                                                  : 3;
+            return finding == nullptr ? 0 : finding->isMet ? 1 : finding->limit.isWarning ? 2 : 3;
         };
         if (trial.verdict) {
             for (const Finding& finding : trial.verdict->findings) {
