@@ -21,14 +21,14 @@ constexpr double kLeastTolerance = 0.001;
 constexpr double kMostTolerance = 100;
 constexpr std::uint32_t kMostIndex = 0xFFFFFFFE;
 /// More than anybody looks at on a page, and than browsers show gladly.
-constexpr std::size_t kMostMeasurements = 20'000;
+constexpr std::size_t kMostReported = 20'000;
 
 bool isNumber(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 [[noreturn]] void refuseSize(const std::string& file) {
-    throw Failure(file + " holds more than " + std::to_string(kMostMeasurements) +
+    throw Failure(file + " holds more than " + std::to_string(kMostReported) +
                       " measurements, the most that a report can show",
                   "divide the file");
 }
@@ -66,11 +66,11 @@ class ExportReader {
         // In lines there are more than measurements, but seen before memory is taken for them.
         const bool isTable = format == ExchangeFormat::csv || format == ExchangeFormat::cgats;
         const auto lines = std::count(content.begin(), content.end(), '\n');
-        if (isTable && static_cast<std::size_t>(lines) > 2 * kMostMeasurements) {
+        if (isTable && static_cast<std::size_t>(lines) > 2 * kMostReported) {
             refuseSize(file);
         }
         RecordSet set = parsedRecords(content, format, sourceName(file), reading_);
-        if (set.entries.size() > kMostMeasurements) {
+        if (set.entries.size() > kMostReported) {
             refuseSize(file);
         }
         return set;
@@ -179,7 +179,7 @@ Job jobOfFile(const ReportInput& input, std::string& remark) {
         remark = "the last line of " + input.file +
                  " is not complete and left out: it was being written, or its writer was ended";
     }
-    if (file.job().measurements.size() > kMostMeasurements) {
+    if (file.job().measurements.size() > kMostReported) {
         refuseSize(input.file);
     }
     return file.job();

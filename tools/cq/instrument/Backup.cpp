@@ -97,8 +97,7 @@ void readMembers(Backup& backup, const Json& document, const std::string& source
     backup.device = recordOf<CqDeviceInfo>(document.at("device").at("bytes"), source + ": device");
     for (const Json& standard : document.at("standards")) {
         backup.standards.push_back(recordOf<CqMeasurementRecord>(
-            standard,
-            source + ": standards[" + std::to_string(backup.standards.size()) + "]"));
+            standard, source + ": standards[" + std::to_string(backup.standards.size()) + "]"));
     }
     for (const Json& sample : document.at("samples")) {
         const Json& standard = sample.at("standard");
@@ -134,9 +133,10 @@ Backup readSettings(Connection& connection, const BackupProgress& progress) {
     backup.time = nowText();
     backup.isWireless = connection.isWireless();
     backup.device = connection.deviceInfo();
-    backup.standards = Storage(connection).read(
-        {}, 0, CQ_ALL_RECORDS,
-        [&](std::size_t done, std::size_t total) { progress("reading standards", done, total); });
+    backup.standards =
+        Storage(connection).read({}, 0, CQ_ALL_RECORDS, [&](std::size_t done, std::size_t total) {
+            progress("reading standards", done, total);
+        });
     if (backup.isWireless) {
         backup.missing.emplace_back("measurement parameters: a wireless instrument has none");
     } else {
@@ -160,17 +160,15 @@ std::vector<Backup::Sample> readSamples(Connection& connection, std::size_t stan
          connection.isWireless() && standard < standards && samples.size() < stored; ++standard) {
         isReading(0, 0);
         const RecordList list{.isStandards = false, .standard = standard};
-        for (const CqMeasurementRecord& record :
-             storage.read(list, 0, CQ_ALL_RECORDS, isReading)) {
+        for (const CqMeasurementRecord& record : storage.read(list, 0, CQ_ALL_RECORDS, isReading)) {
             known.push_back(record);
             samples.push_back({standard, record});
         }
     }
     if (samples.size() < stored) {
-        const auto all = storage.read(everything, 0, CQ_ALL_RECORDS,
-                                      [&](std::size_t done, std::size_t total) {
-                                          progress("reading samples", done, total);
-                                      });
+        const auto all = storage.read(
+            everything, 0, CQ_ALL_RECORDS,
+            [&](std::size_t done, std::size_t total) { progress("reading samples", done, total); });
         for (const CqMeasurementRecord& record : recordsMissing(all, known)) {
             samples.push_back({std::nullopt, record});
         }

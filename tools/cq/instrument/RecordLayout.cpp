@@ -19,7 +19,7 @@ constexpr const char* kExample =
     R"({"offset": 64, "count": 31, "format": "float32", "scale": 1.0, "start": 400, "step": 10})";
 
 constexpr std::size_t kRecordBytes = sizeof(CqMeasurementRecord);
-constexpr std::size_t kMostByte = 255;
+constexpr std::size_t kMostKind = 255;
 
 std::size_t sizeOf(RecordLayout::Format format) {
     switch (format) {
@@ -162,8 +162,8 @@ class LayoutReader {
         }
         if (document_.contains("kind")) {
             layout.kind = {part("kind", "offset", kRecordBytes - 1),
-                           static_cast<std::uint8_t>(part("kind", "standard", kMostByte)),
-                           static_cast<std::uint8_t>(part("kind", "trial", kMostByte))};
+                           static_cast<std::uint8_t>(part("kind", "standard", kMostKind)),
+                           static_cast<std::uint8_t>(part("kind", "trial", kMostKind))};
         }
         if (document_.contains("time")) {
             layout.time = part("time", "offset", kRecordBytes - sizeof(std::uint32_t));

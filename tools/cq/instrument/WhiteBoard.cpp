@@ -36,9 +36,9 @@ Json blockJson(const std::uint8_t (&block)[size]) {
 }
 
 /// Reads the members of a document; errors name the file and the member.
-class Reader {
+class BoardReader {
   public:
-    Reader(std::string_view content, const std::string& source) : source_(source) {
+    BoardReader(std::string_view content, const std::string& source) : source_(source) {
         try {
             document_ = Json::parse(content);
         } catch (const Json::parse_error& error) {
@@ -136,7 +136,7 @@ Json whiteBoardJson(const CqWhiteBoardParameter& parameter) {
 }
 
 CqWhiteBoardParameter whiteBoardOfJson(std::string_view content, const std::string& source) {
-    const Reader reader(content, source);
+    const BoardReader reader(content, source);
     CqWhiteBoardParameter parameter{};
     reader.readText(parameter.text);
     reader.readBytes(kReserved, parameter.reserved);

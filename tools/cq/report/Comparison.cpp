@@ -14,8 +14,7 @@ ReportTrial compared(const Job& job, const JobMeasurement* standard,
                      const JobMeasurement& measurement) {
     ReportTrial trial;
     trial.measurement = &measurement;
-    trial.isCounted =
-        standard != nullptr && !standard->struckOutBy && !measurement.struckOutBy;
+    trial.isCounted = standard != nullptr && !standard->struckOutBy && !measurement.struckOutBy;
     if (standard == nullptr) {
         return trial;
     }
@@ -50,9 +49,9 @@ ReportTrial compared(const Job& job, const JobMeasurement* standard,
 }  // namespace
 
 const ColorPair* ReportTrial::under(std::int32_t illuminant) const {
-    const auto found = std::find_if(pairs.begin(), pairs.end(), [illuminant](const ColorPair& pair) {
-        return pair.illuminant == illuminant;
-    });
+    const auto found =
+        std::find_if(pairs.begin(), pairs.end(),
+                     [illuminant](const ColorPair& pair) { return pair.illuminant == illuminant; });
     return found == pairs.end() ? nullptr : &*found;
 }
 

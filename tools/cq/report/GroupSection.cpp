@@ -100,19 +100,17 @@ std::string groupPlane(const Job& job, const ReportGroup& group) {
     plane.addOutline(*lab, {0, 0});
     plane.add(standard, middle, "standard");
     plane.add(group.trials, middle);
-    return element("figure", element("figcaption", "Δa* and Δb* under " +
-                                                       viewingName(job.viewing.primary())) +
-                                 plane.svg("Differences in a* and b* from " +
-                                           escaped(standard.name)));
+    return element(
+        "figure", element("figcaption", "Δa* and Δb* under " + viewingName(job.viewing.primary())) +
+                      plane.svg("Differences in a* and b* from " + escaped(standard.name)));
 }
 
 std::string groupTrend(const Job& job, const ReportGroup& group, const ReportView& view) {
     const LeadingQuantity leading = leadingQuantity(job, view.formula);
     std::vector<TrendPoint> points;
     for (const ReportTrial& trial : group.trials) {
-        const auto value = trial.isCounted
-                               ? valueOf(leading.quantity, trial, leading.illuminant)
-                               : std::nullopt;
+        const auto value =
+            trial.isCounted ? valueOf(leading.quantity, trial, leading.illuminant) : std::nullopt;
         if (value) {
             points.push_back({*value,
                               trial.verdict ? std::optional(trial.verdict->grade) : std::nullopt,
@@ -152,7 +150,8 @@ std::vector<const RecordEntry*> entriesOf(const ReportGroup& group) {
 
 /// "3 trials: 2 pass, 1 fails".
 std::string countsText(const TrialCounts& counts) {
-    std::string text = std::to_string(counts.counted) + (counts.counted == 1 ? " trial" : " trials");
+    std::string text =
+        std::to_string(counts.counted) + (counts.counted == 1 ? " trial" : " trials");
     const auto add = [&text](std::size_t count, const std::string& what) {
         text += count == 0 ? "" : ", " + std::to_string(count) + " " + what;
     };
@@ -168,8 +167,8 @@ std::string countsText(const TrialCounts& counts) {
 
 std::string groupSection(const Job& job, const ReportGroup& group, const ReportView& view) {
     const JobMeasurement& standard = *group.standard;
-    const std::string drawings = groupCurves(group) + groupPlane(job, group) +
-                                 groupTrend(job, group, view);
+    const std::string drawings =
+        groupCurves(group) + groupPlane(job, group) + groupTrend(job, group, view);
     std::string content = element("h2", headingOf(standard)) +
                           element("p", countsText(countsOf(job, group.trials)), "counts") +
                           element("div", drawings, "drawings");
@@ -219,9 +218,9 @@ std::string overviewPlane(const Job& job, const std::vector<ReportGroup>& groups
 }
 
 std::string drawingLegend(const Job& job) {
-    const bool hasCurves = std::any_of(
-        job.measurements.begin(), job.measurements.end(),
-        [](const JobMeasurement& one) { return one.entry.spectrum.has_value(); });
+    const bool hasCurves =
+        std::any_of(job.measurements.begin(), job.measurements.end(),
+                    [](const JobMeasurement& one) { return one.entry.spectrum.has_value(); });
     std::string keys =
         markKey("standard", "standard", hasCurves) + markKey("trial", "trial", hasCurves);
     if (!job.limits.empty()) {

@@ -30,8 +30,8 @@ std::string footerOf(const Job& job, const ReportView& view) {
     if (view.hasSpectra) {
         text += "Reflectances are fractions of the perfect white’s. ";
     }
-    return element("footer", element("p", text) +
-                                 element("p", std::string("cq ") + CQAPI_VERSION_STRING));
+    return element("footer",
+                   element("p", text) + element("p", std::string("cq ") + CQAPI_VERSION_STRING));
 }
 
 }  // namespace

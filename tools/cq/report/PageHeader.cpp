@@ -98,8 +98,8 @@ std::string calibrationHtml(const Job& job) {
     if (old > 0) {
         text += element("b", " ! longer than 8 h before " + counted(old, "measurements"), "warn");
     }
-    return text + (unknown == 0 ? std::string()
-                                : "; unknown of " + counted(unknown, "measurements"));
+    return text +
+           (unknown == 0 ? std::string() : "; unknown of " + counted(unknown, "measurements"));
 }
 
 std::string viewingHtml(const Job& job) {
@@ -156,16 +156,16 @@ std::string verdictFigure(const Job& job, const TrialCounts& counts) {
     const Grade grade = counts.failed > 0   ? Grade::fail
                         : counts.warned > 0 ? Grade::warn
                                             : Grade::pass;
-    const std::string within = job.limits.size() == 1 ? limitInHtml(job.limits.front())
-                                                      : "the tolerances";
+    const std::string within =
+        job.limits.size() == 1 ? limitInHtml(job.limits.front()) : "the tolerances";
     const std::string caption = std::to_string(counts.passed + counts.warned) + " of " +
                                 std::to_string(counts.counted) + " within " + within;
-    return element("div",
-                   element("b", std::string(signOf(grade)) + " " + nameOf(grade)) +
-                       element("span", caption),
-                   grade == Grade::pass   ? "figure pass"
-                   : grade == Grade::warn ? "figure warn"
-                                          : "figure fail");
+    return element(
+        "div",
+        element("b", std::string(signOf(grade)) + " " + nameOf(grade)) + element("span", caption),
+        grade == Grade::pass   ? "figure pass"
+        : grade == Grade::warn ? "figure warn"
+                               : "figure fail");
 }
 
 std::string figuresOf(const Job& job, const std::vector<ReportGroup>& groups,
@@ -198,9 +198,9 @@ std::string figuresOf(const Job& job, const std::vector<ReportGroup>& groups,
     const QuantityStatistics all = statisticsOf(leading.quantity, leading.illuminant, trials);
     if (all.values.count > 0) {
         const std::string title = symbolInHtml(leading.quantity);
-        content += figure(valueText(leading.quantity, all.values.mean), "mean " + title) +
-                   figure(all.largestText,
-                          "largest " + title + " (" + escaped(all.largestName) + ")");
+        content +=
+            figure(valueText(leading.quantity, all.values.mean), "mean " + title) +
+            figure(all.largestText, "largest " + title + " (" + escaped(all.largestName) + ")");
     }
     return element("div", content, "figures");
 }

@@ -15,10 +15,9 @@ namespace cqtool {
 namespace {
 
 constexpr std::chrono::seconds kMostTime{120};
-constexpr std::chrono::milliseconds kLookInterval{200};
+constexpr std::chrono::milliseconds kPrinterRound{200};
 
-constexpr const char* kPrintYourself =
-    "write the report as .html and print that from a browser";
+constexpr const char* kPrintYourself = "write the report as .html and print that from a browser";
 
 /// A folder that nobody else can enter, removed with this object.
 class PrivateFolder {
@@ -62,7 +61,7 @@ void run(const Browser& browser, std::vector<std::string> arguments, const Inter
     ChildProcess process(browser.program, arguments, ChildProcess::Errors::dropped);
     const auto deadline = std::chrono::steady_clock::now() + kMostTime;
     while (!process.hasOutputEnded() && std::chrono::steady_clock::now() < deadline) {
-        process.readLine(kLookInterval);
+        process.readLine(kPrinterRound);
         interrupt.throwIfHappened();
     }
     if (!process.hasOutputEnded()) {
@@ -95,9 +94,9 @@ std::string pdfOf(const std::string& page, const Interrupt& interrupt) {
         }
         return readFile(printed);
     } catch (const std::system_error& error) {
-        throw Failure("printing with " + browser->program.string() + " failed: " +
-                          error.code().message(),
-                      kPrintYourself);
+        throw Failure(
+            "printing with " + browser->program.string() + " failed: " + error.code().message(),
+            kPrintYourself);
     }
 }
 

@@ -38,8 +38,8 @@ Json trialJson(const Job& job, const ReportGroup& group, const ReportTrial& tria
               {"standard", group.standard->entry.name},
               {"deltaEab", difference({}, first.standard, first.trial)},
               {"deltaE00", difference({CqDeltaE2000, {}}, first.standard, first.trial)},
-              {"deltaE", difference(judgedFormulas(job, otherwise).front(), first.standard,
-                                    first.trial)}};
+              {"deltaE",
+               difference(judgedFormulas(job, otherwise).front(), first.standard, first.trial)}};
     json["struckOut"] = measurement.struckOutBy.has_value();
     if (trial.verdict) {
         json["passed"] = trial.verdict->grade != Grade::fail;
@@ -86,9 +86,9 @@ Json reportJson(const Job& job, const std::vector<ReportGroup>& groups, const Re
     const auto all = allTrials(groups);
     const TrialCounts counts = countsOf(job, all);
     const DifferenceFormula formula = judgedFormulas(job, view.formula).front();
-    const Statistics overall = statisticsOf({Quantity::Kind::difference, formula},
-                                            job.viewing.illuminants.front(), all)
-                                   .values;
+    const Statistics overall =
+        statisticsOf({Quantity::Kind::difference, formula}, job.viewing.illuminants.front(), all)
+            .values;
     Json tolerances = Json::array();
     for (const Limit& limit : job.limits) {
         tolerances.push_back({{"limit", textOf(limit)}, {"isWarning", limit.isWarning}});

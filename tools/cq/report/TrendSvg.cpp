@@ -10,13 +10,13 @@ namespace cqtool {
 namespace {
 
 // In the drawing's own units; the page scales it.
-constexpr double kWidth = 280;
-constexpr double kHeight = 124;
-constexpr double kLeft = 30;
-constexpr double kRight = kWidth - 8;
-constexpr double kTop = 8;
-constexpr double kBottom = kHeight - 18;
-constexpr double kRoom = 1.08;
+constexpr double kTrendWidth = 280;
+constexpr double kTrendHeight = 124;
+constexpr double kTrendLeft = 30;
+constexpr double kTrendRight = kTrendWidth - 8;
+constexpr double kTrendTop = 8;
+constexpr double kTrendBottom = kTrendHeight - 18;
+constexpr double kTrendRoom = 1.08;
 constexpr double kLeastSpan = 0.1;
 /// Beyond it marks would cover each other: only those that do not pass stand out from the line.
 constexpr std::size_t kMostMarks = 80;
@@ -39,8 +39,8 @@ class TrendDrawing {
         double least = 0;
         double most = kLeastSpan;
         const auto widen = [&](double value) {
-            least = std::min(least, kRoom * value);
-            most = std::max(most, kRoom * value);
+            least = std::min(least, kTrendRoom * value);
+            most = std::max(most, kTrendRoom * value);
         };
         for (const TrendPoint& point : points) {
             widen(point.value);
@@ -58,8 +58,8 @@ class TrendDrawing {
         for (const TrendLine& line : lines_) {
             const double height = y(line.value);
             content += "<polyline class=\"limit" + std::string(line.isWarning ? " warning" : "") +
-                       "\" points=\"" + fixed(kLeft, 1) + "," + fixed(height, 1) + " " +
-                       fixed(kRight, 1) + "," + fixed(height, 1) + "\"/>";
+                       "\" points=\"" + fixed(kTrendLeft, 1) + "," + fixed(height, 1) + " " +
+                       fixed(kTrendRight, 1) + "," + fixed(height, 1) + "\"/>";
         }
         std::string places;
         for (std::size_t i = 0; i < points_.size(); ++i) {
@@ -80,11 +80,11 @@ class TrendDrawing {
         const double share = points_.size() < 2 ? 0.5
                                                 : static_cast<double>(index) /
                                                       static_cast<double>(points_.size() - 1);
-        return kLeft + 8 + (kRight - kLeft - 16) * share;
+        return kTrendLeft + 8 + (kTrendRight - kTrendLeft - 16) * share;
     }
 
     double y(double value) const {
-        return kBottom - (kBottom - kTop) * (value - least_) / (most_ - least_);
+        return kTrendBottom - (kTrendBottom - kTrendTop) * (value - least_) / (most_ - least_);
     }
 
     std::string axes() const {
@@ -94,14 +94,15 @@ class TrendDrawing {
             const double value = least_ + i * step_;
             const std::string height = fixed(y(value), 1);
             svg += "<line class=\"" + std::string(std::abs(value) < step_ / 2 ? "axis" : "grid") +
-                   "\" x1=\"" + fixed(kLeft, 1) + "\" y1=\"" + height + "\" x2=\"" +
-                   fixed(kRight, 1) + "\" y2=\"" + height + "\"/>";
-            svg += label(kLeft - 4, y(value) + 3, "end", fixed(value, step_ < 0.1  ? 2
-                                                                      : step_ < 1 ? 1
-                                                                                  : 0));
+                   "\" x1=\"" + fixed(kTrendLeft, 1) + "\" y1=\"" + height + "\" x2=\"" +
+                   fixed(kTrendRight, 1) + "\" y2=\"" + height + "\"/>";
+            svg += label(kTrendLeft - 4, y(value) + 3, "end",
+                         fixed(value, step_ < 0.1 ? 2
+                                      : step_ < 1 ? 1
+                                                  : 0));
         }
-        svg += label(x(0), kBottom + 13, "start", "trial 1");
-        return svg + label(x(points_.size() - 1), kBottom + 13, "end",
+        svg += label(x(0), kTrendBottom + 13, "start", "trial 1");
+        return svg + label(x(points_.size() - 1), kTrendBottom + 13, "end",
                            std::to_string(points_.size()));
     }
 
@@ -139,8 +140,8 @@ class TrendDrawing {
 
 std::string trendSvg(const std::vector<TrendPoint>& points, const std::vector<TrendLine>& lines,
                      const std::string& description) {
-    return "<svg class=\"trend\" viewBox=\"0 0 " + fixed(kWidth, 0) + " " + fixed(kHeight, 0) +
-           "\" role=\"img\" aria-label=\"" + description + "\">" +
+    return "<svg class=\"trend\" viewBox=\"0 0 " + fixed(kTrendWidth, 0) + " " +
+           fixed(kTrendHeight, 0) + "\" role=\"img\" aria-label=\"" + description + "\">" +
            TrendDrawing(points, lines).svg() + "</svg>";
 }
 

@@ -75,16 +75,14 @@ std::string statisticsTable(const Job& job, const std::vector<ReportTrial>& tria
                                     (hasSeveral ? std::string(" ") + illuminantName(one.illuminant)
                                                 : std::string())) +
                       cell(one.values.mean) + element("td", fixed(one.values.deviation, 2)) +
-                      element("td", fixed(one.values.percentile95, 2)) +
-                      cell(one.values.largest) +
+                      element("td", fixed(one.values.percentile95, 2)) + cell(one.values.largest) +
                       element("td", escaped(one.largestName), "name"));
     }
-    return rows.empty()
-               ? rows
-               : element("table",
-                         headOf({"", "mean", "std. dev.", "95th pct.", "largest", "of"}) +
-                             element("tbody", rows),
-                         "statistics");
+    return rows.empty() ? rows
+                        : element("table",
+                                  headOf({"", "mean", "std. dev.", "95th pct.", "largest", "of"}) +
+                                      element("tbody", rows),
+                                  "statistics");
 }
 
 std::string spectraTables(const std::vector<const RecordEntry*>& entries) {

@@ -10,7 +10,7 @@ namespace cqtool {
 namespace {
 
 constexpr UsbIdentity kInstrument{0x0483, 0x5740};
-constexpr UsbIdentity kAdapter{0x1A86, 0x7523};
+constexpr UsbIdentity kAdapterIdentity{0x1A86, 0x7523};
 constexpr std::string_view kAdapterProduct = "CH340";
 /// Holds its own port, under its name as the system cuts it off.
 constexpr std::string_view kVirtualInstrument = "cq-virtual-inst";
@@ -56,7 +56,7 @@ PortKind kindOf(const std::optional<UsbIdentity>& usb, std::string_view descript
     if (usb == kInstrument) {
         return PortKind::instrument;
     }
-    return usb == kAdapter || description.find(kAdapterProduct) != std::string_view::npos
+    return usb == kAdapterIdentity || description.find(kAdapterProduct) != std::string_view::npos
                ? PortKind::adapter
                : PortKind::other;
 }

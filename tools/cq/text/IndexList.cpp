@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::uint32_t kHighestIndex = 999'999;
 
-[[noreturn]] void refuse(const std::string& text) {
+[[noreturn]] void refuseIndex(const std::string& text) {
     throw UsageError("an index must be a whole number from 0 to " + std::to_string(kHighestIndex) +
                      ", or a range such as 3-7, not '" + text + "'");
 }
@@ -21,7 +21,7 @@ std::uint32_t indexOf(const std::string& digits, const std::string& text) {
     const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), index);
     if (parsed.ec != std::errc{} || parsed.ptr != digits.data() + digits.size() ||
         index > kHighestIndex) {
-        refuse(text);
+        refuseIndex(text);
     }
     return index;
 }
@@ -36,7 +36,7 @@ std::vector<std::uint32_t> indicesOf(const std::vector<std::string>& texts) {
         const std::uint32_t last =
             dash == std::string::npos ? first : indexOf(text.substr(dash + 1), text);
         if (last < first) {
-            refuse(text);
+            refuseIndex(text);
         }
         for (std::uint32_t index = first; index <= last; ++index) {
             indices.insert(index);

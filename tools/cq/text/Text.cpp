@@ -7,7 +7,7 @@
 namespace cqtool {
 namespace {
 
-constexpr std::string_view kSpaces = " \t\r\n";
+constexpr std::string_view kWhiteSpace = " \t\r\n";
 
 bool isContinuation(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
@@ -46,11 +46,11 @@ std::size_t utf8Length(std::string_view text) {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(kSpaces);
+    const std::size_t first = text.find_first_not_of(kWhiteSpace);
     if (first == std::string_view::npos) {
         return {};
     }
-    return text.substr(first, text.find_last_not_of(kSpaces) - first + 1);
+    return text.substr(first, text.find_last_not_of(kWhiteSpace) - first + 1);
 }
 
 std::string lowerCase(std::string_view text) {
@@ -113,7 +113,7 @@ std::vector<std::string> splitArguments(std::string_view text) {
         } else if (c == '\'' || c == '"') {
             quote = c;
             isInside = true;
-        } else if (kSpaces.find(c) == std::string_view::npos) {
+        } else if (kWhiteSpace.find(c) == std::string_view::npos) {
             current += c;
             isInside = true;
         } else if (isInside) {
