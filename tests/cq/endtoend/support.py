@@ -36,7 +36,7 @@ class CqTest(unittest.TestCase):
             env={**os.environ, **(env or {})},
         )
         self.assertEqual(done.returncode, status, f"{arguments}\n{done.stdout}\n{done.stderr}")
-        if status != 0:
+        if status not in (0, 3):  # 3: a trial is out of tolerance, which is no problem of the program's
             self.assertTrue(done.stderr.startswith("cq: ") or "\ncq: " in done.stderr, done.stderr)
         return done
 

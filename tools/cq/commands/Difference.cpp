@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "colour/ColorJson.h"
+#include "colour/DifferenceComponents.h"
 #include "commands/Commands.h"
 #include "commands/ConvertedColors.h"
 #include "commands/GivenColors.h"
@@ -46,23 +47,11 @@ std::vector<NamedLab> readLabs(const DifferenceOptions& options) {
     return labs;
 }
 
-struct Component {
-    const char* symbol;
-    const char* key;
-    float CqColorDifference::*value;
-};
-
-constexpr Component kShownComponents[] = {
-    {"ΔL*", "deltaL", &CqColorDifference::deltaL}, {"Δa*", "deltaA", &CqColorDifference::deltaA},
-    {"Δb*", "deltaB", &CqColorDifference::deltaB}, {"ΔC*", "deltaC", &CqColorDifference::deltaC},
-    {"ΔH*", "deltaH", &CqColorDifference::deltaH},
-};
-
 TextTable::Row rowOf(const ColorData& standard, const NamedLab& trial,
                      const std::vector<DifferenceFormula>& formulas) {
     TextTable::Row row{trial.name};
     const CqColorDifference components = compare({}, standard, trial.lab);
-    for (const Component& component : kShownComponents) {
+    for (const DifferenceComponent& component : kDifferenceComponents) {
         row.push_back(withSign(components.*component.value, 2));
     }
     for (const DifferenceFormula& formula : formulas) {
@@ -74,7 +63,7 @@ TextTable::Row rowOf(const ColorData& standard, const NamedLab& trial,
 std::string tableOf(const std::vector<NamedLab>& labs,
                     const std::vector<DifferenceFormula>& formulas) {
     std::vector<TextTable::Column> columns{{"trial", TextTable::Align::left}};
-    for (const Component& component : kShownComponents) {
+    for (const DifferenceComponent& component : kDifferenceComponents) {
         columns.push_back({component.symbol});
     }
     for (const DifferenceFormula& formula : formulas) {
@@ -100,7 +89,7 @@ Json jsonOf(const std::vector<NamedLab>& labs, const DifferenceOptions& options)
     for (auto trial = labs.begin() + 1; trial != labs.end(); ++trial) {
         Json entry{{"name", trial->name}, {"lab", colorJson(trial->lab, space)}};
         const CqColorDifference components = compare({}, standard, trial->lab);
-        for (const Component& component : kShownComponents) {
+        for (const DifferenceComponent& component : kDifferenceComponents) {
             entry[component.key] = shortest(components.*component.value);
         }
         for (const DifferenceFormula& formula : options.formulas) {

@@ -4,11 +4,11 @@
 #include <utility>
 
 #include "commands/Commands.h"
+#include "commands/Judge.h"
 #include "commands/MeasurementSeries.h"
 #include "commands/Options.h"
 #include "exchange/Exchange.h"
 #include "Failure.h"
-#include "instrument/Storage.h"
 #include "system/Files.h"
 #include "system/Terminal.h"
 #include "terminal/SpectrumPlot.h"
@@ -25,60 +25,32 @@ constexpr std::uint32_t kMostMeasurements = 9'999;
 
 struct MeasureOptions {
     std::string kind = "standard";
-    std::uint32_t count = 0;  ///< 0: once
-    bool isAveraged = false;
-    std::string against;
-    DifferenceFormula formula;
+    std::uint32_t count = 0;    ///< 0: once
+    std::uint32_t average = 1;  ///< how many are averaged to one
     std::string recordFile;
     std::string format;
     std::string recordLayout;
+    JudgeOptions judging;
     ConnectionOptions connection;
     OutputOptions output;
     ViewOptions view;
 
     bool isSeries() const { return count > 0; }
+    bool isAveraged() const { return average > 1; }
     bool isStandard() const { return kind == "standard"; }
+    bool isSaved() const { return !recordFile.empty(); }
+    ExchangeFormat fileFormat() const { return exchangeFormatFor(recordFile, format); }
     std::string fileOf(std::uint32_t number) const {
         return isSeries() ? numberedFile(recordFile, number, count) : recordFile;
     }
 };
 
-/// The reference of the colour differences.
-struct Reference {
-    std::string name;
+/// A measurement, or an average, that has been saved and judged.
+struct Taken {
     Measurement measurement;
+    std::optional<Average> average;
+    Judged judged;
 };
-
-/// A text of digits is the index of a stored standard.
-bool isIndex(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-}
-
-Reference referenceOf(const std::string& name, Measurement measurement) {
-    // Its spectrum must be readable, or nothing is measured.
-    if (!measurement.spectrum) {
-        throw Failure(name + ": " + measurement.problem,
-                      "give a record of the same instrument, or its --record-layout");
-    }
-    return {name, std::move(measurement)};
-}
-
-/// What one measurement in a file is compared by.
-Reference referenceIn(const std::string& file, const MeasurementView& view) {
-    const RecordSet set = loadRecords(file, exchangeFormatFor(file));
-    if (set.entries.size() != 1) {
-        throw Failure(file + " holds " + counted(set.entries.size(), "measurements") +
-                          "; to compare with, there must be one",
-                      "give a file that cq measure --output has written, or the index of a stored "
-                      "standard");
-    }
-    const RecordEntry& entry = set.entries.front();
-    if (!entry.record && !entry.spectrum) {
-        throw Failure(file + " has no spectrum to compute colours from");
-    }
-    return referenceOf(
-        file, entry.record ? view.of(*entry.record, true) : view.of(*entry.spectrum, true));
-}
 
 /// Measures, saves and shows as the options say.
 class Measuring {
@@ -88,22 +60,19 @@ class Measuring {
           environment_(environment),
           out_(environment.besides(options.recordFile)),
           layout_(loadRecordLayout(options.recordLayout)),
-          view_(options.view.viewing, *options.view.space, layout_),
-          palette_(options.output.palette()) {
-        if (!options_.against.empty() && !isIndex(options_.against)) {
-            reference_ = referenceIn(options_.against, view_);
-        }
-    }
+          judge_(options.judging, options.view.viewing, layout_, options.isSeries(),
+                 environment.notes),
+          view_(judge_.viewing(), *options.view.space, layout_),
+          palette_(options.output.palette()) {}
 
     void run() {
-        Connection connection(options_.connection, environment_.interrupt);
-        if (isIndex(options_.against)) {
-            const std::uint32_t index =
-                wholeNumberOf(options_.against, "--against", 0, CQ_ALL_RECORDS - 1);
-            reference_ = referenceOf("stored standard " + std::to_string(index),
-                                     view_.of(Storage(connection).readStandard(index), true));
+        checkFiles();
+        if (!options_.isStandard() || !options_.judging.limits.empty()) {
+            judge_.requireStandard();
         }
-        if (isSaved() && format() != ExchangeFormat::raw) {
+        Connection connection(options_.connection, environment_.interrupt);
+        judge_.use(connection);
+        if (options_.isSaved() && options_.fileFormat() != ExchangeFormat::raw) {
             saved_ = recordSetOf(connection.deviceInfo(), options_.kind, view_.viewing());
         }
         if (options_.isSeries()) {
@@ -111,61 +80,95 @@ class Measuring {
         } else {
             measureOnce(connection);
         }
+        judge_.check();
     }
 
   private:
-    Measurement measure(const Connection& connection, std::uint32_t number) {
-        const StatusLine status(options_.isSeries() ? "measuring " + std::to_string(number) +
-                                                          " of " + std::to_string(options_.count)
-                                                    : "measuring");
-        Measurement measurement =
-            view_.of(connection.measure(options_.isStandard()), options_.isStandard());
-        if (isSaved()) {
-            saved_.entries = {entryOf(*measurement.record, number - 1, options_.isStandard(),
-                                      layout_, view_.viewing())};
-            writeFile(options_.fileOf(number), writtenRecords(saved_, format()));
+    void checkFiles() const {
+        if (!options_.isSaved()) {
+            return;
         }
-        return measurement;
-    }
-
-    bool isSaved() const { return !options_.recordFile.empty(); }
-
-    ExchangeFormat format() const {
-        return exchangeFormatFor(options_.recordFile, options_.format);
-    }
-
-    static void requireSpectrum(const Measurement& measurement) {
-        if (!measurement.spectrum) {
-            throw Failure(measurement.problem, "without a spectrum there is no difference");
+        if (options_.isAveraged() && options_.fileFormat() == ExchangeFormat::raw) {
+            throw UsageError("an average is no record of the instrument; save it as .csv, .json or "
+                             ".cgats");
+        }
+        if (options_.isSeries() && isStream(options_.recordFile)) {
+            throw UsageError("--count writes a file for each measurement; " +
+                             options_.recordFile + " is none");
+        }
+        const auto inputs = judge_.inputs();
+        for (std::uint32_t number = 1; number <= std::max(options_.count, 1U); ++number) {
+            checkOutput(options_.fileOf(number), options_.output,
+                        {inputs[0], inputs[1], options_.recordLayout});
         }
     }
 
-    std::optional<double> differenceOf(const Measurement& measurement) const {
-        if (!reference_) {
-            return std::nullopt;
-        }
-        requireSpectrum(measurement);
-        return difference(options_.formula, reference_->measurement.lab, measurement.lab);
+    Measurement measureByInstrument(const Connection& connection, const std::string& progress) {
+        const StatusLine status(progress);
+        return view_.of(connection.measure(options_.isStandard()), options_.isStandard());
     }
 
-    Json jsonOf(const Measurement& measurement) const {
-        Json json = view_.json(measurement);
-        if (reference_) {
-            requireSpectrum(measurement);
-            addDifference(json, options_.formula, reference_->measurement.lab, measurement.lab);
+    Taken take(const Connection& connection, std::uint32_t number) {
+        const std::string progress =
+            options_.isSeries()
+                ? "measuring " + std::to_string(number) + " of " + std::to_string(options_.count)
+                : "measuring";
+        if (!options_.isAveraged()) {
+            Measurement measurement = measureByInstrument(connection, progress);
+            RecordEntry entry = entryOf(*measurement.record, number - 1, options_.isStandard(),
+                                        layout_, view_.viewing());
+            return saved({std::move(measurement), {}, {}}, std::move(entry), number);
         }
+        std::vector<Measurement> measurements;
+        for (std::uint32_t i = 1; i <= options_.average; ++i) {
+            measurements.push_back(
+                measureByInstrument(connection, progress + ", " + std::to_string(i) + " of " +
+                                                    std::to_string(options_.average) +
+                                                    " for the average"));
+        }
+        Average average = averageOf(measurements, view_);
+        Measurement measurement = average.measurement;
+        RecordEntry entry = entryOf(measurement, number - 1);
+        return saved({std::move(measurement), std::move(average), {}}, std::move(entry), number);
+    }
+
+    /// Into the job and the file, before anything is told.
+    Taken saved(Taken taken, RecordEntry entry, std::uint32_t number) {
+        taken.judged = taken.average ? judge_.take(std::move(entry), options_.average,
+                                                   taken.average->mostDeltaEab)
+                                     : judge_.take(std::move(entry));
+        if (options_.isSaved()) {
+            saved_.entries = {taken.judged.entry};
+            writeFile(options_.fileOf(number), writtenRecords(saved_, options_.fileFormat()));
+        }
+        return taken;
+    }
+
+    Json jsonOf(const Taken& taken) const {
+        requireComparison(taken);
+        Json json = view_.json(taken.measurement);
+        if (taken.average) {
+            json["averaged"] = options_.average;
+            json["meanDeltaEabFromAverage"] = taken.average->meanDeltaEab;
+            json["largestDeltaEabFromAverage"] = taken.average->mostDeltaEab;
+        }
+        addJudged(json, taken.judged);
         return json;
+    }
+
+    static void requireComparison(const Taken& taken) {
+        if (!taken.judged.problem.empty()) {
+            throw Failure(taken.measurement.spectrum ? taken.judged.problem
+                                                     : taken.measurement.problem,
+                          "without a colour there is no difference");
+        }
     }
 
     void printTitle(const std::string& port) {
         out_ << palette_.strong(options_.kind) << " on " << port << ", "
-             << viewingName(view_.viewing()) << std::endl;
-    }
-
-    void printDifference(const Measurement& measurement) {
-        if (const auto difference = differenceOf(measurement)) {
-            out_ << symbolOf(options_.formula) << ' ' << fixed(*difference, 2) << " from "
-                 << shown(reference_->name) << '\n';
+             << viewingName(view_.viewing()) << judge_.standardText() << std::endl;
+        if (const std::string text = judge_.jobText(); !text.empty()) {
+            out_ << text << '\n';
         }
     }
 
@@ -177,117 +180,108 @@ class Measuring {
         }
     }
 
+    void printSpread(const Taken& taken) {
+        if (taken.average) {
+            out_ << "average of " << options_.average << ": ΔE*ab from it mean "
+                 << fixed(taken.average->meanDeltaEab, 2) << ", largest "
+                 << fixed(taken.average->mostDeltaEab, 2) << '\n';
+        }
+    }
+
+    void printComparison(const Taken& taken) {
+        for (const std::string& line : linesOf(taken.judged, palette_, true)) {
+            out_ << line << '\n';
+        }
+    }
+
     void measureOnce(const Connection& connection) {
-        const Measurement measurement = measure(connection, 1);
+        const Taken taken = take(connection, 1);
+        const Measurement& measurement = taken.measurement;
         if (options_.output.json) {
             Json json{{"port", connection.portName()}};
-            json.update(jsonOf(measurement));
+            json.update(jsonOf(taken));
             out_ << pageOfJson(json);
             return;
         }
-        if (reference_) {
-            requireSpectrum(measurement);
-        }
         printTitle(connection.portName());
+        if (taken.judged.job) {
+            out_ << palette_.strong(shown(taken.judged.entry.name)) << belonging(taken) << '\n';
+        }
         if (!measurement.spectrum) {
             environment_.notes << "cq: " << measurement.problem << '\n';
         } else {
-            out_ << view_.line(measurement, palette_) << '\n';
-            printDifference(measurement);
-            printSpectrum(*measurement.spectrum);
+            const bool hasPair = palette_.hasColors() && taken.judged.comparison;
+            out_ << (hasPair ? view_.values(measurement) : view_.line(measurement, palette_))
+                 << '\n';
+            printSpread(taken);
+            printComparison(taken);
+            if (!taken.judged.job) {
+                printSpectrum(*measurement.spectrum);
+            }
         }
-        if (isSaved()) {
+        requireComparison(taken);
+        if (options_.isSaved()) {
             out_ << "record written to " << shown(options_.recordFile) << '\n';
         }
     }
 
-    void printOneOfSeries(const Measurement& measurement, std::uint32_t number) {
+    static std::string belonging(const Taken& taken) {
+        return taken.judged.standard.empty() ? std::string()
+                                             : " against " + shown(taken.judged.standard);
+    }
+
+    void printOneOfSeries(const Taken& taken, std::uint32_t number) {
         const std::size_t width = std::to_string(options_.count).size();
         const std::string digits = std::to_string(number);
-        const auto difference = differenceOf(measurement);
+        const Measurement& measurement = taken.measurement;
+        const auto lines = linesOf(taken.judged, palette_, false);
         out_ << std::string(width - digits.size(), ' ') << digits << "  "
+             << (taken.judged.job ? shown(taken.judged.entry.name) + "  " : std::string())
              << (measurement.spectrum ? view_.line(measurement, palette_) : measurement.problem)
-             << (difference ? "  " + symbolOf(options_.formula) + ' ' + fixed(*difference, 2)
-                            : std::string())
-             << std::endl;
+             << (lines.size() == 1 ? "  " + lines.front() : std::string()) << '\n';
+        for (std::size_t i = 0; lines.size() > 1 && i < lines.size(); ++i) {
+            out_ << lines[i] << '\n';
+        }
+        printSpread(taken);
+        out_ << std::flush;
+        requireComparison(taken);
     }
 
     void measureSeries(const Connection& connection) {
+        Json list = Json::array();
         if (!options_.output.json) {
             printTitle(connection.portName());
         }
-        std::vector<Measurement> measurements;
         for (std::uint32_t number = 1; number <= options_.count; ++number) {
-            measurements.push_back(measure(connection, number));
-            if (!options_.output.json) {
-                printOneOfSeries(measurements.back(), number);
+            const Taken taken = take(connection, number);
+            if (options_.output.json) {
+                list.push_back(jsonOf(taken));
+            } else {
+                printOneOfSeries(taken, number);
             }
         }
         if (options_.output.json) {
-            printSeriesJson(measurements, connection.portName());
-            return;
-        }
-        if (options_.isAveraged) {
-            printAverage(averageOf(measurements, view_));
-        }
-        if (isSaved()) {
+            out_ << pageOfJson(
+                {{"port", connection.portName()}, {"measurements", std::move(list)}});
+        } else if (options_.isSaved()) {
             out_ << "records written to " << shown(options_.fileOf(1)) << " to "
                  << shown(options_.fileOf(options_.count)) << '\n';
         }
-    }
-
-    void printAverage(const Average& average) {
-        out_ << palette_.strong("average") << '\n'
-             << view_.line(average.measurement, palette_) << '\n'
-             << "ΔE*ab from the average: mean " << fixed(average.meanDeltaEab, 2) << ", largest "
-             << fixed(average.mostDeltaEab, 2) << '\n';
-        printDifference(average.measurement);
-        printSpectrum(*average.measurement.spectrum);
-    }
-
-    void printSeriesJson(const std::vector<Measurement>& measurements, const std::string& port) {
-        Json list = Json::array();
-        for (const Measurement& measurement : measurements) {
-            list.push_back(jsonOf(measurement));
-        }
-        Json json{{"port", port}, {"measurements", std::move(list)}};
-        if (options_.isAveraged) {
-            const Average average = averageOf(measurements, view_);
-            json["average"] = jsonOf(average.measurement);
-            json["average"]["meanDeltaEabFromAverage"] = average.meanDeltaEab;
-            json["average"]["largestDeltaEabFromAverage"] = average.mostDeltaEab;
-        }
-        out_ << pageOfJson(json);
     }
 
     const MeasureOptions& options_;
     const Environment& environment_;
     std::ostream& out_;
     RecordLayout layout_;
+    Judge judge_;
     RecordSet saved_;  ///< what is known of all measurements that are saved
     MeasurementView view_;
     Palette palette_;
-    std::optional<Reference> reference_;
 };
 
-void checkFiles(const MeasureOptions& options) {
-    if (options.isSeries() && isStream(options.recordFile)) {
-        throw UsageError("--count writes a file for each measurement; " + options.recordFile +
-                         " is none");
-    }
-    const std::string against = isIndex(options.against) ? std::string() : options.against;
-    for (std::uint32_t number = 1; number <= std::max(options.count, 1U); ++number) {
-        checkOutput(options.fileOf(number), options.output, {against, options.recordLayout});
-    }
-}
-
 void runMeasure(const MeasureOptions& options, const Environment& environment) {
-    if (options.isAveraged && options.count < 2) {
-        throw UsageError("--average needs a --count of at least 2");
-    }
-    if (!options.recordFile.empty()) {
-        exchangeFormatFor(options.recordFile, options.format);
-        checkFiles(options);
+    if (options.isSaved()) {
+        options.fileFormat();  // refused first of all
     }
     Measuring(options, environment).run();
 }
@@ -297,13 +291,10 @@ void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
              [](const std::string& text) {
                  return wholeNumberOf(text, "--count", 1, kMostMeasurements);
              });
-    line.addFlag({"--average", "", "Also show the average and how far each measurement is from it"},
-                 options.isAveraged);
-    line.addOption({"--against", "STANDARD",
-                    "Show the colour difference from this: the file of a saved record, or the "
-                    "index of a stored standard"},
-                   options.against);
-    addFormulaOption(line, options.formula);
+    addNamed(line, {"--average", "N", "Take the average of N measurements for each"},
+             options.average, [](const std::string& text) {
+                 return wholeNumberOf(text, "--average", 1, kMostMeasurements);
+             });
     line.addOption({"--output", "FILE",
                     "Save the measurement to this file, '-' for standard output; with --count to "
                     "numbered files"},
@@ -317,7 +308,7 @@ void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
 
 void addMeasure(Program& program, const Environment& environment) {
     CommandLine line =
-        program.add("measure", "Measure, once or several times, and show colour and spectrum");
+        program.add("measure", "Measure, compare with a standard and judge; into a file or a job");
     const auto options = std::make_shared<MeasureOptions>();
     line.addChoice({.name = "kind",
                     .valueName = "standard|trial",
@@ -325,14 +316,16 @@ void addMeasure(Program& program, const Environment& environment) {
                    options->kind);
     addSeriesOptions(line, *options);
     addOptions(line, options->view);
+    addOptions(line, options->judging);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
         "Examples:\n"
-        "  cq measure standard --output red.record\n"
-        "  cq measure trial --against red.record --illuminant A\n"
-        "  cq measure trial --against 3 --count 5 --average --formula cmc:2:1\n"
+        "  cq measure standard --average 3 --output red.csv\n"
+        "  cq measure trial --against red.csv --formula 2000 --tolerance \"dE00<=1.0\"\n"
+        "  cq measure trial --against 3 --count 5 --formula cmc:2:1\n"
+        "  cq measure trial --job lot12.cqjob --name 12-1 --check\n"
         "  cq measure standard --virtual --space lch");
     line.setAction([options, environment] { runMeasure(*options, environment); });
 }

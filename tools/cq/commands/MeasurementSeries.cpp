@@ -16,12 +16,26 @@ Average averageOf(const std::vector<Measurement>& measurements, const Measuremen
     }
     Average average;
     average.measurement = view.of(averageOf(spectra), measurements.front().isStandard);
+    average.measurement.name = measurements.front().name;
+    average.measurement.time = measurements.back().time;
     for (const Measurement& measurement : measurements) {
         const double difference = deltaEab(average.measurement.lab, measurement.lab);
         average.meanDeltaEab += difference / static_cast<double>(measurements.size());
         average.mostDeltaEab = std::max(average.mostDeltaEab, difference);
     }
     return average;
+}
+
+RecordEntry entryOf(const Measurement& average, std::uint32_t index) {
+    RecordEntry entry;
+    entry.index = index;
+    entry.isStandard = average.isStandard;
+    entry.name = average.name.empty() ? std::string(average.kind()) + ' ' + std::to_string(index)
+                                      : average.name;
+    entry.time = average.time;
+    entry.spectrum = average.spectrum;
+    entry.lab = average.lab;
+    return entry;
 }
 
 std::string numberedFile(const std::filesystem::path& file, std::uint32_t number,

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "commands/MeasurementView.h"
+#include "exchange/Exchange.h"
 
 namespace cqtool {
 
@@ -18,6 +19,9 @@ struct Average {
 /// \param measurements at least one.
 /// Throws Failure if one has no spectrum.
 Average averageOf(const std::vector<Measurement>& measurements, const MeasurementView& view);
+
+/// An average as it is saved.
+RecordEntry entryOf(const Measurement& average, std::uint32_t index);
 
 /// The file for one of several numbered measurements: "red-03.record" for "red.record", with as
 /// many digits as the last number.

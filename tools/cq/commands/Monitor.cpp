@@ -1,109 +1,32 @@
-#include <chrono>
-#include <condition_variable>
 #include <ctime>
-#include <deque>
 #include <memory>
-#include <mutex>
 #include <ostream>
 
 #include "commands/Commands.h"
+#include "commands/Judge.h"
 #include "commands/MeasurementView.h"
 #include "commands/Options.h"
 #include "Failure.h"
-#include "system/Terminal.h"
+#include "instrument/ButtonListener.h"
+#include "system/Files.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/Time.h"
 
 namespace cqtool {
 namespace {
 
-constexpr std::chrono::seconds kCheckInterval{1};
-
 constexpr std::uint32_t kMostAwaited = 999'999;
 
 struct MonitorOptions {
     std::uint32_t count = 0;  ///< 0: until Ctrl-C
-    DifferenceFormula formula;
+    std::string file;
+    std::string format;
     std::string recordLayout;
+    JudgeOptions judging;
     ConnectionOptions connection;
     OutputOptions output;
     ViewOptions view;
-};
-
-struct Pressed {
-    bool isStandard;
-    CqMeasurementRecord record;
-};
-
-/// Passes measurements from the library's thread to the command's.
-class PressedQueue {
-  public:
-    explicit PressedQueue(const Connection& connection, Interrupt& interrupt)
-        : connection_(connection), interrupt_(interrupt), wake_(interrupt.onInterrupt([this] {
-              const std::scoped_lock lock(mutex_);
-              changed_.notify_all();
-          })) {
-        connection_.check(cqSetMeasurementResultReceivedCallback(connection_.handle(),
-                                                                 &PressedQueue::receive, this),
-                          Operation::listenForMeasurements);
-    }
-    ~PressedQueue() {
-        cqSetMeasurementResultReceivedCallback(connection_.handle(), nullptr, nullptr);
-    }
-    PressedQueue(const PressedQueue&) = delete;
-    PressedQueue& operator=(const PressedQueue&) = delete;
-
-    /// The next measurement; nothing after Ctrl-C. Throws Failure if the port is gone or the
-    /// instrument has ended the connection.
-    std::optional<Pressed> next() {
-        std::unique_lock lock(mutex_);
-        const auto isWoken = [this] { return !waiting_.empty() || interrupt_.happened(); };
-        while (!changed_.wait_for(lock, kCheckInterval, isWoken)) {
-            // The lock must be free for a measurement that arrives meanwhile, or the reply would
-            // wait for it.
-            lock.unlock();
-            checkConnection();
-            lock.lock();
-        }
-        if (waiting_.empty()) {
-            return std::nullopt;
-        }
-        const Pressed pressed = waiting_.front();
-        waiting_.pop_front();
-        return pressed;
-    }
-
-  private:
-    void checkConnection() const {
-        if (!portExists(connection_.portName())) {
-            cqtool::check(CQ_DEVICE_IS_CLOSED, Operation::listenForMeasurements);
-        }
-        // Over the cable replies are recognised by their operation; over the air a measurement that
-        // arrives at this moment would be taken for the reply.
-        if (connection_.isWireless()) {
-            return;
-        }
-        std::uint32_t ignored = 0;
-        const std::uint32_t code = cqGetTotalStandards(connection_.handle(), &ignored);
-        // An instrument that is busy or slow is not gone.
-        if ((code == CQ_NO_SESSION || code == CQ_DEVICE_IS_CLOSED) && !interrupt_.happened()) {
-            cqtool::check(code, Operation::listenForMeasurements);
-        }
-    }
-
-    static void receive(bool isStandard, const CqMeasurementRecord* record, void* user) {
-        auto& queue = *static_cast<PressedQueue*>(user);
-        const std::scoped_lock lock(queue.mutex_);
-        queue.waiting_.push_back({isStandard, *record});
-        queue.changed_.notify_all();
-    }
-
-    const Connection& connection_;
-    Interrupt& interrupt_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<Pressed> waiting_;
-    std::unique_ptr<Interrupt::Registration> wake_;
 };
 
 std::string timeOfDay() {
@@ -113,73 +36,117 @@ std::string timeOfDay() {
     return text;
 }
 
-/// Prints measurements as they arrive, each trial with its difference from the preceding standard.
-class Reporter {
+/// Takes measurements into the job and the file as they arrive, and shows each beside its standard.
+class Monitoring {
   public:
-    Reporter(const MonitorOptions& options, const Environment& environment)
-        : environment_(environment),
-          view_(options.view.viewing, *options.view.space, loadRecordLayout(options.recordLayout)),
-          palette_(options.output.palette()),
-          formula_(options.formula),
-          isJson_(options.output.json) {}
+    Monitoring(const MonitorOptions& options, const Environment& environment)
+        : options_(options),
+          environment_(environment),
+          layout_(loadRecordLayout(options.recordLayout)),
+          judge_(options.judging, options.view.viewing, layout_, true, environment.notes),
+          view_(judge_.viewing(), *options.view.space, layout_),
+          palette_(options.output.palette()) {}
 
-    void report(const Pressed& pressed) {
-        const Measurement measurement = view_.of(pressed.record, pressed.isStandard);
-        if (pressed.isStandard) {
-            standard_ = measurement;
-        }
-        const bool isCompared =
-            !pressed.isStandard && standard_ && standard_->spectrum && measurement.spectrum;
-        ++number_;
-        if (isJson_) {
-            Json json{{"number", number_}, {"time", nowText()}};
-            json.update(view_.json(measurement));  // the instrument's own time, if it tells
-            if (isCompared) {
-                addDifference(json, formula_, standard_->lab, measurement.lab);
+    void run() {
+        checkFile();
+        ButtonListener listener(options_.connection, environment_.interrupt, environment_.notes,
+                                [this](Connection& connection) { use(connection); });
+        while (options_.count == 0 || number_ < options_.count) {
+            const auto pressed = listener.next(judge_.status());
+            if (!pressed) {
+                break;
             }
-            environment_.out << lineOfJson(json) << std::flush;
-            return;
+            take(*pressed);
+            if (!environment_.out) {
+                // The reader is gone; Program reports it.
+                break;
+            }
         }
-        environment_.out << timeOfDay() << "  " << (pressed.isStandard ? "standard" : "trial   ")
-                         << "  "
-                         << (measurement.spectrum ? view_.line(measurement, palette_)
-                                                  : measurement.problem)
-                         << (isCompared ? differenceText(measurement) : std::string()) << std::endl;
+        judge_.check();
     }
 
   private:
-    std::string differenceText(const Measurement& trial) const {
-        return "  " + symbolOf(formula_) + ' ' +
-               fixed(difference(formula_, standard_->lab, trial.lab), 2);
+    bool isSaved() const { return !options_.file.empty(); }
+
+    void checkFile() const {
+        if (!isSaved()) {
+            return;
+        }
+        exchangeFormatFor(options_.file, options_.format);
+        std::error_code error;
+        // Measurements of an earlier run, perhaps.
+        if (isStream(options_.file) || std::filesystem::exists(options_.file, error)) {
+            throw UsageError(options_.file +
+                             (isStream(options_.file) ? " is no file to write again and again"
+                                                      : " is there already; name a new file"));
+        }
     }
 
+    void use(Connection& connection) {
+        judge_.use(connection);
+        if (isSaved() && saved_.title.empty()) {
+            saved_ = recordSetOf(connection.deviceInfo(), "Measurements", view_.viewing());
+        }
+        if (const std::string text = judge_.jobText(); !text.empty()) {
+            environment_.notes << text << '\n';
+        }
+    }
+
+    void take(const Pressed& pressed) {
+        const Measurement measurement = view_.of(pressed.record, pressed.isStandard);
+        RecordEntry entry =
+            entryOf(pressed.record, number_, pressed.isStandard, layout_, view_.viewing());
+        entry.time = entry.time.empty() ? nowText() : entry.time;
+        const Judged judged = judge_.take(std::move(entry));
+        ++number_;
+        if (isSaved()) {
+            saved_.entries.push_back(judged.entry);
+            writeFile(options_.file, writtenRecords(saved_, exchangeFormatFor(options_.file,
+                                                                              options_.format)));
+        }
+        if (options_.output.json) {
+            printJson(measurement, judged);
+        } else {
+            print(measurement, judged);
+        }
+    }
+
+    void printJson(const Measurement& measurement, const Judged& judged) {
+        Json json{{"number", number_}, {"time", nowText()}};
+        json.update(view_.json(measurement));  // the instrument's own time, if it tells
+        addJudged(json, judged);
+        environment_.out << lineOfJson(json) << std::flush;
+    }
+
+    void print(const Measurement& measurement, const Judged& judged) {
+        const auto lines = linesOf(judged, palette_, false);
+        std::ostream& out = environment_.out;
+        out << timeOfDay() << "  " << (measurement.isStandard ? "standard" : "trial   ") << "  "
+            << (judged.job ? shown(judged.entry.name) + "  " : std::string())
+            << (measurement.spectrum ? view_.line(measurement, palette_) : measurement.problem);
+        if (lines.size() == 1) {
+            out << "  " << lines.front();
+        } else if (measurement.spectrum && !judged.problem.empty()) {
+            out << "  not compared: " << judged.problem;
+        } else if (judged.job && !measurement.isStandard && lines.empty()) {
+            out << "  the job has no standard yet";
+        }
+        out << '\n';
+        for (std::size_t i = 0; lines.size() > 1 && i < lines.size(); ++i) {
+            out << lines[i] << '\n';
+        }
+        out << std::flush;
+    }
+
+    const MonitorOptions& options_;
     const Environment& environment_;
+    RecordLayout layout_;
+    Judge judge_;
     MeasurementView view_;
     Palette palette_;
-    DifferenceFormula formula_;
-    bool isJson_;
-    std::uint64_t number_ = 0;
-    std::optional<Measurement> standard_;
+    RecordSet saved_;
+    std::uint32_t number_ = 0;
 };
-
-void runMonitor(const MonitorOptions& options, const Environment& environment) {
-    Reporter reporter(options, environment);
-    const Connection connection(options.connection, environment.interrupt);
-    PressedQueue queue(connection, environment.interrupt);
-    environment.notes << "listening on " << connection.portName()
-                      << "; press the instrument's button, Ctrl-C ends\n";
-    for (std::uint32_t count = 0; options.count == 0 || count < options.count; ++count) {
-        const auto pressed = queue.next();
-        if (!pressed) {
-            break;
-        }
-        reporter.report(*pressed);
-        if (!environment.out) {
-            // The reader is gone; Program reports it.
-            break;
-        }
-    }
-}
 
 std::uint32_t countOf(const std::string& text) {
     return wholeNumberOf(text, "--count", 1, kMostAwaited);
@@ -189,20 +156,31 @@ std::uint32_t countOf(const std::string& text) {
 
 void addMonitor(Program& program, const Environment& environment) {
     CommandLine line =
-        program.add("monitor", "Show measurements made with the instrument's button, until Ctrl-C");
+        program.add("monitor", "Show and judge measurements made with the instrument's button");
     const auto options = std::make_shared<MonitorOptions>();
-    addNamed(line, {"--count", "N", "End after this many measurements"}, options->count, countOf);
+    addNamed(line, {"--count", "N", "End after this many measurements (default: at Ctrl-C)"},
+             options->count, countOf);
+    line.addOption({"--output", "FILE",
+                    "Save what comes to this new file, which is whole after each measurement"},
+                   options->file);
+    line.addOption(
+        {"--format", "NAME", exchangeFormatNames() + " (default: what the file's extension means)"},
+        options->format);
     addOptions(line, options->view);
-    addFormulaOption(line, options->formula);
+    addOptions(line, options->judging);
     addRecordLayoutOption(line, options->recordLayout);
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples(
+        "When the instrument or its cable has gone, it waits for it to come back.\n\n"
         "Examples:\n"
-        "  cq monitor --port /dev/ttyACM0\n"
-        "  cq monitor --count 10 --json\n"
+        "  cq monitor --port /dev/ttyACM0 --output day.csv\n"
+        "  cq monitor --job lot12.cqjob\n"
+        "  cq monitor --count 10 --json --against red.csv --tolerance \"dE00<=1.0\" --check\n"
         "  cq monitor --virtual-options \"--calibrated --press-every 1:standard\"");
-    line.setAction([options, environment] { runMonitor(*options, environment); });
+    line.setAction([options, environment] {
+        Monitoring(*options, environment).run();
+    });
 }
 
 }  // namespace cqtool

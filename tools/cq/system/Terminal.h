@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -20,6 +21,9 @@ bool isOutputAbandoned();
 
 /// What standard output is, and the variables that decide about colours.
 TerminalFacts terminalFacts();
+
+/// Its width; 80 for what is no terminal.
+std::size_t terminalColumns();
 
 enum class StandardStream { input, error };
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -10,6 +11,8 @@
 
 namespace cqtool {
 namespace {
+
+constexpr std::size_t kUsualColumns = 80;
 
 std::optional<std::string> variable(const char* name) {
     const char* value = std::getenv(name);
@@ -44,6 +47,12 @@ bool isOutputAbandoned() {
 TerminalFacts terminalFacts() {
     return {::isatty(STDOUT_FILENO) == 1, false, variable("NO_COLOR"), variable("COLORTERM"),
             variable("TERM")};
+}
+
+std::size_t terminalColumns() {
+    winsize size{};
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col
+                                                                             : kUsualColumns;
 }
 
 bool isTerminal(StandardStream stream) {

@@ -12,6 +12,8 @@
 namespace cqtool {
 namespace {
 
+constexpr std::size_t kUsualColumns = 80;
+
 std::optional<std::string> variable(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::nullopt : std::optional<std::string>(value);
@@ -53,6 +55,13 @@ TerminalFacts terminalFacts() {
     const bool isConsole = consoleMode(mode);
     return {isConsole, isConsole && (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0,
             variable("NO_COLOR"), variable("COLORTERM"), variable("TERM")};
+}
+
+std::size_t terminalColumns() {
+    CONSOLE_SCREEN_BUFFER_INFO screen{};
+    return GetConsoleScreenBufferInfo(output(), &screen) == FALSE
+               ? kUsualColumns
+               : static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left + 1);
 }
 
 bool isTerminal(StandardStream stream) {
