@@ -12,16 +12,84 @@ namespace {
 // What a number in a title must be to count as a wavelength, in nm.
 constexpr int kLeastWavelength = 300;
 constexpr int kMostWavelength = 1100;
+// What a table of spectra has columns for.
+constexpr int kLeastNamed = 400;
+constexpr int kMostNamed = 700;
 constexpr std::size_t kMostListed = 12;
 
 bool isDecimal(char c) {
     return c >= '0' && c <= '9';
 }
 
-std::string plainTitle(std::string_view title) {
-    std::string plain = lowerCase(title);
-    std::erase_if(plain, [](char c) { return !isDecimal(c) && !(c >= 'a' && c <= 'z'); });
-    return plain;
+bool isLetter(char c) {
+    return c >= 'a' && c <= 'z';
+}
+
+/// Letters and digits of a title by themselves, in small letters. A delta is a 'd': a difference is
+/// no colour.
+std::vector<std::string> wordsOf(std::string_view title) {
+    std::string text = lowerCase(title);
+    for (const std::string_view delta : {"\xCE\x94", "\xCE\xB4", "\xE2\x88\x86"}) {
+        for (std::size_t at = 0; (at = text.find(delta, at)) != std::string::npos;) {
+            text.replace(at, delta.size(), "d");
+        }
+    }
+    std::vector<std::string> words(1);
+    for (const char c : text) {
+        if (isDecimal(c) || isLetter(c)) {
+            words.back() += c;
+        } else if (!words.back().empty()) {
+            words.emplace_back();
+        }
+    }
+    if (words.back().empty()) {
+        words.pop_back();
+    }
+    return words;
+}
+
+/// Words on illuminant and observer, which are no part of a name: "d65", "f11", "10", "2deg".
+bool isOnViewing(const std::string& word) {
+    const std::string digits = word.substr(std::min(word.find_first_of("0123456789"), word.size()));
+    const bool isNumber = digits.find_first_not_of("0123456789") == std::string::npos;
+    return word == "10" || word == "2" || word == "10deg" || word == "2deg" ||
+           ((word.starts_with('d') || word.starts_with('f')) && digits.size() + 1 == word.size() &&
+            !digits.empty() && digits.size() <= 2 && isNumber);
+}
+
+/// What a title names, without spaces and signs; and what it says besides, in brackets or of the
+/// viewing.
+struct TitleParts {
+    std::string plain;
+    std::string remark;
+};
+
+TitleParts partsOf(std::string_view title) {
+    TitleParts parts;
+    const std::size_t bracket = title.find_first_of("([");
+    std::vector<std::string> words = wordsOf(title.substr(0, bracket));
+    if (bracket != std::string_view::npos && bracket > 0) {
+        const auto inside = wordsOf(title.substr(bracket));
+        const bool isWavelength =
+            inside.size() == 1 && inside[0].size() >= 3 && isDecimal(inside[0][0]);
+        if (isWavelength) {
+            words.push_back(inside[0]);
+        } else {
+            parts.remark = joined(inside, " ");
+        }
+    }
+    const bool isOnlyViewing = std::all_of(words.begin(), words.end(), isOnViewing);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        // "400,0"
+        const bool isFraction = i > 0 && words[i].find_first_not_of('0') == std::string::npos &&
+                                isDecimal(words[i - 1].back());
+        if (!isOnlyViewing && isOnViewing(words[i])) {
+            parts.remark += (parts.remark.empty() ? "" : " ") + words[i];
+        } else if (!isFraction) {
+            parts.plain += words[i];
+        }
+    }
+    return parts;
 }
 
 std::optional<int> wavelengthOf(const std::string& plain) {
@@ -35,7 +103,8 @@ std::optional<int> wavelengthOf(const std::string& plain) {
     if (const std::size_t unit = letters.find("nm"); unit != std::string::npos) {
         letters.erase(unit, 2);
     }
-    static constexpr std::string_view kKnown[] = {"", "r", "refl", "reflectance", "spectral"};
+    static constexpr std::string_view kKnown[] = {
+        "", "r", "refl", "reflectance", "spectral", "spec", "wl", "wavelength", "sci", "sce"};
     const bool isKnown =
         std::find(std::begin(kKnown), std::end(kKnown), letters) != std::end(kKnown);
     return isKnown && value >= kLeastWavelength && value <= kMostWavelength ? std::optional(value)
@@ -53,7 +122,9 @@ std::optional<std::size_t> placeIn(const Items& items, IsWanted isWanted) {
 
 ColumnTitles::ColumnTitles(const std::vector<std::string>& titles) : titles_(titles) {
     for (const std::string& title : titles) {
-        plain_.push_back(plainTitle(title));
+        TitleParts parts = partsOf(title);
+        plain_.push_back(std::move(parts.plain));
+        remarks_.push_back(std::move(parts.remark));
         wavelengths_.push_back(wavelengthOf(plain_.back()));
     }
 }
@@ -69,8 +140,24 @@ std::array<std::optional<std::size_t>, 3> ColumnTitles::triple(bool isXyz) const
         return {find({"x", "xyzx", "ciex"}), find({"y", "xyzy", "ciey"}),
                 find({"z", "xyzz", "ciez"})};
     }
-    return {find({"l", "labl", "ciel", "cielabl"}), find({"a", "laba", "ciea", "cielaba"}),
-            find({"b", "labb", "cieb", "cielabb"})};
+    return {find({"l", "labl", "ciel", "cielabl", "lstar"}),
+            find({"a", "laba", "ciea", "cielaba", "astar"}),
+            find({"b", "labb", "cieb", "cielabb", "bstar"})};
+}
+
+std::optional<std::size_t> ColumnTitles::name() const {
+    return find({"name", "samplename", "dataname", "colorname", "colourname", "patch", "sample",
+                 "title", "description"});
+}
+
+bool ColumnTitles::namesColor() const {
+    const auto lab = triple(false);
+    return (lab[0] && lab[1] && lab[2]) || find({"record", "recordhex"}) ||
+           (spectrum(kLeastNamed) && spectrum(kMostNamed));
+}
+
+bool ColumnTitles::isPercent(std::size_t column) const {
+    return titles_[column].find('%') != std::string::npos;
 }
 
 std::optional<std::size_t> ColumnTitles::spectrum(int nanometres) const {

@@ -16,6 +16,9 @@ namespace {
 
 using Place = EntryColumns::Place;
 
+// Longer numbers are those of an article or a lot.
+constexpr std::size_t kMostIndexDigits = 9;
+
 /// Columns that make up one thing: all of them are there, or none.
 void requireWhole(std::span<const Place> places, const std::string& what, const std::string& where,
                   const ColumnTitles& titles) {
@@ -28,6 +31,13 @@ void requireWhole(std::span<const Place> places, const std::string& what, const 
     }
 }
 
+/// What stands below a title for its unit.
+bool isUnit(const std::string& cell) {
+    static constexpr std::string_view kUnits[] = {"",   "%",    "[%]",  "(%)",  "-", "[-]",
+                                                  "nm", "[nm]", "(nm)", "unit", "units"};
+    return std::find(std::begin(kUnits), std::end(kUnits), lowerCase(cell)) != std::end(kUnits);
+}
+
 }  // namespace
 
 /// The cells of one row, with their names in messages.
@@ -35,7 +45,6 @@ struct EntryColumns::Row {
     const EntryColumns& columns;
     const std::vector<std::string>& cells;
     const std::string& where;
-    char decimalMark;
 
     /// Empty when the column is not there.
     std::string text(Place column) const { return column ? cells[*column] : std::string(); }
@@ -43,7 +52,7 @@ struct EntryColumns::Row {
     std::string placeOf(std::size_t column) const { return where + ": " + columns.titles_[column]; }
 
     double number(std::size_t column) const {
-        const auto value = parseNumber(cells[column], decimalMark);
+        const auto value = parseNumber(cells[column], columns.decimalMark_);
         if (!value || std::abs(*value) > std::numeric_limits<float>::max()) {
             throw Failure(placeOf(column) + " must be a number, not '" + cells[column] + "'");
         }
@@ -61,6 +70,26 @@ struct EntryColumns::Row {
         std::transform(places.begin(), places.end(), values.begin(),
                        [this](Place column) { return number(*column); });
         return values;
+    }
+
+    bool isStandard() const {
+        if (const std::string kind = text(columns.kind_); !kind.empty()) {
+            return isStandardOf(kind, where);
+        }
+        static constexpr std::string_view kTrialWords[] = {"trial", "batch", "sample"};
+        const std::string type = lowerCase(text(columns.type_));
+        return text(columns.trial_).empty() &&
+               std::find(std::begin(kTrialWords), std::end(kTrialWords), type) ==
+                   std::end(kTrialWords);
+    }
+
+    std::string name() const {
+        for (const Place column : {columns.name_, columns.trial_, columns.standard_}) {
+            if (const std::string given = text(column); !given.empty()) {
+                return given;
+            }
+        }
+        return {};
     }
 
     std::uint32_t index(Place column, std::uint32_t count) const {
@@ -106,15 +135,19 @@ EntryColumns::EntryColumns(const std::vector<std::string>& titles, const ReadOpt
     : titles_(titles), isPercent_(options.isPercent) {
     const ColumnTitles known(titles);
     index_ = known.find({"index"});
-    identifier_ = known.find({"sampleid"});
+    identifier_ = known.find({"sampleid", "id", "no", "nr"});
     kind_ = known.find({"kind", "samplekind"});
+    type_ = known.find({"type", "sampletype"});
     name_ = known.name();
-    time_ = known.find({"time"});
+    standard_ = known.find({"standard", "standardname", "stdname"});
+    trial_ = known.find({"batch", "batchname", "trial", "trialname"});
+    time_ = known.find({"time", "datetime", "dateandtime", "timestamp", "date"});
     record_ = known.find({"record", "recordhex"});
     lab_ = known.triple(false);
     for (std::size_t i = 0; i < spectrum_.size(); ++i) {
         spectrum_[i] = known.spectrum(wavelength(i));
     }
+    isPercent_ = isPercent_ || (spectrum_[0] && known.isPercent(*spectrum_[0]));
     requireWhole(lab_, "L*, a*, b*", where, known);
     requireWhole(spectrum_, "a spectrum from 400 to 700 nm in steps of 10 nm", where, known);
     if (!lab_[0] && !spectrum_[0] && !record_) {
@@ -124,21 +157,70 @@ EntryColumns::EntryColumns(const std::vector<std::string>& titles, const ReadOpt
     }
 }
 
+std::vector<std::size_t> EntryColumns::numberColumns() const {
+    std::vector<std::size_t> columns;
+    for (const std::span<const Place> places :
+         {std::span<const Place>(lab_), std::span<const Place>(spectrum_)}) {
+        for (const Place place : places) {
+            if (place) {
+                columns.push_back(*place);
+            }
+        }
+    }
+    return columns;
+}
+
+bool EntryColumns::adjustTo(const std::vector<std::vector<std::string>>& rows) {
+    const auto columns = numberColumns();
+    const auto anyOf = [&](const std::vector<std::string>& cells, auto isWanted) {
+        return std::any_of(columns.begin(), columns.end(), [&](std::size_t column) {
+            return column < cells.size() && isWanted(cells[column]);
+        });
+    };
+    const auto has = [](char sign) {
+        return [sign](const std::string& cell) { return cell.find(sign) != std::string::npos; };
+    };
+    decimalMark_ = std::any_of(rows.begin(), rows.end(),
+                               [&](const auto& cells) { return anyOf(cells, has(',')); })
+                       ? ','
+                       : '.';
+    const bool hasUnits = !rows.empty() && std::all_of(rows[0].begin(), rows[0].end(), isUnit) &&
+                          std::any_of(rows[0].begin(), rows[0].end(),
+                                      [](const std::string& cell) { return !cell.empty(); });
+    if (!spectrum_[0]) {
+        return hasUnits;
+    }
+    std::size_t reflectances = 0;
+    std::size_t large = 0;
+    for (const auto& cells : rows) {
+        for (const Place column : spectrum_) {
+            const auto value =
+                *column < cells.size() ? parseNumber(cells[*column], decimalMark_) : std::nullopt;
+            reflectances += value ? 1 : 0;
+            large += value && *value > static_cast<double>(kMostPlausible) ? 1 : 0;
+        }
+    }
+    const bool saysPercent =
+        hasUnits && *spectrum_[0] < rows[0].size() && has('%')(rows[0][*spectrum_[0]]);
+    isPercent_ = isPercent_ || saysPercent || (large > 0 && 2 * large >= reflectances);
+    return hasUnits;
+}
+
 RecordEntry EntryColumns::entry(const std::vector<std::string>& cells, std::uint32_t count,
-                                const std::string& where, char decimalMark) const {
+                                const std::string& where) const {
     if (cells.size() != titles_.size()) {
         throw Failure(where + ": " + counted(cells.size(), "fields") + ", expected " +
                       std::to_string(titles_.size()));
     }
-    const Row row{*this, cells, where, decimalMark};
+    const Row row{*this, cells, where};
     RecordEntry entry;
     // Samples that are not numbered have names for identifiers.
     const std::string identifier = row.text(identifier_);
-    const bool isNumbered = identifier.find_first_not_of("0123456789") == std::string::npos;
+    const bool isNumbered = identifier.size() <= kMostIndexDigits &&
+                            identifier.find_first_not_of("0123456789") == std::string::npos;
     entry.index = row.index(index_ || !isNumbered ? index_ : identifier_, count);
-    const std::string kind = row.text(kind_);
-    entry.isStandard = kind.empty() || isStandardOf(kind, where);
-    entry.name = row.text(name_);
+    entry.isStandard = row.isStandard();
+    entry.name = row.name();
     if (entry.name.empty()) {
         entry.name = isNumbered ? defaultName(entry.index, entry.isStandard) : identifier;
     }

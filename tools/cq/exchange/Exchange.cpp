@@ -148,10 +148,11 @@ RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index,
     return entry;
 }
 
-std::string writtenRecords(const RecordSet& set, ExchangeFormat format) {
+std::string writtenRecords(const RecordSet& set, ExchangeFormat format,
+                           const WriteOptions& options) {
     switch (format) {
         case ExchangeFormat::csv:
-            return csvOf(set);
+            return csvOf(set, options);
         case ExchangeFormat::json:
             return jsonOf(set);
         case ExchangeFormat::cgats:

@@ -45,6 +45,11 @@ struct ReadOptions {
     RecordLayout layout;     ///< of raw records
 };
 
+/// How to write CSV.
+struct WriteOptions {
+    bool hasDecimalComma = false;  ///< in numbers; semicolons separate the fields then
+};
+
 /// csv: a line a measurement, with a header. json: stable member names. cgats: the text form of
 /// ANSI CGATS.17. qtx: sections of KEY=value, as industrial colour programs exchange them. cxf: XML
 /// of CxF3. raw: the records' 256 bytes, one after the other. html: a report; it is not read back.
@@ -76,7 +81,8 @@ RecordEntry entryOf(const CqMeasurementRecord& record, std::uint32_t index,
 /// Throws Failure, with what would help, if the format cannot hold an entry: raw without its
 /// record, cgats if some entries have a spectrum, L*a*b* or a record and others do not, qtx with
 /// neither a spectrum nor L*a*b*, cxf without any of the three.
-std::string writtenRecords(const RecordSet& set, ExchangeFormat format);
+std::string writtenRecords(const RecordSet& set, ExchangeFormat format,
+                           const WriteOptions& options = {});
 
 /// Reads what writtenRecords() gives, and files of other programs as far as they have what is
 /// needed. A raw file holds records alone; the rest is what the layout finds in them.

@@ -12,7 +12,7 @@
 
 namespace cqtool {
 
-std::string csvOf(const RecordSet& set);
+std::string csvOf(const RecordSet& set, const WriteOptions& options);
 RecordSet recordsOfCsv(std::string_view content, const std::string& source,
                        const ReadOptions& options);
 

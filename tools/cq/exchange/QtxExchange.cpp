@@ -120,21 +120,10 @@ class QtxValues {
 
     /// Illuminant and observer, if the text names both: "D65/10", "A 2 deg".
     std::optional<Viewing> viewing() const {
-        std::optional<std::int32_t> illuminant;
-        std::optional<std::int32_t> observer;
-        for (const std::string& word : words(text("VIEWING"))) {
-            if (word == "2" || word == "10" || word == "2deg" || word == "10deg") {
-                observer = observerNamed(word.substr(0, word.find('d')));
-                continue;
-            }
-            try {
-                illuminant = illuminant ? illuminant : illuminantNamed(word);
-            } catch (const UsageError&) {
-                // Another remark, as on the geometry.
-            }
-        }
-        return illuminant && observer ? std::optional(Viewing{*illuminant, *observer})
-                                      : std::nullopt;
+        const NamedViewing named = namedViewing(text("VIEWING"));
+        return named.illuminant && named.observer
+                   ? std::optional(Viewing{*named.illuminant, *named.observer})
+                   : std::nullopt;
     }
 
     std::optional<Spectrum> spectrum() const {
@@ -172,18 +161,6 @@ class QtxValues {
     }
 
   private:
-    static std::vector<std::string> words(const std::string& text) {
-        std::vector<std::string> words(1);
-        for (const char c : lowerCase(text)) {
-            if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.') {
-                words.back() += c;
-            } else if (!words.back().empty()) {
-                words.emplace_back();
-            }
-        }
-        return words;
-    }
-
     double parsed(const char* key, std::string_view text) const {
         const auto value = parseNumber(text);
         if (!value || std::abs(*value) > static_cast<double>(std::numeric_limits<float>::max())) {

@@ -1,11 +1,19 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
 #include "colour/ColorNames.h"
 
 namespace cqtool {
+
+/// The parts of a viewing that a text has words for: "D65/10", "A 2 deg".
+struct NamedViewing {
+    std::optional<std::int32_t> illuminant;
+    std::optional<std::int32_t> observer;
+};
+NamedViewing namedViewing(const std::string& text);
 
 /// Finds the viewing of a set while its entries are read from a file that names one for each. Colours
 /// without a spectrum decide, and must agree; spectra can be taken for any.

@@ -31,7 +31,7 @@ std::string withoutMark(std::string text) {
 /// Takes one row after another from the text.
 class RowReader {
   public:
-    RowReader(std::string_view text, const std::string& source) : rest_(text), source_(source) {}
+    RowReader(std::string_view text, const std::string& source) : rest_(text), source_(&source) {}
 
     bool isAtEnd() const { return rest_.empty(); }
     std::size_t line() const { return line_; }
@@ -41,6 +41,18 @@ class RowReader {
     void skipLine() {
         rest_.remove_prefix(std::min(currentLine().size() + 1, rest_.size()));
         ++line_;
+    }
+
+    /// Whether there is a row after empty lines and remarks.
+    bool skipToRow() {
+        while (!isAtEnd()) {
+            const std::string_view line = trimmed(currentLine());
+            if (!line.empty() && !line.starts_with('#')) {
+                return true;
+            }
+            skipLine();
+        }
+        return false;
     }
 
     CsvRow row(char delimiter) {
@@ -73,7 +85,7 @@ class RowReader {
         for (;;) {
             const std::size_t mark = rest_.find('"');
             if (mark == std::string_view::npos) {
-                throw Failure(source_ + " line " + std::to_string(firstLine) +
+                throw Failure(*source_ + " line " + std::to_string(firstLine) +
                                   ": a field that begins with \" does not end",
                               "close the quotation with another \"");
             }
@@ -92,7 +104,7 @@ class RowReader {
         const std::string_view following = rest_.substr(0, 1);
         if (!following.empty() && following != "\r" && following != "\n" &&
             following.front() != delimiter) {
-            throw Failure(source_ + " line " + std::to_string(line_) + ": text after a closing \"",
+            throw Failure(*source_ + " line " + std::to_string(line_) + ": text after a closing \"",
                           "write a quotation mark inside a field as \"\"");
         }
         return withoutMark(std::move(text));
@@ -121,7 +133,7 @@ class RowReader {
     }
 
     std::string_view rest_;
-    const std::string& source_;
+    const std::string* source_;
     std::size_t line_ = 1;
 };
 
@@ -147,6 +159,24 @@ char delimiterOf(std::string_view text) {
     return ' ';
 }
 
+/// The reader before the header; as it was given if there is none.
+RowReader atHeader(const RowReader& reader, const IsCsvHeader& isHeader) {
+    static constexpr int kMostRowsAbove = 64;
+    RowReader line = reader;
+    for (int i = 0; i < kMostRowsAbove && line.skipToRow(); ++i) {
+        try {
+            RowReader trial = line;
+            if (isHeader(trial.row(delimiterOf(trial.rest())).fields)) {
+                return line;
+            }
+        } catch (const Failure&) {
+            // Above a table there may be any text.
+        }
+        line.skipLine();
+    }
+    return reader;
+}
+
 }  // namespace
 
 CsvTable readCsv(std::istream& input, const std::string& source) {
@@ -154,18 +184,19 @@ CsvTable readCsv(std::istream& input, const std::string& source) {
     if (input.bad()) {
         throw Failure(source + " cannot be read");
     }
-    std::string_view text = content;
+    return readCsv(content, source, {});
+}
+
+CsvTable readCsv(std::string_view text, const std::string& source, const IsCsvHeader& isHeader) {
     if (text.starts_with(kByteOrderMark)) {
         text.remove_prefix(kByteOrderMark.size());
     }
     CsvTable table;
     RowReader reader(text, source);
-    while (!reader.isAtEnd()) {
-        const std::string_view line = trimmed(reader.currentLine());
-        if (line.empty() || line.starts_with('#')) {
-            reader.skipLine();
-            continue;
-        }
+    if (isHeader) {
+        reader = atHeader(reader, isHeader);
+    }
+    while (reader.skipToRow()) {
         if (table.rows.empty()) {
             table.delimiter = delimiterOf(reader.rest());
         }
