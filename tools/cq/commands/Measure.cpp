@@ -29,6 +29,7 @@ struct MeasureOptions {
     std::uint32_t average = 1;  ///< how many are averaged to one
     std::string recordFile;
     std::string format;
+    WriteOptions writing;
     std::string recordLayout;
     JudgeOptions judging;
     ConnectionOptions connection;
@@ -89,12 +90,13 @@ class Measuring {
             return;
         }
         if (options_.isAveraged() && options_.fileFormat() == ExchangeFormat::raw) {
-            throw UsageError("an average is no record of the instrument; save it as .csv, .json or "
-                             ".cgats");
+            throw UsageError(
+                "an average is no record of the instrument; save it as .csv, .json or "
+                ".cgats");
         }
         if (options_.isSeries() && isStream(options_.recordFile)) {
-            throw UsageError("--count writes a file for each measurement; " +
-                             options_.recordFile + " is none");
+            throw UsageError("--count writes a file for each measurement; " + options_.recordFile +
+                             " is none");
         }
         const auto inputs = judge_.inputs();
         for (std::uint32_t number = 1; number <= std::max(options_.count, 1U); ++number) {
@@ -121,10 +123,9 @@ class Measuring {
         }
         std::vector<Measurement> measurements;
         for (std::uint32_t i = 1; i <= options_.average; ++i) {
-            measurements.push_back(
-                measureByInstrument(connection, progress + ", " + std::to_string(i) + " of " +
-                                                    std::to_string(options_.average) +
-                                                    " for the average"));
+            measurements.push_back(measureByInstrument(
+                connection, progress + ", " + std::to_string(i) + " of " +
+                                std::to_string(options_.average) + " for the average"));
         }
         Average average = averageOf(measurements, view_);
         Measurement measurement = average.measurement;
@@ -139,7 +140,8 @@ class Measuring {
                                      : judge_.take(std::move(entry));
         if (options_.isSaved()) {
             saved_.entries = {taken.judged.entry};
-            writeFile(options_.fileOf(number), writtenRecords(saved_, options_.fileFormat()));
+            writeFile(options_.fileOf(number),
+                      writtenRecords(saved_, options_.fileFormat(), options_.writing));
         }
         return taken;
     }
@@ -158,9 +160,9 @@ class Measuring {
 
     static void requireComparison(const Taken& taken) {
         if (!taken.judged.problem.empty()) {
-            throw Failure(taken.measurement.spectrum ? taken.judged.problem
-                                                     : taken.measurement.problem,
-                          "without a colour there is no difference");
+            throw Failure(
+                taken.measurement.spectrum ? taken.judged.problem : taken.measurement.problem,
+                "without a colour there is no difference");
         }
     }
 
@@ -302,6 +304,7 @@ void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
     line.addOption(
         {"--format", "NAME", exchangeFormatNames() + " (default: what the file's extension means)"},
         options.format);
+    addDecimalOption(line, options.writing);
 }
 
 }  // namespace

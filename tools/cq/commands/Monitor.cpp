@@ -22,6 +22,7 @@ struct MonitorOptions {
     std::uint32_t count = 0;  ///< 0: until Ctrl-C
     std::string file;
     std::string format;
+    WriteOptions writing;
     std::string recordLayout;
     JudgeOptions judging;
     ConnectionOptions connection;
@@ -76,9 +77,9 @@ class Monitoring {
         std::error_code error;
         // Measurements of an earlier run, perhaps.
         if (isStream(options_.file) || std::filesystem::exists(options_.file, error)) {
-            throw UsageError(options_.file +
-                             (isStream(options_.file) ? " is no file to write again and again"
-                                                      : " is there already; name a new file"));
+            throw UsageError(options_.file + (isStream(options_.file)
+                                                  ? " is no file to write again and again"
+                                                  : " is there already; name a new file"));
         }
     }
 
@@ -101,8 +102,9 @@ class Monitoring {
         ++number_;
         if (isSaved()) {
             saved_.entries.push_back(judged.entry);
-            writeFile(options_.file, writtenRecords(saved_, exchangeFormatFor(options_.file,
-                                                                              options_.format)));
+            writeFile(options_.file,
+                      writtenRecords(saved_, exchangeFormatFor(options_.file, options_.format),
+                                     options_.writing));
         }
         if (options_.output.json) {
             printJson(measurement, judged);
@@ -166,6 +168,7 @@ void addMonitor(Program& program, const Environment& environment) {
     line.addOption(
         {"--format", "NAME", exchangeFormatNames() + " (default: what the file's extension means)"},
         options->format);
+    addDecimalOption(line, options->writing);
     addOptions(line, options->view);
     addOptions(line, options->judging);
     addRecordLayoutOption(line, options->recordLayout);
@@ -178,9 +181,7 @@ void addMonitor(Program& program, const Environment& environment) {
         "  cq monitor --job lot12.cqjob\n"
         "  cq monitor --count 10 --json --against red.csv --tolerance \"dE00<=1.0\" --check\n"
         "  cq monitor --virtual-options \"--calibrated --press-every 1:standard\"");
-    line.setAction([options, environment] {
-        Monitoring(*options, environment).run();
-    });
+    line.setAction([options, environment] { Monitoring(*options, environment).run(); });
 }
 
 }  // namespace cqtool

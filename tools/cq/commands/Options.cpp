@@ -171,6 +171,19 @@ void checkOutput(const std::string& file, const OutputOptions& output,
     }
 }
 
+void addDecimalOption(CommandLine& line, WriteOptions& writing) {
+    addNamed(line,
+             {"--decimal", "point|comma",
+              "The decimal sign in CSV files (default point); with commas, semicolons separate the "
+              "fields"},
+             writing.hasDecimalComma, [](const std::string& text) {
+                 if (text != "point" && text != "comma") {
+                     throw UsageError("--decimal must be point or comma, not '" + text + "'");
+                 }
+                 return text == "comma";
+             });
+}
+
 void addFormulaOption(CommandLine& line, DifferenceFormula& formula) {
     addNamed(line,
              {"--formula", "NAME",

@@ -7,6 +7,7 @@
 #include "colour/ColorNames.h"
 #include "colour/Difference.h"
 #include "commands/Program.h"
+#include "exchange/Exchange.h"
 #include "instrument/Connection.h"
 #include "terminal/Palette.h"
 
@@ -54,6 +55,8 @@ void addOptions(CommandLine& line, Viewing& viewing);
 /// \param inputs empty for those that were not given.
 void checkOutput(const std::string& file, const OutputOptions& output,
                  std::initializer_list<std::string> inputs);
+/// How CSV is written.
+void addDecimalOption(CommandLine& line, WriteOptions& writing);
 void addFormulaOption(CommandLine& line, DifferenceFormula& formula);
 void addRecordLayoutOption(CommandLine& line, std::string& file);
 void addLabelsOption(CommandLine& line, std::string& file);

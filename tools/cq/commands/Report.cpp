@@ -26,6 +26,7 @@ struct ReportOptions {
     std::string report;
     bool hasSpectra = false;
     bool checks = false;
+    WriteOptions writing;
     OutputOptions output;
 };
 
@@ -52,10 +53,11 @@ ReportForm formOf(const std::string& file) {
 }
 
 /// Measurements as cq exports them; JSON with the report's numbers besides, which reading skips.
-std::string recordsOf(const Job& job, const Json& numbers, ExchangeFormat format) {
+std::string recordsOf(const Job& job, const Json& numbers, ExchangeFormat format,
+                      const WriteOptions& writing) {
     const RecordSet set = recordSetOf(job);
     if (format != ExchangeFormat::json) {
-        return writtenRecords(set, format);
+        return writtenRecords(set, format, writing);
     }
     Json json = Json::parse(writtenRecords(set, format));
     json.update(numbers);
@@ -121,7 +123,8 @@ void runReport(const ReportOptions& options, const Environment& environment) {
     }
     Json numbers = reportJson(job, groups, view);
     if (form == ReportForm::records) {
-        writeFile(options.report, recordsOf(job, numbers, exchangeFormatFor(options.report)));
+        writeFile(options.report,
+                  recordsOf(job, numbers, exchangeFormatFor(options.report), options.writing));
     } else {
         const std::string page = jobPage(job, groups, view);
         writeFile(options.report,
@@ -191,6 +194,7 @@ void addReport(Program& program, const Environment& environment) {
                                    "output",
                     .isRequired = true},
                    options->report);
+    addDecimalOption(line, options->writing);
     line.addOption({"--title", "TEXT", "The report's title"}, input.title);
     line.addFlag({"--spectra", "", "Also show the spectra as tables"}, options->hasSpectra);
     line.addFlag({"--check", "", "Exit with 3 if a trial fails"}, options->checks);

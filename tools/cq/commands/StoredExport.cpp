@@ -17,6 +17,7 @@ struct StoredExportOptions : StoredOptions {
     std::string format;
     std::string recordLayout;
     std::string job;
+    WriteOptions writing;
     Viewing viewing;
 };
 
@@ -104,7 +105,7 @@ void runStoredExport(const StoredExportOptions& options, const Environment& envi
             entryOf(record, index++, options.list.isStandards, layout, options.viewing));
     }
     if (targets.format) {
-        writeFile(options.file, writtenRecords(set, *targets.format));
+        writeFile(options.file, writtenRecords(set, *targets.format, options.writing));
     }
     if (targets.job) {
         takeInto(*targets.job, set, layout, identityOf(connection.deviceInfo()));
@@ -128,6 +129,7 @@ void addStoredExport(CommandLine& group, const Environment& environment, bool is
     line.addOption(
         {"--format", "NAME", exchangeFormatNames() + " (default: by the file's extension)"},
         options->format);
+    addDecimalOption(line, options->writing);
     addRangeOptions(line, *options);
     addOptions(line, options->viewing);
     addRecordLayoutOption(line, options->recordLayout);
