@@ -91,8 +91,10 @@ TEST(ColorIndex, LimitsAreThoseOfWhitenessAndTint) {
     };
     for (const std::uint32_t index : {CqWhitenessCie, CqTintCie, CqWhitenessE313, CqTintE313}) {
         EXPECT_TRUE(isWithin(index, 0, 0, 90)) << index;
-        EXPECT_FALSE(isWithin(index, 0, 0, 69)) << index;           // W is above 5 Y - 280
-        EXPECT_FALSE(isWithin(index, -0.025, -0.02, 90)) << index;  // W is below 40
+        EXPECT_FALSE(isWithin(index, 0, 0, 69.9)) << index;  // W is above 5 Y - 280
+        EXPECT_TRUE(isWithin(index, 0, 0, 70.1)) << index;
+        EXPECT_FALSE(isWithin(index, -0.016013, -0.022172, 90)) << index;  // W is 39.5
+        EXPECT_TRUE(isWithin(index, -0.0157, -0.02174, 90)) << index;      // and 40.5
         const bool isCie = index == CqWhitenessCie || index == CqTintCie;
         EXPECT_EQ(isWithin(index, 0, -0.0035, 90), !isCie) << index;  // T is 2.275
         EXPECT_EQ(isWithin(index, 0, 0.0055, 90), isCie) << index;    // T is -3.575
@@ -289,6 +291,16 @@ TEST(GreyScale, ThePairsOfTheScalesHaveTheirOwnSteps) {
             rate(CqGreyScaleStaining, {{95, 0, 0}}, {{95 - kStaining[i], 0, 0}});
         EXPECT_EQ(staining.step, step);
         EXPECT_NEAR(staining.rating, step, 0.05);
+    }
+}
+
+// The largest difference of each step: ISO 105-A05.
+TEST(GreyScale, StepsChangeWhereTheStandardSays) {
+    float step = 5.0f;
+    for (const float largest : {0.40f, 1.25f, 2.10f, 2.95f, 4.10f, 5.80f, 8.20f, 11.60f}) {
+        EXPECT_EQ(rate(CqGreyScaleChange, {}, {{largest - 0.01f, 0, 0}}).step, step);
+        step -= 0.5f;
+        EXPECT_EQ(rate(CqGreyScaleChange, {}, {{largest + 0.01f, 0, 0}}).step, step);
     }
 }
 

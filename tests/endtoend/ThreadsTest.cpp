@@ -39,7 +39,7 @@ TEST(Threads, CloseWhileACallWaitsEndsTheCallWithACode) {
 }
 
 TEST(Threads, SecondRequestTakesThePlaceOfTheFirstWhichEndsWithACode) {
-    Wired wired("--calibrated --measure-time 1000");
+    Wired wired("--calibrated --measure-time 3000");
     std::atomic<std::uint32_t> first{99};
     std::thread caller([&] {
         CqMeasurementRecord record;

@@ -44,11 +44,6 @@ struct Wired {
         EXPECT_NE(static_cast<CqHandle>(handle), nullptr);
     }
 
-    void calibrate() {
-        ASSERT_EQ(cqCalibrateWhite(handle), CQ_NO_ERROR);
-        ASSERT_EQ(cqCalibrateBlack(handle), CQ_NO_ERROR);
-    }
-
     VirtualInstrument instrument;
     Handle handle;
 };

@@ -179,10 +179,13 @@ TEST_F(SpectrophotometerTest, EndsWithTheInstrumentsErrorAndLeavesNothingBehind)
                   ask),
               CQ_NO_ERROR);
     EXPECT_EQ(count, 0x01020304U);
-    EXPECT_EQ(run({{command(hex("25 01")), {acknowledged(kAbort, 0)}}},
-                  [&] { return driver.calibrate(true); }),
+    const auto calibrate = [&] { return driver.calibrate(true); };
+    EXPECT_EQ(run({{command(hex("25 01")), {acknowledged(kAbort, 0)}}}, calibrate),
               CQ_EXECUTE_COMMAND_FAILED)
         << "an abort that names no error";
+    EXPECT_NE(driver.lastInstrumentError(), 0U);
+    EXPECT_EQ(run({{command(hex("25 01")), {acknowledged()}}}, calibrate), CQ_NO_ERROR);
+    EXPECT_EQ(driver.lastInstrumentError(), 0U);
 }
 
 TEST_F(SpectrophotometerTest, AsksForTheRoomThatIsLeftBeforeItWrites) {
@@ -223,8 +226,8 @@ TEST(WiredUpload, WritesWhatHasComeAndNothingElse) {
         EXPECT_EQ(records[1].bytes[255], 1);
         EXPECT_EQ(records[2].bytes[0], 0xEE);
     };
-    upload(0x2A, hex("2C 00 00 00 00 E8 03 00 00"), [&](CqMeasurementRecord* records) {
-        return cqUploadStandards(handle, records, 0, CQ_ALL_RECORDS);
+    upload(0x2A, hex("2C 03 00 00 00 E5 03 00 00"), [&](CqMeasurementRecord* records) {
+        return cqUploadStandards(handle, records, 3, CQ_ALL_RECORDS);
     });
     upload(0x2B, hex("2D 00 00 00 00 E8 03 00 00 00 00 00 00"), [&](CqMeasurementRecord* records) {
         return cqUploadSamples(handle, records, 0, 0, CQ_ALL_RECORDS);
@@ -255,6 +258,18 @@ TEST_F(SpectrophotometerTest, TellsPressedMeasurementsFromReplies) {
     }
     EXPECT_TRUE(cqtest::waitUntil([&] { return hasPressed.load(); }));
     EXPECT_THAT(pressed(), ElementsAre("S1", "T2", "S3"));
+}
+
+// The call has ended by then, so that the measurement is one that nobody waits for.
+TEST_F(SpectrophotometerTest, HandsOnAMeasurementThatComesTooLate) {
+    peer.play({{command(hex("24")), {}}});
+    const auto start = std::chrono::steady_clock::now();
+    CqMeasurementRecord record;
+    EXPECT_EQ(driver.measure(RECORD_TYPE::trial, record), CQ_SENDING_TIMEOUT);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 15s);
+    peer.send(data(kLast, hex("24") + Bytes(256, 7)));
+    EXPECT_TRUE(cqtest::waitUntil([&] { return hasPressed.load(); }));
+    EXPECT_THAT(pressed(), ElementsAre("T7"));
 }
 
 // The longest times, nearly used up: with half of them these calls would run out of time.
