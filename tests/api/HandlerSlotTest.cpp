@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 
 namespace ovk {
@@ -23,19 +24,23 @@ TEST(HandlerSlot, AReplacedHandlerHasEnded) {
         }
     });
     for (int round = 0; round < 100; ++round) {
-        std::atomic<bool> isReplaced{false};
-        std::atomic<bool> wasCalled{false};
-        slot.set([&](int) {
-            EXPECT_FALSE(isReplaced.load());
+        struct Flags {
+            std::atomic<bool> isReplaced{false};
+            std::atomic<bool> wasCalled{false};
+        };
+        const auto flags =
+            std::make_shared<Flags>();  // a handler that runs too long still finds it
+        slot.set([flags](int) {
+            EXPECT_FALSE(flags->isReplaced);
+            flags->wasCalled = true;
             std::this_thread::sleep_for(1ms);
-            EXPECT_FALSE(isReplaced.load());
-            wasCalled.store(true);
+            EXPECT_FALSE(flags->isReplaced);
         });
-        while (!wasCalled.load()) {
+        while (!flags->wasCalled) {
             std::this_thread::yield();
         }
         slot.set({});
-        isReplaced.store(true);
+        flags->isReplaced = true;
     }
     mustEnd.store(true);
     caller.join();
