@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <ostream>
 
@@ -56,21 +57,25 @@ std::string verdictText(const JudgedTrial& judged) {
     const Verdict& verdict = *judged.verdict;
     std::string text = std::string(signOf(verdict.grade)) + ' ' + nameOf(verdict.grade);
     if (const Finding* deciding = verdict.deciding()) {
-        text += ": " + symbolOf(deciding->limit.quantity) + ' ' + deciding->text + " under " +
-                illuminantName(deciding->illuminant);
+        text += ": " + findingText(*deciding);
     }
     return text;
 }
 
-TextTable::Row rowOf(const JudgedTrial& judged) {
+TextTable::Row rowOf(const Job& job, const JudgedTrial& judged) {
     TextTable::Row row{std::to_string(judged.trial->number), shown(judged.trial->entry.name)};
     if (judged.difference) {
+        const Verdict verdict = judged.verdict.value_or(Verdict{});
+        const std::int32_t illuminant = job.viewing.illuminants.front();
         const CqColorDifference& parts = *judged.difference;
+        std::size_t component = 0;
         for (const float part :
              {parts.deltaL, parts.deltaA, parts.deltaB, parts.deltaC, parts.deltaH}) {
-            row.push_back(withSign(part, 2));
+            const Quantity quantity{Quantity::Kind::component, {}, component++, false};
+            row.push_back(withSign(part, verdict.decimalsOf(quantity, illuminant)));
         }
-        row.push_back(fixed(judged.deltaE, 2));
+        const Quantity quantity{Quantity::Kind::difference, formulaOf(job), 0, false};
+        row.push_back(fixed(judged.deltaE, verdict.decimalsOf(quantity, illuminant)));
     } else {
         row.resize(8);
     }
@@ -114,7 +119,7 @@ class JobText {
                   {"verdict", TextTable::Align::left}}) {
         for (const JobMeasurement& measurement : job.measurements) {
             if (!measurement.entry.isStandard) {
-                rows_.emplace_back(measurement.standard, rowOf(judgedTrial(job, measurement)));
+                rows_.emplace_back(measurement.standard, rowOf(job, judgedTrial(job, measurement)));
                 table_.fit(rows_.back().second);
             }
         }
@@ -135,7 +140,22 @@ class JobText {
     std::string head() const {
         return palette_.strong(shown(job_.title)) + "  " +
                (job_.operatorName.empty() ? "" : shown(job_.operatorName) + "  ") +
-               viewingText(job_.viewing) + "  " + job_.created + '\n' + limitLines(job_);
+               viewingText(job_.viewing) + "  " + job_.created + '\n' + limitLines(job_) +
+               calibrations();
+    }
+
+    /// When each instrument was last calibrated.
+    std::string calibrations() const {
+        std::map<std::string, std::string> times;
+        for (const JobCalibration& calibration : job_.calibrations) {
+            times[calibration.instrument.model + ' ' + calibration.instrument.serial] =
+                calibration.time;
+        }
+        std::string lines;
+        for (const auto& [instrument, time] : times) {
+            lines += "calibrated  " + shown(instrument) + ", " + time + '\n';
+        }
+        return lines;
     }
 
     std::string trialsOf(std::optional<std::uint64_t> standard) const {

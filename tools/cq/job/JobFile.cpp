@@ -21,11 +21,14 @@ std::string lineOfEvent(const Json& event, std::uint64_t number) {
     return lineOfJson(line);
 }
 
-[[noreturn]] void failWith(const std::filesystem::path& file, const char* verb,
-                           const std::system_error& error) {
-    throw Failure(
-        std::string("cannot ") + verb + ' ' + file.string() + ": " + error.code().message(),
-        "check the name, that you may write there, and that there is room on the disk");
+[[noreturn]] void failReading(const std::filesystem::path& file, const std::system_error& error) {
+    throw Failure("cannot read " + file.string() + ": " + error.code().message(),
+                  "check the name and that you may read it");
+}
+
+[[noreturn]] void failWriting(const std::filesystem::path& file, const std::system_error& error) {
+    throw Failure("cannot write " + file.string() + ": " + error.code().message(),
+                  "check that you may write there and that there is room on the disk");
 }
 
 Json parsedEvent(std::string_view line) {
@@ -61,7 +64,7 @@ JobFile JobFile::create(const std::filesystem::path& file, const Job& job) {
             throw Failure("there is a file " + file.string() + " already",
                           "give a new name, or go on with that job");
         }
-        failWith(file, "make", error);
+        failWriting(file, error);
     }
     return JobFile(file);
 }
@@ -95,7 +98,7 @@ void JobFile::refresh(const std::function<void(const Json&)>& told) {
     try {
         takeIn(AppendFile(file_, AppendFile::Mode::read), told);
     } catch (const std::system_error& error) {
-        failWith(file_, "read", error);
+        failReading(file_, error);
     }
 }
 
@@ -113,7 +116,7 @@ std::uint64_t JobFile::append(const std::function<Json(const Job&)>& eventFor) {
         cutTornLine(opened);
         write(opened, line);
     } catch (const std::system_error& error) {
-        failWith(file_, "write", error);
+        failWriting(file_, error);
     }
     return job_.lastNumber;
 }

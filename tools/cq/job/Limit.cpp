@@ -15,6 +15,7 @@ namespace cqtool {
 namespace {
 
 constexpr double kMostLimit = 1000;
+constexpr int kUsualDecimals = 2;
 
 constexpr std::array<const char*, kComponentCount> kComponentNames{"dL", "da", "db", "dC", "dH"};
 constexpr std::array<const char*, kComponentCount> kComponentSymbols{"ΔL*", "Δa*", "Δb*", "ΔC*",
@@ -189,7 +190,6 @@ bool isOnSameSides(const Limit& limit, double one, double other) {
 }
 
 std::string textBesideLimit(const Limit& limit, double value) {
-    constexpr int kUsualDecimals = 2;
     constexpr int kMostDecimals = 7;
     const bool isSigned =
         limit.quantity.kind == Quantity::Kind::component && !limit.quantity.isMagnitude;
@@ -297,6 +297,29 @@ const char* nameOf(Grade grade) {
 
 const char* signOf(Grade grade) {
     return grade == Grade::pass ? "✓" : grade == Grade::warn ? "!" : "✗";
+}
+
+std::string findingText(const Finding& finding) {
+    const Limit& limit = finding.limit;
+    std::string text = symbolOf(limit.quantity) + ' ' + finding.text;
+    if (!finding.isMet) {
+        const bool isAbove = limit.most && finding.value > *limit.most;
+        text += isAbove ? " > " + digitsOf(*limit.most) : " < " + digitsOf(limit.least.value_or(0));
+    }
+    return text + " under " + illuminantName(finding.illuminant);
+}
+
+int Verdict::decimalsOf(const Quantity& quantity, std::int32_t illuminant) const {
+    int decimals = kUsualDecimals;
+    for (const Finding& finding : findings) {
+        Quantity judged = finding.limit.quantity;
+        judged.isMagnitude = false;
+        const std::size_t point = finding.text.find('.');
+        if (judged == quantity && finding.illuminant == illuminant && point != std::string::npos) {
+            decimals = std::max(decimals, static_cast<int>(finding.text.size() - point - 1));
+        }
+    }
+    return decimals;
 }
 
 const Finding* Verdict::deciding() const {

@@ -79,6 +79,9 @@ struct Finding {
     std::string text;
 };
 
+/// As in "ΔE00 1.23 > 1 under A".
+std::string findingText(const Finding& finding);
+
 /// Decided on the numbers, never on the texts.
 struct Verdict {
     Grade grade = Grade::pass;
@@ -87,6 +90,9 @@ struct Verdict {
     /// What decides: of the findings that are not met the first that fails, else the first that warns;
     /// null if all are.
     const Finding* deciding() const;
+    /// With how many decimals to show a value, so that it seems on no other side of a limit than it
+    /// is: at least two. \param quantity with its sign: "dL" for "|dL|", too.
+    int decimalsOf(const Quantity& quantity, std::int32_t illuminant) const;
 };
 
 /// What a difference is looked at under. The first illuminant is the one of reference.
