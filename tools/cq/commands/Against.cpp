@@ -34,8 +34,8 @@ std::optional<ColorData> labIn(const std::string& text) {
 }
 
 std::string nameOf(const ColorData& lab) {
-    return "L* " + digitsOf(shortest(lab.values[0])) + ", a* " +
-           digitsOf(shortest(lab.values[1])) + ", b* " + digitsOf(shortest(lab.values[2]));
+    return "L* " + digitsOf(shortest(lab.values[0])) + ", a* " + digitsOf(shortest(lab.values[1])) +
+           ", b* " + digitsOf(shortest(lab.values[2]));
 }
 
 /// What decides where a spectrum should be.
@@ -77,8 +77,8 @@ Against::Against(const std::string& text, const Viewing& viewing, const RecordLa
 
 void Against::read(Connection& connection) {
     if (index_ && !standard_) {
-        standard_ = entryOf(Storage(connection).readStandard(*index_), *index_, true, layout_,
-                            viewing_);
+        standard_ =
+            entryOf(Storage(connection).readStandard(*index_), *index_, true, layout_, viewing_);
         requireColor(*standard_, name_, layout_);
     }
 }

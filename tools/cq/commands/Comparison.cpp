@@ -56,7 +56,8 @@ int decimalsOf(const Comparison& comparison, std::int32_t illuminant, const Quan
 
 std::string componentText(const Comparison& comparison, const Comparison::Row& row,
                           std::size_t component) {
-    const Quantity quantity{.kind = Quantity::Kind::component, .formula = {}, .component = component};
+    const Quantity quantity{
+        .kind = Quantity::Kind::component, .formula = {}, .component = component};
     return withSign(row.difference.*kDifferenceComponents[component].value,
                     decimalsOf(comparison, row.viewing.illuminant, quantity));
 }

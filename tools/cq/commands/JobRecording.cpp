@@ -64,19 +64,18 @@ void addOptions(CommandLine& line, RecordingOptions& options) {
                     "cq job",
                     kGroup},
                    options.file);
-    line.addOption({"--name", "NAME",
-                    "Its name in the job, of several NAME-1, NAME-2 ... (default: count up)",
-                    kGroup},
-                   options.name);
+    line.addOption(
+        {"--name", "NAME", "Its name in the job, of several NAME-1, NAME-2 ... (default: count up)",
+         kGroup},
+        options.name);
     line.addOption({"--standard", "NAME",
                     "The job's standard that trials belong to (default: its last one)", kGroup},
                    options.standard);
-    addNamed(line,
-             {"--calibration-age", "HOURS",
-              "Warn of a calibration that is older (default 8)", kGroup},
-             options.mostCalibrationAge, [](const std::string& text) {
-                 return numberOf(text, "--calibration-age", 0, kMostHours);
-             });
+    addNamed(
+        line,
+        {"--calibration-age", "HOURS", "Warn of a calibration that is older (default 8)", kGroup},
+        options.mostCalibrationAge,
+        [](const std::string& text) { return numberOf(text, "--calibration-age", 0, kMostHours); });
 }
 
 JobRecording::JobRecording(const RecordingOptions& options, bool isNumbered, std::ostream& notes)
@@ -89,10 +88,9 @@ JobRecording::JobRecording(const RecordingOptions& options, bool isNumbered, std
 
 Judging JobRecording::judging(const std::optional<DifferenceFormula>& formula) const {
     Judging judging{formula.value_or(DifferenceFormula{}), job().viewing, job().limits};
-    const auto first =
-        std::find_if(judging.limits.begin(), judging.limits.end(), [](const Limit& limit) {
-            return limit.quantity.kind == Quantity::Kind::difference;
-        });
+    const auto first = std::find_if(
+        judging.limits.begin(), judging.limits.end(),
+        [](const Limit& limit) { return limit.quantity.kind == Quantity::Kind::difference; });
     if (!formula && first != judging.limits.end()) {
         judging.formula = first->quantity.formula;
     }
@@ -156,9 +154,8 @@ std::string JobRecording::nameFor(const Job& job, bool isStandard) const {
 }
 
 std::optional<std::uint64_t> JobRecording::standardFor(const Job& job) const {
-    const JobMeasurement* standard = options_.standard.empty()
-                                         ? job.currentStandard()
-                                         : job.standardNamed(options_.standard);
+    const JobMeasurement* standard =
+        options_.standard.empty() ? job.currentStandard() : job.standardNamed(options_.standard);
     return standard == nullptr ? std::nullopt : std::optional(standard->number);
 }
 

@@ -95,8 +95,7 @@ const RecordEntry* Judge::standardFor(const Judged& judged, const JobMeasurement
     return pressedStandard_ ? &*pressedStandard_ : nullptr;
 }
 
-Judged Judge::take(RecordEntry entry, std::uint32_t averaged,
-                   const std::optional<double>& spread) {
+Judged Judge::take(RecordEntry entry, std::uint32_t averaged, const std::optional<double>& spread) {
     Judged judged{std::move(entry), {}, {}, {}, {}};
     const JobMeasurement* inJob = nullptr;
     if (job_) {

@@ -27,11 +27,11 @@ void addOptions(CommandLine& line, JudgeOptions& options);
 
 /// A measurement that a Judge has taken.
 struct Judged {
-    RecordEntry entry;                  ///< under its name in the job
-    std::optional<Json> job;            ///< what the job knows of it
-    std::string standard;               ///< the name of what it is compared with
+    RecordEntry entry;        ///< under its name in the job
+    std::optional<Json> job;  ///< what the job knows of it
+    std::string standard;     ///< the name of what it is compared with
     std::optional<Comparison> comparison;
-    std::string problem;                ///< why it is not compared with that; else empty
+    std::string problem;  ///< why it is not compared with that; else empty
 };
 
 /// Takes measurements: into the job first if there is one, then beside their standard.

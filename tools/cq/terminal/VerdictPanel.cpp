@@ -24,9 +24,8 @@ constexpr Rgb kBlackInk{0, 0, 0};
 constexpr Poster kPosters[] = {
     {{0, 122, 61},
      kWhiteInk,
-     {"    #  ###   ##   ###  ###", "   ##  #  # #  # #    #   ",
-      "# ##   ###  ####  ##   ## ", "###    #    #  #    #    #",
-      " #     #    #  # ###  ### "}},
+     {"    #  ###   ##   ###  ###", "   ##  #  # #  # #    #   ", "# ##   ###  ####  ##   ## ",
+      "###    #    #  #    #    #", " #     #    #  # ###  ### "}},
     {{255, 176, 0},
      kBlackInk,
      {" #   #   #  ##  ###  #  #", " #   #   # #  # #  # ## #", " #   # # # #### ###  # ##",
@@ -57,7 +56,8 @@ std::vector<std::string> verdictPanel(std::optional<Grade> grade, const Rgb& sta
     if (!palette.hasColors()) {
         return {};
     }
-    const std::string pair = palette.swatch(standard, kPairSwatch) + palette.swatch(trial, kPairSwatch);
+    const std::string pair =
+        palette.swatch(standard, kPairSwatch) + palette.swatch(trial, kPairSwatch);
     if (!grade) {
         return {pair, pair, pair};
     }
