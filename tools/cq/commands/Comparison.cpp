@@ -12,7 +12,7 @@
 namespace cqtool {
 namespace {
 
-constexpr std::size_t kUsualDecimals = 2;
+constexpr std::size_t kTableDecimals = 2;
 
 /// L*, a*, b* of an entry without a spectrum are for the first illuminant.
 ColorData requiredLab(const RecordEntry& entry, const Viewing& viewing) {
@@ -41,7 +41,7 @@ std::optional<Grade> gradeUnder(std::int32_t illuminant, const Verdict& verdict)
 /// As many decimals as the verdict's own texts of this quantity have, so that no value seems to lie on
 /// the other side of its limit.
 int decimalsOf(const Comparison& comparison, std::int32_t illuminant, const Quantity& wanted) {
-    std::size_t decimals = kUsualDecimals;
+    std::size_t decimals = kTableDecimals;
     for (std::size_t i = 0; comparison.verdict && i < comparison.verdict->findings.size(); ++i) {
         const Finding& finding = comparison.verdict->findings[i];
         Quantity quantity = finding.limit.quantity;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kPlotColumns = 48;
 constexpr std::size_t kPlotRows = 8;
-constexpr std::uint32_t kMostMeasurements = 9'999;
+constexpr std::uint32_t kMostInSuccession = 9'999;
 
 struct MeasureOptions {
     std::string kind = "standard";
@@ -291,11 +291,11 @@ void runMeasure(const MeasureOptions& options, const Environment& environment) {
 void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
     addNamed(line, {"--count", "N", "Measure N times in succession"}, options.count,
              [](const std::string& text) {
-                 return wholeNumberOf(text, "--count", 1, kMostMeasurements);
+                 return wholeNumberOf(text, "--count", 1, kMostInSuccession);
              });
     addNamed(line, {"--average", "N", "Take the average of N measurements for each"},
              options.average, [](const std::string& text) {
-                 return wholeNumberOf(text, "--average", 1, kMostMeasurements);
+                 return wholeNumberOf(text, "--average", 1, kMostInSuccession);
              });
     line.addOption({"--output", "FILE",
                     "Save the measurement to this file, '-' for standard output; with --count to "
