@@ -124,19 +124,18 @@ std::string xmlText(std::string_view text) {
     return result;
 }
 
-Tree treeOf(const XmlElement& element) {
-    Tree tree(xmlText(element.text));
-    Tree attributes;
-    for (const auto& [name, value] : element.attributes) {
-        attributes.push_back({name, Tree(xmlText(value))});
-    }
-    if (!attributes.empty()) {
-        tree.push_back({kAttributes, attributes});
+/// Adds the element in its place: a tree that is moved is copied.
+void addTo(Tree& parent, const XmlElement& element) {
+    Tree& tree = parent.push_back({element.name, Tree(xmlText(element.text))})->second;
+    if (!element.attributes.empty()) {
+        Tree& attributes = tree.push_back({kAttributes, Tree()})->second;
+        for (const auto& [name, value] : element.attributes) {
+            attributes.push_back({name, Tree(xmlText(value))});
+        }
     }
     for (const XmlElement& child : element.children) {
-        tree.push_back({child.name, treeOf(child)});
+        addTo(tree, child);
     }
-    return tree;
 }
 
 }  // namespace
@@ -187,7 +186,7 @@ XmlElement readXml(std::string_view content, const std::string& source) {
 std::string writtenXml(const XmlElement& root) {
     namespace xml = boost::property_tree::xml_parser;
     Tree tree;
-    tree.push_back({root.name, treeOf(root)});
+    addTo(tree, root);
     std::ostringstream stream;
     xml::write_xml(stream, tree, xml::xml_writer_make_settings<std::string>(' ', 2));
     return stream.str();
