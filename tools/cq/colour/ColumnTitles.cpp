@@ -64,7 +64,7 @@ struct TitleParts {
     std::string remark;
 };
 
-TitleParts partsOf(std::string_view title) {
+TitleParts titlePartsOf(std::string_view title) {
     TitleParts parts;
     const std::size_t bracket = title.find_first_of("([");
     std::vector<std::string> words = wordsOf(title.substr(0, bracket));
@@ -122,7 +122,7 @@ std::optional<std::size_t> placeIn(const Items& items, IsWanted isWanted) {
 
 ColumnTitles::ColumnTitles(const std::vector<std::string>& titles) : titles_(titles) {
     for (const std::string& title : titles) {
-        TitleParts parts = partsOf(title);
+        TitleParts parts = titlePartsOf(title);
         plain_.push_back(std::move(parts.plain));
         remarks_.push_back(std::move(parts.remark));
         wavelengths_.push_back(wavelengthOf(plain_.back()));

@@ -16,7 +16,7 @@ using Tree = boost::property_tree::ptree;
 
 constexpr const char* kAttributes = "<xmlattr>";  // as the parser names them
 constexpr std::size_t kMostDepth = 64;
-constexpr std::size_t kMostXmlParts = 2'000'000;  // elements and attributes
+constexpr std::size_t kMostXmlParts = 1'000'000;  // elements and attributes
 
 [[noreturn]] void refuseXml(const std::string& where, const std::string& problem) {
     throw Failure(where + ": " + problem,
