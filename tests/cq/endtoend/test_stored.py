@@ -131,7 +131,7 @@ class Files(Stored):
         port, _ = self.instrument("--standards", 120, "--capacity", 120)
         original = self.exported("standards", port, "original.bin").read_bytes()
         self.assertEqual(len(original), 120 * 256)
-        for name in ("s.csv", "s.json", "s.cgats", "s.bin"):
+        for name in ("s.csv", "s.json", "s.cgats", "s.cxf", "s.bin"):
             with self.subTest(name):
                 file = self.exported("standards", port, name)
                 self.refused("standards", "import", file, "--port", port, status=1, says="nothing was written")
@@ -142,6 +142,11 @@ class Files(Stored):
                     self.exported("standards", port, "again.bin").read_bytes(), original
                 )
         self.assertIn(b"<html", self.exported("standards", port, "s.html").read_bytes())
+        commas = self.exported("standards", port, "commas.csv", "--decimal", "comma")
+        self.assertRegex(commas.read_text().splitlines()[1], r"^0;standard;.*;D65;10;\d+,\d+;")
+        self.refused("standards", "import", commas, "--port", port, status=1, says="nothing was written")
+        self.refused("standards", "import", self.exported("standards", port, "s.qtx"), "--port", port,
+                     status=1, says="no instrument's record")
         part = self.cq("standards", "export", "--output", "-", "--format", "json", "--count", 2,
                        "--port", port, "--first", 7).stdout
         self.assertEqual([e["index"] for e in json.loads(part)["entries"]], [7, 8])
