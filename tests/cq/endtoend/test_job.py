@@ -1,8 +1,10 @@
 """Jobs: one file that is appended to, by several programs at once, and survives them."""
 
+import fcntl
 import json
 import os
 import random
+import resource
 import signal
 import subprocess
 import time
@@ -200,8 +202,6 @@ class Damage(JobTest):
         self.assertEqual(self.job.read_bytes(), before)
 
     def test_a_full_disk_leaves_the_job_as_it_was(self):
-        import resource
-
         before = self.job.read_bytes()
 
         def limit():
@@ -214,7 +214,19 @@ class Damage(JobTest):
         self.assertIn("cannot write", done.stderr)
         self.assertEqual(self.job.read_bytes(), before)
 
-    def test_two_writers_leave_no_gap(self):
+    def test_a_writer_waits_for_another_and_goes_on_from_there(self):
+        with self.job.open("a") as other:
+            fcntl.flock(other, fcntl.LOCK_EX)
+            waiting = self.start("job", "remark", self.job, "second")
+            with self.assertRaises(subprocess.TimeoutExpired):
+                waiting.wait(1)
+            self.append_event("remark", text="first")
+        waiting.communicate(timeout=30)
+        self.assertEqual(waiting.returncode, 0)
+        self.assertEqual([(event["number"], event["text"]) for event in self.events()[2:]],
+                         [(3, "first"), (4, "second")])
+
+    def test_many_writers_leave_no_gap(self):
         many = [self.start("job", "remark", self.job, f"remark {i}") for i in range(12)]
         for process in many:
             process.communicate(timeout=30)
