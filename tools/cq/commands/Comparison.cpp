@@ -38,45 +38,19 @@ std::optional<Grade> gradeUnder(std::int32_t illuminant, const Verdict& verdict)
     return grade;
 }
 
-/// As many decimals as the verdict's own texts of this quantity have, so that no value seems to lie on
-/// the other side of its limit.
-int decimalsOf(const Comparison& comparison, std::int32_t illuminant, const Quantity& wanted) {
-    std::size_t decimals = kTableDecimals;
-    for (std::size_t i = 0; comparison.verdict && i < comparison.verdict->findings.size(); ++i) {
-        const Finding& finding = comparison.verdict->findings[i];
-        Quantity quantity = finding.limit.quantity;
-        quantity.isMagnitude = false;
-        const std::size_t point = finding.text.find('.');
-        if (finding.illuminant == illuminant && quantity == wanted && point != std::string::npos) {
-            decimals = std::max(decimals, finding.text.size() - point - 1);
-        }
-    }
-    return static_cast<int>(decimals);
-}
-
 std::string componentText(const Comparison& comparison, const Comparison::Row& row,
                           std::size_t component) {
     const Quantity quantity{
         .kind = Quantity::Kind::component, .formula = {}, .component = component};
-    return withSign(row.difference.*kDifferenceComponents[component].value,
-                    decimalsOf(comparison, row.viewing.illuminant, quantity));
+    return withSign(
+        row.difference.*kDifferenceComponents[component].value,
+        comparison.verdict.value_or(Verdict{}).decimalsOf(quantity, row.viewing.illuminant));
 }
 
 std::string differenceText(const Comparison& comparison, const Comparison::Row& row) {
     const Quantity quantity{.kind = Quantity::Kind::difference, .formula = comparison.formula};
-    return fixed(shortest(row.difference.deltaE),
-                 decimalsOf(comparison, row.viewing.illuminant, quantity));
-}
-
-/// As in "ΔE00 1.23 > 1 under A".
-std::string textOf(const Finding& finding) {
-    const Limit& limit = finding.limit;
-    std::string text = symbolOf(limit.quantity) + ' ' + finding.text;
-    if (!finding.isMet) {
-        const bool isAbove = limit.most && finding.value > *limit.most;
-        text += isAbove ? " > " + digitsOf(*limit.most) : " < " + digitsOf(limit.least.value_or(0));
-    }
-    return text + " under " + illuminantName(finding.illuminant);
+    return fixed(shortest(row.difference.deltaE), comparison.verdict.value_or(Verdict{}).decimalsOf(
+                                                      quantity, row.viewing.illuminant));
 }
 
 Json componentsJson(const CqColorDifference& difference) {
@@ -160,7 +134,7 @@ std::string verdictText(const Comparison& comparison) {
     const Verdict& verdict = *comparison.verdict;
     const std::string text = std::string(signOf(verdict.grade)) + ' ' + nameOf(verdict.grade);
     const Finding* deciding = verdict.deciding();
-    return deciding == nullptr ? text : text + ": " + textOf(*deciding);
+    return deciding == nullptr ? text : text + ": " + findingText(*deciding);
 }
 
 void addComparison(Json& json, const Comparison& comparison) {
@@ -183,7 +157,7 @@ void addComparison(Json& json, const Comparison& comparison) {
     if (comparison.verdict) {
         Json& verdict = json["verdict"] = verdictJson(*comparison.verdict);
         if (const Finding* deciding = comparison.verdict->deciding()) {
-            verdict["decidedBy"] = textOf(*deciding);
+            verdict["decidedBy"] = findingText(*deciding);
         }
     }
 }

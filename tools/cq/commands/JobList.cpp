@@ -77,7 +77,7 @@ std::vector<fs::path> filesOf(const std::vector<std::string>& names) {
 [[noreturn]] void failForWrong(std::size_t wrong, std::size_t all) {
     throw Failure(std::to_string(wrong) + " of " + counted(all, "jobs") +
                       (wrong == 1 ? " is wrong" : " are wrong"),
-                  "put the named lines right, or take copies");
+                  "put the named lines right, or the files back from copies");
 }
 
 /// The lines of the jobs, for people and for programs.

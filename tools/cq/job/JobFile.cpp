@@ -152,7 +152,7 @@ void JobFile::takeInLine(std::string_view line, const std::function<void(const J
         }
         throw Failure(
             file_.string() + " line " + std::to_string(lines_ + 1) + ": " + failure.what(),
-            "put the line right, or take a copy of the job; nothing is written to it "
+            "put the line right, or the file back from a copy; nothing is written to it "
             "until then");
     }
     if (told) {
