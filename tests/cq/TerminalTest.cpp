@@ -1,6 +1,7 @@
 #include "Samples.h"
 #include "terminal/Palette.h"
 #include "terminal/SpectrumPlot.h"
+#include "terminal/VerdictPanel.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -64,6 +65,24 @@ TEST(SpectrumPlot, RisesFromItsLowerLeftToItsUpperRight) {
     EXPECT_THAT(lines[3], StartsWith("0.0 ┤⣀"));
     EXPECT_THAT(lines[3], EndsWith("⠀"));
     EXPECT_EQ(lines[4], "     400          700 nm");
+}
+
+TEST(VerdictPanel, FitsTheTerminal) {
+    const auto panel = [](std::optional<Grade> grade, std::size_t columns, ColorDepth depth) {
+        return verdictPanel(grade, {200, 0, 0}, {190, 0, 0}, Palette(depth), columns);
+    };
+    for (const std::size_t columns : {80U, 60U}) {
+        for (const Grade grade : {Grade::pass, Grade::warn, Grade::fail}) {
+            const auto lines = panel(grade, columns, ColorDepth::trueColor);
+            ASSERT_THAT(lines, SizeIs(7));
+            for (const std::string& line : lines) {
+                EXPECT_EQ(displayWidth(line), displayWidth(lines.front()));
+                EXPECT_LE(displayWidth(line), columns);
+            }
+        }
+    }
+    EXPECT_THAT(panel(std::nullopt, 80, ColorDepth::indexed), SizeIs(3));
+    EXPECT_THAT(panel(Grade::fail, 80, ColorDepth::none), SizeIs(0));
 }
 
 }  // namespace
