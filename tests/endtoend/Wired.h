@@ -11,6 +11,7 @@
 
 #include "cqapi/CQApi.h"
 #include "endtoend/NumberedRecords.h"
+#include "peer/OpenWireless.h"
 #include "peer/VirtualInstrument.h"
 #include "peer/WaitUntil.h"
 
@@ -22,7 +23,7 @@ class Handle {
     explicit Handle(CqHandle handle) : handle_(handle) {}
     explicit Handle(const char* portName) : handle_(cqOpen(portName)) {}
     Handle(const char* adapterPortName, const char* slaveAddress)
-        : handle_(cqOpenByBleDongle(adapterPortName, slaveAddress)) {}
+        : handle_(openWireless(adapterPortName, slaveAddress)) {}
     ~Handle() { cqClose(handle_); }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;

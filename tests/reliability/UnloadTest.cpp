@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "cqapi/CQApi.h"
+#include "peer/OpenWireless.h"
 #include "peer/VirtualInstrument.h"
 #include "peer/WaitUntil.h"
 #include "reliability/SharedLibrary.h"
@@ -23,8 +24,9 @@ CqHandle openWired(const SharedLibrary& library, const char* port) {
     return library.find<decltype(cqOpen)>("cqOpen")(port);
 }
 
-CqHandle openWireless(const SharedLibrary& library, const char* port) {
-    return library.find<decltype(cqOpenByBleDongle)>("cqOpenByBleDongle")(port, kFirstAddress);
+CqHandle openAdapter(const SharedLibrary& library, const char* port) {
+    return openWireless(port, kFirstAddress,
+                        library.find<decltype(cqOpenByBleDongle)>("cqOpenByBleDongle"));
 }
 
 void measureAndUnload(const VirtualInstrument& instrument, Open open) {
@@ -59,7 +61,7 @@ TEST(UnloadAfter, Wired) {
 }
 
 TEST(UnloadAfter, Wireless) {
-    measureAndUnload(VirtualInstrument("--adapter --calibrated"), openWireless);
+    measureAndUnload(VirtualInstrument("--adapter --calibrated"), openAdapter);
 }
 
 }  // namespace

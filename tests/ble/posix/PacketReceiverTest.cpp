@@ -113,12 +113,15 @@ TEST(PacketReceiver, StoppingEndsTheRequestThatWaitsAndHandsThePortBack) {
     EXPECT_EQ(line.port->readLine(kLong), "OK");
 }
 
-TEST(PacketReceiver, RequestsFailWithoutAPortOrItsDevice) {
+TEST(PacketReceiver, RequestsFailWithoutAPortOrItsDeviceAndAfterTheLastOne) {
     PacketReceiver unstarted;
     EXPECT_EQ(codeOf([&] { unstarted.sendPacket(CmdPacket(1, 1), kLong); }), CQ_DEVICE_IS_CLOSED);
-    Receiving line;
-    line.peer.unplug();
+    Receiving line({{packetBytes(1, 2), {packetBytes(1, 2)}}});
+    EXPECT_EQ(line.receiver.sendLastPacket(CmdPacket(1, 2), kLong)->cmd(), 2);
     EXPECT_EQ(codeOf([&] { line.request(1); }), CQ_DEVICE_IS_CLOSED);
+    Receiving gone;
+    gone.peer.unplug();
+    EXPECT_EQ(codeOf([&] { gone.request(1); }), CQ_DEVICE_IS_CLOSED);
 }
 
 // The device goes while a request waits: the thread ends by itself, which nobody notices until the

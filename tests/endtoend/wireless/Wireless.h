@@ -3,7 +3,6 @@
 #include <string>
 
 #include "endtoend/Wired.h"
-#include "peer/OpenWireless.h"
 
 namespace cqtest {
 

@@ -214,17 +214,19 @@ TEST(WiredUpload, WritesWhatHasComeAndNothingElse) {
     const CqHandle handle = cqOpen(peer.portName().c_str());
     ASSERT_NE(handle, nullptr);
     const auto upload = [&](std::uint8_t counting, const Bytes& asked, const auto& operation) {
-        peer.play(
-            {{command(Bytes{counting}),
-              {acknowledged() + data(kLast, Bytes{counting, 0xE8, 0x03, 0, 0})}},
-             {kHostsAcknowledgement, {}},
-             {command(asked), {acknowledged() + data(kLast, Bytes(1, asked[0]) + Bytes(512, 1))}},
-             {kHostsAcknowledgement, {}}});
+        const ScriptedPeer::Script script{
+            {command(Bytes{counting}),
+             {acknowledged() + data(kLast, Bytes{counting, 0xE8, 0x03, 0, 0})}},
+            {kHostsAcknowledgement, {}},
+            {command(asked), {acknowledged() + data(kLast, Bytes(1, asked[0]) + Bytes(512, 1))}},
+            {kHostsAcknowledgement, {}}};
+        peer.play(script);
         std::array<CqMeasurementRecord, 4> records;
         std::memset(records.data(), 0xEE, sizeof(records));
         EXPECT_EQ(operation(records.data()), CQ_NO_ERROR);
         EXPECT_EQ(records[1].bytes[255], 1);
         EXPECT_EQ(records[2].bytes[0], 0xEE);
+        EXPECT_EQ(peer.received(), ScriptedPeer::awaitedBy(script));
     };
     upload(0x2A, hex("2C 03 00 00 00 E5 03 00 00"), [&](CqMeasurementRecord* records) {
         return cqUploadStandards(handle, records, 3, CQ_ALL_RECORDS);
