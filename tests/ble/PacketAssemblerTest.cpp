@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <stdexcept>
 
 #include "PacketBytes.h"
@@ -77,10 +78,22 @@ TEST_F(PacketAssembling, TheLengthIsThatOfTheFirstFourBytes) {
     EXPECT_EQ(feed(record_), covering);
 }
 
+/// Pages that this process has in memory; 0 where the system does not tell.
+long residentPages() {
+    long size = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident;
+}
+
 TEST_F(PacketAssembling, AFloodPassesWithoutATrace) {
-    for (int i = 0; i < 1000; ++i) {
-        ASSERT_EQ(feed(std::string(4096, '\x01')), "");
+    constexpr std::size_t kBlock = 4096;  // a page, or less
+    constexpr long kBlocks = 10'000;
+    const long before = residentPages();
+    for (long i = 0; i < kBlocks; ++i) {
+        ASSERT_EQ(feed(std::string(kBlock, '\x01')), "");
     }
+    EXPECT_LT(residentPages() - before, kBlocks / 4);
     pause(PacketAssembler::kSilence);
     const std::string longest = packetBytes(2, 13, pattern(65535));
     EXPECT_EQ(feed(longest.substr(0, 40'000)), "");

@@ -4,8 +4,7 @@
 //
 // - a packet is delivered when, and only when, the bytes since the last silence are as many as the
 //   first four of them say, and it is these bytes;
-// - whatever has come before, a packet after a silence is delivered;
-// - noise without a pause fills no memory.
+// - whatever has come before, a packet after a silence is delivered.
 //
 // An input is steps of a tag and its arguments:
 //
@@ -13,10 +12,7 @@
 //     80..BF  a packet: type, command and a word of size follow, then its payload; of its bytes
 //             so many arrive at a time as the tag says, less 80 (0: all)
 //     C0..EF  so many times 50 ms pass, less C0
-//     F0..F7  1.001 s pass, and so many nanoseconds less 2, less F0
-//     F8..FF  4096 bytes of noise arrive, eight times
-
-#include <sanitizer/allocator_interface.h>
+//     F0..FF  1.001 s pass, and so many nanoseconds less 2, less F0
 
 #include "ble/PacketAssembler.h"
 #include "fuzz/Script.h"
@@ -43,10 +39,8 @@ class Run {
             packet(script, tag & 0x3FU);
         } else if (tag < 0xF0) {
             now_ += (tag - 0xC0) * 50ms;
-        } else if (tag < 0xF8) {
-            now_ += kSilence + std::chrono::nanoseconds((tag - 0xF0) - 2);
         } else {
-            noise();
+            now_ += kSilence + std::chrono::nanoseconds((tag - 0xF0) - 2);
         }
     }
 
@@ -91,25 +85,6 @@ class Run {
         while (!pieces.isAtEnd()) {
             arrive(pieceSize == 0 ? pieces.takeAll() : pieces.take(pieceSize));
         }
-    }
-
-    void noise() {
-        constexpr std::size_t kMostThatMakesSense = 4 * (kHeader + 0xFFFF);
-        const Bytes block(4096, 0x11);
-        if (gathered_.size() <= kHeader + 0xFFFF) {
-            arrive(block);
-        }
-        const std::size_t before = __sanitizer_get_current_allocated_bytes();
-        for (int i = 1; i < 8; ++i) {
-            // The model would grow where the library must not: once too long, it stays so.
-            if (gathered_.size() <= kHeader + 0xFFFF) {
-                arrive(block);
-            } else {
-                require(assembler_.feed(block, lastArrival_) == nullptr, "noise is no packet");
-            }
-        }
-        require(__sanitizer_get_current_allocated_bytes() <= before + kMostThatMakesSense,
-                "noise fills no memory");
     }
 
     PacketAssembler assembler_;
