@@ -69,7 +69,7 @@ class Report(CqTest):
         self.batch.write_text(f"{titles}\n{','.join(['50'] * 31)}\n{','.join(['50'] * 31)}\n")
         self.refused("report", self.batch, "--output", self.page, status=1, says="--percent")
         self.assertEqual(self.report("--percent", "--standard", 0)["largest"], 0)
-        self.assertIn("L* 76.07", self.page.read_text())
+        self.assertIn("<th>D65/10°</th><td>76.07</td>", self.page.read_text())
 
     def test_bad_input_leaves_no_page(self):
         report = ("report", self.batch, "--output", self.page)
@@ -105,9 +105,9 @@ class JobReport(CqTest):
             self.measurement("trial", f"12-{i}", 0.01 * i, standard=2)
         self.event("struckOut", measurement=5)
 
-    def event(self, name, **members):
+    def event(self, what, **members):
         number = len(self.events) + 1
-        self.events.append({"number": number, "time": "2026-05-01T10:00:00Z", "event": name, **members})
+        self.events.append({"number": number, "time": "2026-05-01T10:00:00Z", "event": what, **members})
         self.job.write_text("".join(json.dumps(event, separators=(",", ":")) + "\n" for event in self.events))
 
     def measurement(self, kind, name, lighter, **members):
@@ -116,14 +116,14 @@ class JobReport(CqTest):
                    spectrum={"start": 400, "step": 10, "values": values}, **members)
 
     def test_every_format_by_its_name(self):
-        for name in ("lot.html", "lot.json", "lot.csv", "lot.cgats"):
+        for name in ("lot.html", "lot.json", "lot.csv", "lot.cgats", "lot.qtx", "lot.cxf"):
             done = self.json("report", self.job, "--output", self.folder / name)
             self.assertEqual((done["passed"], done["failed"], done["struckOut"]), (1, 1, 1))
             self.assertEqual([d["illuminant"] for d in done["trials"][0]["differences"]], ["D65", "A"])
         page = (self.folder / "lot.html").read_text()
         for part in ("<h1>Lot 12</h1>", "Night shift", "1 of 2 within", "<del>12-3</del>"):
             self.assertIn(part, page)
-        for name in ("lot.json", "lot.csv", "lot.cgats"):  # and is read back without what is struck out
+        for name in ("lot.json", "lot.csv", "lot.cgats", "lot.qtx", "lot.cxf"):  # and is read back without what is struck out
             again = self.json("report", self.folder / name, "--output", self.folder / "again.html")
             self.assertEqual([(t["standard"], t["name"]) for t in again["trials"]],
                              [("Master 7", "12-1"), ("Master 7", "12-2")])

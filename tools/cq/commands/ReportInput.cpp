@@ -185,6 +185,18 @@ Job jobOfFile(const ReportInput& input, std::string& remark) {
     return file.job();
 }
 
+/// \param given the viewing that a job's own L*, a*, b* are for.
+void requireSpectra(const Job& job, const Viewing& given) {
+    for (const JobMeasurement& one : job.measurements) {
+        if (!one.entry.spectrum) {
+            throw Failure("'" + one.entry.name + "' has L*, a*, b* for " + viewingName(given) +
+                              " and no spectrum to compute them for " +
+                              viewingName(job.viewing.primary()),
+                          "leave illuminants and observer out");
+        }
+    }
+}
+
 Job jobOfExport(const ReportInput& input) {
     const ExportReader reader(input);
     const RecordSet set = reader.read(input.file, input.format, std::nullopt);
@@ -200,16 +212,21 @@ bool ReportInput::hasStandardFile() const {
 }
 
 Job jobFor(const ReportInput& input, std::string& remark) {
-    Job job = isJobFile(input) ? jobOfFile(input, remark) : jobOfExport(input);
+    const bool isJob = isJobFile(input);
+    Job job = isJob ? jobOfFile(input, remark) : jobOfExport(input);
     if (!input.title.empty()) {
         job.title = input.title;
     } else if (job.title.empty()) {
         job.title = std::filesystem::path(sourceName(input.file)).filename().string();
     }
+    const Viewing given = job.viewing.primary();
     if (!input.illuminants.empty()) {
         job.viewing.illuminants = input.illuminants;
     }
     job.viewing.observer = input.observer.value_or(job.viewing.observer);
+    if (isJob && viewingName(given) != viewingName(job.viewing.primary())) {
+        requireSpectra(job, given);
+    }
     if (!input.tolerances.empty() || !input.warnings.empty()) {
         job.limits.clear();
     }

@@ -25,12 +25,13 @@ dl.particulars { display: grid; grid-template-columns: repeat(auto-fit, minmax(2
 .overview, .group { padding: 14px 16px; background: var(--card); border-radius: 8px;
   margin-bottom: 16px; }
 .overview .legend { margin: 0; }
-.overview svg.plane { max-width: 460px; margin: 0 auto; }
+.overview svg.plane { max-width: 380px; margin: 0 auto; }
 .group h2 { margin: 0; font-size: 18px; }
 .counts { margin: 2px 0 10px; color: var(--quiet); }
 .drawings { display: grid; grid-template-columns: 1.35fr 0.9fr 1.35fr; gap: 20px;
   align-items: center; margin-bottom: 12px; }
 figure { margin: 0; min-width: 0; }
+.drawings .plane text { font-size: 12px; }
 figcaption { color: var(--quiet); font-size: 13px; }
 .tables { display: grid; grid-template-columns: minmax(0, 5fr) minmax(0, 7fr); gap: 24px;
   align-items: start; margin-bottom: 16px; }
@@ -42,7 +43,8 @@ figcaption { color: var(--quiet); font-size: 13px; }
 .trials tbody tr:first-child > * { padding-top: 7px; }
 .trials tbody tr:last-child > * { padding-bottom: 7px; }
 .trials .who, .trials .verdict { text-align: left; vertical-align: top; border-top: 0; }
-.trials tbody .who { min-width: 9em; padding-left: 0; font-weight: 600; }
+.trials .who { padding-left: 0; }
+.trials tbody .who { min-width: 9em; font-weight: 600; }
 .trials .verdict { min-width: 8em; white-space: normal; }
 .trials small { display: block; color: var(--quiet); font-weight: 400; font-size: 12px; }
 .trials .under { text-align: left; }
@@ -81,6 +83,8 @@ circle.out { stroke: var(--fail); stroke-width: 2; }
   body { padding: 12px; }
   h1 { font-size: 22px; }
   .drawings { grid-template-columns: 1fr; }
+  .drawings .plane { max-width: 320px; }
+  .drawings .plane text { font-size: 10px; }
   .figures { gap: 8px; }
   .figure { flex-basis: 104px; padding: 8px 10px; }
   .figure b { font-size: 20px; }
@@ -90,7 +94,7 @@ circle.out { stroke: var(--fail); stroke-width: 2; }
   .trials, .trials thead, .trials tbody { display: block; }
   .trials tr { display: contents; }
   .trials thead, .trials tbody { display: grid;
-    grid-template-columns: 1.25fr repeat(calc(var(--columns) - 1), minmax(0, 1fr)); }
+    grid-template-columns: minmax(0, 1.1fr) repeat(calc(var(--columns) - 1), minmax(0, 1fr)); }
   .trials thead .who, .trials thead .verdict { display: none; }
   .trials tbody .who, .trials tbody .verdict { grid-column: 1 / -1; padding-bottom: 0; }
   .trials .verdict small { display: inline; margin-left: 8px; }
@@ -105,14 +109,18 @@ circle.out { stroke: var(--fail); stroke-width: 2; }
   .overview { display: flex; align-items: center; gap: 16px; break-inside: avoid; }
   .overview svg.plane { flex: none; width: 170px; margin: 0; }
   .drawings { gap: 12px; margin-bottom: 4px; }
-  .drawings, .tables, .trials tbody { break-inside: avoid; }
-  .drawings svg { max-height: 130px; }
+  .drawings, .tables tr, .trials tbody { break-inside: avoid; }
+  .drawings svg { max-height: 150px; }
+  svg.plane text { font-size: 13px; }
+  .drawings .plane text { font-size: 16px; }
+  .tables table { font-size: 9.5px; }
+  .tables td, .tables th { padding-top: 1px; padding-bottom: 1px; }
   h2, h3, .counts { break-after: avoid; }
   .wide { overflow: visible; }
   h1 { font-size: 20px; }
   dl.particulars { gap: 2px 16px; }
   .figures { margin: 8px 0; }
-  .figure { padding: 4px 8px; }
+  .figure { padding: 4px 8px; flex-basis: 74px; }
   .figure b { font-size: 15px; }
   figcaption, .trials small { font-size: 9px; }
   .trials { font-size: 9.5px; }

@@ -10,11 +10,15 @@ namespace {
 
 /// As many as fit on paper and, moved, on a phone.
 constexpr std::size_t kSpectraInTable = 7;
+/// Of the column with the names of those that have the largest values.
+constexpr const char* kOwnerTitle = "of";
+/// Shown as 0.00.
+constexpr float kLeastChroma = 0.005F;
 
 std::string headOf(const std::vector<std::string>& titles) {
     std::string cells;
     for (const std::string& title : titles) {
-        cells += element("th", title);
+        cells += element("th", title, title == kOwnerTitle ? "name" : "");
     }
     return element("thead", element("tr", cells));
 }
@@ -50,7 +54,9 @@ std::string colorTable(const Job& job, const RecordEntry& entry) {
         for (const float value : {lab->values[0], lab->values[1], lab->values[2], lch.values[1]}) {
             cells += element("td", fixed(value, 2));
         }
-        rows += element("tr", cells + element("td", fixed(lch.values[2], 1)));
+        // A neutral colour has no hue.
+        const bool isNeutral = lch.values[1] < kLeastChroma;
+        rows += element("tr", cells + element("td", isNeutral ? "–" : fixed(lch.values[2], 1)));
     }
     if (rows.empty()) {
         return element("p", "no plausible spectrum in this record", "values");
@@ -78,11 +84,12 @@ std::string statisticsTable(const Job& job, const std::vector<ReportTrial>& tria
                       element("td", fixed(one.values.percentile95, 2)) + cell(one.values.largest) +
                       element("td", escaped(one.largestName), "name"));
     }
-    return rows.empty() ? rows
-                        : element("table",
-                                  headOf({"", "mean", "std. dev.", "95th pct.", "largest", "of"}) +
-                                      element("tbody", rows),
-                                  "statistics");
+    return rows.empty()
+               ? rows
+               : element("table",
+                         headOf({"", "mean", "std. dev.", "95th pct.", "largest", kOwnerTitle}) +
+                             element("tbody", rows),
+                         "statistics");
 }
 
 std::string spectraTables(const std::vector<const RecordEntry*>& entries) {
