@@ -138,6 +138,16 @@ class JobReport(CqTest):
         self.assertIn("the last line of", done.stderr)
         self.assertIn("1 of 2 trials", done.stdout)
 
+    def test_a_trial_without_a_spectrum_is_not_judged_but_shown(self):
+        self.events.pop()
+        self.events[3:] = []  # the first trial passes
+        self.event("measurement", kind="trial", name="typed in", lab={"L": 60, "a": 1, "b": 2}, standard=2, program="cq")
+        report = ("report", self.job, "--output", self.folder / "lot.html")
+        self.refused(*report, "--check", status=1,
+                     says=["not all trials could be judged", "'typed in' has no spectrum"])
+        self.assertIn("<b>not judged</b>", (self.folder / "lot.html").read_text())
+        self.refused(*report, "--illuminant", "A", status=1, says="no spectrum to compute them for A/10°")
+
     def test_pdf_through_a_browser(self):
         tools, temporary = self.folder / "tools", self.folder / "tmp"
         tools.mkdir()
