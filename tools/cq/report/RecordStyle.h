@@ -10,7 +10,7 @@ inline constexpr const char* kRecordStyle = R"css(
 @media screen and (prefers-color-scheme: dark) {
   :root { --pass: #6fcf97; --warn: #f2c25b; --fail: #ff8a80; }
 }
-h1, h2, td, th, dd { overflow-wrap: anywhere; }
+h1, h2, th, dd, .name { overflow-wrap: anywhere; }
 h3 { margin: 16px 0 6px; font-size: 14px; }
 dl.particulars { display: grid; grid-template-columns: repeat(auto-fit, minmax(240px, 1fr));
   gap: 6px 24px; margin: 12px 0 0; }
@@ -61,6 +61,7 @@ figcaption { color: var(--quiet); font-size: 13px; }
 .spectra { display: grid; grid-template-columns: repeat(auto-fill, minmax(min(100%, 480px), 1fr));
   gap: 16px; }
 .spectra table { font-size: 12px; }
+.spectra td, .spectra tbody th { white-space: nowrap; }
 .axis { stroke: var(--quiet); stroke-width: 1; }
 .tolerance { fill: none; stroke: var(--measured); stroke-width: 1.2; stroke-dasharray: 5 3; }
 circle.mark { stroke: var(--text); stroke-width: 0.8; stroke-dasharray: none; }
@@ -103,6 +104,7 @@ circle.out { stroke: var(--fail); stroke-width: 2; }
   .under .pair { display: flex; width: 34px; height: 14px; }
   .under > span { margin-left: 0; }
   .trials .none { grid-column: 1 / -1; }
+  .spectra td, .spectra th { padding-left: 5px; font-size: 11px; }
 }
 @media print {
   .group, .overview { border: 1px solid var(--line); padding: 8px; margin-bottom: 8px; }
