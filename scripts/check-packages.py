@@ -131,7 +131,8 @@ class Debs(PackageTest):
 
     def test_contain_what_they_should(self):
         self.assert_files(
-            self.root / "usr", "bin/cq", "bin/cq-virtual-instrument", "include/cqapi/CQApi.h",
+            self.root / "usr", "bin/cq", "bin/cq-station", "bin/cq-virtual-instrument",
+            "include/cqapi/CQApi.h",
             "lib/udev/rules.d/70-cqapi.rules", "lib/cli/CQApi.Net/CQApi.Net.dll",
             "lib/python3/dist-packages/cqapi/__init__.py",
             "share/doc/libcqapi-dev/bindings/csharp/Instrument.cs",
@@ -273,7 +274,8 @@ class Zip(PackageTest):
 
     def test_contains_what_it_should(self):
         self.assert_files(
-            self.root, "README.txt", "bin/CQApi.dll", "bin/cq.exe", "bin/cq-virtual-instrument.exe",
+            self.root, "README.txt", "bin/CQApi.dll", "bin/cq.exe", "bin/cq-station.exe",
+            "bin/cq-virtual-instrument.exe",
             "include/cqapi/CQApi.h", "lib/libCQApi.dll.a", "lib/CQApi.def", "bin/CQApi.Net.dll",
             "examples/c/measure.c", "lib/cmake/CQApi/CQApiConfig.cmake",
             "bindings/csharp/Instrument.cs", "bindings/python/cqapi/__init__.py",

@@ -10,6 +10,8 @@ zip_packages="zip llvm mono-mcs"
 lint_packages="clang-format clang-tidy shellcheck"
 # Optional: without them the Python and C# bindings, and their examples, are tested in part or not at all.
 bindings_packages="python3-numpy python3-matplotlib python3-pip python3-setuptools python3-wheel mono-mcs mono-runtime libmono-system4.0-cil libmono-system-core4.0-cil"
+# Optional: without them the page of the station is not tested in a browser.
+browser_packages="chromium nodejs npm"
 coverage_packages="gcovr"
 fuzz_packages="clang libclang-rt-14-dev llvm g++ cmake ninja-build python3"
 site_packages="doxygen doxygen-awesome-css python3-numpy python3-matplotlib"

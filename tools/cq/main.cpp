@@ -1,6 +1,8 @@
 #include <iostream>
+#include <string_view>
 
 #include "commands/Commands.h"
+#include "commands/Serve.h"
 #include "cqapi/CQApi.h"
 #include "system/Terminal.h"
 
@@ -24,6 +26,9 @@ constexpr const char* kHelpEnd =
 
 int main(int argc, char** argv) {
     cqtool::prepareTerminal();
+    if (argc > 1 && std::string_view(argv[1]) == "serve") {
+        return static_cast<int>(cqtool::serveInstead(argc, argv, std::cerr));
+    }
     cqtool::Interrupt interrupt;
     cqtool::Program program("cq drives a spectrophotometer and computes colours.",
                             CQAPI_VERSION_STRING, kHelpEnd);
@@ -36,6 +41,7 @@ int main(int argc, char** argv) {
     cqtool::addMeasure(program, environment);
     cqtool::addMonitor(program, environment);
     cqtool::addJob(program, environment);
+    cqtool::addServe(program);
     cqtool::addStandards(program, environment);
     cqtool::addSamples(program, environment);
     cqtool::addBackup(program, environment);

@@ -43,4 +43,12 @@ class ChildProcess {
     std::unique_ptr<Impl> impl_;
 };
 
+/// Runs another program in this one's place, with its streams: on POSIX nothing of this one is left; on
+/// Windows this one waits, and leaves Ctrl-C to the other. Call before other threads are started.
+/// Returns the program's exit status; throws std::system_error when it cannot be started.
+int runInstead(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+
+/// Opens a page with the program that the desktop has for it; nothing happens where there is none.
+void openInBrowser(const std::string& address);
+
 }  // namespace cqtool

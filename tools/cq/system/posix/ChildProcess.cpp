@@ -185,4 +185,30 @@ void ChildProcess::drainOutput() {
     });
 }
 
+int runInstead(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+    std::string name = program;
+    std::vector<std::string> copies = arguments;
+    std::vector<char*> argv{name.data()};
+    for (std::string& argument : copies) {
+        argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    ::execvp(argv.front(), argv.data());
+    throw std::system_error(errno, std::generic_category());
+}
+
+void openInBrowser(const std::string& address) {
+    std::string program = "xdg-open";
+    std::string argument = address;
+    const std::array<char*, 3> argv{program.data(), argument.data(), nullptr};
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        posix_spawn_file_actions_addopen(&files, stream, "/dev/null", O_RDWR, 0);
+    }
+    pid_t ignored = 0;
+    ::posix_spawnp(&ignored, argv.front(), &files, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+}
+
 }  // namespace cqtool

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include <array>
 #include <sstream>
 #include <system_error>
@@ -222,6 +224,28 @@ void ChildProcess::drainOutput() {
                         nullptr) != FALSE) {
         }
     });
+}
+
+int runInstead(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+    SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
+    std::wstring line = commandLine(program, arguments);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION information{};
+    if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                       &startup, &information) == FALSE) {
+        fail();
+    }
+    CloseHandle(information.hThread);
+    const Handle process(information.hProcess);
+    WaitForSingleObject(process.get(), INFINITE);
+    DWORD status = 1;
+    GetExitCodeProcess(process.get(), &status);
+    return static_cast<int>(status);
+}
+
+void openInBrowser(const std::string& address) {
+    ShellExecuteA(nullptr, "open", address.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
 }
 
 }  // namespace cqtool

@@ -1,0 +1,293 @@
+#include "Api.h"
+
+#include <charconv>
+#include <optional>
+#include <utility>
+
+#include "Failure.h"
+#include "Results.h"
+#include "text/Text.h"
+
+namespace station {
+namespace {
+
+using cqtool::Failure;
+
+constexpr std::size_t kMostMeasurements = 200;
+constexpr std::size_t kMostEvents = 1000;
+constexpr std::size_t kLongestText = 200;  // of a name or a remark, in bytes
+
+struct NotFound {};
+
+Response json(const Json& content, int status = 200) {
+    return {status, "application/json", content.dump(), {}};
+}
+
+std::optional<std::uint64_t> numberIn(const std::string& text) {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc{} && end == text.data() + text.size();
+    return isNumber && !text.empty() ? std::optional(number) : std::nullopt;
+}
+
+/// "jobs" and "lot 12/measurements/3" of "/api/jobs/lot 12/measurements/3" without "/api".
+std::pair<std::string, std::string> split(const std::string& path) {
+    const std::size_t slash = path.find('/');
+    return {path.substr(0, slash),
+            slash == std::string::npos ? std::string() : path.substr(slash + 1)};
+}
+
+// The members of a request's body. Each throws UsageError for what it cannot be.
+
+const Json* memberOf(const Json& body, const char* name) {
+    const auto found = body.find(name);
+    return found == body.end() || found->is_null() ? nullptr : &*found;
+}
+
+/// Without control characters, which would be shown as others.
+std::string textIn(const Json& body, const char* name) {
+    const Json* const member = memberOf(body, name);
+    if (member == nullptr) {
+        return {};
+    }
+    if (!member->is_string() || member->get_ref<const std::string&>().size() > kLongestText) {
+        throw cqtool::UsageError(std::string("\"") + name + "\" is a text of at most " +
+                                 std::to_string(kLongestText) + " bytes");
+    }
+    const std::string text = cqtool::shown(member->get_ref<const std::string&>());
+    return std::string(cqtool::trimmed(text));
+}
+
+std::string choiceIn(const Json& body, const char* name, const char* one, const char* other) {
+    const std::string text = textIn(body, name);
+    if (text != one && text != other) {
+        throw cqtool::UsageError(std::string("\"") + name + "\" is \"" + one + "\" or \"" + other +
+                                 '"');
+    }
+    return text;
+}
+
+std::optional<std::uint64_t> countIn(const Json& body, const char* name) {
+    const Json* const member = memberOf(body, name);
+    if (member != nullptr && !member->is_number_unsigned()) {
+        throw cqtool::UsageError(std::string("\"") + name + "\" is a whole number");
+    }
+    return member == nullptr ? std::nullopt : std::optional(member->get<std::uint64_t>());
+}
+
+std::vector<std::string> textsIn(const Json& body, const char* name) {
+    std::vector<std::string> texts;
+    if (const Json* const member = memberOf(body, name)) {
+        for (const Json& text : *member) {
+            if (!text.is_string()) {
+                throw cqtool::UsageError(std::string("\"") + name + "\" is a list of texts");
+            }
+            texts.push_back(text.get<std::string>());
+        }
+    }
+    return texts;
+}
+
+Json bodyOf(const Request& request) {
+    if (!request.contentType.starts_with("application/json")) {
+        throw cqtool::UsageError("the body must be JSON, and Content-Type application/json");
+    }
+    Json body = Json::parse(request.body, nullptr, false);
+    if (!body.is_object()) {
+        throw cqtool::UsageError("the body must be a JSON object");
+    }
+    return body;
+}
+
+Worker::Reply answerTo(const Respond& respond) {
+    return [respond](const Worker::Outcome& outcome) {
+        if (outcome.isDone) {
+            return respond(json(outcome.answer));
+        }
+        const auto advice = outcome.answer.find("advice");
+        respond(
+            refusal(409, outcome.problem,
+                    advice == outcome.answer.end() ? std::string() : advice->get<std::string>()));
+    };
+}
+
+}  // namespace
+
+void Api::handle(const Request& request, const Respond& respond) {
+    const std::string path = request.path.substr(std::string("/api/").size());
+    try {
+        if (request.method == "GET") {
+            respond(get(path, request));
+        } else if (request.method == "POST") {
+            post(path, bodyOf(request), respond);
+        } else {
+            respond(refusal(405, "there is GET and POST"));
+        }
+    } catch (const NotFound&) {
+        respond(refusal(404, "there is no " + request.path));
+    } catch (const cqtool::UsageError& error) {
+        respond(refusal(400, error.what()));
+    } catch (const Failure& failure) {
+        respond(refusal(409, failure.what(), failure.advice()));
+    }
+}
+
+Response Api::get(const std::string& path, const Request& request) {
+    const auto [first, rest] = split(path);
+    if (path == "instruments") {
+        std::uint64_t version = 0;
+        return json({{"instruments", states_.changedSince(version)}});
+    }
+    if (path == "jobs") {
+        return json({{"jobs", jobs_.names()}});
+    }
+    if (path == "events") {
+        return events(request);
+    }
+    if (first == "jobs") {
+        const auto [name, part] = split(rest);
+        return job(name, part, request);
+    }
+    throw NotFound();
+}
+
+Response Api::job(const std::string& name, const std::string& rest, const Request& request) {
+    const auto journal = jobs_.open(name);
+    if (rest.empty()) {
+        const auto most = numberIn(request.queried("last")).value_or(kMostMeasurements);
+        return json(journal->with([&](const cqtool::Job& job) {
+            return jobJson(name, job, std::min<std::uint64_t>(most, kMostMeasurements));
+        }));
+    }
+    const auto [part, number] = split(rest);
+    if (part == "measurements") {
+        return measurement(*journal, number);
+    }
+    throw NotFound();
+}
+
+Response Api::measurement(Journal& journal, const std::string& rest) {
+    using Draw = std::optional<std::string> (*)(const cqtool::Job&, const cqtool::JobMeasurement&);
+    static const std::map<std::string, Draw> drawings{
+        {"spectrum.svg", &spectrumSvg}, {"plane.svg", &planeSvg}, {"trend.svg", &trendSvg}};
+    const auto [number, drawing] = split(rest);
+    const auto wanted = numberIn(number);
+    const auto draw = drawings.find(drawing);
+    if (!wanted || (!drawing.empty() && draw == drawings.end())) {
+        throw NotFound();
+    }
+    return journal.with([&](const cqtool::Job& job) -> Response {
+        const auto* const found = job.find(*wanted);
+        if (found == nullptr) {
+            throw NotFound();
+        }
+        if (drawing.empty()) {
+            return json(resultJson(job, *found));
+        }
+        const auto svg = draw->second(job, *found);
+        return svg ? Response{200, "image/svg+xml", *svg, {}}
+                   : Response{204, "image/svg+xml", {}, {}};
+    });
+}
+
+Response Api::events(const Request& request) {
+    const std::string name = request.queried("job");
+    const std::string after = request.queried("after");
+    const auto number = after.empty() ? std::optional<std::uint64_t>(0) : numberIn(after);
+    if (name.empty() || !number) {
+        throw cqtool::UsageError("it is /api/events?job=NAME&after=N");
+    }
+    const auto journal = jobs_.open(name);
+    std::string list;
+    for (const std::string& message : journal->messagesAfter(*number, kMostEvents)) {
+        list.append(list.empty() ? "" : ",").append(message);
+    }
+    return {
+        200,
+        "application/json",
+        "{\"events\":[" + list + "],\"lastNumber\":" + std::to_string(journal->lastNumber()) + "}",
+        {}};
+}
+
+void Api::post(const std::string& path, const Json& body, const Respond& respond) {
+    const auto [first, rest] = split(path);
+    const auto [name, action] = split(rest);
+    if (path == "jobs") {
+        return respond(makeJob(body));
+    }
+    if (first == "jobs") {
+        return respond(changeJob(name, action, body));
+    }
+    const auto worker = workers_.find(name);
+    if (first != "instruments" || worker == workers_.end()) {
+        throw NotFound();
+    }
+    command(*worker->second, action, body, respond);
+}
+
+Response Api::makeJob(const Json& body) {
+    cqtool::Job job;
+    job.title = textIn(body, "title");
+    job.operatorName = textIn(body, "operator");
+    for (const std::string& text : textsIn(body, "tolerances")) {
+        job.limits.push_back(cqtool::limitOf(text, false));
+    }
+    for (const std::string& text : textsIn(body, "warnings")) {
+        job.limits.push_back(cqtool::limitOf(text, true));
+    }
+    for (const std::string& text : textsIn(body, "illuminants")) {
+        job.viewing.illuminants.push_back(cqtool::illuminantNamed(text));
+    }
+    if (job.viewing.illuminants.empty()) {
+        job.viewing.illuminants.push_back(cqtool::illuminantNamed("D65"));
+    }
+    const auto journal = jobs_.create(textIn(body, "name"), job);
+    return json({{"job", journal->name()}}, 201);
+}
+
+Response Api::changeJob(const std::string& name, const std::string& action, const Json& body) {
+    const auto journal = jobs_.open(name);
+    const auto number = countIn(body, "number");
+    if (action == "undo") {
+        return json({{"number", journal->append([&](const cqtool::Job& job) {
+                          const auto* const struck = number ? job.find(*number) : job.last();
+                          if (struck == nullptr || struck->struckOutBy) {
+                              throw Failure("there is no such measurement that counts");
+                          }
+                          return cqtool::struckOutEvent(struck->number);
+                      })}});
+    }
+    if (action == "remark") {
+        const std::string text = textIn(body, "text");
+        if (text.empty()) {
+            throw cqtool::UsageError("a remark needs a \"text\"");
+        }
+        return json({{"number", journal->append([&](const cqtool::Job& job) {
+                          if (number && job.find(*number) == nullptr) {
+                              throw Failure("there is no such measurement");
+                          }
+                          return cqtool::remarkEvent(text, number);
+                      })}});
+    }
+    throw NotFound();
+}
+
+void Api::command(Worker& worker, const std::string& action, const Json& body,
+                  const Respond& respond) {
+    if (action == "measure") {
+        const std::string kind = choiceIn(body, "kind", "standard", "trial");
+        worker.measure(kind == "standard", textIn(body, "name"), answerTo(respond));
+    } else if (action == "calibrate") {
+        worker.calibrate(choiceIn(body, "on", "white", "black") == "white", answerTo(respond));
+    } else if (action == "name") {
+        worker.setNextName(textIn(body, "name"), answerTo(respond));
+    } else if (action == "job") {
+        worker.setJob(textIn(body, "job"), answerTo(respond));
+    } else if (action == "standard") {
+        worker.setStandard(countIn(body, "number"), answerTo(respond));
+    } else {
+        throw NotFound();
+    }
+}
+
+}  // namespace station

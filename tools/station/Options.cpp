@@ -1,0 +1,262 @@
+#include "Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <set>
+
+#include "Failure.h"
+#include "system/Files.h"
+
+namespace station {
+namespace {
+
+using cqtool::Failure;
+using cqtool::UsageError;
+
+constexpr const char* kDescription =
+    "Owns instruments, writes what they measure into jobs, and shows it on a page.\n"
+    "The first line on standard output is 'page: ' and the address to open in a browser.";
+
+constexpr const char* kFooter =
+    "Instruments, with NAME= before it if it shall have a name:\n"
+    "  /dev/ttyACM0, COM5              the one on this port\n"
+    "  serial:AB12                     the one with this serial number, whatever its port\n"
+    "  wireless:C4BE84A1B2C3@COM7      through the adapter on this port (without @: any adapter)\n"
+    "  virtual                         a virtual one\n"
+    "\n"
+    "Examples:\n"
+    "  cq serve --virtual --open\n"
+    "  cq serve --job lot12.cqjob --instrument bench=/dev/ttyACM0\n"
+    "  cq serve --config hall.json --listen 192.168.1.20 --http-port 8400 --token-file token\n"
+    "\n"
+    "Exit status: 0 ended by Ctrl-C, 1 failed, 2 wrong command line.";
+
+constexpr const char* kVirtualOptions = "--calibrated";
+
+bool isPlaceName(const std::string& name) {
+    return !name.empty() && name.size() <= 40 &&
+           std::all_of(name.begin(), name.end(), [](char letter) {
+               return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
+                      (letter >= '0' && letter <= '9') || letter == '-' || letter == '_';
+           });
+}
+
+std::string takePrefix(std::string& text, const std::string& separator) {
+    const std::size_t place = text.find(separator);
+    if (place == std::string::npos) {
+        return {};
+    }
+    std::string before = text.substr(0, place);
+    text.erase(0, place + separator.size());
+    return before;
+}
+
+// The members of the configuration.
+
+std::string textOf(const Json& object, const char* name) {
+    const auto member = object.find(name);
+    if (member == object.end()) {
+        return {};
+    }
+    if (!member->is_string()) {
+        throw Failure(std::string("'") + name + "' must be a text");
+    }
+    return member->get<std::string>();
+}
+
+std::vector<std::string> textsOf(const Json& object, const char* name) {
+    std::vector<std::string> texts;
+    const auto member = object.find(name);
+    for (const Json& text : member == object.end() ? Json::array() : *member) {
+        if (!text.is_string()) {
+            throw Failure(std::string("'") + name + "' must be a list of texts");
+        }
+        texts.push_back(text.get<std::string>());
+    }
+    return texts;
+}
+
+void refuseOthers(const Json& object, const std::set<std::string>& known) {
+    if (!object.is_object()) {
+        throw Failure("there must be an object { } with members");
+    }
+    for (const auto& [name, value] : object.items()) {
+        if (!known.contains(name)) {
+            throw Failure("a member '" + name + "' means nothing here");
+        }
+    }
+}
+
+Place placeIn(const Json& object, std::size_t number) {
+    refuseOthers(object, {"name", "port", "serial", "wireless", "adapter", "virtual", "job"});
+    Place place;
+    place.name = object.contains("name") ? textOf(object, "name") : std::to_string(number);
+    place.port = textOf(object, "port");
+    place.serial = textOf(object, "serial");
+    place.isWireless = object.contains("wireless");
+    place.slave = textOf(object, "wireless");
+    place.adapter = textOf(object, "adapter");
+    place.isVirtual = object.contains("virtual");
+    place.virtualOptions = textOf(object, "virtual");
+    place.job = textOf(object, "job");
+    return place;
+}
+
+void checkPlaces(const Options& options) {
+    std::set<std::string> names;
+    for (const Place& place : options.places) {
+        if (!isPlaceName(place.name)) {
+            throw UsageError("an instrument's name has letters, digits, '-' and '_', not '" +
+                             place.name + "'");
+        }
+        if (!names.insert(place.name).second) {
+            throw UsageError("two instruments have the name '" + place.name + "'");
+        }
+    }
+}
+
+struct Typed {
+    std::string config;
+    std::vector<std::string> instruments;
+    bool isVirtual = false;
+    std::string virtualOptions;
+    std::string job;
+    std::string jobFolder;
+};
+
+void addOptions(CLI::App& app, Options& options, Typed& typed) {
+    app.add_option("--instrument", typed.instruments, "An instrument, see below; repeatable")
+        ->type_name("[NAME=]WHAT")
+        ->expected(1)
+        ->take_all();
+    app.add_flag("--virtual", typed.isVirtual, "A virtual instrument");
+    app.add_option("--virtual-options", typed.virtualOptions,
+                   "Options of virtual instruments (default: --calibrated)")
+        ->type_name("TEXT");
+    app.add_option("--port", options.ports, "Seek instruments on this port, too; repeatable")
+        ->type_name("PORT")
+        ->expected(1)
+        ->take_all();
+    app.add_option("--job", typed.job, "The job to write to (default: bench-DATE.cqjob, made new)")
+        ->type_name("FILE");
+    app.add_option("--jobs", typed.jobFolder, "The folder with the jobs to choose from")
+        ->type_name("FOLDER");
+    app.add_option("--config", typed.config, "Instruments and more from a JSON file")
+        ->type_name("FILE");
+    app.add_option("--http-port", options.server.port, "Port of the page (default: any free one)")
+        ->type_name("N");
+    auto* const tokenFile =
+        app.add_option("--token-file", options.tokenFile,
+                       "File with the token that clients must know (default: a random one)")
+            ->type_name("FILE");
+    app.add_option("--listen", options.server.address,
+                   "Address to listen on (default: 127.0.0.1, this machine alone)")
+        ->needs(tokenFile)
+        ->type_name("ADDRESS");
+    app.add_option("--host", options.hosts, "A further name of this station; repeatable")
+        ->type_name("NAME")
+        ->expected(1)
+        ->take_all();
+    app.add_flag("--open", options.opensBrowser, "Open the page in the browser");
+}
+
+void finish(Options& options, const Typed& typed) {
+    options.job = typed.job;
+    options.jobFolder = typed.jobFolder;
+    if (!typed.config.empty()) {
+        addConfiguration(options, typed.config);
+    }
+    for (const std::string& text : typed.instruments) {
+        options.places.push_back(placeOf(text, options.places.size() + 1));
+    }
+    if (typed.isVirtual) {
+        options.places.push_back(placeOf("virtual", options.places.size() + 1));
+    }
+    if (options.places.empty()) {
+        options.places.push_back(placeOf({}, 1));
+    }
+    for (Place& place : options.places) {
+        if (place.isVirtual && place.virtualOptions.empty()) {
+            place.virtualOptions =
+                typed.virtualOptions.empty() ? kVirtualOptions : typed.virtualOptions;
+        }
+    }
+    checkPlaces(options);
+}
+
+}  // namespace
+
+Place placeOf(const std::string& text, std::size_t number) {
+    Place place;
+    std::string rest = text;
+    place.name = takePrefix(rest, "=");
+    if (place.name.empty()) {
+        place.name = std::to_string(number);
+    }
+    std::string what = rest;
+    const std::string kind = takePrefix(what, ":");
+    if (rest == "virtual") {
+        place.isVirtual = true;
+    } else if (kind == "serial") {
+        place.serial = what;
+    } else if (kind == "wireless") {
+        place.isWireless = true;
+        const std::string address = takePrefix(what, "@");
+        place.slave = address.empty() ? what : address;
+        place.adapter = address.empty() ? std::string() : what;
+    } else {
+        place.port = rest;
+    }
+    return place;
+}
+
+void addConfiguration(Options& options, const std::filesystem::path& file) {
+    const Json config = Json::parse(cqtool::readFile(file), nullptr, false);
+    try {
+        if (config.is_discarded()) {
+            throw Failure("it is not JSON");
+        }
+        refuseOthers(config, {"instruments", "ports", "job", "jobs"});
+        if (options.job.empty()) {
+            options.job = textOf(config, "job");
+        }
+        if (options.jobFolder.empty()) {
+            options.jobFolder = textOf(config, "jobs");
+        }
+        for (std::string& port : textsOf(config, "ports")) {
+            options.ports.push_back(std::move(port));
+        }
+        const auto instruments = config.find("instruments");
+        for (const Json& object : instruments == config.end() ? Json::array() : *instruments) {
+            options.places.push_back(placeIn(object, options.places.size() + 1));
+        }
+    } catch (const Failure& failure) {
+        throw Failure(file.string() + ": " + failure.what(), "docs/station.md describes the file");
+    }
+}
+
+std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
+    Options options;
+    Typed typed;
+    CLI::App app(kDescription, "cq serve");
+    app.get_formatter()->column_width(34);
+    app.set_version_flag("--version", std::string("cq-station ") + CQAPI_VERSION_STRING);
+    app.footer(kFooter);
+    addOptions(app, options, typed);
+    exitCode = 0;
+    try {
+        app.parse(argc, argv);
+        finish(options, typed);
+        return options;
+    } catch (const CLI::ParseError& error) {
+        exitCode = app.exit(error) == 0 ? 0 : static_cast<int>(cqtool::ExitStatus::usage);
+    } catch (const UsageError& error) {
+        std::cerr << "cq: " << error.what() << "\ncq serve --help lists the options\n";
+        exitCode = static_cast<int>(cqtool::ExitStatus::usage);
+    }
+    return std::nullopt;
+}
+
+}  // namespace station
