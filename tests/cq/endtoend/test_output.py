@@ -27,8 +27,8 @@ class Files(CqTest):
                         ("measure", "standard", "--virtual", "--output"),
                         ("standards", "export", "--virtual", "--output")):
             self.refused(*command, self.folder / "x.pdf", status=2, says="x.pdf")
-        self.refused("measure", "trial", "--count", 3, "--against", self.lab, "--virtual",
-                     "--output", self.folder / "lab.csv", "--format", "csv", status=1, says="holds 2")
+        self.refused("measure", "trial", "--count", 3, "--against", f"{self.lab}:none", "--virtual",
+                     "--output", self.folder / "lab.csv", "--format", "csv", status=1, says="none")
         self.assertEqual(self.lab.read_text(), LAB)
         self.assertEqual({p.name for p in self.folder.iterdir()}, before)
 
