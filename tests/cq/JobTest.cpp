@@ -166,7 +166,8 @@ TEST_F(JobFiles, AreNotWrittenToWhenALineIsWrong) {
         {head + R"("struckOut","measurement":1})", "\"measurement\" is not the number"},
         {head + R"("tolerances","tolerances":["dX<=1"]})", "dX"},
         {head + R"("measurement","kind":"trial","name":"t"})", "neither"},
-        {head + R"("measurement","kind":"trial","name":"t","lab":{"L":5,"a":0,"b":0},"standard":1})",
+        {head +
+             R"("measurement","kind":"trial","name":"t","lab":{"L":5,"a":0,"b":0},"standard":1})",
          "\"standard\""},
         {head + R"("remark","text":")" + "\xFF\"}", "not JSON"},
     };
@@ -189,7 +190,9 @@ TEST_F(JobFiles, AreToldFromOtherFiles) {
     };
     EXPECT_THAT(problemOf(""), HasSubstr("is empty"));
     EXPECT_THAT(problemOf("{\"entries\":[]}"), HasSubstr("is no job"));
-    EXPECT_THAT(problemOf("\x7F" "ELF\n\0\n"), HasSubstr("is no job: line 1"));
+    EXPECT_THAT(problemOf("\x7F"
+                          "ELF\n\0\n"),
+                HasSubstr("is no job: line 1"));
     EXPECT_THAT(problemOf(R"({"number":1,"time":"2026-05-01T10:00:00Z","event":"created",)"
                           R"("format":"cq job","version":2})"
                           "\n"),
@@ -197,8 +200,7 @@ TEST_F(JobFiles, AreToldFromOtherFiles) {
     EXPECT_THAT(thrownBy<Failure>([&] { JobFile file(folder_); }), HasSubstr("a folder"));
     EXPECT_THAT(thrownBy<Failure>([&] { JobFile file(folder_ / "none"); }),
                 HasSubstr("cannot read"));
-    EXPECT_THAT(thrownBy<Failure>([&] { JobFile::create(path_, job_); }),
-                HasSubstr("already"));
+    EXPECT_THAT(thrownBy<Failure>([&] { JobFile::create(path_, job_); }), HasSubstr("already"));
 }
 
 TEST_F(JobFiles, TakeInWhatOthersAppend) {
@@ -210,9 +212,8 @@ TEST_F(JobFiles, TakeInWhatOthersAppend) {
     mine.refresh([&](const Json&) { told.push_back("twice"); });
     EXPECT_EQ(told, std::vector<std::string>{"theirs"});
     other.append(measurementEvent(measurement(true, "standard 3")));
-    mine.append([](const Job& job) {
-        return measurementEvent(measurement(true, job.nextName(true)));
-    });
+    mine.append(
+        [](const Job& job) { return measurementEvent(measurement(true, job.nextName(true))); });
     EXPECT_EQ(mine.job().measurements.back().entry.name, "standard 4");
     fs::resize_file(path_, 30);
     EXPECT_THAT(thrownBy<Failure>([&] { mine.refresh(); }), HasSubstr("shorter"));

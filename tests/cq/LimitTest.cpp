@@ -47,17 +47,19 @@ TEST(Limit, IsReadAndWritten) {
 
 TEST(Limit, IsRefusedWithWhatThereIs) {
     for (const char* wrong :
-         {"", "dE00", "dE00<1", "dE00<=", "<=1", "dE00<=x", "dE00<=1<=2", "1<=2", "dE00<=-1",
-          "|dL|<=-0.1", "0.5<=da<=0.3", "dE00<=1e9", "dE00<=1@X", "dE00(2:1)<=1", "dE00(2<=1",
-          "dECMC(0:1)<=1", "dQ<=1", "||<=1", "1<=dE00>=0", "dE00<=nan"}) {
+         {"",           "dE00",         "dE00<1",    "dE00<=",        "<=1",          "dE00<=x",
+          "dE00<=1<=2", "1<=2",         "dE00<=-1",  "|dL|<=-0.1",    "0.5<=da<=0.3", "dE00<=1e9",
+          "dE00<=1@X",  "dE00(2:1)<=1", "dE00(2<=1", "dECMC(0:1)<=1", "dQ<=1",        "||<=1",
+          "1<=dE00>=0", "dE00<=nan"}) {
         EXPECT_NE(thrownBy<UsageError>([wrong] { limitOf(wrong, false); }), "") << wrong;
     }
     EXPECT_THAT(thrownBy<UsageError>([] { limitOf("dX<=1", false); }),
                 testing::AllOf(HasSubstr("dE00"), HasSubstr("dL"), HasSubstr("MI")));
     const auto metamerism = std::vector{limitOf("MI<=1", false)};
-    EXPECT_THAT(
-        thrownBy<UsageError>([&] { checkLimits(metamerism, {{kD65}, Observer10Degree}); }),
-        HasSubstr("second illuminant"));
+    EXPECT_THAT(thrownBy<UsageError>([&] {
+                    checkLimits(metamerism, {{kD65}, Observer10Degree});
+                }),
+                HasSubstr("second illuminant"));
     EXPECT_NO_THROW(checkLimits(metamerism, {{kD65, kA}, Observer10Degree}));
 }
 

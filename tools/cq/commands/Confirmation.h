@@ -8,8 +8,8 @@ namespace cqtool {
 
 /// The words of a question.
 struct Question {
-    std::string verb;    ///< "delete"
-    std::string refused; ///< "nothing was deleted"
+    std::string verb;     ///< "delete"
+    std::string refused;  ///< "nothing was deleted"
 };
 
 /// Throws UsageError without a terminal to ask. \param why there is something to ask.

@@ -129,9 +129,9 @@ class Restorer {
     void writeParameters() {
         std::size_t done = 0;
         for (const auto& [number, value] : plan_.parameters) {
-            stopIf(connection_.isInterrupted(),
-                   std::to_string(done) + " of " +
-                       counted(plan_.parameters.size(), "parameters") + " arrived");
+            stopIf(connection_.isInterrupted(), std::to_string(done) + " of " +
+                                                    counted(plan_.parameters.size(), "parameters") +
+                                                    " arrived");
             status_.progress("writing parameters", done++, plan_.parameters.size());
             check(cqSetMeasurementParameter(connection_.handle(), number, value),
                   Operation::writeParameter);
@@ -158,8 +158,9 @@ class Restorer {
         CqWhiteBoardParameter stored{};
         check(cqGetWhiteBoardParameter(connection_.handle(), &stored), Operation::readWhiteBoard);
         if (std::memcmp(&stored, &*plan_.whiteBoard, sizeof stored) != 0) {
-            throw Failure("the instrument has not kept the white tile's values as they were written",
-                          "cq whiteboard get shows what it holds");
+            throw Failure(
+                "the instrument has not kept the white tile's values as they were written",
+                "cq whiteboard get shows what it holds");
         }
     }
 
@@ -253,12 +254,13 @@ void runRestore(const RestoreOptions& options, const Environment& environment) {
     RestorePlan plan;
     {
         StatusLine status;
-        plan = planOf(backup,
-                      readSettings(connection, [&status](const std::string& what, std::size_t done,
-                                                         std::size_t total) {
-                          status.progress(what, done, total);
-                      }),
-                      isOther);
+        plan = planOf(
+            backup,
+            readSettings(connection,
+                         [&status](const std::string& what, std::size_t done, std::size_t total) {
+                             status.progress(what, done, total);
+                         }),
+            isOther);
     }
     checkRoom(Storage(connection), plan);
     for (const std::string& remark : plan.remarks) {
@@ -293,7 +295,8 @@ void addRestore(Program& program, const Environment& environment) {
     line.setExamples(
         "Standards that the instrument does not hold are appended to those that it holds;\n"
         "parameters and the white tile's values are written where they differ. Everything is read\n"
-        "back. No record is deleted or replaced, and a restore that was broken off is completed by\n"
+        "back. No record is deleted or replaced, and a restore that was broken off is completed "
+        "by\n"
         "the same command. Instruments take no samples back.\n\n"
         "Examples:\n"
         "  cq restore instrument.json\n"

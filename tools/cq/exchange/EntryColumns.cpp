@@ -33,7 +33,7 @@ void requireWhole(std::span<const Place> places, const std::string& what, const 
 
 /// What stands below a title for its unit.
 bool isUnit(const std::string& cell) {
-    static constexpr std::string_view kUnits[] = {"",   "%",    "[%]",  "(%)",  "-", "[-]",
+    static constexpr std::string_view kUnits[] = {"",   "%",    "[%]",  "(%)",  "-",    "[-]",
                                                   "nm", "[nm]", "(nm)", "unit", "units"};
     return std::find(std::begin(kUnits), std::end(kUnits), lowerCase(cell)) != std::end(kUnits);
 }
