@@ -4,6 +4,7 @@ set(CQAPI_UDEV_RULES_DIR lib/udev/rules.d CACHE STRING "Where the device rules g
 install(FILES linux/70-cqapi.rules DESTINATION ${CQAPI_UDEV_RULES_DIR} COMPONENT library)
 
 if(CQAPI_BUILD_TOOLS)
+  install(FILES linux/cq-station.service DESTINATION lib/systemd/system COMPONENT tools)
   set(CQAPI_ZSH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATAROOTDIR}/zsh/site-functions CACHE STRING
     "Where completions for zsh go")
   # Written by the programs themselves, at the end of their build.

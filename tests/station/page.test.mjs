@@ -121,7 +121,7 @@ test("from a refusal by calibration and the instrument's button to a verdict, an
   await shows("#spoken", "trial 1: fail");
   assert.equal(await page.textContent("#sign"), "✗");
   assert.match(await page.textContent("#deltaE"), /^ΔE00 \d\.\d\d$/);
-  for (const drawing of ["spectrum", "plane", "trend"]) {
+  for (const drawing of ["spectrum", "plane"]) {
     await page.waitForSelector(`#${drawing} svg`);
   }
   assert.equal(await page.textContent("#title"), "Lot <12>");
@@ -134,6 +134,7 @@ test("from a refusal by calibration and the instrument's button to a verdict, an
   await page.click("#rows tr:has-text('trial 1')");
   await shows("#names", "trial 1");
   await page.waitForSelector("#plane circle.shown");
+  await page.waitForSelector("#trend .point.fail");
   await picture("fail");
 
   await page.click("#undo");

@@ -119,7 +119,8 @@ class Interface(StationTest):
         self.assertEqual(result["standard"]["number"], standard["number"])
         self.assertEqual(result["verdict"]["grade"],
                          "pass" if result["difference"]["deltaE"] <= 1.0 else "fail")
-        for drawing in "spectrum", "plane", "trend":
+        self.assertEqual(self.request("GET", f"{path}/trend.svg")[0], 204)
+        for drawing in "spectrum", "plane":
             svg = self.get(f"{path}/{drawing}.svg").decode()
             self.assertTrue(svg.startswith("<svg"), drawing)
             self.assertNotIn("<b>", svg)

@@ -7,8 +7,8 @@
 #include "report/AbPlotSvg.h"
 #include "report/CurveSvg.h"
 #include "report/Tolerance.h"
+#include "report/TrendSvg.h"
 #include "text/Numbers.h"
-#include "TrendSvg.h"
 
 namespace station {
 
@@ -40,14 +40,17 @@ DifferenceFormula formulaOf(const Job& job) {
                                      : first->quantity.formula;
 }
 
-/// The upper limit on the difference by that formula.
-std::optional<double> toleranceOf(const Job& job) {
+/// The upper limits on the difference by that formula.
+std::vector<TrendLine> limitsOf(const Job& job) {
+    std::vector<TrendLine> lines;
     for (const Limit& limit : job.limits) {
-        if (limit.quantity.kind == Quantity::Kind::difference && !limit.isWarning) {
-            return limit.most;
+        const bool isLeading = limit.quantity.kind == Quantity::Kind::difference &&
+                               limit.quantity.formula == formulaOf(job);
+        if (isLeading && limit.most) {
+            lines.push_back({*limit.most, limit.isWarning});
         }
     }
-    return std::nullopt;
+    return lines;
 }
 
 Json differencesJson(const Job& job, const ColorData& standard, const ColorData& trial) {
@@ -118,12 +121,12 @@ std::vector<const JobMeasurement*> trialsOf(const Job& job, const JobMeasurement
     return trials;
 }
 
-bool hasFailed(const Job& job, const JobMeasurement& trial) {
+std::optional<Grade> gradeOf(const Job& job, const JobMeasurement& trial) {
     try {
         const auto verdict = job.verdictOn(trial);
-        return verdict && verdict->grade == Grade::fail;
+        return verdict ? std::optional(verdict->grade) : std::nullopt;
     } catch (const Failure&) {
-        return false;
+        return std::nullopt;
     }
 }
 
@@ -215,13 +218,15 @@ std::optional<std::string> planeSvg(const Job& job, const JobMeasurement& shown)
     const Viewing viewing = job.viewing.primary();
     const ColorData& lab = *standard->entry.lab;
     AbPlot plot{{}, {}, "Δa*", "Δb*"};
-    if (const auto tolerance = toleranceOf(job)) {
-        plot.outlines.push_back(toleranceOutline(formulaOf(job), lab, *tolerance));
+    for (const TrendLine& limit : limitsOf(job)) {
+        if (!limit.isWarning) {
+            plot.outlines.push_back(toleranceOutline(formulaOf(job), lab, limit.value));
+        }
     }
     plot.marks.push_back({{0, 0}, rgbOfLab(lab, viewing), "standard", standard->entry.name});
     for (const JobMeasurement* const trial : trialsOf(job, *standard, shown)) {
         const CqColorDifference parts = compare({}, lab, *trial->entry.lab);
-        std::string cssClass = hasFailed(job, *trial) ? "trial out" : "trial";
+        std::string cssClass = gradeOf(job, *trial) == Grade::fail ? "trial out" : "trial";
         if (trial == &shown) {
             cssClass += " shown";
         }
@@ -242,10 +247,11 @@ std::optional<std::string> trendSvg(const Job& job, const JobMeasurement& shown)
     std::vector<TrendPoint> points;
     for (const JobMeasurement* const trial : trialsOf(job, *standard, shown)) {
         points.push_back({difference(formula, *standard->entry.lab, *trial->entry.lab),
-                          hasFailed(job, *trial), trial->entry.name});
+                          gradeOf(job, *trial), trial->entry.name});
     }
-    return points.empty() ? std::nullopt
-                          : std::optional(trendSvg(points, toleranceOf(job), symbolOf(formula)));
+    return points.size() < 2 ? std::nullopt
+                             : std::optional(cqtool::trendSvg(
+                                   points, limitsOf(job), symbolOf(formula) + " trial by trial"));
 }
 
 }  // namespace station
