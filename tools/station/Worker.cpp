@@ -14,10 +14,11 @@ namespace {
 
 using cqtool::Failure;
 
-/// How often it looks whether the instrument is still there, or has come back.
-constexpr std::chrono::milliseconds kLookInterval{500};
+/// How often it looks whether the instrument has come back, and whether it is still there.
+constexpr std::chrono::milliseconds kSeekInterval{500};
+constexpr std::chrono::milliseconds kLookInterval{1000};
 /// Every so many looks the instrument is asked, too.
-constexpr int kLooksPerQuestion = 10;
+constexpr int kLooksPerQuestion = 5;
 constexpr std::size_t kMostRequests = 16;
 
 constexpr const char* kNotWritten = "a measurement is not written yet: ";
@@ -147,7 +148,9 @@ bool Worker::waitForWork() {
     const auto isWoken = [this] {
         return isEnding_ || !requests_.empty() || (!pressed_.empty() && problem_.empty());
     };
-    if (!wake_.wait_for(lock, kLookInterval, isWoken)) {
+    // What could not be written is tried again as often as it is sought.
+    const bool isWell = instrument_ != nullptr && problem_.empty();
+    if (!wake_.wait_for(lock, isWell ? kLookInterval : kSeekInterval, isWoken)) {
         lock.unlock();
         look();
         lock.lock();
