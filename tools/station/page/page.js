@@ -5,6 +5,9 @@ import { rowOf, showAge, showInstrument, showJob, showResult, showTabs } from ".
 
 const by = (id) => document.getElementById(id);
 
+const kDrawings = ["spectrum", "plane", "trend"];
+const kMostRows = 200;
+
 const states = new Map(); // of the instruments, by name
 let current = null;       // the name of the one that is shown
 let job = null;           // as the station describes it
@@ -36,19 +39,27 @@ const command = (action, body) => attempt(() => post(body, "instruments", curren
 
 // ---- what is shown
 
-async function draw(result) {
-  await Promise.all(["spectrum", "plane", "trend"].map(async (name) => {
-    const svg = result ? await drawing(job.name, result.number, `${name}.svg`).catch(() => null) : null;
-    if (shown === result) {
-      by(name).replaceChildren(...(svg ? [svg] : []));
-    }
-  }));
+let isDrawing = false;
+
+/** Draws what is shown, and what is shown by then: the verdict never waits for drawings. */
+async function draw() {
+  if (isDrawing) {
+    return;
+  }
+  isDrawing = true;
+  for (let drawn; drawn !== shown;) {
+    drawn = shown;
+    const svgs = await Promise.all(kDrawings.map((name) =>
+      drawn ? drawing(job?.name, drawn.number, `${name}.svg`).catch(() => null) : null));
+    kDrawings.forEach((name, index) => by(name).replaceChildren(...(svgs[index] ? [svgs[index]] : [])));
+  }
+  isDrawing = false;
 }
 
 function show(result, isFresh = false) {
   shown = result;
   showResult(result, isFresh);
-  return draw(result);
+  draw();
 }
 
 const actions = {
@@ -81,10 +92,11 @@ async function loadJob() {
   showJob(job, jobNames, state());
   if (job === null) {
     by("rows").replaceChildren();
-    return show(null);
+    show(null);
+    return;
   }
   showList();
-  return show(job.measurements.find((result) => result.number === shown?.number && !result.struckOut) ?? last());
+  show(job.measurements.find((result) => result.number === shown?.number && !result.struckOut) ?? last());
 }
 
 async function follow() {
@@ -129,6 +141,10 @@ function takeResult(result) {
   }
   job.measurements.push(result);
   by("rows").prepend(rowOf(result, actions));
+  if (job.measurements.length > kMostRows) {
+    job.measurements.shift();
+    by("rows").lastElementChild.remove();
+  }
   nameDifference();
   if (result.kind === "standard") {
     job.standards.push({ number: result.number, name: result.name });
