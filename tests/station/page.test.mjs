@@ -3,7 +3,7 @@
 
 import assert from "node:assert/strict";
 import { spawn, spawnSync } from "node:child_process";
-import { existsSync, mkdtempSync, rmSync } from "node:fs";
+import { existsSync, mkdtempSync, rmSync, writeFileSync } from "node:fs";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
 import { dirname, join } from "node:path";
@@ -38,6 +38,13 @@ async function until(condition, what) {
 /** The first line that a program prints. */
 const firstLine = (program) => new Promise((done) => program.stdout.once("data", (text) => done(String(text).trim())));
 
+/** Returns the page's address. */
+async function startStation(...options) {
+  station = spawn(cq, ["serve", "--job", "lot.cqjob", "--instrument", "port-1", "--instrument", "port-2", ...options],
+    { cwd: folder, stdio: ["ignore", "pipe", "inherit"] });
+  return (await firstLine(station)).replace("page: ", "");
+}
+
 const tell = (command) => fleet.stdin.write(`:${command}\n`);
 
 beforeEach(async () => {
@@ -48,14 +55,12 @@ beforeEach(async () => {
   fleet = spawn(join(dirname(cq), "cq-virtual-instrument"),
     ["--fleet", "2", "--until-eof", "--link", "port", "--noise", "0", "--measure-time", "20"], { cwd: folder });
   await until(() => existsSync(join(folder, "port-2")), "the instruments");
-  station = spawn(cq, ["serve", "--job", "lot.cqjob", "--instrument", "port-1", "--instrument", "port-2"],
-    { cwd: folder, stdio: ["ignore", "pipe", "inherit"] });
-  const address = (await firstLine(station)).replace("page: ", "");
+  const address = await startStation();
 
   page = await browser.newPage({ viewport: { width: 1280, height: 900 } });
   faults = [];
   page.on("pageerror", (error) => faults.push(String(error)));
-  page.on("console", (message) => message.type() === "error" && !/ERR_|status of/.test(message.text()) && faults.push(message.text()));
+  page.on("console", (message) => message.type() === "error" && !/ERR_|status of|Authentication failed/.test(message.text()) && faults.push(message.text()));
   page.on("request", (request) => {
     if (new URL(request.url()).host !== new URL(address).host) {
       faults.push(request.url());
@@ -160,14 +165,23 @@ test("pulled and back, reloaded, the station away and back: nothing is lost", as
   await page.reload();
   await rowCount(2);
   await shows("#names", "trial 1 against standard 1");
-  const before = await page.textContent("#rows");
-  await page.evaluate(() => { document.title = "the same page"; });
+
   const port = new URL(page.url()).port;
-  const cookie = (await page.context().cookies())[0];
+  const [cookie] = await page.context().cookies();
   assert.equal(cookie.sameSite, "Strict");
   station.kill();
   await shows("#link", "does not answer");
-  assert.ok(port && before);
+  writeFileSync(join(folder, "token"), cookie.value);
+  const undone = spawnSync(cq, ["job", "undo", "lot.cqjob"], { cwd: folder });
+  assert.equal(undone.status, 0, String(undone.stderr));
+  await startStation("--http-port", port, "--token-file", "token");
+  await page.waitForSelector("#rows tr.struck:has-text('trial 1')", { timeout: kPatience });
+  assert.equal(await page.textContent("#link"), "");
+
+  station.kill();
+  await shows("#link", "does not answer");
+  await startStation("--http-port", port);
+  await shows("#link", "new token");
 });
 
 test("the keyboard alone, a scanner, and the second instrument", async () => {

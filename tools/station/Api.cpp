@@ -170,8 +170,9 @@ Response Api::measurement(Journal& journal, const std::string& rest) {
     using Draw = std::optional<std::string> (*)(const cqtool::Job&, const cqtool::JobMeasurement&);
     static const std::map<std::string, Draw> drawings{
         {"spectrum.svg", &spectrumSvg}, {"plane.svg", &planeSvg}, {"trend.svg", &trendSvg}};
-    const auto [number, drawing] = split(rest);
-    const auto wanted = numberIn(number);
+    const auto parts = split(rest);
+    const auto wanted = numberIn(parts.first);
+    const std::string& drawing = parts.second;
     const auto draw = drawings.find(drawing);
     if (!wanted || (!drawing.empty() && draw == drawings.end())) {
         throw NotFound();

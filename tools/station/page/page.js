@@ -115,9 +115,12 @@ async function choose(name) {
 
 // ---- what the station tells
 
-const live = new Live(told, (isOpen) => {
-  by("link").textContent = isOpen ? "" : "The station does not answer. Trying again …";
+const live = new Live(told, async (isOpen) => {
   by("link").classList.toggle("lost", !isOpen);
+  by("link").textContent = isOpen ? "" : "The station does not answer. Trying again …";
+  if (!isOpen && (await fetch("/api/jobs").catch(() => null))?.status === 401) {
+    by("link").textContent = "The station has a new token: open the address that it has printed.";
+  }
 });
 
 function told(message) {
