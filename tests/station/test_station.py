@@ -135,6 +135,10 @@ class Interface(StationTest):
         self.assertEqual([e["event"]["number"] for e in events["events"]],
                          list(range(4, job["lastNumber"] + 1)))
 
+        (pathlib.Path(os.fsdecode(bytes(self.folder) + b"/\xff.cqjob"))).touch()
+        (self.folder / "broken.cqjob").write_text("no job\n")
+        self.assertEqual(self.get("/api/jobs")["jobs"], ["broken", "lot 1"])
+        self.assertEqual(self.request("GET", "/api/jobs/broken")[0], 409)
         self.post("/api/jobs", {"name": "lot 2", "tolerances": ["dE00<=0.5"]}, status=201)
         self.post("/api/jobs", {"name": "../lot 3"}, status=409)
         self.post("/api/instruments/1/job", {"job": "lot 2"})

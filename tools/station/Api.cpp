@@ -129,6 +129,8 @@ void Api::handle(const Request& request, const Respond& respond) {
         respond(refusal(400, error.what()));
     } catch (const Failure& failure) {
         respond(refusal(409, failure.what(), failure.advice()));
+    } catch (const std::exception& error) {
+        respond(refusal(500, error.what()));
     }
 }
 

@@ -40,7 +40,7 @@ std::vector<std::string> Jobs::names() const {
     std::vector<std::string> names;
     std::error_code error;
     for (const auto& file : fs::directory_iterator(folder_, error)) {
-        if (file.path().extension() == kExtension) {
+        if (file.path().extension() == kExtension && isName(file.path().stem().string())) {
             names.push_back(file.path().stem().string());
         }
     }
@@ -101,7 +101,7 @@ void Jobs::refresh() {
     for (const auto& journal : opened()) {
         try {
             journal->refresh();
-        } catch (const cqtool::Failure&) {
+        } catch (const std::exception&) {
             // Whoever writes to it next is told.
         }
     }

@@ -19,7 +19,7 @@ class Jobs {
     /// must neither wait nor call back.
     Jobs(std::filesystem::path folder, std::function<void()> changed);
 
-    /// The names of those in the folder, in their order.
+    /// The names of those in the folder, as far as they are names, and of those that have been opened.
     std::vector<std::string> names() const;
     /// The job of this name, opened if need be; throws cqtool::Failure if there is none.
     std::shared_ptr<Journal> open(const std::string& name);

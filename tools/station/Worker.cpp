@@ -127,11 +127,11 @@ void Worker::run() {
         if (!place_.job.empty()) {
             journal_ = shared_.jobs.open(place_.job);
         }
-    } catch (const Failure& failure) {
-        problem_ = failure.what();
+    } catch (const std::exception& error) {
+        problem_ = error.what();
     }
     tell();
-    find();
+    look();
     while (waitForWork()) {
         work();
     }
@@ -173,25 +173,26 @@ void Worker::work() {
 }
 
 void Worker::look() {
-    if (instrument_ == nullptr) {
-        find();
-    } else if (!instrument_->isThere()) {
-        lose("it was unplugged");
-    } else if (++looks_ % kLooksPerQuestion == 0 && !instrument_->isAnswering()) {
-        lose("it has ended the connection");
+    try {
+        if (instrument_ == nullptr) {
+            find();
+        } else if (!instrument_->isThere()) {
+            lose("it was unplugged");
+        } else if (++looks_ % kLooksPerQuestion == 0 && !instrument_->isAnswering()) {
+            lose("it has ended the connection");
+        }
+    } catch (const std::exception& error) {
+        // Such as an instrument that goes just as it has been found: it is sought again.
+        problem_ = error.what();
+        tell();
     }
 }
 
 void Worker::find() {
     if (place_.isVirtual && virtual_ == nullptr) {
-        try {
-            virtual_ = std::make_unique<cqtool::VirtualInstrument>(
-                cqtool::VirtualInstrument::Kind::instrument,
-                cqtool::splitArguments(place_.virtualOptions));
-        } catch (const std::exception& error) {
-            problem_ = error.what();
-            return tell();
-        }
+        virtual_ = std::make_unique<cqtool::VirtualInstrument>(
+            cqtool::VirtualInstrument::Kind::instrument,
+            cqtool::splitArguments(place_.virtualOptions));
     }
     if (place_.isVirtual) {
         tryPort(virtual_->portName());
