@@ -140,7 +140,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
             return respond(refusal(400, "the address cannot be read"), version, false);
         }
         if (auto refused = hub_.access.refuse(request)) {
-            return respond(std::move(*refused), version, keepsAlive);
+            return respond(std::move(*refused), version, false);  // who may not stay holds no place
         }
         if (request.path == "/api/live") {
             return listen(request);
