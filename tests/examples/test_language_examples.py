@@ -37,11 +37,14 @@ def csharp(name):
 
 
 class LanguageExamples(unittest.TestCase):
-    def run_example(self, command, *arguments, status=0):
+    def run_example(self, command, *arguments, status=0, tries=1):
         if command[0] == "mono" and MONO is None:
             self.skipTest("mono is not installed")
-        done = subprocess.run([*map(str, command), *map(str, arguments)], capture_output=True,
-                              text=True, timeout=60, check=False)
+        for _ in range(tries):
+            done = subprocess.run([*map(str, command), *map(str, arguments)], capture_output=True,
+                                  text=True, timeout=60, check=False)
+            if done.returncode == status:
+                break
         self.assertEqual(done.returncode, status, done.stdout + done.stderr)
         return done.stdout + done.stderr
 
@@ -74,7 +77,8 @@ class LanguageExamples(unittest.TestCase):
     def test_wireless(self):
         for command in (cpp("wireless"), python("wireless"), csharp("Wireless")):
             with self.subTest(str(command[-1])), VirtualInstrument(*ADAPTER) as adapter:
-                printed = self.run_example(command, adapter.port)
+                # A busy machine may make the module miss the times of an opening.
+                printed = self.run_example(command, adapter.port, tries=3)
                 self.assertIn("C4BE84A1B2C5", printed)
                 self.assertIn("VI-000002", printed.splitlines()[-1])  # the strongest
 
