@@ -24,7 +24,8 @@ FIRST_PATCH = (37.5, 12.4, 13.0)
 LAB = re.compile(r"L\* +(-?\d+\.\d+) +a\* +(-?\d+\.\d+) +b\* +(-?\d+\.\d+)")
 LARGEST_DLL = 1_500_000
 SYSTEM_DLLS = {
-    "advapi32", "kernel32", "msvcrt", "ole32", "setupapi", "shell32", "shlwapi", "user32",
+    "advapi32", "kernel32", "msvcrt", "mswsock", "ole32", "setupapi", "shell32", "shlwapi", "user32",
+    "ws2_32",
 }
 STRANGERS_PATIENCE = 60  # seconds from the download to a colour
 LINK = re.compile(r"\]\(([^)#\s]*)(?:#([^)\s]*))?\)")
