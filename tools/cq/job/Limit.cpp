@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "colour/ColorMath.h"
+#include "colour/DifferenceComponents.h"
 #include "Failure.h"
 #include "ResultText.h"
 #include "text/Numbers.h"
@@ -18,8 +19,6 @@ constexpr double kMostLimit = 1000;
 constexpr int kUsualDecimals = 2;
 
 constexpr std::array<const char*, kComponentCount> kComponentNames{"dL", "da", "db", "dC", "dH"};
-constexpr std::array<const char*, kComponentCount> kComponentSymbols{"ΔL*", "Δa*", "Δb*", "ΔC*",
-                                                                     "ΔH*"};
 
 // Indexed by CqDifferenceFormula.
 constexpr std::array<const char*, 7> kFormulaNames{"dEab", "dE94", "dE94t", "dECMC",
@@ -113,11 +112,6 @@ void checkBounds(const Limit& limit, const std::string& text) {
     }
 }
 
-std::array<float, kComponentCount> componentsOf(const CqColorDifference& difference) {
-    return {difference.deltaL, difference.deltaA, difference.deltaB, difference.deltaC,
-            difference.deltaH};
-}
-
 [[noreturn]] void failWithoutSpectrum(const Limit& limit, std::int32_t illuminant,
                                       const RecordEntry& entry) {
     throw Failure(textOf(limit) + " cannot be judged under " + illuminantName(illuminant) + ": '" +
@@ -143,7 +137,7 @@ class Pair {
             return difference(quantity.formula, standard, trial);
         }
         const double component =
-            shortest(componentsOf(compare({}, standard, trial))[quantity.component]);
+            shortest(compare({}, standard, trial).*kDifferenceComponents[quantity.component].value);
         return quantity.isMagnitude ? std::abs(component) : component;
     }
 
@@ -242,7 +236,7 @@ std::string symbolOf(const Quantity& quantity) {
         case Quantity::Kind::metamerism:
             return "MI";
         case Quantity::Kind::component: {
-            const std::string symbol = kComponentSymbols[quantity.component];
+            const std::string symbol = kDifferenceComponents[quantity.component].symbol;
             return quantity.isMagnitude ? '|' + symbol + '|' : symbol;
         }
         case Quantity::Kind::difference:
