@@ -236,7 +236,7 @@ class FreshDebian(PackageTest):
                   "ln -sf pts/ptmx $0/dev/ptmx && exec chroot $0 sh -ec \"$1\"")
         return run("unshare", "--mount", "--pid", "--fork", "sh", "-c", mounts, self.root, script)
 
-    def test_stranger_sees_a_colour_within_a_minute(self):
+    def test_stranger_sees_a_color_within_a_minute(self):
         began = time.monotonic()
         printed = self.inside(
             "apt-get install -y -qq /tmp/libcqapi1_*.deb /tmp/cqapi-tools_*.deb >/tmp/log 2>&1 ||"
@@ -314,7 +314,7 @@ class Zip(PackageTest):
             self.folder / "site", self.root / "bindings/python")
         self.assert_files(self.folder / "site/cqapi", "__init__.py", "py.typed")
 
-    def test_stranger_sees_a_colour(self):
+    def test_stranger_sees_a_color(self):
         self.assert_first_patch(
             run(*self.wine, self.root / "bin/cq.exe", "measure", "standard", "--virtual"))
 

@@ -173,7 +173,7 @@ TEST(Difference, ExactlyOppositeHuesAreDecidedWithoutAngles) {
     }
 }
 
-TEST(Difference, IsNoneOfTheSameColourAndFiniteOfNeutralsAndBlack) {
+TEST(Difference, IsNoneOfTheSameColorAndFiniteOfNeutralsAndBlack) {
     for (std::uint32_t formula = CqDeltaE76; formula <= CqDeltaE99o; ++formula) {
         for (const Triple& color : {Triple{}, Triple{50, 0, 0}, Triple{100, -0.0f, -0.0f},
                                     Triple{30, 1e-30f, 0}, Triple{63.2f, -17.3f, 41.9f}}) {

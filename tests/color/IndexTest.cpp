@@ -304,7 +304,7 @@ TEST(GreyScale, StepsChangeWhereTheStandardSays) {
     }
 }
 
-TEST(GreyScale, ColourCountsAsTheFormulasSay) {
+TEST(GreyScale, ColorCountsAsTheFormulasSay) {
     struct Case {
         ColorData standard;
         ColorData trial;

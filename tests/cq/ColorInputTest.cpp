@@ -1,6 +1,6 @@
 #include <sstream>
 
-#include "colour/ColorInput.h"
+#include "color/ColorInput.h"
 #include "Samples.h"
 
 namespace cqtool {
@@ -97,7 +97,7 @@ TEST(ColorInput, SaysWhereATableIsWrong) {
     }
 }
 
-TEST(ColorInput, TakesColoursFromArguments) {
+TEST(ColorInput, TakesColorsFromArguments) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"50", "-20", "30", "1", "2", "3"},
           std::vector<std::string>{"50,-20,30", "1,2,3"},

@@ -1,6 +1,6 @@
-#include "colour/ChartPatches.h"
-#include "colour/ColorMath.h"
-#include "colour/ColorNames.h"
+#include "color/ChartPatches.h"
+#include "color/ColorMath.h"
+#include "color/ColorNames.h"
 #include "ResultText.h"
 #include "Samples.h"
 
@@ -22,7 +22,7 @@ TEST(ColorNames, AreFoundInAnyCaseAndListedWhenNot) {
     EXPECT_THAT(thrownBy<UsageError>([] { observerNamed("2°"); }), HasSubstr("must be 2 or 10"));
 }
 
-TEST(ColorMath, MakesScreenColours) {
+TEST(ColorMath, MakesScreenColors) {
     EXPECT_EQ(toRgb({{1, 0.5F, 0}}), (Rgb{255, 128, 0}));
     EXPECT_EQ(toRgb({{2, -1, std::nanf("")}}), (Rgb{255, 0, 0}));
     EXPECT_EQ(hexColor({0, 10, 255}), "#000aff");

@@ -72,7 +72,7 @@ TEST(ForeignCsv, TakesSpectraByTheirTitles) {
     }
 }
 
-TEST(ForeignCsv, TakesColoursByTheirTitles) {
+TEST(ForeignCsv, TakesColorsByTheirTitles) {
     const struct {
         const char* titles;
         std::int32_t illuminant = IlluminantD65;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 #include "cqapi/CQApi.h"
 #include "Failure.h"
 

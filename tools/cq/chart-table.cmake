@@ -16,7 +16,7 @@ foreach(line IN LISTS lines)
 endforeach()
 
 file(WRITE ${OUTPUT} "// Generated from data/colorchecker24.csv by tools/cq/chart-table.cmake.
-#include \"colour/ChartPatches.h\"
+#include \"color/ChartPatches.h\"
 
 namespace cqtool {
 

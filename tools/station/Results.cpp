@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 #include "Failure.h"
 #include "report/AbPlotSvg.h"
 #include "report/CurveSvg.h"

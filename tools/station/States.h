@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 
 namespace station {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 
 namespace station {
 namespace {

@@ -22,7 +22,7 @@ class Color(CqTest):
         text = self.cq("color", *arguments, "--format", "csv", **keywords).stdout
         return list(csv.DictReader(io.StringIO(text)))
 
-    def test_known_colours(self):
+    def test_known_colors(self):
         for arguments, space, expected in (
             # The whites of ASTM E308, and half their light, whose L* is 116 * cbrt(0.5) - 16.
             (("--from", "spectrum", white(), "--observer", "2"), "xyz", (95.047, 100, 108.883)),

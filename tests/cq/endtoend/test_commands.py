@@ -49,12 +49,12 @@ class Measure(CqTest):
                       "refuses while it is busy"],
             )
 
-    def test_shows_a_colour_at_once(self):
+    def test_shows_a_color_at_once(self):
         for arguments in (("measure", "standard", "--virtual"), ("--virtual", "measure")):
             shown = self.cq(*arguments).stdout
             self.assertRegex(shown, r"^standard on /dev/\S+, D65/10°\n#[0-9a-f]{6}  L\* +37\.")
 
-    def test_shows_colour_and_spectrum(self):
+    def test_shows_color_and_spectrum(self):
         standard = self.json("measure", "standard", *CALIBRATED, "--space", "lch")
         # The first patch of the chart is a dark skin: L* 37.5, a* 12.4, b* 13.0 for D65/10.
         self.assertAlmostEqual(standard["lab"]["L"], 37.5, delta=0.3)
@@ -153,7 +153,7 @@ class Demo(CqTest):
         self.assertIn(demo["patches"][23]["hex"], report.read_text(encoding="utf-8"))
         self.assertEqual([p.name for p in report.parent.iterdir()], ["report.html"])
 
-    def test_shows_colours_where_they_can_be_seen(self):
+    def test_shows_colors_where_they_can_be_seen(self):
         plain = self.cq("demo", "--virtual-options", "--measure-time 1").stdout
         self.assertEqual(len(re.findall(r"^ ?\d+  \w.*#[0-9a-f]{6} ", plain, re.M)), 24)
         self.assertNotIn("\x1b", plain)

@@ -63,7 +63,7 @@ class Against(CqTest):
         self.refused("measure", "trial", *CALIBRATED, "--against", "37,12,13", "--tolerance",
                      "dE00<=1@A", status=1, says="spectrum")
 
-    def test_a_coloured_terminal_shows_a_large_verdict(self):
+    def test_a_colored_terminal_shows_a_large_verdict(self):
         shown = self.cq("measure", "trial", *CALIBRATED, "--against", "37,12,13", "--tolerance",
                         "dE00<=0.01", "--color", "always").stdout
         plain = re.sub(r"\x1b\[[\d;]*m", "", shown).splitlines()

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "colour/ColorInput.h"
+#include "color/ColorInput.h"
 #include "commands/GivenMeasurement.h"
 #include "commands/Options.h"
 #include "Failure.h"

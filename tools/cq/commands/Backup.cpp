@@ -3,7 +3,7 @@
 #include <memory>
 #include <ostream>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "system/Files.h"

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorInput.h"
-#include "colour/ColorMath.h"
+#include "color/ColorInput.h"
+#include "color/ColorMath.h"
 
 namespace cqtool {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "colour/DifferenceComponents.h"
+#include "color/DifferenceComponents.h"
 #include "Failure.h"
 #include "job/Job.h"
 #include "text/Numbers.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 #include "text/TextTable.h"

@@ -3,8 +3,8 @@
 #include <memory>
 #include <ostream>
 
-#include "colour/ColorJson.h"
-#include "colour/DifferenceComponents.h"
+#include "color/ColorJson.h"
+#include "color/DifferenceComponents.h"
 #include "commands/Commands.h"
 #include "commands/ConvertedColors.h"
 #include "commands/GivenColors.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorInput.h"
+#include "color/ColorInput.h"
 #include "commands/Program.h"
 
 namespace cqtool {

@@ -4,8 +4,8 @@
 #include <ostream>
 #include <string>
 
-#include "colour/ColorJson.h"
-#include "colour/ColorMath.h"
+#include "color/ColorJson.h"
+#include "color/ColorMath.h"
 #include "instrument/RecordLayout.h"
 #include "terminal/Palette.h"
 

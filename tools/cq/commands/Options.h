@@ -4,8 +4,8 @@
 #include <initializer_list>
 #include <string>
 
-#include "colour/ColorNames.h"
-#include "colour/Difference.h"
+#include "color/ColorNames.h"
+#include "color/Difference.h"
 #include "commands/Program.h"
 #include "exchange/Exchange.h"
 #include "instrument/Connection.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "cqapi/CQApi.h"
 #include "instrument/Slaves.h"
 #include "system/Ports.h"

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 #include "commands/Options.h"
 #include "exchange/Exchange.h"
 #include "Failure.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Difference.h"
+#include "color/Difference.h"
 #include "job/Job.h"
 
 namespace cqtool {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "instrument/Slaves.h"
 #include "terminal/Palette.h"
 

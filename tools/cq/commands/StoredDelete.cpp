@@ -1,7 +1,7 @@
 #include <memory>
 #include <ostream>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "commands/Confirmation.h"
 #include "commands/StoredRecords.h"
 #include "Failure.h"

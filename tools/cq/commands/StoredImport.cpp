@@ -2,7 +2,7 @@
 #include <memory>
 #include <ostream>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "commands/StoredRecords.h"
 #include "exchange/Exchange.h"
 #include "Failure.h"

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 #include "Failure.h"
 #include "system/PortTraits.h"
 #include "system/Terminal.h"

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "cqapi/CQApi.h"
 #include "exchange/CgatsTable.h"
 #include "exchange/EntryColumns.h"

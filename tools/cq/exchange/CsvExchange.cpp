@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "colour/ColorJson.h"
-#include "colour/ColorMath.h"
+#include "color/ColorJson.h"
+#include "color/ColorMath.h"
 #include "exchange/EntryColumns.h"
 #include "exchange/Formats.h"
 #include "exchange/SetViewing.h"

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <iterator>
 
-#include "colour/ColorInput.h"
-#include "colour/ColorJson.h"
-#include "colour/ColorMath.h"
+#include "color/ColorInput.h"
+#include "color/ColorJson.h"
+#include "color/ColorMath.h"
 #include "cqapi/CQApi.h"
 #include "exchange/Formats.h"
 #include "exchange/SetViewing.h"

@@ -5,7 +5,7 @@
 #include <limits>
 #include <span>
 
-#include "colour/ColorInput.h"
+#include "color/ColorInput.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
 #include "text/Numbers.h"

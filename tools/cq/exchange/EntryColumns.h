@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColumnTitles.h"
+#include "color/ColumnTitles.h"
 #include "exchange/Exchange.h"
 
 namespace cqtool {

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "colour/ColorJson.h"
-#include "colour/ColorMath.h"
+#include "color/ColorJson.h"
+#include "color/ColorMath.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
 #include "report/RecordReport.h"

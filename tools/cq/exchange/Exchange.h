@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "colour/ColorNames.h"
-#include "colour/Spectrum.h"
+#include "color/ColorNames.h"
+#include "color/Spectrum.h"
 #include "cqapi/CQApi.h"
 #include "instrument/RecordLayout.h"
 #include "text/Time.h"

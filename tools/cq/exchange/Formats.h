@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "exchange/Exchange.h"
 
 /// \file

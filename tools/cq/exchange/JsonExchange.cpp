@@ -2,9 +2,9 @@
 #include <cmath>
 #include <limits>
 
-#include "colour/ColorInput.h"
-#include "colour/ColorJson.h"
-#include "colour/ColorMath.h"
+#include "color/ColorInput.h"
+#include "color/ColorJson.h"
+#include "color/ColorMath.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
 

@@ -5,8 +5,8 @@
 #include <limits>
 #include <set>
 
-#include "colour/ColorInput.h"
-#include "colour/ColorMath.h"
+#include "color/ColorInput.h"
+#include "color/ColorMath.h"
 #include "exchange/Formats.h"
 #include "exchange/QtxFile.h"
 #include "exchange/SetViewing.h"

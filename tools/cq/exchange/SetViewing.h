@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "colour/ColorNames.h"
+#include "color/ColorNames.h"
 
 namespace cqtool {
 

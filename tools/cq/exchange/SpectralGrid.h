@@ -3,7 +3,7 @@
 #include <span>
 #include <string>
 
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 
 namespace cqtool {
 

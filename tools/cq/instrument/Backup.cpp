@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "Failure.h"
 #include "instrument/Records.h"
 #include "instrument/WhiteBoard.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 #include "cqapi/CQApi.h"
 
 namespace cqtool {

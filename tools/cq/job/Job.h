@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "exchange/Exchange.h"
 #include "job/Limit.h"
 

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <string_view>
 
-#include "colour/ColorMath.h"
-#include "colour/DifferenceComponents.h"
+#include "color/ColorMath.h"
+#include "color/DifferenceComponents.h"
 #include "Failure.h"
 #include "ResultText.h"
 #include "text/Numbers.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorNames.h"
-#include "colour/Difference.h"
+#include "color/ColorNames.h"
+#include "color/Difference.h"
 #include "exchange/Exchange.h"
 
 namespace cqtool {

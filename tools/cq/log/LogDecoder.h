@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "log/LogLines.h"
 #include "log/LogPattern.h"
 #include "log/WiredPacket.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "colour/ColorNames.h"
+#include "color/ColorNames.h"
 #include "exchange/Exchange.h"
 #include "manual/CompletionModel.h"
 #include "text/Text.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 #include "report/Tolerance.h"
 
 namespace cqtool {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "colour/ChartPatches.h"
-#include "colour/ColorMath.h"
+#include "color/ChartPatches.h"
+#include "color/ColorMath.h"
 
 namespace cqtool {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 
 namespace cqtool {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 
 namespace cqtool {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 #include "report/Comparison.h"
 #include "report/ReportText.h"
 

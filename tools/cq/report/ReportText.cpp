@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "colour/ColorNames.h"
+#include "color/ColorNames.h"
 #include "report/Comparison.h"
 #include "report/Html.h"
 #include "text/Numbers.h"

@@ -3,7 +3,7 @@
 #include <array>
 #include <vector>
 
-#include "colour/Difference.h"
+#include "color/Difference.h"
 
 namespace cqtool {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 
 namespace cqtool {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 
 namespace cqtool {
 

@@ -1,4 +1,4 @@
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 
 #include <algorithm>
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstddef>
 
-#include "colour/Spectrum.h"
+#include "color/Spectrum.h"
 
 namespace cqtool {
 

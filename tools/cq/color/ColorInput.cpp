@@ -1,12 +1,12 @@
-#include "colour/ColorInput.h"
+#include "color/ColorInput.h"
 
 #include <algorithm>
 #include <iterator>
 #include <optional>
 #include <string_view>
 
-#include "colour/ColumnTitles.h"
-#include "colour/Spectrum.h"
+#include "color/ColumnTitles.h"
+#include "color/Spectrum.h"
 #include "Failure.h"
 #include "text/Numbers.h"
 #include "text/Text.h"

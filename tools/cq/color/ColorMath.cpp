@@ -1,4 +1,4 @@
-#include "colour/ColorMath.h"
+#include "color/ColorMath.h"
 
 #include <algorithm>
 #include <cmath>

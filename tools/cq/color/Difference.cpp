@@ -1,4 +1,4 @@
-#include "colour/Difference.h"
+#include "color/Difference.h"
 
 #include <algorithm>
 #include <cstddef>

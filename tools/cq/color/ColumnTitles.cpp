@@ -1,4 +1,4 @@
-#include "colour/ColumnTitles.h"
+#include "color/ColumnTitles.h"
 
 #include <algorithm>
 #include <charconv>

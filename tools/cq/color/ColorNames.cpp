@@ -1,4 +1,4 @@
-#include "colour/ColorNames.h"
+#include "color/ColorNames.h"
 
 #include <algorithm>
 

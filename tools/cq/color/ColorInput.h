@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "colour/ColorNames.h"
+#include "color/ColorNames.h"
 #include "cqapi/CQApi.h"
 #include "text/Csv.h"
 

@@ -1,4 +1,4 @@
-#include "colour/ColorJson.h"
+#include "color/ColorJson.h"
 
 #include <cstdio>
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "colour/ColorMath.h"
-#include "colour/ColorNames.h"
-#include "colour/Spectrum.h"
+#include "color/ColorMath.h"
+#include "color/ColorNames.h"
+#include "color/Spectrum.h"
 
 namespace cqtool {
 

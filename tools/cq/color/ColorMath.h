@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <string>
 
-#include "colour/ColorNames.h"
-#include "colour/Difference.h"
-#include "colour/Spectrum.h"
+#include "color/ColorNames.h"
+#include "color/Difference.h"
+#include "color/Spectrum.h"
 #include "cqapi/CQApi.h"
 
 namespace cqtool {
