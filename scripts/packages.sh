@@ -40,10 +40,13 @@ need() {
             apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-# Where ccache is installed nothing is compiled twice, in whatever build folder.
-if command -v ccache >/dev/null; then
-    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1
-fi
+# Where ccache is installed nothing is compiled twice, in whatever folder under build/.
+use_ccache() {
+    command -v ccache >/dev/null || return 0
+    export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    export CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$PWD
+}
+use_ccache
 
 # quietly LOG COMMAND...: what it prints goes to the log, whose end is shown when it fails.
 quietly() {
