@@ -90,6 +90,7 @@ bool CommunicationClient::open(const std::string& portName, Deadline deadline) {
     waitUntilQuiet(port_, deadline);
     assert(!receivingThread_.joinable() && "receiving_thread_ == nullptr");
     watchdogMustStop_ = false;
+    isGoodbyeSaid_ = false;
     receivingThread_ = std::thread([this] { receivingLoop(); });
     watchdogThread_ = std::thread([this] { watchdogLoop(); });
     return true;
@@ -138,6 +139,7 @@ void CommunicationClient::closePort() {
     if (lock && port_.isOpen() && link_.hasSession()) {
         port_.setWriteTimeout(kGoodbyePatience);
         link_.requestDisconnect(now());
+        tellWatchdog(isGoodbyeSaid_);
         for (int round = 0; round < kGoodbyeRounds && link_.hasSession() && port_.isOpen();
              ++round) {
             sessionEnded_.wait_for(lock, kGoodbyeRound, [this] { return !link_.hasSession(); });
@@ -151,11 +153,7 @@ void CommunicationClient::close() {
     if (receivingThread_.get_id() == std::this_thread::get_id()) {
         throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
     }
-    {
-        const std::lock_guard lock(watchdogMutex_);
-        watchdogMustStop_ = true;
-    }
-    watchdogStop_.notify_all();
+    tellWatchdog(watchdogMustStop_);
     for (std::thread* thread : {&receivingThread_, &watchdogThread_}) {
         if (thread->joinable()) {
             thread->join();
@@ -220,9 +218,19 @@ void CommunicationClient::takeIn(std::span<const std::uint8_t> bytes) {
     }
 }
 
+void CommunicationClient::tellWatchdog(bool& flag) {
+    {
+        const std::lock_guard lock(watchdogMutex_);
+        flag = true;
+    }
+    watchdogWake_.notify_all();
+}
+
 void CommunicationClient::watchdogLoop() {
     std::unique_lock lock(watchdogMutex_);
-    while (!watchdogStop_.wait_for(lock, kWatchdogPeriod, [this] { return watchdogMustStop_; })) {
+    // Until a goodbye is said there is nothing that could be late.
+    watchdogWake_.wait(lock, [this] { return isGoodbyeSaid_ || watchdogMustStop_; });
+    while (!watchdogWake_.wait_for(lock, kWatchdogPeriod, [this] { return watchdogMustStop_; })) {
         // Not held together with the link mutex: whoever holds that may be stopping this thread.
         lock.unlock();
         {

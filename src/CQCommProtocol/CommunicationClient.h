@@ -78,6 +78,7 @@ class CommunicationClient {
     bool isStuckInWrite(TimePoint since) const;
     void receivingLoop();
     void takeIn(std::span<const std::uint8_t> bytes);
+    void tellWatchdog(bool& flag);
     void watchdogLoop();
 
     SerialPort port_;
@@ -89,8 +90,9 @@ class CommunicationClient {
 
     std::thread receivingThread_;
     std::thread watchdogThread_;
-    std::mutex watchdogMutex_;  // guards the request to stop
-    std::condition_variable watchdogStop_;
+    std::mutex watchdogMutex_;  // guards what it is told
+    std::condition_variable watchdogWake_;
+    bool isGoodbyeSaid_ = false;
     bool watchdogMustStop_ = false;
 };
 

@@ -140,6 +140,13 @@ TEST_F(CommunicationClientTest, WaitsHalfASecondForTheAnswerToItsGoodbye) {
     EXPECT_FALSE(client.hasSession());
 }
 
+TEST_F(CommunicationClientTest, EndsTheSessionWhenTheGoodbyeStaysUnanswered) {
+    connect();
+    client.closePort();
+    EXPECT_TRUE(listener.hears("disconnected"));
+    EXPECT_FALSE(client.hasSession());
+}
+
 // The instrument is still sending to a host that was killed. The beginning of a long packet would
 // swallow everything that comes within five seconds, the answer to the shake-hands as well.
 TEST_F(CommunicationClientTest, LetsTheLineGetQuietBeforeTheShakeHands) {
