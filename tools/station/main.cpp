@@ -98,7 +98,9 @@ void serve(const Options& options, cqtool::Interrupt& interrupt) {
               << (options.tokenFile.empty() ? "?token=" + access.token() : std::string())
               << std::endl;
     if (options.opensBrowser) {
-        cqtool::openInBrowser(address + "?once=" + access.once());
+        cqtool::openInBrowser(address + "?once=" + access.once(), [] {
+            std::cerr << "cq: no browser could be started\nopen the page's address in one\n";
+        });
     }
     {
         const auto stop = interrupt.onInterrupt([&server] { server.stop(); });

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,7 +49,8 @@ class ChildProcess {
 /// Returns the program's exit status; throws std::system_error when it cannot be started.
 int runInstead(const std::filesystem::path& program, const std::vector<std::string>& arguments);
 
-/// Opens a page with the program that the desktop has for it; nothing happens where there is none.
-void openInBrowser(const std::string& address);
+/// Opens a page with the program that the desktop has for it. Where there is none, or it fails, the
+/// second one is called, perhaps later and on another thread.
+void openInBrowser(const std::string& address, std::function<void()> failed);
 
 }  // namespace cqtool

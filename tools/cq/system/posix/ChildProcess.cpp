@@ -197,7 +197,7 @@ int runInstead(const std::filesystem::path& program, const std::vector<std::stri
     throw std::system_error(errno, std::generic_category());
 }
 
-void openInBrowser(const std::string& address) {
+void openInBrowser(const std::string& address, std::function<void()> failed) {
     std::string program = "xdg-open";
     std::string argument = address;
     const std::array<char*, 3> argv{program.data(), argument.data(), nullptr};
@@ -206,9 +206,27 @@ void openInBrowser(const std::string& address) {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         posix_spawn_file_actions_addopen(&files, stream, "/dev/null", O_RDWR, 0);
     }
-    pid_t ignored = 0;
-    ::posix_spawnp(&ignored, argv.front(), &files, nullptr, argv.data(), environ);
+    // Ctrl-C is not for the browser, which may be this program's child.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    pid_t child = 0;
+    const int error =
+        ::posix_spawnp(&child, argv.front(), &files, &attributes, argv.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&files);
+    if (error != 0) {
+        return failed();
+    }
+    std::thread([child, failed = std::move(failed)] {
+        int status = 0;
+        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+        if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+            failed();
+        }
+    }).detach();
 }
 
 }  // namespace cqtool

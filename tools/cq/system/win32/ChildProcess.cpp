@@ -244,8 +244,13 @@ int runInstead(const std::filesystem::path& program, const std::vector<std::stri
     return static_cast<int>(status);
 }
 
-void openInBrowser(const std::string& address) {
-    ShellExecuteA(nullptr, "open", address.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+void openInBrowser(const std::string& address, std::function<void()> failed) {
+    constexpr INT_PTR kLastError = 32;
+    const auto result =
+        ShellExecuteA(nullptr, "open", address.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+    if (reinterpret_cast<INT_PTR>(result) <= kLastError) {
+        failed();
+    }
 }
 
 }  // namespace cqtool
