@@ -48,8 +48,8 @@ TEST(ChartPatches, AreThePublishedChart) {
 }
 
 TEST(ResultText, ExplainsEveryFailure) {
-    EXPECT_STREQ(resultText(CQ_UNCALIBRATED), "uncalibrated");
-    EXPECT_STREQ(resultText(20), "unknown error");
+    EXPECT_STREQ(cqGetResultText(CQ_UNCALIBRATED), "uncalibrated");
+    EXPECT_STREQ(cqGetResultText(20), "unknown error");
     EXPECT_NO_THROW(check(CQ_NO_ERROR, Operation::readStatus));
     for (std::uint32_t code = 1; code <= 25; ++code) {
         try {
@@ -57,7 +57,7 @@ TEST(ResultText, ExplainsEveryFailure) {
             FAIL() << "code " << code << " was taken for success";
         } catch (const Failure& failure) {
             EXPECT_THAT(failure.what(), HasSubstr("(" + std::to_string(code) + ")"));
-            EXPECT_THAT(failure.what(), HasSubstr(resultText(code)));
+            EXPECT_THAT(failure.what(), HasSubstr(cqGetResultText(code)));
             EXPECT_THAT(failure.advice(), Not(testing::IsEmpty()));
         }
     }

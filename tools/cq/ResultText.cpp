@@ -92,10 +92,6 @@ std::string adviceForScan(std::uint32_t code) {
 
 }  // namespace
 
-const char* resultText(std::uint32_t code) {
-    return cqGetResultText(code);
-}
-
 std::string advice(std::uint32_t code, Operation operation) {
     if (operation == Operation::scan) {
         return adviceForScan(code);
@@ -144,7 +140,7 @@ std::string advice(std::uint32_t code, Operation operation) {
 }
 
 std::string failureText(std::uint32_t code, Operation operation) {
-    return std::string(nameOf(operation)) + " failed: " + resultText(code) + " (" +
+    return std::string(nameOf(operation)) + " failed: " + cqGetResultText(code) + " (" +
            std::to_string(code) + ")";
 }
 

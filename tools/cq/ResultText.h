@@ -29,9 +29,6 @@ enum class Operation {
     writeParameter,
 };
 
-/// The text of a result code, for which the library has no function.
-const char* resultText(std::uint32_t code);
-
 /// What the user can do about this code from this operation. Never empty for a failure.
 std::string advice(std::uint32_t code, Operation operation);
 

@@ -127,7 +127,7 @@ std::optional<Pressed> ButtonListener::next(ExitStatus whenInterrupted) {
         }
         queue_.reset();
         connection_.reset();
-        notes_ << "cq: " << resultText(code)
+        notes_ << "cq: " << cqGetResultText(code)
                << "; waiting for the instrument to come back, Ctrl-C ends" << std::endl;
         reopen(whenInterrupted);
         notes_ << "back on " << connection_->portName() << std::endl;

@@ -1,8 +1,8 @@
 #include "instrument/Slaves.h"
 
 #include <algorithm>
-#include <memory>
 
+#include "cqapi/CQApi.hpp"
 #include "Failure.h"
 #include "ResultText.h"
 #include "system/Ports.h"
@@ -10,41 +10,24 @@
 #include "text/Text.h"
 
 namespace cqtool {
-namespace {
 
-struct Release {
-    void operator()(CqBleSlave* list) const { cqFree(list); }
-};
-
-bool isEnd(const CqBleSlave& entry) {
-    return entry.name[0] == '\0' && entry.address[0] == '\0' && entry.rssi == 0;
-}
-
-}  // namespace
-
-std::vector<Slave> slavesOf(const CqBleSlave* list) {
+std::vector<Slave> scanSlaves(const std::string& adapterPort) {
+    const StatusLine status("scanning for wireless instruments through " + adapterPort);
     std::vector<Slave> slaves;
-    for (; list != nullptr && !isEnd(*list); ++list) {
-        slaves.push_back({printableText(list->name, sizeof list->name),
-                          printableText(list->address, sizeof list->address), list->rssi});
+    try {
+        for (const cqapi::Slave& found : cqapi::scan(adapterPort)) {
+            slaves.push_back({shown(found.name), shown(found.address), found.rssi});
+        }
+    } catch (const cqapi::Error& error) {
+        throw Failure(failureText(error.code(), Operation::scan),
+                      error.code() == CQ_FAIL_TO_OPEN
+                          ? adviceForFailedOpen(adapterPort, PortUse::adapter)
+                          : advice(error.code(), Operation::scan));
     }
     // The library connects to the first of equals.
     std::stable_sort(slaves.begin(), slaves.end(),
                      [](const Slave& one, const Slave& other) { return one.rssi > other.rssi; });
     return slaves;
-}
-
-std::vector<Slave> scanSlaves(const std::string& adapterPort) {
-    const StatusLine status("scanning for wireless instruments through " + adapterPort);
-    CqBleSlave* found = nullptr;
-    const std::uint32_t code = cqScanBleSlaves(adapterPort.c_str(), &found);
-    const std::unique_ptr<CqBleSlave, Release> list(found);
-    if (code == CQ_FAIL_TO_OPEN) {
-        throw Failure(failureText(code, Operation::scan),
-                      adviceForFailedOpen(adapterPort, PortUse::adapter));
-    }
-    check(code, Operation::scan);
-    return slavesOf(list.get());
 }
 
 }  // namespace cqtool

@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "cqapi/CQApi.h"
-
 namespace cqtool {
 
 /// A wireless instrument, or another peripheral, that the adapter has heard.
@@ -15,11 +13,7 @@ struct Slave {
     std::int32_t rssi = 0;  ///< strength of its signal in dBm
 };
 
-/// The entries of a list as the library gives it, the strongest signal first.
-/// \param list ends with an entry of zeros; null for an empty list.
-std::vector<Slave> slavesOf(const CqBleSlave* list);
-
-/// Scans with the adapter on this port. Takes 2 to 5 s, which Ctrl-C does not shorten. Throws
+/// Scans with the adapter on this port, the strongest signal first. Takes 2 to 5 s, which Ctrl-C does not shorten. Throws
 /// Failure.
 std::vector<Slave> scanSlaves(const std::string& adapterPort);
 

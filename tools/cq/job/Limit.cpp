@@ -18,8 +18,6 @@ namespace {
 constexpr double kMostLimit = 1000;
 constexpr int kUsualDecimals = 2;
 
-constexpr std::array<const char*, kComponentCount> kComponentNames{"dL", "da", "db", "dC", "dH"};
-
 // Indexed by CqDifferenceFormula.
 constexpr std::array<const char*, 7> kFormulaNames{"dEab", "dE94", "dE94t", "dECMC",
                                                    "dE00", "dE99", "dE99o"};
@@ -65,8 +63,8 @@ std::optional<Quantity> componentIn(std::string text) {
     if (text.ends_with('*')) {
         text.pop_back();
     }
-    for (std::size_t i = 0; i < kComponentNames.size(); ++i) {
-        if (text == lowerCase(kComponentNames[i])) {
+    for (std::size_t i = 0; i < kDifferenceComponents.size(); ++i) {
+        if (text == lowerCase(kDifferenceComponents[i].name)) {
             return Quantity{Quantity::Kind::component, {}, i, isMagnitude};
         }
     }
@@ -219,7 +217,7 @@ std::string nameOf(const Quantity& quantity) {
         case Quantity::Kind::metamerism:
             return "MI";
         case Quantity::Kind::component: {
-            const std::string name = kComponentNames[quantity.component];
+            const std::string name = kDifferenceComponents[quantity.component].name;
             return quantity.isMagnitude ? '|' + name + '|' : name;
         }
         case Quantity::Kind::difference:

@@ -13,9 +13,6 @@
 
 namespace cqtool {
 
-/// ΔL*, Δa*, Δb*, ΔC*, ΔH*.
-inline constexpr std::size_t kComponentCount = 5;
-
 /// A number that a trial's difference from its standard is judged by.
 struct Quantity {
     enum class Kind {
@@ -25,7 +22,7 @@ struct Quantity {
     };
     Kind kind = Kind::difference;
     DifferenceFormula formula;  ///< of a difference; the index of metamerism is by its own
-    std::size_t component = 0;  ///< 0 to 4: ΔL* Δa* Δb* ΔC* ΔH*
+    std::size_t component = 0;  ///< index into kDifferenceComponents
     bool isMagnitude = false;   ///< of a component, without its sign: "|dL|"
 
     bool operator==(const Quantity&) const = default;

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "report/Html.h"
+#include "report/Svg.h"
 #include "text/Numbers.h"
 
 namespace cqtool {
@@ -29,14 +30,7 @@ double rangeOf(const AbPlot& plot) {
     for (const auto& outline : plot.outlines) {
         std::for_each(outline.begin(), outline.end(), widen);
     }
-    most *= kRoom;
-    const double power = std::pow(10.0, std::floor(std::log10(most)));
-    for (const double step : {1.0, 2.0, 5.0}) {
-        if (most <= step * power) {
-            return step * power;
-        }
-    }
-    return 10 * power;
+    return roundStep(kRoom * most);
 }
 
 /// Turns a* and b* into coordinates of the drawing.
@@ -55,12 +49,12 @@ class Scale {
             svg += line(cssClass, value, -range_, value, range_);
             svg += line(cssClass, -range_, value, range_, value);
             if (i != 0) {
-                svg += label(x(value), kSize - kMargin + 12, "middle", digitsOf(value));
-                svg += label(kMargin - 4, y(value) + 3, "end", digitsOf(value));
+                svg += svgLabel(x(value), kSize - kMargin + 12, "middle", digitsOf(value));
+                svg += svgLabel(kMargin - 4, y(value) + 3, "end", digitsOf(value));
             }
         }
-        svg += label(kSize - 2, kMiddle - 5, "end", plot.horizontal);
-        return svg + label(kMiddle, kMargin - 8, "middle", plot.vertical);
+        svg += svgLabel(kSize - 2, kMiddle - 5, "end", plot.horizontal);
+        return svg + svgLabel(kMiddle, kMargin - 8, "middle", plot.vertical);
     }
 
     std::string outline(const std::vector<AbOffset>& places) const {
@@ -82,14 +76,7 @@ class Scale {
 
   private:
     std::string line(const char* cssClass, double a1, double b1, double a2, double b2) const {
-        return "<line class=\"" + std::string(cssClass) + "\" x1=\"" + fixed(x(a1), 1) +
-               "\" y1=\"" + fixed(y(b1), 1) + "\" x2=\"" + fixed(x(a2), 1) + "\" y2=\"" +
-               fixed(y(b2), 1) + "\"/>";
-    }
-
-    static std::string label(double x, double y, const char* anchor, const std::string& text) {
-        return "<text x=\"" + fixed(x, 1) + "\" y=\"" + fixed(y, 1) + "\" text-anchor=\"" + anchor +
-               "\">" + text + "</text>";
+        return svgLine(cssClass, x(a1), y(b1), x(a2), y(b2));
     }
 
     double range_;
@@ -99,16 +86,14 @@ class Scale {
 
 std::string abPlotSvg(const AbPlot& plot, const std::string& description) {
     const Scale scale(rangeOf(plot));
-    std::string svg = "<svg class=\"plane\" viewBox=\"0 0 " + fixed(kSize, 0) + " " +
-                      fixed(kSize, 0) + "\" role=\"img\" aria-label=\"" + description + "\">" +
-                      scale.axes(plot);
+    std::string svg = scale.axes(plot);
     for (const auto& outline : plot.outlines) {
         svg += scale.outline(outline);
     }
     for (const AbMark& mark : plot.marks) {
         svg += scale.mark(mark);
     }
-    return svg + "</svg>";
+    return svgDrawing("plane", kSize, kSize, description, svg);
 }
 
 }  // namespace cqtool

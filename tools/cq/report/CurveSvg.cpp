@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "report/Svg.h"
 #include "text/Numbers.h"
 
 namespace cqtool {
@@ -25,28 +26,18 @@ double heightOf(double value, double top) {
     return kBottom - (kBottom - kTop) * std::clamp(value / top, 0.0, 1.0);
 }
 
-std::string line(double x1, double y1, double x2, double y2) {
-    return "<line class=\"grid\" x1=\"" + fixed(x1, 1) + "\" y1=\"" + fixed(y1, 1) + "\" x2=\"" +
-           fixed(x2, 1) + "\" y2=\"" + fixed(y2, 1) + "\"/>";
-}
-
-std::string label(double x, double y, const char* anchor, const std::string& text) {
-    return "<text x=\"" + fixed(x, 1) + "\" y=\"" + fixed(y, 1) + "\" text-anchor=\"" + anchor +
-           "\">" + text + "</text>";
-}
-
 std::string scales(double top) {
     std::string svg;
     for (const double value : {0.0, top / 2, top}) {
         const double y = heightOf(value, top);
-        svg += line(kLeft, y, kRight, y);
-        svg += label(kLeft - 4, y + 3, "end", fixed(value, top < 1 ? 2 : 1));
+        svg += svgLine("grid", kLeft, y, kRight, y);
+        svg += svgLabel(kLeft - 4, y + 3, "end", fixed(value, top < 1 ? 2 : 1));
     }
     for (int nanometres = kFirstWavelength; nanometres <= kLastWavelength;
          nanometres += kWavelengthTick) {
         const bool isLast = nanometres == kLastWavelength;
-        svg += label(placeOf(nanometres), kBottom + 13, isLast ? "end" : "middle",
-                     std::to_string(nanometres) + (isLast ? " nm" : ""));
+        svg += svgLabel(placeOf(nanometres), kBottom + 13, isLast ? "end" : "middle",
+                        std::to_string(nanometres) + (isLast ? " nm" : ""));
     }
     return svg;
 }
@@ -67,12 +58,11 @@ std::string curveSvg(const std::vector<SvgCurve>& curves, const std::string& des
     for (const SvgCurve& curve : curves) {
         top = std::max(top, scaleTop(curve.spectrum));
     }
-    std::string svg = "<svg viewBox=\"0 0 " + fixed(kWidth, 0) + " " + fixed(kHeight, 0) +
-                      "\" role=\"img\" aria-label=\"" + description + "\">" + scales(top);
+    std::string svg = scales(top);
     for (const SvgCurve& one : curves) {
         svg += curve(one, top);
     }
-    return svg + "</svg>";
+    return svgDrawing("", kWidth, kHeight, description, svg);
 }
 
 }  // namespace cqtool

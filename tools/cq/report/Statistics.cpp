@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "color/DifferenceComponents.h"
 #include "report/ReportText.h"
 
 namespace cqtool {
@@ -104,7 +105,7 @@ std::vector<QuantityStatistics> statisticsOf(const Job& job, const std::vector<R
             }
         }
     }
-    for (std::size_t component = 0; component < kComponentCount; ++component) {
+    for (std::size_t component = 0; component < kDifferenceComponents.size(); ++component) {
         add({Quantity::Kind::component, {}, component}, job.viewing.illuminants.front());
     }
     std::erase_if(all, [](const QuantityStatistics& one) { return one.values.count == 0; });

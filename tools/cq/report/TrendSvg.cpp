@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "report/Html.h"
+#include "report/Svg.h"
 #include "text/Numbers.h"
 
 namespace cqtool {
@@ -20,17 +21,6 @@ constexpr double kTrendRoom = 1.08;
 constexpr double kLeastSpan = 0.1;
 /// Beyond it marks would cover each other: only those that do not pass stand out from the line.
 constexpr std::size_t kMostMarks = 80;
-
-/// The first of 1, 2, 5 times a power of ten that is not below the value.
-double roundStep(double value) {
-    const double power = std::pow(10.0, std::floor(std::log10(value)));
-    for (const double step : {1.0, 2.0, 5.0}) {
-        if (value <= step * power) {
-            return step * power;
-        }
-    }
-    return 10 * power;
-}
 
 class TrendDrawing {
   public:
@@ -92,18 +82,16 @@ class TrendDrawing {
         const auto last = static_cast<int>(std::lround((most_ - least_) / step_));
         for (int i = 0; i <= last; ++i) {
             const double value = least_ + i * step_;
-            const std::string height = fixed(y(value), 1);
-            svg += "<line class=\"" + std::string(std::abs(value) < step_ / 2 ? "axis" : "grid") +
-                   "\" x1=\"" + fixed(kTrendLeft, 1) + "\" y1=\"" + height + "\" x2=\"" +
-                   fixed(kTrendRight, 1) + "\" y2=\"" + height + "\"/>";
-            svg += label(kTrendLeft - 4, y(value) + 3, "end",
-                         fixed(value, step_ < 0.1 ? 2
-                                      : step_ < 1 ? 1
-                                                  : 0));
+            svg += svgLine(std::abs(value) < step_ / 2 ? "axis" : "grid", kTrendLeft, y(value),
+                           kTrendRight, y(value));
+            svg += svgLabel(kTrendLeft - 4, y(value) + 3, "end",
+                            fixed(value, step_ < 0.1 ? 2
+                                         : step_ < 1 ? 1
+                                                     : 0));
         }
-        svg += label(x(0), kTrendBottom + 13, "start", "trial 1");
-        return svg + label(x(points_.size() - 1), kTrendBottom + 13, "end",
-                           std::to_string(points_.size()));
+        svg += svgLabel(x(0), kTrendBottom + 13, "start", "trial 1");
+        return svg + svgLabel(x(points_.size() - 1), kTrendBottom + 13, "end",
+                              std::to_string(points_.size()));
     }
 
     static std::string mark(const TrendPoint& point, double x, double y) {
@@ -124,11 +112,6 @@ class TrendDrawing {
                "</g>";
     }
 
-    static std::string label(double x, double y, const char* anchor, const std::string& text) {
-        return "<text x=\"" + fixed(x, 1) + "\" y=\"" + fixed(y, 1) + "\" text-anchor=\"" + anchor +
-               "\">" + text + "</text>";
-    }
-
     const std::vector<TrendPoint>& points_;
     const std::vector<TrendLine>& lines_;
     double step_ = 1;
@@ -140,9 +123,8 @@ class TrendDrawing {
 
 std::string trendSvg(const std::vector<TrendPoint>& points, const std::vector<TrendLine>& lines,
                      const std::string& description) {
-    return "<svg class=\"trend\" viewBox=\"0 0 " + fixed(kTrendWidth, 0) + " " +
-           fixed(kTrendHeight, 0) + "\" role=\"img\" aria-label=\"" + description + "\">" +
-           TrendDrawing(points, lines).svg() + "</svg>";
+    return svgDrawing("trend", kTrendWidth, kTrendHeight, description,
+                      TrendDrawing(points, lines).svg());
 }
 
 }  // namespace cqtool

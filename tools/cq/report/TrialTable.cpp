@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "color/DifferenceComponents.h"
 #include "report/Html.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
@@ -34,7 +35,7 @@ std::vector<Column> columnsOf(const Job& job, const ReportView& view) {
             columns.push_back({{Quantity::Kind::difference, {known, {}}}, true});
         }
     }
-    for (std::size_t component = 0; component < kComponentCount; ++component) {
+    for (std::size_t component = 0; component < kDifferenceComponents.size(); ++component) {
         columns.push_back({{Quantity::Kind::component, {}, component}});
     }
     if (job.viewing.illuminants.size() > 1) {
