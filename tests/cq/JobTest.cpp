@@ -11,9 +11,11 @@
 #include <thread>
 
 #include "../peer/Rounds.h"
+#include "job/JobEvents.h"
 #include "job/JobFile.h"
 #include "Samples.h"
 #include "system/Files.h"
+#include "text/Json.h"
 #include "text/Time.h"
 
 namespace cqtool {

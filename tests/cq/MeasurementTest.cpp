@@ -1,6 +1,7 @@
 #include "commands/MeasurementView.h"
 #include "instrument/Records.h"
 #include "Samples.h"
+#include "text/Json.h"
 
 namespace cqtool {
 namespace {
@@ -16,7 +17,7 @@ TEST(MeasurementView, SaysWhenARecordHasNoSpectrum) {
     CqMeasurementRecord noise;
     std::fill(std::begin(noise.bytes), std::end(noise.bytes), std::uint8_t{0xFF});
     const MeasurementView view = viewIn("lab");
-    const Json json = view.json(view.of(noise, false));
+    const Json json = readable(view.json(view.of(noise, false)));
     EXPECT_EQ(json["kind"], "trial");
     EXPECT_THAT(json["problem"].get<std::string>(),
                 HasSubstr("no plausible spectrum at offset 64"));

@@ -8,6 +8,7 @@
 #include "Samples.h"
 #include "terminal/StatusLine.h"
 #include "text/IndexList.h"
+#include "text/Json.h"
 
 namespace cqtool {
 namespace {
@@ -59,7 +60,7 @@ TEST(MeasurementSeries, AveragesSpectraAndTellsTheSpread) {
     EXPECT_NEAR(average.measurement.lab.values[0], 76.07, 0.01);
     EXPECT_NEAR(average.meanDeltaEab, (6.60 + 5.77) / 2, 0.02);
     EXPECT_NEAR(average.mostDeltaEab, 6.60, 0.02);
-    EXPECT_FALSE(view.json(average.measurement).contains("record"));
+    EXPECT_FALSE(readable(view.json(average.measurement)).contains("record"));
 
     CqMeasurementRecord noise;
     std::fill(std::begin(noise.bytes), std::end(noise.bytes), std::uint8_t{0xFF});
@@ -88,14 +89,14 @@ CqWhiteBoardParameter oddBoard() {
 TEST(WhiteBoard, ComesBackFromJsonAndBytesAsItWas) {
     const CqWhiteBoardParameter board = oddBoard();
     const std::string bytes = whiteBoardBytes(board);
-    const Json json = whiteBoardJson(board);
+    const Json json = readable(whiteBoardJson(board));
     EXPECT_EQ(json["firstBlock"][0].dump(), "0.1");
     EXPECT_EQ(whiteBoardBytes(whiteBoardOfJson(json.dump(), "x")), bytes);
     EXPECT_EQ(whiteBoardBytes(whiteBoardOfBytes(bytes, "x")), bytes);
 }
 
 TEST(WhiteBoard, RefusesWhatCannotBeWritten) {
-    const Json good = whiteBoardJson(oddBoard());
+    const Json good = readable(whiteBoardJson(oddBoard()));
     const auto problemWith = [&good](const char* member, const Json& value) {
         Json bad = good;
         bad[member] = value;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Failure.h"
+#include "job/JobEvents.h"
 #include "Results.h"
 #include "text/Text.h"
 

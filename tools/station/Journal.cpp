@@ -6,6 +6,7 @@
 
 #include "Failure.h"
 #include "Results.h"
+#include "text/Json.h"
 
 namespace station {
 namespace {
@@ -30,7 +31,8 @@ Journal::Journal(std::string name, const std::filesystem::path& file, std::funct
     numberAtOpening_ = ends_.size();
 }
 
-std::uint64_t Journal::append(const std::function<Json(const cqtool::Job&)>& eventFor) {
+std::uint64_t Journal::append(
+    const std::function<cqtool::JsonObject(const cqtool::Job&)>& eventFor) {
     const std::scoped_lock lock(mutex_);
     const std::uint64_t number = file_.append(eventFor);
     takeInNew();

@@ -27,7 +27,7 @@ class Journal {
     /// Appends an event that depends on the job as it is then.
     /// Throws cqtool::Failure with nothing written.
     /// \return its number.
-    std::uint64_t append(const std::function<Json(const cqtool::Job&)>& eventFor);
+    std::uint64_t append(const std::function<cqtool::JsonObject(const cqtool::Job&)>& eventFor);
 
     /// Takes in what other programs have appended since. Throws cqtool::Failure.
     void refresh();

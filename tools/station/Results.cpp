@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+#include "color/ColorJson.h"
 #include "color/ColorMath.h"
 #include "Failure.h"
 #include "report/AbPlotSvg.h"
 #include "report/CurveSvg.h"
 #include "report/Tolerance.h"
 #include "report/TrendSvg.h"
+#include "text/Json.h"
 #include "text/Numbers.h"
 
 namespace station {
@@ -146,7 +148,7 @@ Json resultJson(const Job& job, const JobMeasurement& measurement) {
         json["calibrationAge"] = *measurement.calibrationAge;
     }
     if (entry.lab) {
-        json["lab"] = colorJson(*entry.lab, colorSpace(ColorSpaceLab));
+        json["lab"] = readable(colorJson(*entry.lab, colorSpace(ColorSpaceLab)));
     } else {
         json["problem"] = "the instrument's record holds no spectrum that can be read";
     }

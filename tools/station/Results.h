@@ -4,6 +4,7 @@
 #include <string>
 
 #include "job/Job.h"
+#include "text/JsonForward.h"
 
 namespace station {
 

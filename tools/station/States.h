@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "color/ColorJson.h"
+#include "text/Json.h"
 
 namespace station {
 

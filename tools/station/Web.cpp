@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "color/ColorJson.h"
+#include "text/Json.h"
 
 namespace station {
 namespace {

@@ -5,6 +5,7 @@
 
 #include "exchange/Exchange.h"
 #include "Failure.h"
+#include "job/JobEvents.h"
 #include "Results.h"
 #include "text/Text.h"
 #include "text/Time.h"
@@ -386,7 +387,7 @@ void Worker::tell(const std::string& state) {
 }
 
 void Worker::tell() {
-    const auto orNull = [](const std::string& text) { return cqtool::orNull(text); };
+    const auto orNull = [](const std::string& text) { return text.empty() ? Json() : Json(text); };
     Json calibrated = Json::object();
     for (const auto& [target, time] : calibrated_) {
         calibrated[target] = time;

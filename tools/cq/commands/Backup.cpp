@@ -3,11 +3,11 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "system/Files.h"
 #include "terminal/StatusLine.h"
+#include "text/JsonObject.h"
 #include "text/Text.h"
 
 namespace cqtool {

@@ -1,10 +1,11 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "job/JobEvents.h"
 #include "job/JobFile.h"
+#include "text/JsonObject.h"
 #include "text/Text.h"
 
 namespace cqtool {

@@ -5,7 +5,7 @@
 
 #include "color/DifferenceComponents.h"
 #include "Failure.h"
-#include "job/Job.h"
+#include "job/JobEvents.h"
 #include "text/Numbers.h"
 #include "text/TextTable.h"
 
@@ -53,8 +53,8 @@ std::string differenceText(const Comparison& comparison, const Comparison::Row& 
                                                       quantity, row.viewing.illuminant));
 }
 
-Json componentsJson(const CqColorDifference& difference) {
-    Json json;
+JsonObject componentsJson(const CqColorDifference& difference) {
+    JsonObject json;
     for (const DifferenceComponent& component : kDifferenceComponents) {
         json[component.key] = shortest(difference.*component.value);
     }
@@ -137,7 +137,7 @@ std::string verdictText(const Comparison& comparison) {
     return deciding == nullptr ? text : text + ": " + findingText(*deciding);
 }
 
-void addComparison(Json& json, const Comparison& comparison) {
+void addComparison(JsonObject& json, const Comparison& comparison) {
     const Comparison::Row& first = comparison.rows.front();
     json["deltaEab"] = first.deltaEab;
     if (comparison.formula != DifferenceFormula{}) {
@@ -147,18 +147,19 @@ void addComparison(Json& json, const Comparison& comparison) {
     json.update(componentsJson(first.difference));
     for (std::size_t i = 0; comparison.rows.size() > 1 && i < comparison.rows.size(); ++i) {
         const Comparison::Row& row = comparison.rows[i];
-        Json& under = json["illuminants"][illuminantName(row.viewing.illuminant)];
-        under = componentsJson(row.difference);
+        JsonObject under = componentsJson(row.difference);
         under["deltaE"] = shortest(row.difference.deltaE);
         if (row.grade) {
             under["grade"] = nameOf(*row.grade);
         }
+        json["illuminants"][illuminantName(row.viewing.illuminant)] = std::move(under);
     }
     if (comparison.verdict) {
-        Json& verdict = json["verdict"] = verdictJson(*comparison.verdict);
+        JsonObject verdict = verdictJson(*comparison.verdict);
         if (const Finding* deciding = comparison.verdict->deciding()) {
             verdict["decidedBy"] = findingText(*deciding);
         }
+        json["verdict"] = std::move(verdict);
     }
 }
 

@@ -5,11 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorJson.h"
+#include "color/ColorNames.h"
 #include "commands/Program.h"
 #include "exchange/Exchange.h"
 #include "job/Limit.h"
 #include "terminal/Palette.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -50,7 +51,7 @@ std::string verdictText(const Comparison& comparison);
 
 /// Adds "deltaEab", by another formula "formula" and "deltaE", then "deltaL" to "deltaH", and with
 /// limits "verdict", under several illuminants "illuminants".
-void addComparison(Json& json, const Comparison& comparison);
+void addComparison(JsonObject& json, const Comparison& comparison);
 
 /// The options --tolerance and --warn.
 void addLimitOptions(CommandLine& line, std::vector<Limit>& limits);

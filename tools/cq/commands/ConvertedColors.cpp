@@ -165,19 +165,23 @@ std::string csvOf(std::span<const ConvertedColor> colors, Spaces spaces) {
 }
 
 std::string jsonOf(std::span<const ConvertedColor> colors, Spaces spaces) {
-    Json json = Json::array();
+    JsonList json;
     for (const ConvertedColor& color : colors) {
-        Json entry{{"name", color.name},
-                   {"illuminant", illuminantName(color.viewing.illuminant)},
-                   {"observer", observerDegrees(color.viewing.observer)}};
+        JsonObject entry{{"name", color.name},
+                         {"illuminant", illuminantName(color.viewing.illuminant)},
+                         {"observer", observerDegrees(color.viewing.observer)}};
         for (std::size_t i = 0; i < spaces.size(); ++i) {
             entry[spaces[i]->name] = colorJson(color.values[i], *spaces[i]);
         }
+        JsonList beyondLimits;
         for (const Figure& figure : color.figures) {
-            entry[figure.group][figure.name] = figure.value ? Json(*figure.value) : Json();
+            entry[figure.group][figure.name] = figure.value;
             if (!figure.isWithinLimits) {
-                entry["beyondLimits"].push_back(figure.name);
+                beyondLimits.push_back(figure.name);
             }
+        }
+        if (!beyondLimits.empty()) {
+            entry["beyondLimits"] = std::move(beyondLimits);
         }
         entry["hex"] = hexColor(color.rgb);
         json.push_back(std::move(entry));

@@ -132,10 +132,10 @@ std::vector<PatchResult> measureChart(const Connection& connection, const Record
     return results;
 }
 
-Json jsonOf(const std::vector<PatchResult>& results, const ReportOrigin& origin,
-            const std::string& report) {
+JsonObject jsonOf(const std::vector<PatchResult>& results, const ReportOrigin& origin,
+                  const std::string& report) {
     const SpaceInfo& lab = colorSpace(ColorSpaceLab);
-    Json patches = Json::array();
+    JsonList patches;
     for (const PatchResult& patch : results) {
         patches.push_back({{"name", patch.name},
                            {"standard", colorJson(patch.standardLab, lab)},
@@ -146,11 +146,11 @@ Json jsonOf(const std::vector<PatchResult>& results, const ReportOrigin& origin,
                            {"deltaEabFromStandard", patch.deltaFromStandard},
                            {"spectrum", spectrumJson(patch.standard)}});
     }
-    Json json{{"port", origin.port},
-              {"instrument", origin.instrument},
-              {"illuminant", illuminantName(origin.viewing.illuminant)},
-              {"observer", observerDegrees(origin.viewing.observer)},
-              {"patches", std::move(patches)}};
+    JsonObject json{{"port", origin.port},
+                    {"instrument", origin.instrument},
+                    {"illuminant", illuminantName(origin.viewing.illuminant)},
+                    {"observer", observerDegrees(origin.viewing.observer)},
+                    {"patches", std::move(patches)}};
     if (!report.empty()) {
         json["report"] = report;
     }

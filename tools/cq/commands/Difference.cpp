@@ -82,12 +82,12 @@ std::string tableOf(const std::vector<NamedLab>& labs,
     return text;
 }
 
-Json jsonOf(const std::vector<NamedLab>& labs, const DifferenceOptions& options) {
+JsonObject jsonOf(const std::vector<NamedLab>& labs, const DifferenceOptions& options) {
     const SpaceInfo& space = colorSpace(ColorSpaceLab);
     const ColorData& standard = labs.front().lab;
-    Json trials = Json::array();
+    JsonList trials;
     for (auto trial = labs.begin() + 1; trial != labs.end(); ++trial) {
-        Json entry{{"name", trial->name}, {"lab", colorJson(trial->lab, space)}};
+        JsonObject entry{{"name", trial->name}, {"lab", colorJson(trial->lab, space)}};
         const CqColorDifference components = compare({}, standard, trial->lab);
         for (const DifferenceComponent& component : kDifferenceComponents) {
             entry[component.key] = shortest(components.*component.value);

@@ -2,12 +2,12 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "doctor/Findings.h"
 #include "Failure.h"
 #include "instrument/RecordLayout.h"
+#include "text/JsonObject.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 #include "text/TextTable.h"
@@ -98,7 +98,7 @@ class Protocol {
     TextTable table_{{{"", TextTable::Align::left, 7},
                       {"", TextTable::Align::left, 18},
                       {"", TextTable::Align::left}}};
-    Json findings_ = Json::array();
+    JsonList findings_;
     int problems_ = 0;
 };
 

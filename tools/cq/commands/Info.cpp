@@ -1,11 +1,11 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "instrument/Labels.h"
 #include "instrument/Records.h"
+#include "text/JsonObject.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -22,11 +22,12 @@ void runInfo(const InfoOptions& options, const Environment& environment) {
     const CqDeviceInfo info = connection.deviceInfo();
     const Labels labels = labelsFor(options.labels, info);
     if (options.output.json) {
-        Json json{{"port", connection.portName()}, {"labels", labels}};
+        JsonObject json{{"port", connection.portName()}, {"labels", labels}};
         for (const auto& [name, text] : textsOf(info)) {
             json[name] = text;
         }
-        json["standardCapacity"] = connection.isWireless() ? Json() : Json(standardCapacity(info));
+        json["standardCapacity"] =
+            connection.isWireless() ? JsonValue() : JsonValue(standardCapacity(info));
         environment.out << pageOfJson(json);
         return;
     }

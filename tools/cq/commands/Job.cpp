@@ -5,6 +5,7 @@
 #include "commands/GivenMeasurement.h"
 #include "commands/JobCommands.h"
 #include "Failure.h"
+#include "job/JobEvents.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -116,7 +117,7 @@ void checkCanBeJudged(const Job& job, const RecordEntry& entry) {
     verdictOf(job.limits, job.viewing, entry, entry);
 }
 
-void appendAndTell(JobFile& file, const std::function<Json(const Job&)>& eventFor,
+void appendAndTell(JobFile& file, const std::function<JsonObject(const Job&)>& eventFor,
                    const std::function<std::string(std::uint64_t)>& sentence,
                    const OutputOptions& output, const Environment& environment) {
     const std::uint64_t number = file.append(eventFor);

@@ -4,6 +4,7 @@
 
 #include "commands/JobCommands.h"
 #include "Failure.h"
+#include "job/JobEvents.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -99,7 +100,7 @@ void runJobTolerance(const JobToleranceOptions& options, const Environment& envi
         }
     }
     if (options.output.json) {
-        Json json{{"job", options.file}};
+        JsonObject json{{"job", options.file}};
         json.update(tolerancesEvent(file.job().limits));
         json.erase("event");
         environment.out << pageOfJson(json);

@@ -29,7 +29,7 @@ const JobMeasurement& measurementCalled(const Job& job, const std::string& text)
 void checkCanBeJudged(const Job& job, const RecordEntry& entry);
 
 /// Appends an event and tells of it: a sentence, or {"job", "number"} and the members.
-void appendAndTell(JobFile& file, const std::function<Json(const Job&)>& eventFor,
+void appendAndTell(JobFile& file, const std::function<JsonObject(const Job&)>& eventFor,
                    const std::function<std::string(std::uint64_t number)>& sentence,
                    const OutputOptions& output, const Environment& environment);
 

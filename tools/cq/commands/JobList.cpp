@@ -130,7 +130,7 @@ class JobLines {
   private:
     TextTable table_;
     std::vector<TextTable::Row> rows_;
-    Json json_ = Json::array();
+    JsonList json_;
 };
 
 void runJobList(const JobListOptions& options, const Environment& environment) {
@@ -172,7 +172,7 @@ std::string problemOf(const fs::path& path, std::string& sound) {
 
 void runJobCheck(const JobListOptions& options, const Environment& environment) {
     std::size_t wrong = 0;
-    Json list = Json::array();
+    JsonList list;
     const auto files = filesOf(options.names);
     for (const fs::path& path : files) {
         std::string sound;

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "instrument/Labels.h"
 #include "instrument/Records.h"
+#include "job/JobEvents.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
@@ -188,8 +189,8 @@ const RecordEntry* JobRecording::standardOf(const JobMeasurement& trial) const {
     return standard == nullptr ? nullptr : &standard->entry;
 }
 
-Json jsonOf(const JobMeasurement& measurement, const Job& job) {
-    Json json{{"number", measurement.number}, {"name", measurement.entry.name}};
+JsonObject jsonOf(const JobMeasurement& measurement, const Job& job) {
+    JsonObject json{{"number", measurement.number}, {"name", measurement.entry.name}};
     if (const JobMeasurement* standard = job.standardOf(measurement)) {
         json["standard"] = standard->entry.name;
     }

@@ -69,6 +69,6 @@ class JobRecording {
 };
 
 /// {"number", "name", "standard" of a trial, "calibrationAge" in seconds if known}.
-Json jsonOf(const JobMeasurement& measurement, const Job& job);
+JsonObject jsonOf(const JobMeasurement& measurement, const Job& job);
 
 }  // namespace cqtool

@@ -3,8 +3,11 @@
 #include <memory>
 #include <ostream>
 
+#include "color/ColorJson.h"
+#include "color/DifferenceComponents.h"
 #include "commands/JobCommands.h"
 #include "Failure.h"
+#include "job/JobEvents.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 #include "text/TextTable.h"
@@ -68,11 +71,10 @@ TextTable::Row rowOf(const Job& job, const JudgedTrial& judged) {
         const Verdict verdict = judged.verdict.value_or(Verdict{});
         const std::int32_t illuminant = job.viewing.illuminants.front();
         const CqColorDifference& parts = *judged.difference;
-        std::size_t component = 0;
-        for (const float part :
-             {parts.deltaL, parts.deltaA, parts.deltaB, parts.deltaC, parts.deltaH}) {
-            const Quantity quantity{Quantity::Kind::component, {}, component++, false};
-            row.push_back(withSign(part, verdict.decimalsOf(quantity, illuminant)));
+        for (std::size_t i = 0; i < kDifferenceComponents.size(); ++i) {
+            const Quantity quantity{Quantity::Kind::component, {}, i, false};
+            row.push_back(withSign(parts.*kDifferenceComponents[i].value,
+                                   verdict.decimalsOf(quantity, illuminant)));
         }
         const Quantity quantity{Quantity::Kind::difference, formulaOf(job), 0, false};
         row.push_back(fixed(judged.deltaE, verdict.decimalsOf(quantity, illuminant)));
@@ -186,8 +188,8 @@ class JobText {
     std::vector<std::pair<std::optional<std::uint64_t>, TextTable::Row>> rows_;
 };
 
-Json measurementJson(const Job& job, const JobMeasurement& measurement) {
-    Json json{{"number", measurement.number}, {"time", measurement.time}};
+JsonObject measurementJson(const Job& job, const JobMeasurement& measurement) {
+    JsonObject json{{"number", measurement.number}, {"time", measurement.time}};
     json.update(measurementEvent(measurement));
     json.erase("event");
     if (measurement.entry.lab) {
@@ -204,41 +206,42 @@ Json measurementJson(const Job& job, const JobMeasurement& measurement) {
     }
     const JudgedTrial trial = judgedTrial(job, measurement);
     if (trial.difference) {
-        json["difference"] = {{"deltaL", shortest(trial.difference->deltaL)},
-                              {"deltaA", shortest(trial.difference->deltaA)},
-                              {"deltaB", shortest(trial.difference->deltaB)},
-                              {"deltaC", shortest(trial.difference->deltaC)},
-                              {"deltaH", shortest(trial.difference->deltaH)},
-                              {"formula", nameOf(formulaOf(job))},
-                              {"deltaE", trial.deltaE}};
+        JsonObject difference;
+        for (const DifferenceComponent& component : kDifferenceComponents) {
+            difference[component.key] = shortest((*trial.difference).*component.value);
+        }
+        difference["formula"] = nameOf(formulaOf(job));
+        difference["deltaE"] = trial.deltaE;
+        json["difference"] = std::move(difference);
     }
-    json["verdict"] = trial.verdict ? verdictJson(*trial.verdict) : Json();
+    json["verdict"] = trial.verdict ? JsonValue(verdictJson(*trial.verdict)) : JsonValue();
     if (!trial.problem.empty()) {
         json["problem"] = trial.problem;
     }
     return json;
 }
 
-Json jobJson(const JobFile& file) {
+JsonObject jobJson(const JobFile& file) {
     const Job& job = file.job();
-    Json json{{"job", file.path().string()}, {"created", job.created}};
+    JsonObject json{{"job", file.path().string()}, {"created", job.created}};
     json.update(createdEvent(job));
     for (const char* name : {"event", "format", "version", "program"}) {
         json.erase(name);
     }
-    Json standards = Json::array();
-    Json trials = Json::array();
+    JsonList standards;
+    JsonList trials;
     for (const JobMeasurement& measurement : job.measurements) {
         (measurement.entry.isStandard ? standards : trials)
             .push_back(measurementJson(job, measurement));
     }
     json["standards"] = std::move(standards);
     json["trials"] = std::move(trials);
-    json["remarks"] = Json::array();
+    JsonList remarks;
     for (const JobRemark& remark : job.remarks) {
-        json["remarks"].push_back(
+        remarks.push_back(
             {{"number", remark.number}, {"time", remark.time}, {"text", remark.text}});
     }
+    json["remarks"] = std::move(remarks);
     return json;
 }
 

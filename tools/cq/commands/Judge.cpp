@@ -128,7 +128,7 @@ void Judge::check() const {
     }
 }
 
-void addJudged(Json& json, const Judged& judged) {
+void addJudged(JsonObject& json, const Judged& judged) {
     if (judged.job) {
         json["name"] = judged.entry.name;
         json["job"] = *judged.job;

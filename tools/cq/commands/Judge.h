@@ -27,9 +27,9 @@ void addOptions(CommandLine& line, JudgeOptions& options);
 
 /// A measurement that a Judge has taken.
 struct Judged {
-    RecordEntry entry;        ///< under its name in the job
-    std::optional<Json> job;  ///< what the job knows of it
-    std::string standard;     ///< the name of what it is compared with
+    RecordEntry entry;              ///< under its name in the job
+    std::optional<JsonObject> job;  ///< what the job knows of it
+    std::string standard;           ///< the name of what it is compared with
     std::optional<Comparison> comparison;
     std::string problem;  ///< why it is not compared with that; else empty
 };
@@ -76,7 +76,7 @@ class Judge {
 };
 
 /// Adds what a Judge has found: the comparison, "standard", and of a job "job".
-void addJudged(Json& json, const Judged& judged);
+void addJudged(JsonObject& json, const Judged& judged);
 
 /// For people. With colours a panel with the pair and the verdict, a table of the differences and what
 /// decides; without, one line, or with several illuminants, if asked, the table.

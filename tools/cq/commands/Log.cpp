@@ -53,14 +53,14 @@ const char* arrowOf(const LogEvent& event) {
     return event.isUnknown ? "?" : "";
 }
 
-Json jsonOf(const LogEvent& event) {
-    Json json{{"line", event.line},
-              {"time", event.time},
-              {"direction", nameOf(event.direction)},
-              {"layer", nameOf(event.layer)},
-              {"problem", event.isProblem},
-              {"known", !event.isUnknown},
-              {"text", event.text}};
+JsonObject jsonOf(const LogEvent& event) {
+    JsonObject json{{"line", event.line},
+                    {"time", event.time},
+                    {"direction", nameOf(event.direction)},
+                    {"layer", nameOf(event.layer)},
+                    {"problem", event.isProblem},
+                    {"known", !event.isUnknown},
+                    {"text", event.text}};
     json.update(event.fields);
     return json;
 }
@@ -72,7 +72,7 @@ void decode(const LogOptions& options, const Environment& environment) {
     }
     const auto events = decoder.finish();
     if (options.output.json) {
-        Json entries = Json::array();
+        JsonList entries;
         for (const LogEvent& event : events) {
             entries.push_back(jsonOf(event));
         }

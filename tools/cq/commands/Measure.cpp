@@ -146,9 +146,9 @@ class Measuring {
         return taken;
     }
 
-    Json jsonOf(const Taken& taken) const {
+    JsonObject jsonOf(const Taken& taken) const {
         requireComparison(taken);
-        Json json = view_.json(taken.measurement);
+        JsonObject json = view_.json(taken.measurement);
         if (taken.average) {
             json["averaged"] = options_.average;
             json["meanDeltaEabFromAverage"] = taken.average->meanDeltaEab;
@@ -200,7 +200,7 @@ class Measuring {
         const Taken taken = take(connection, 1);
         const Measurement& measurement = taken.measurement;
         if (options_.output.json) {
-            Json json{{"port", connection.portName()}};
+            JsonObject json{{"port", connection.portName()}};
             json.update(jsonOf(taken));
             out_ << pageOfJson(json);
             return;
@@ -250,7 +250,7 @@ class Measuring {
     }
 
     void measureSeries(const Connection& connection) {
-        Json list = Json::array();
+        JsonList list;
         if (!options_.output.json) {
             printTitle(connection.portName());
         }

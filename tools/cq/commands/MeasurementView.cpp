@@ -1,9 +1,12 @@
 #include "commands/MeasurementView.h"
 
+#include "color/ColorJson.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 #include "text/Time.h"
 
 namespace cqtool {
+
 Measurement MeasurementView::of(const CqMeasurementRecord& record, bool isStandard) const {
     Measurement result;
     result.isStandard = isStandard;
@@ -34,10 +37,10 @@ void MeasurementView::setColors(Measurement& measurement) const {
     }
 }
 
-Json MeasurementView::json(const Measurement& measurement) const {
-    Json json{{"kind", measurement.kind()},
-              {"illuminant", illuminantName(viewing_.illuminant)},
-              {"observer", observerDegrees(viewing_.observer)}};
+JsonObject MeasurementView::json(const Measurement& measurement) const {
+    JsonObject json{{"kind", measurement.kind()},
+                    {"illuminant", illuminantName(viewing_.illuminant)},
+                    {"observer", observerDegrees(viewing_.observer)}};
     if (!measurement.name.empty()) {
         json["name"] = measurement.name;
     }

@@ -4,10 +4,10 @@
 #include <ostream>
 #include <string>
 
-#include "color/ColorJson.h"
 #include "color/ColorMath.h"
 #include "instrument/RecordLayout.h"
 #include "terminal/Palette.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -39,7 +39,7 @@ class MeasurementView {
 
     /// {"kind", "name" and "time" if known, "illuminant", "observer", "lab", the asked space, "hex", "spectrum", "record"};
     /// "problem" in place of the colours when there is no spectrum, no "record" of an average.
-    Json json(const Measurement& measurement) const;
+    JsonObject json(const Measurement& measurement) const;
 
     /// The values with their names: "L* 37.54  a* 14.37  b* 14.92".
     std::string values(const Measurement& measurement) const;

@@ -114,7 +114,7 @@ class Monitoring {
     }
 
     void printJson(const Measurement& measurement, const Judged& judged) {
-        Json json{{"number", number_}, {"time", nowText()}};
+        JsonObject json{{"number", number_}, {"time", nowText()}};
         json.update(view_.json(measurement));  // the instrument's own time, if it tells
         addJudged(json, judged);
         environment_.out << lineOfJson(json) << std::flush;

@@ -1,10 +1,10 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "Failure.h"
+#include "text/JsonObject.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -39,7 +39,7 @@ std::uint32_t readParameter(const Connection& connection, std::uint32_t number) 
 void print(const ParameterOptions& options, const Environment& environment, const std::string& port,
            const std::vector<std::pair<std::uint32_t, std::uint32_t>>& parameters) {
     const TextTable table({{"", TextTable::Align::left, 13}, {"", TextTable::Align::right, 3}});
-    Json values = Json::object();
+    JsonObject values;
     for (const auto& [number, value] : parameters) {
         values[std::to_string(number)] = value;
         if (!options.output.json) {

@@ -55,17 +55,17 @@ std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const P
     return lines;
 }
 
-Json portsJson(const std::vector<ListedPort>& ports) {
-    Json list = Json::array();
+JsonList portsJson(const std::vector<ListedPort>& ports) {
+    JsonList list;
     for (const ListedPort& listed : ports) {
         const PortInfo& port = listed.port;
-        Json json{{"port", port.name},
-                  {"kind", nameOf(port.kind)},
-                  {"usb", port.usb ? Json(textOf(*port.usb)) : Json()},
-                  {"description", orNull(port.description)},
-                  {"driver", orNull(port.driver)},
-                  {"accessible", port.isAccessible},
-                  {"heldBy", orNull(port.heldBy)}};
+        JsonObject json{{"port", port.name},
+                        {"kind", nameOf(port.kind)},
+                        {"usb", port.usb ? JsonValue(textOf(*port.usb)) : JsonValue()},
+                        {"description", orNull(port.description)},
+                        {"driver", orNull(port.driver)},
+                        {"accessible", port.isAccessible},
+                        {"heldBy", orNull(port.heldBy)}};
         if (listed.info) {
             for (const auto& [name, text] : textsOf(*listed.info)) {
                 json["instrument"][name] = text;

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorJson.h"
 #include "cqapi/CQApi.h"
 #include "instrument/Slaves.h"
 #include "system/Ports.h"
 #include "terminal/Palette.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -25,6 +25,6 @@ std::vector<std::string> portLines(const std::vector<ListedPort>& ports, const P
 
 /// An array of {"port", "kind", "usb", "description", "driver", "accessible", "heldBy"}, with
 /// "instrument", "slaves" or "problem" for the ports that were asked.
-Json portsJson(const std::vector<ListedPort>& ports);
+JsonList portsJson(const std::vector<ListedPort>& ports);
 
 }  // namespace cqtool

@@ -3,11 +3,11 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "commands/ReportInput.h"
 #include "exchange/Exchange.h"
+#include "exchange/Formats.h"
 #include "Failure.h"
 #include "report/JobPage.h"
 #include "report/PdfPrinter.h"
@@ -15,6 +15,7 @@
 #include "report/ReportJson.h"
 #include "report/Statistics.h"
 #include "system/Files.h"
+#include "text/JsonObject.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
@@ -53,13 +54,13 @@ ReportForm formOf(const std::string& file) {
 }
 
 /// Measurements as cq exports them; JSON with the report's numbers besides, which reading skips.
-std::string recordsOf(const Job& job, const Json& numbers, ExchangeFormat format,
+std::string recordsOf(const Job& job, const JsonObject& numbers, ExchangeFormat format,
                       const WriteOptions& writing) {
     const RecordSet set = recordSetOf(job);
     if (format != ExchangeFormat::json) {
         return writtenRecords(set, format, writing);
     }
-    Json json = Json::parse(writtenRecords(set, format));
+    JsonObject json = jsonOf(set);
     json.update(numbers);
     return pageOfJson(json);
 }
@@ -121,7 +122,7 @@ void runReport(const ReportOptions& options, const Environment& environment) {
     if (options.checks && job.limits.empty()) {
         throw UsageError("--check needs tolerances: give --tolerance, or a job that has some");
     }
-    Json numbers = reportJson(job, groups, view);
+    JsonObject numbers = reportJson(job, groups, view);
     if (form == ReportForm::records) {
         writeFile(options.report,
                   recordsOf(job, numbers, exchangeFormatFor(options.report), options.writing));

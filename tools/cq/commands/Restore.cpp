@@ -3,13 +3,13 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Confirmation.h"
 #include "commands/Options.h"
 #include "instrument/Backup.h"
 #include "system/Files.h"
 #include "terminal/StatusLine.h"
+#include "text/JsonObject.h"
 #include "text/Text.h"
 
 namespace cqtool {

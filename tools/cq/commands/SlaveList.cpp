@@ -33,8 +33,8 @@ std::vector<std::string> slaveLines(const std::vector<Slave>& slaves, const Pale
     return lines;
 }
 
-Json slavesJson(const std::vector<Slave>& slaves) {
-    Json list = Json::array();
+JsonList slavesJson(const std::vector<Slave>& slaves) {
+    JsonList list;
     for (const Slave& slave : slaves) {
         list.push_back({{"name", orNull(slave.name)},
                         {"address", orNull(slave.address)},

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorJson.h"
 #include "instrument/Slaves.h"
 #include "terminal/Palette.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -13,6 +13,6 @@ namespace cqtool {
 std::vector<std::string> slaveLines(const std::vector<Slave>& slaves, const Palette& palette);
 
 /// An array; texts that the library could not pass on are null.
-Json slavesJson(const std::vector<Slave>& slaves);
+JsonList slavesJson(const std::vector<Slave>& slaves);
 
 }  // namespace cqtool

@@ -1,11 +1,11 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "instrument/Labels.h"
 #include "instrument/Records.h"
+#include "text/JsonObject.h"
 #include "text/TextTable.h"
 
 namespace cqtool {
@@ -22,9 +22,9 @@ void runStatus(const StatusOptions& options, const Environment& environment) {
     const CqInstrumentStatus status = connection.status();
     const Labels labels = labelsFor(options.labels, connection.deviceInfo());
     if (options.output.json) {
-        Json json{{"port", connection.portName()},
-                  {"totalStandards", status.totalStandards},
-                  {"labels", labels}};
+        JsonObject json{{"port", connection.portName()},
+                        {"totalStandards", status.totalStandards},
+                        {"labels", labels}};
         for (const auto& [number, value] : itemsOf(status)) {
             json["items"][std::to_string(number)] = value;
         }

@@ -1,12 +1,12 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/Confirmation.h"
 #include "commands/StoredRecords.h"
 #include "Failure.h"
 #include "terminal/StatusLine.h"
 #include "text/IndexList.h"
+#include "text/JsonObject.h"
 #include "text/Text.h"
 
 namespace cqtool {

@@ -1,12 +1,13 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/StoredRecords.h"
 #include "exchange/Exchange.h"
 #include "Failure.h"
+#include "job/JobEvents.h"
 #include "job/JobFile.h"
 #include "system/Files.h"
+#include "text/JsonObject.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -65,7 +66,7 @@ ExportTargets targetsOf(const StoredExportOptions& options) {
 void tellExported(const StoredExportOptions& options, const std::string& port, std::size_t count,
                   const Environment& environment) {
     if (options.output.json) {
-        Json json{{"port", port}, {"list", options.list.name()}};
+        JsonObject json{{"port", port}, {"list", options.list.name()}};
         if (!options.file.empty()) {
             json["file"] = options.file;
         }

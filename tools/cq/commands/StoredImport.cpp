@@ -2,12 +2,12 @@
 #include <memory>
 #include <ostream>
 
-#include "color/ColorJson.h"
 #include "commands/StoredRecords.h"
 #include "exchange/Exchange.h"
 #include "Failure.h"
 #include "terminal/StatusLine.h"
 #include "text/IndexList.h"
+#include "text/JsonObject.h"
 #include "text/Text.h"
 
 namespace cqtool {

@@ -51,12 +51,12 @@ void printText(const StoredListOptions& options, const Environment& environment,
     }
 }
 
-Json jsonOf(const StoredListOptions& options, const std::string& port, const MeasurementView& view,
-            const Measurements& measurements) {
-    Json records = Json::array();
+JsonObject jsonOf(const StoredListOptions& options, const std::string& port,
+                  const MeasurementView& view, const Measurements& measurements) {
+    JsonList records;
     std::uint32_t index = options.first;
     for (const Measurement& measurement : measurements) {
-        Json record{{"index", index++}};
+        JsonObject record{{"index", index++}};
         record.update(view.json(measurement));
         records.push_back(std::move(record));
     }

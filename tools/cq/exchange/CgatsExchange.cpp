@@ -1,12 +1,12 @@
 #include <algorithm>
 
-#include "color/ColorJson.h"
 #include "cqapi/CQApi.h"
 #include "exchange/CgatsTable.h"
 #include "exchange/EntryColumns.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
 #include "text/Numbers.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {

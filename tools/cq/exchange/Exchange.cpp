@@ -4,7 +4,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "color/ColorJson.h"
 #include "color/ColorMath.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
@@ -154,7 +153,7 @@ std::string writtenRecords(const RecordSet& set, ExchangeFormat format,
         case ExchangeFormat::csv:
             return csvOf(set, options);
         case ExchangeFormat::json:
-            return jsonOf(set);
+            return pageOfJson(jsonOf(set));
         case ExchangeFormat::cgats:
             return cgatsOf(set);
         case ExchangeFormat::qtx:

@@ -3,8 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "color/ColorJson.h"
 #include "exchange/Exchange.h"
+#include "text/JsonForward.h"
+#include "text/JsonObject.h"
 
 /// \file
 /// The individual formats, for Exchange.cpp, with the contracts of writtenRecords() and
@@ -16,7 +17,7 @@ std::string csvOf(const RecordSet& set, const WriteOptions& options);
 RecordSet recordsOfCsv(std::string_view content, const std::string& source,
                        const ReadOptions& options);
 
-std::string jsonOf(const RecordSet& set);
+JsonObject jsonOf(const RecordSet& set);
 RecordSet recordsOfJson(std::string_view content, const std::string& source,
                         const ReadOptions& options);
 /// One of its entries. \param index unless it tells one.

@@ -7,12 +7,14 @@
 #include "color/ColorMath.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
+#include "text/Json.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {
 
-Json entryJson(const RecordEntry& entry, const Viewing& viewing) {
-    Json json{{"index", entry.index}, {"kind", entry.kind()}, {"name", entry.name}};
+JsonObject entryJson(const RecordEntry& entry, const Viewing& viewing) {
+    JsonObject json{{"index", entry.index}, {"kind", entry.kind()}, {"name", entry.name}};
     if (!entry.time.empty()) {
         json["time"] = entry.time;
     }
@@ -139,18 +141,18 @@ Json parsed(std::string_view content, const std::string& source) {
 
 }  // namespace
 
-std::string jsonOf(const RecordSet& set) {
-    Json entries = Json::array();
+JsonObject jsonOf(const RecordSet& set) {
+    JsonList entries;
     for (const RecordEntry& entry : set.entries) {
         entries.push_back(entryJson(entry, set.viewing));
     }
-    return pageOfJson({{"title", set.title},
-                       {"instrument", set.instrument},
-                       {"serial", set.serial},
-                       {"time", set.time},
-                       {"illuminant", illuminantName(set.viewing.illuminant)},
-                       {"observer", observerDegrees(set.viewing.observer)},
-                       {"entries", std::move(entries)}});
+    return {{"title", set.title},
+            {"instrument", set.instrument},
+            {"serial", set.serial},
+            {"time", set.time},
+            {"illuminant", illuminantName(set.viewing.illuminant)},
+            {"observer", observerDegrees(set.viewing.observer)},
+            {"entries", std::move(entries)}};
 }
 
 RecordEntry entryOfJson(const Json& object, const std::string& where, std::uint32_t index,

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "color/ColorJson.h"
 #include "Failure.h"
 #include "instrument/Records.h"
 #include "instrument/WhiteBoard.h"
+#include "text/Json.h"
+#include "text/Text.h"
 #include "text/Time.h"
 
 namespace cqtool {
@@ -82,8 +83,8 @@ Record recordOf(const Json& json, const std::string& where) {
     return record;
 }
 
-Json deviceJson(const Backup& backup) {
-    Json json;
+JsonObject deviceJson(const Backup& backup) {
+    JsonObject json;
     for (const auto& [name, text] : textsOf(backup.device)) {
         json[name] = text;
     }
@@ -196,23 +197,22 @@ std::vector<CqMeasurementRecord> recordsMissing(const std::vector<CqMeasurementR
 }
 
 std::string textOf(const Backup& backup) {
-    Json standards = Json::array();
+    JsonList standards;
     for (const CqMeasurementRecord& record : backup.standards) {
         standards.push_back(hexOf(record));
     }
-    Json samples = Json::array();
+    JsonList samples;
     for (const Backup::Sample& sample : backup.samples) {
-        samples.push_back({{"standard", sample.standard ? Json(*sample.standard) : Json()},
-                           {"record", hexOf(sample.record)}});
+        samples.push_back({{"standard", sample.standard}, {"record", hexOf(sample.record)}});
     }
-    Json parameters = Json::object();
+    JsonObject parameters;
     for (const auto& [number, value] : backup.parameters) {
         parameters[std::to_string(number)] = value;
     }
-    Json whiteBoard;
+    std::optional<JsonObject> whiteBoard;
     if (backup.whiteBoard) {
         whiteBoard = whiteBoardJson(*backup.whiteBoard);
-        whiteBoard["bytes"] = hexOf(*backup.whiteBoard);
+        (*whiteBoard)["bytes"] = hexOf(*backup.whiteBoard);
     }
     return pageOfJson({{"format", kFormat},
                        {"version", kVersion},
@@ -220,7 +220,7 @@ std::string textOf(const Backup& backup) {
                        {"time", backup.time},
                        {"connection", backup.isWireless ? "wireless" : "wired"},
                        {"device", deviceJson(backup)},
-                       {"whiteBoard", std::move(whiteBoard)},
+                       {"whiteBoard", whiteBoard},
                        {"parameters", std::move(parameters)},
                        {"missing", backup.missing},
                        {"standards", std::move(standards)},

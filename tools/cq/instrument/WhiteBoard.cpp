@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "Failure.h"
+#include "text/Json.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
@@ -22,15 +23,15 @@ constexpr const char* kSecondBlock = "secondBlock";
 constexpr float kMostFloat = std::numeric_limits<float>::max();
 
 template <std::size_t size>
-Json blockJson(const std::uint8_t (&block)[size]) {
-    Json values = Json::array();
+JsonList blockJson(const std::uint8_t (&block)[size]) {
+    JsonList values;
     for (std::size_t at = 0; at < size; at += sizeof(float)) {
         std::uint32_t bits = 0;
         for (std::size_t i = 0; i < sizeof bits; ++i) {
             bits |= std::uint32_t{block[at + i]} << (8 * i);
         }
         const float value = std::bit_cast<float>(bits);
-        values.push_back(std::isfinite(value) ? Json(shortest(value)) : Json());
+        values.push_back(shortest(value));
     }
     return values;
 }
@@ -128,9 +129,9 @@ class BoardReader {
 
 }  // namespace
 
-Json whiteBoardJson(const CqWhiteBoardParameter& parameter) {
+JsonObject whiteBoardJson(const CqWhiteBoardParameter& parameter) {
     return {{kText, printableText(parameter.text, sizeof parameter.text)},
-            {kReserved, std::to_array(parameter.reserved)},
+            {kReserved, JsonList(std::begin(parameter.reserved), std::end(parameter.reserved))},
             {kFirstBlock, blockJson(parameter.firstBlock)},
             {kSecondBlock, blockJson(parameter.secondBlock)}};
 }

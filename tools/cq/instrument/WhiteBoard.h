@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "color/ColorJson.h"
 #include "cqapi/CQApi.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -16,7 +16,7 @@ namespace cqtool {
 /// The blocks are 31 little-endian 32-bit floats each, which the numbers give exactly; not-a-number
 /// and infinities are null. Unprintable bytes of the text become '?', and the bytes after its NUL
 /// are left out: only the 280 bytes are always exact.
-Json whiteBoardJson(const CqWhiteBoardParameter& parameter);
+JsonObject whiteBoardJson(const CqWhiteBoardParameter& parameter);
 
 /// Reads the same; "reserved" is optional, and 0 by default. Throws Failure, with the source's name
 /// and the member, for anything else.

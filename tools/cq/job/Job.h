@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorJson.h"
 #include "exchange/Exchange.h"
 #include "job/Limit.h"
 
@@ -81,23 +80,5 @@ struct Job {
     /// Throws Failure as verdictOf().
     std::optional<Verdict> verdictOn(const JobMeasurement& trial) const;
 };
-
-/// For JSON: {"grade": "pass", "findings": [{"limit": "dE00<=1", "illuminant": "D65", ...}]}.
-Json verdictJson(const Verdict& verdict);
-
-/// Applies one event, in the form that JobFile writes.
-/// Throws Failure, saying what is wrong with it; then the job is as before.
-void applyEvent(Job& job, const Json& event);
-
-// The events, without number and time, which JobFile::append() gives them. Of a measurement L*, a*, b*
-// are written only if there is no spectrum; they are for the job's primary viewing.
-Json createdEvent(const Job& job);
-Json measurementEvent(const JobMeasurement& measurement);
-Json struckOutEvent(std::uint64_t number);
-Json tolerancesEvent(const std::vector<Limit>& limits);
-/// \param number of the measurement that it is about; nothing: of the job.
-Json remarkEvent(const std::string& text, std::optional<std::uint64_t> number);
-/// \param target white or black.
-Json calibratedEvent(const InstrumentIdentity& instrument, const std::string& target);
 
 }  // namespace cqtool

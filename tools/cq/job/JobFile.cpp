@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "Failure.h"
+#include "job/JobEvents.h"
+#include "text/Json.h"
 #include "text/Text.h"
 #include "text/Time.h"
 
@@ -15,8 +17,8 @@ constexpr std::uint64_t kMostJobBytes = 256ULL << 20;
 
 constexpr const char* kNewJobAdvice = "make a job with cq job new";
 
-std::string lineOfEvent(const Json& event, std::uint64_t number) {
-    Json line{{"number", number}, {"time", nowText()}};
+std::string lineOfEvent(const JsonObject& event, std::uint64_t number) {
+    JsonObject line{{"number", number}, {"time", nowText()}};
     line.update(event);
     return lineOfJson(line);
 }
@@ -102,11 +104,11 @@ void JobFile::refresh(const std::function<void(const Json&)>& told) {
     }
 }
 
-std::uint64_t JobFile::append(Json event) {
-    return append([&event](const Job&) { return std::move(event); });
+std::uint64_t JobFile::append(const JsonObject& event) {
+    return append([&event](const Job&) { return event; });
 }
 
-std::uint64_t JobFile::append(const std::function<Json(const Job&)>& eventFor) {
+std::uint64_t JobFile::append(const std::function<JsonObject(const Job&)>& eventFor) {
     repair_.clear();
     try {
         AppendFile opened(file_, AppendFile::Mode::append);

@@ -10,6 +10,8 @@
 
 #include "job/Job.h"
 #include "system/AppendFile.h"
+#include "text/JsonForward.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -40,10 +42,10 @@ class JobFile {
     /// Appends an event with the next number and the time; the job has it afterwards.
     /// Throws Failure, with nothing written, if the file has become no job or the disk is full.
     /// \return its number.
-    std::uint64_t append(Json event);
+    std::uint64_t append(const JsonObject& event);
     /// The same for an event that depends on the job as it is under the lock: two programs never count
     /// up to the same name, nor strike the same measurement out.
-    std::uint64_t append(const std::function<Json(const Job&)>& eventFor);
+    std::uint64_t append(const std::function<JsonObject(const Job&)>& eventFor);
 
     /// That the last append() has cut off a torn line, for a remark; empty: nothing.
     const std::string& repair() const { return repair_; }

@@ -257,8 +257,7 @@ void LogDecoder::replyTimeout(const LogMatch&) {
 void LogDecoder::replyArrived(const LogMatch&) {
     // The receive thread may have logged the packet before the requesting thread logged its wait.
     if (waiting_ && unexpected_) {
-        LogEvent& packet = events_[*unexpected_];
-        nameReply(packet, packet.fields["type"], packet.fields["cmd"]);
+        nameReply(events_[unexpected_->event], unexpected_->type, unexpected_->command);
     }
     waiting_.reset();
     unexpected_.reset();
@@ -275,7 +274,7 @@ void LogDecoder::wirelessPacket(const LogMatch& match) {
     } else {
         event.text = "packet " + std::to_string(type) + "," + std::to_string(command) +
                      "  that no request waits for";
-        unexpected_ = events_.size() - 1;
+        unexpected_ = {events_.size() - 1, type, command};
     }
 }
 
@@ -300,9 +299,9 @@ void LogDecoder::notification(const LogMatch& match) {
                                             : "a trial was measured on the instrument";
     if (!unexpected_) {
         add(LogEvent::Direction::received, LogEvent::Layer::wireless, "");
-        unexpected_ = events_.size() - 1;
+        unexpected_ = {events_.size() - 1, type, command};
     }
-    LogEvent& event = events_[*std::exchange(unexpected_, std::nullopt)];
+    LogEvent& event = events_[std::exchange(unexpected_, std::nullopt)->event];
     event.text = name + ", " + std::to_string(type) + "," + std::to_string(command) + ", " +
                  std::to_string(match.numbers[2]) + " bytes";
     event.fields = {{"type", type}, {"cmd", command}, {"name", name}, {"size", match.numbers[2]}};

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "color/ColorJson.h"
 #include "log/LogLines.h"
 #include "log/LogPattern.h"
 #include "log/WiredPacket.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
@@ -25,8 +25,8 @@ struct LogEvent {
     Layer layer = Layer::none;
     std::string text;  ///< for people
     bool isProblem = false;
-    bool isUnknown = false;        ///< not understood; text is the message itself
-    Json fields = Json::object();  ///< the packet's fields, by stable names
+    bool isUnknown = false;  ///< not understood; text is the message itself
+    JsonObject fields;       ///< the packet's fields, by stable names
 };
 
 /// Reconstructs the conversation from the messages of a log. The log is not complete: of the host's
@@ -96,8 +96,13 @@ class LogDecoder {
     Transfer receiving_;
 
     // Wireless.
-    std::optional<std::size_t> waiting_;     ///< the event of the request without a reply
-    std::optional<std::size_t> unexpected_;  ///< the event of a packet that came before the request
+    std::optional<std::size_t> waiting_;  ///< the event of the request without a reply
+    struct Unexpected {
+        std::size_t event;
+        int type;
+        int command;
+    };
+    std::optional<Unexpected> unexpected_;  ///< a packet that came before the request
 };
 
 }  // namespace cqtool

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "log/LogDecoder.h"
+#include "text/Text.h"
 
 namespace cqtool {
 namespace {

@@ -2,14 +2,15 @@
 
 #include <vector>
 
-#include "color/ColorJson.h"
 #include "report/Comparison.h"
 #include "report/ReportText.h"
+#include "text/JsonObject.h"
 
 namespace cqtool {
 
 /// The numbers of a report: for each trial that has a standard its differences and its verdict, then
 /// statistics and counts.
-Json reportJson(const Job& job, const std::vector<ReportGroup>& groups, const ReportView& view);
+JsonObject reportJson(const Job& job, const std::vector<ReportGroup>& groups,
+                      const ReportView& view);
 
 }  // namespace cqtool

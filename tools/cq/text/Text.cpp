@@ -144,4 +144,27 @@ std::size_t displayWidth(std::string_view text) {
     return width;
 }
 
+std::string hexText(const std::uint8_t* bytes, std::size_t size) {
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", bytes[i]);
+        text += digits;
+    }
+    return text;
+}
+
+bool bytesOfHex(std::string_view digits, std::span<std::uint8_t> bytes) {
+    static constexpr std::string_view kDigits = "0123456789abcdef";
+    const std::string text = lowerCase(digits);
+    if (text.size() != 2 * bytes.size() || text.find_first_not_of(kDigits) != std::string::npos) {
+        return false;
+    }
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(kDigits.find(text[2 * i]) << 4 |
+                                             kDigits.find(text[2 * i + 1]));
+    }
+    return true;
+}
+
 }  // namespace cqtool

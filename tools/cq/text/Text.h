@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,11 @@ std::string printableText(const char* field, std::size_t size);
 /// Splits text into arguments as a shell would: at spaces, with '...' and "..." for quoting and a
 /// backslash before a literal character. Throws UsageError for a quotation that does not end.
 std::vector<std::string> splitArguments(std::string_view text);
+
+/// Two hexadecimal digits a byte.
+std::string hexText(const std::uint8_t* bytes, std::size_t size);
+/// The reverse; false if these are not exactly the digits of so many bytes.
+bool bytesOfHex(std::string_view digits, std::span<std::uint8_t> bytes);
 
 /// How many columns a terminal needs for UTF-8 text; escape sequences take none.
 std::size_t displayWidth(std::string_view text);

@@ -1,0 +1,237 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "exchange/Formats.h"
+#include "Failure.h"
+#include "job/JobEvents.h"
+#include "text/Json.h"
+#include "text/Time.h"
+
+namespace cqtool {
+namespace {
+
+/// What of a measurement is as in other exported JSON.
+constexpr std::array<const char*, 5> kEntryMembers{"kind", "name", "spectrum", "lab", "record"};
+
+/// Reads the members of an event; null counts as not there.
+class EventReader {
+  public:
+    explicit EventReader(const Json& event) : event_(event) {
+        if (!event.is_object()) {
+            throw Failure("it is no JSON object");
+        }
+    }
+
+    const Json* find(const char* name) const {
+        const auto found = event_.find(name);
+        return found == event_.end() || found->is_null() ? nullptr : &*found;
+    }
+
+    /// Empty if there is none.
+    std::string text(const char* name) const {
+        const Json* member = find(name);
+        if (member != nullptr && !member->is_string()) {
+            throw Failure(wrong(name, "must be a text"));
+        }
+        return member == nullptr ? std::string() : member->get<std::string>();
+    }
+
+    std::optional<std::uint64_t> count(const char* name) const {
+        const Json* member = find(name);
+        if (member != nullptr && !member->is_number_unsigned()) {
+            throw Failure(wrong(name, "must be a whole number"));
+        }
+        return member == nullptr ? std::nullopt : std::optional(member->get<std::uint64_t>());
+    }
+
+    std::optional<double> number(const char* name) const {
+        const Json* member = find(name);
+        if (member != nullptr && !member->is_number()) {
+            throw Failure(wrong(name, "must be a number"));
+        }
+        return member == nullptr ? std::nullopt : std::optional(member->get<double>());
+    }
+
+    std::vector<std::string> texts(const char* name) const {
+        const Json* member = find(name);
+        std::vector<std::string> result;
+        if (member != nullptr && !member->is_array()) {
+            throw Failure(wrong(name, "must be a list of texts"));
+        }
+        for (const Json& text : member == nullptr ? Json::array() : *member) {
+            if (!text.is_string()) {
+                throw Failure(wrong(name, "must be a list of texts"));
+            }
+            result.push_back(text.get<std::string>());
+        }
+        return result;
+    }
+
+  private:
+    static std::string wrong(const char* name, const char* why) {
+        return std::string("its \"") + name + "\" " + why;
+    }
+
+    const Json& event_;
+};
+
+InstrumentIdentity instrumentOf(const EventReader& event) {
+    const Json* instrument = event.find("instrument");
+    if (instrument == nullptr) {
+        return {};
+    }
+    const EventReader reader(*instrument);
+    return {reader.text("model"), reader.text("serial"), reader.text("firmware")};
+}
+
+std::vector<Limit> limitsOf(const EventReader& event) {
+    std::vector<Limit> limits;
+    for (const std::string& text : event.texts("tolerances")) {
+        limits.push_back(limitOf(text, false));
+    }
+    for (const std::string& text : event.texts("warnings")) {
+        limits.push_back(limitOf(text, true));
+    }
+    return limits;
+}
+
+JobMeasurement* found(Job& job, std::uint64_t number) {
+    return const_cast<JobMeasurement*>(std::as_const(job).find(number));
+}
+
+JobMeasurement& namedBy(Job& job, const EventReader& event) {
+    const auto number = event.count("measurement");
+    JobMeasurement* measurement = found(job, number.value_or(0));
+    if (measurement == nullptr) {
+        throw Failure("its \"measurement\" is not the number of one before it");
+    }
+    return *measurement;
+}
+
+void applyCreated(Job& job, const EventReader& event, const std::string& time) {
+    if (event.text("format") != kJobFormat) {
+        throw Failure(std::string("its \"format\" is not \"") + kJobFormat + '"');
+    }
+    if (event.count("version") != kJobFormatVersion) {
+        throw Failure("it is a job of another version of cq than this one");
+    }
+    Job created;
+    created.title = event.text("title");
+    created.operatorName = event.text("operator");
+    created.created = time;
+    for (const std::string& name : event.texts("illuminants")) {
+        created.viewing.illuminants.push_back(illuminantNamed(name));
+    }
+    if (created.viewing.illuminants.empty()) {
+        throw Failure("it names no illuminants");
+    }
+    created.viewing.observer = observerNamed(std::to_string(event.count("observer").value_or(0)));
+    created.limits = limitsOf(event);
+    checkLimits(created.limits, created.viewing);
+    job = std::move(created);
+}
+
+RecordEntry entryOfEvent(const Job& job, const EventReader& event) {
+    Json members{{"time", event.text("measured")}};
+    for (const char* name : kEntryMembers) {
+        if (const Json* member = event.find(name)) {
+            members[name] = *member;
+        }
+    }
+    if (event.text("kind").empty() || event.text("name").empty()) {
+        throw Failure("it lacks \"kind\" or \"name\"");
+    }
+    RecordEntry entry = entryOfJson(members, "the measurement", 0, {});
+    entry.lab = labOf(entry, job.viewing.primary());
+    entry.index = static_cast<std::uint32_t>(std::count_if(
+        job.measurements.begin(), job.measurements.end(),
+        [&](const auto& before) { return before.entry.isStandard == entry.isStandard; }));
+    return entry;
+}
+
+void applyMeasurement(Job& job, const EventReader& event, std::uint64_t number,
+                      const std::string& time) {
+    JobMeasurement measurement;
+    measurement.number = number;
+    measurement.time = time;
+    measurement.entry = entryOfEvent(job, event);
+    measurement.instrument = instrumentOf(event);
+    measurement.calibrationAge = event.number("calibrationAge");
+    measurement.averaged = static_cast<std::uint32_t>(event.count("averaged").value_or(1));
+    measurement.spread = event.number("spread");
+    measurement.program = event.text("program");
+    measurement.standard = event.count("standard");
+    if (measurement.standard) {
+        const JobMeasurement* standard = job.find(*measurement.standard);
+        if (measurement.entry.isStandard || standard == nullptr || !standard->entry.isStandard) {
+            throw Failure("its \"standard\" is not the number of a standard before it");
+        }
+    }
+    job.measurements.push_back(std::move(measurement));
+}
+
+void applyTolerances(Job& job, const EventReader& event) {
+    auto limits = limitsOf(event);
+    checkLimits(limits, job.viewing);
+    job.limits = std::move(limits);
+}
+
+void applyRemark(Job& job, const EventReader& event, std::uint64_t number,
+                 const std::string& time) {
+    const std::string text = event.text("text");
+    if (event.find("measurement") != nullptr) {
+        namedBy(job, event).remarks.push_back(text);
+    } else {
+        job.remarks.push_back({number, time, text});
+    }
+}
+
+void applyNamed(Job& job, const EventReader& event, std::uint64_t number, const std::string& time) {
+    const std::string name = event.text("event");
+    if ((name == "created") != (job.lastNumber == 0)) {
+        throw Failure(job.lastNumber == 0 ? "it does not create a job"
+                                          : "the job is there already");
+    }
+    if (name == "created") {
+        applyCreated(job, event, time);
+    } else if (name == "measurement") {
+        applyMeasurement(job, event, number, time);
+    } else if (name == "struckOut") {
+        JobMeasurement& measurement = namedBy(job, event);
+        if (measurement.struckOutBy) {
+            throw Failure("its measurement is struck out already");
+        }
+        measurement.struckOutBy = number;
+    } else if (name == "tolerances") {
+        applyTolerances(job, event);
+    } else if (name == "remark") {
+        applyRemark(job, event, number, time);
+    } else if (name == "calibrated") {
+        job.calibrations.push_back({instrumentOf(event), time});
+    } else {
+        throw Failure("there is no event '" + name + "'");
+    }
+}
+
+}  // namespace
+
+void applyEvent(Job& job, const Json& event) {
+    try {
+        const EventReader reader(event);
+        const std::uint64_t number = job.lastNumber + 1;
+        if (reader.count("number") != number) {
+            throw Failure("its \"number\" is not " + std::to_string(number));
+        }
+        const std::string time = reader.text("time");
+        if (!secondsOf(time)) {
+            throw Failure("its \"time\" is not as in 2026-05-01T10:00:00Z");
+        }
+        applyNamed(job, reader, number, time);
+        job.lastNumber = number;
+    } catch (const UsageError& error) {
+        throw Failure(error.what());
+    }
+}
+
+}  // namespace cqtool
