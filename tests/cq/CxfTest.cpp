@@ -95,6 +95,19 @@ TEST(Cxf, GivesBackWhatWasWritten) {
                 HasSubstr("CxF cannot hold"));
 }
 
+TEST(Cxf, ReadsTristimulusValues) {
+    // Half the light of F11 for 2 degrees, CIE 15:2018, table T.8.2: a neutral with L* 76.07.
+    const RecordSet set = readCxfText(
+        document(object("Sample",
+                        "<cc:ColorCIEXYZ ColorSpecification='wide'><cc:X>50.48</cc:X><cc:Y>50"
+                        "</cc:Y><cc:Z>32.18</cc:Z></cc:ColorCIEXYZ>")));
+    EXPECT_EQ(set.viewing.illuminant, IlluminantF11);
+    const auto& values = set.entries.at(0).lab->values;
+    EXPECT_NEAR(values[0], 76.07, 0.02);
+    EXPECT_NEAR(values[1], 0, 0.1);
+    EXPECT_NEAR(values[2], 0, 0.1);
+}
+
 TEST(Cxf, ReadsFilesOfOtherPrograms) {
     const RecordSet set =
         readCxfText(document(object("Target", spectrum("wide", 71)) + object("Colorant", "") +

@@ -4,7 +4,6 @@
 #include <iterator>
 
 #include "color/ColorInput.h"
-#include "color/ColorJson.h"
 #include "color/ColorMath.h"
 #include "cqapi/CQApi.h"
 #include "exchange/Formats.h"
@@ -27,6 +26,7 @@ constexpr const char* kTagCollection = "cq";
 constexpr const char* kIndexTag = "index";
 constexpr const char* kRecordTag = "record";
 constexpr std::array<const char*, 3> kLabElements{"L", "A", "B"};
+constexpr std::array<const char*, 3> kXyzElements{"X", "Y", "Z"};
 /// Illuminants that the format enumerates; others are custom, with a name.
 constexpr std::string_view kCxfIlluminants[] = {"A",  "C",  "D50", "D55", "D65", "D75", "F2",
                                                 "F3", "F7", "F9",  "F10", "F11", "F12"};
@@ -172,8 +172,9 @@ class CxfReader {
             }
         }
         if (set.entries.empty()) {
-            throw Failure(source_ + " has no object with a reflectance spectrum or CIELAB values",
-                          "give a CxF3 file of measured colours");
+            throw Failure(
+                source_ + " has no object with a reflectance spectrum, CIELAB or CIEXYZ values",
+                "give a CxF3 file of measured colours");
         }
         set.viewing = viewing_.viewing();
         for (RecordEntry& entry : set.entries) {
@@ -234,7 +235,8 @@ class CxfReader {
     void addValues(RecordEntry& entry, const XmlElement& values) {
         const XmlElement* spectrum = values.child("ReflectanceSpectrum");
         const XmlElement* lab = values.child("ColorCIELab");
-        const XmlElement* first = spectrum != nullptr ? spectrum : lab;
+        const XmlElement* xyz = values.child("ColorCIEXYZ");
+        const XmlElement* first = spectrum != nullptr ? spectrum : lab != nullptr ? lab : xyz;
         if (first == nullptr) {
             return;
         }
@@ -247,13 +249,19 @@ class CxfReader {
             addSpectrumViewing(lab != nullptr ? specificationFor(*lab) : specification);
             return;
         }
-        entry.lab.emplace();
-        for (std::size_t i = 0; i < kLabElements.size(); ++i) {
-            entry.lab->values[i] =
-                static_cast<float>(number(lab->textOf(kLabElements[i]), kLabElements[i]));
-        }
+        const Viewing viewing = viewing_.addColor(viewingOf(specification), where_);
+        entry.lab = lab != nullptr
+                        ? colorIn(*lab, kLabElements)
+                        : colorOfXyz(colorIn(*xyz, kXyzElements), ColorSpaceLab, viewing);
         checkLab(*entry.lab, where_);
-        viewing_.addColor(viewingOf(specification), where_);
+    }
+
+    ColorData colorIn(const XmlElement& value, const std::array<const char*, 3>& names) const {
+        ColorData color{};
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            color.values[i] = static_cast<float>(number(value.textOf(names[i]), names[i]));
+        }
+        return color;
     }
 
     /// A spectrum can be taken for others than the light that the file names.
