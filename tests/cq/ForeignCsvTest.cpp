@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <sstream>
 
 #include "exchange/Exchange.h"
 #include "Samples.h"
@@ -119,6 +120,29 @@ TEST(ForeignCsv, TellsTrialsByColumns) {
     EXPECT_EQ(typed.entries[0].name, "4006381333931");
     EXPECT_TRUE(typed.entries[0].isStandard && !typed.entries[1].isStandard);
     EXPECT_EQ(typed.entries[1].index, 7U);
+}
+
+TEST(ForeignCsv, TellsWhatIsAssumed) {
+    const std::string percent = reflectances(400, 700, 10, ';', '.', true);
+    const struct {
+        std::string content;
+        const char* told;
+    } cases[] = {
+        {"Name" + titles("R#", 400, 700, 10, ';') + "\nx" + percent + "\n",
+         "cq: file does not say it: assumed that its reflectances, most of them above 2, are in "
+         "percent\n"},
+        {"Name" + titles("R# %", 400, 700, 10, ';') + "\nx" + percent + "\n", ""},
+        {"L,a,b\n50,1,2\n",
+         "cq: file does not say it: assumed that its L*, a*, b* are for D65/10°\n"},
+        {"L*(A/2),a*(A/2),b*(A/2)\n50,1,2\n", ""},
+        {"L,a,b,illuminant,observer\n50,1,2,A,2\n", ""},
+    };
+    for (const auto& [content, told] : cases) {
+        std::ostringstream notes;
+        parsedRecords(content, ExchangeFormat::csv, "file",
+                      {.isPercent = false, .layout = {}, .notes = &notes});
+        EXPECT_EQ(notes.str(), told);
+    }
 }
 
 TEST(ForeignCsv, DoesNotGuess) {

@@ -121,6 +121,9 @@ class JobReport(CqTest):
             done = self.json("report", self.job, "--output", self.folder / name)
             self.assertEqual((done["passed"], done["failed"], done["struckOut"]), (1, 1, 1))
             self.assertEqual([d["illuminant"] for d in done["trials"][0]["differences"]], ["D65", "A"])
+        for name in ("lot.qtx", "lot.json"):
+            done = self.cq("report", self.job, "--output", self.folder / name)
+            self.assertEqual("not the tolerances" in done.stderr, name == "lot.qtx")
         page = (self.folder / "lot.html").read_text()
         for part in ("<h1>Lot 12</h1>", "Night shift", "1 of 2 within", "<del>12-3</del>"):
             self.assertIn(part, page)

@@ -50,7 +50,8 @@ void requireColor(const RecordEntry& entry, const std::string& name, const Recor
 
 }  // namespace
 
-Against::Against(const std::string& text, const Viewing& viewing, const RecordLayout& layout)
+Against::Against(const std::string& text, const Viewing& viewing, const RecordLayout& layout,
+                 std::ostream& notes)
     : viewing_(viewing), layout_(layout) {
     if (text.empty()) {
         return;
@@ -69,7 +70,8 @@ Against::Against(const std::string& text, const Viewing& viewing, const RecordLa
         std::error_code error;
         const bool isWhole = std::filesystem::exists(text, error);
         file_ = isWhole ? text : text.substr(0, text.rfind(':'));
-        standard_ = measurementIn(text, viewing, {.isPercent = false, .layout = layout});
+        standard_ =
+            measurementIn(text, viewing, {.isPercent = false, .layout = layout, .notes = &notes});
     }
     standard_->name = standard_->name.empty() ? name_ : standard_->name;
     requireColor(*standard_, name_, layout_);

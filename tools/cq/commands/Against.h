@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 
@@ -14,8 +15,9 @@ namespace cqtool {
 class Against {
   public:
     /// Reads what needs no instrument. Throws Failure or UsageError.
-    /// \param text as given; empty: there is none.
-    Against(const std::string& text, const Viewing& viewing, const RecordLayout& layout);
+    /// \param text as given; empty: there is none. \param notes for what is assumed of a file.
+    Against(const std::string& text, const Viewing& viewing, const RecordLayout& layout,
+            std::ostream& notes);
 
     /// Reads a stored one, once; throws Failure if there is none.
     void read(Connection& connection);

@@ -71,8 +71,9 @@ struct JobStandardOptions : JobCommandOptions {
 void runJobStandard(const JobStandardOptions& options, const Environment& environment) {
     JobFile file(options.file);
     JobMeasurement standard;
-    standard.entry = measurementIn(options.measurement, file.job().viewing.primary(),
-                                   {options.isPercent, loadRecordLayout(options.recordLayout)});
+    standard.entry = measurementIn(
+        options.measurement, file.job().viewing.primary(),
+        {options.isPercent, loadRecordLayout(options.recordLayout), &environment.notes});
     standard.entry.isStandard = true;
     if (!options.name.empty()) {
         standard.entry.name = options.name;

@@ -34,7 +34,7 @@ Judge::Judge(const JudgeOptions& options, const Viewing& viewing, const RecordLa
       judging_{options.formula.value_or(DifferenceFormula{}),
                {{viewing.illuminant}, viewing.observer},
                options.limits},
-      against_(options.against, viewing, layout) {
+      against_(options.against, viewing, layout, notes) {
     const RecordingOptions& job = options.job;
     if (job.isGiven()) {
         job_.emplace(job, isNumbered, notes);

@@ -106,11 +106,7 @@ void runReport(const ReportOptions& options, const Environment& environment) {
         options.report, options.output,
         {input.file, input.hasStandardFile() ? input.standard : std::string(), input.recordLayout});
     const ReportForm form = formOf(options.report);
-    std::string remark;
-    const Job job = jobFor(input, remark);
-    if (!remark.empty()) {
-        environment.notes << "cq: " << shown(remark) << '\n';
-    }
+    const Job job = jobFor(input, environment.notes);
     const auto groups = reportGroups(job);
     const auto trials = allTrials(groups);
     const TrialCounts counts = countsOf(job, trials);
@@ -124,8 +120,12 @@ void runReport(const ReportOptions& options, const Environment& environment) {
     }
     JsonObject numbers = reportJson(job, groups, view);
     if (form == ReportForm::records) {
-        writeFile(options.report,
-                  recordsOf(job, numbers, exchangeFormatFor(options.report), options.writing));
+        const ExchangeFormat format = exchangeFormatFor(options.report);
+        writeFile(options.report, recordsOf(job, numbers, format, options.writing));
+        if (!job.limits.empty() && format != ExchangeFormat::json) {
+            environment.notes << "cq: " << shown(options.report)
+                              << " holds the measurements, not the tolerances; .json holds both\n";
+        }
     } else {
         const std::string page = jobPage(job, groups, view);
         writeFile(options.report,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 
 #include "color/ColorMath.h"
 #include "commands/Options.h"
@@ -36,8 +37,8 @@ bool isNumber(const std::string& text) {
 /// Computes the colours of exported files.
 class ExportReader {
   public:
-    explicit ExportReader(const ReportInput& input)
-        : input_(input), reading_{input.isPercent, loadRecordLayout(input.recordLayout)} {}
+    ExportReader(const ReportInput& input, std::ostream& notes)
+        : input_(input), reading_{input.isPercent, loadRecordLayout(input.recordLayout), &notes} {}
 
     /// \param format as exchangeFormatFor() takes it.
     /// \param viewing illuminant and observer; nothing: those of the file.
@@ -168,7 +169,7 @@ bool isJobFile(const ReportInput& input) {
     return begin == kBeginning;
 }
 
-Job jobOfFile(const ReportInput& input, std::string& remark) {
+Job jobOfFile(const ReportInput& input, std::ostream& notes) {
     if (!input.standard.empty() || input.isPercent || !input.recordLayout.empty()) {
         throw UsageError(
             "--standard, --percent and --record-layout are for exported files; a job has its "
@@ -176,8 +177,8 @@ Job jobOfFile(const ReportInput& input, std::string& remark) {
     }
     const JobFile file(input.file);
     if (file.tornBytes() > 0) {
-        remark = "the last line of " + input.file +
-                 " is not complete and left out: it was being written, or its writer was ended";
+        notes << "cq: the last line of " << shown(input.file)
+              << " is not complete and left out: it was being written, or its writer was ended\n";
     }
     if (file.job().measurements.size() > kMostReported) {
         refuseSize(input.file);
@@ -197,8 +198,8 @@ void requireSpectra(const Job& job, const Viewing& given) {
     }
 }
 
-Job jobOfExport(const ReportInput& input) {
-    const ExportReader reader(input);
+Job jobOfExport(const ReportInput& input, std::ostream& notes) {
+    const ExportReader reader(input, notes);
     const RecordSet set = reader.read(input.file, input.format, std::nullopt);
     Job job = jobOf(set, groupsFor(input, reader, set));
     job.title = set.title;
@@ -211,9 +212,9 @@ bool ReportInput::hasStandardFile() const {
     return !standard.empty() && !isNumber(standard);
 }
 
-Job jobFor(const ReportInput& input, std::string& remark) {
+Job jobFor(const ReportInput& input, std::ostream& notes) {
     const bool isJob = isJobFile(input);
-    Job job = isJob ? jobOfFile(input, remark) : jobOfExport(input);
+    Job job = isJob ? jobOfFile(input, notes) : jobOfExport(input, notes);
     if (!input.title.empty()) {
         job.title = input.title;
     } else if (job.title.empty()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,7 +30,7 @@ struct ReportInput {
 
 /// A job's file, or an exported file as a job, with the limits and the viewing that the options give.
 /// Throws Failure for a file that holds nothing to report, UsageError for options that do not fit.
-/// \param remark what the user should know of the file; unchanged if there is nothing.
-Job jobFor(const ReportInput& input, std::string& remark);
+/// \param notes for what the user should know of the file.
+Job jobFor(const ReportInput& input, std::ostream& notes);
 
 }  // namespace cqtool

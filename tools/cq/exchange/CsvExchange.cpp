@@ -1,7 +1,7 @@
 #include <algorithm>
+#include <ostream>
 #include <utility>
 
-#include "color/ColorJson.h"
 #include "color/ColorMath.h"
 #include "exchange/EntryColumns.h"
 #include "exchange/Formats.h"
@@ -127,6 +127,25 @@ void checkStandard(const RecordSet& set, const std::string& name, const std::str
     }
 }
 
+/// What the file does not say itself.
+std::string assumptionsOf(const RecordSet& set, const EntryColumns& columns,
+                          const ColumnTitles& titles) {
+    std::vector<std::string> assumptions;
+    if (columns.isPercentAssumed()) {
+        assumptions.emplace_back("its reflectances, most of them above 2, are in percent");
+    }
+    const bool decidesViewing =
+        std::any_of(set.entries.begin(), set.entries.end(),
+                    [](const RecordEntry& entry) { return entry.lab && !entry.spectrum; });
+    const auto lightness = titles.triple(false)[0];
+    const NamedViewing named = namedViewing(lightness ? titles.remark(*lightness) : std::string());
+    const bool hasColumns = titles.find({"illuminant"}) && titles.find({"observer"});
+    if (decidesViewing && !hasColumns && !(named.illuminant && named.observer)) {
+        assumptions.push_back("its L*, a*, b* are for " + viewingName(set.viewing));
+    }
+    return joined(assumptions, " and ");
+}
+
 /// What all rows have in common: the cell of the first; empty when there is none.
 std::string commonText(const CsvTable& table, std::optional<std::size_t> column) {
     return table.rows.size() < 2 || !column ? std::string() : table.rows[1].fields[*column];
@@ -174,6 +193,11 @@ RecordSet recordsOfCsv(std::string_view content, const std::string& source,
     set.instrument = commonText(table, titles.find({"instrument"}));
     set.serial = commonText(table, titles.find({"serial"}));
     set.viewing = viewingOfTable(table, titles, source);
+    const std::string assumptions = assumptionsOf(set, columns, titles);
+    if (options.notes != nullptr && !assumptions.empty()) {
+        *options.notes << "cq: " << shown(source) << " does not say it: assumed that "
+                       << assumptions << '\n';
+    }
     return set;
 }
 

@@ -202,7 +202,8 @@ bool EntryColumns::adjustTo(const std::vector<std::vector<std::string>>& rows) {
     }
     const bool saysPercent =
         hasUnits && *spectrum_[0] < rows[0].size() && has('%')(rows[0][*spectrum_[0]]);
-    isPercent_ = isPercent_ || saysPercent || (large > 0 && 2 * large >= reflectances);
+    isPercentAssumed_ = !isPercent_ && !saysPercent && large > 0 && 2 * large >= reflectances;
+    isPercent_ = isPercent_ || saysPercent || isPercentAssumed_;
     return hasUnits;
 }
 

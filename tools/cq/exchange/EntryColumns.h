@@ -29,6 +29,9 @@ class EntryColumns {
     /// \return whether the first row holds units, and no entry.
     bool adjustTo(const std::vector<std::vector<std::string>>& rows);
 
+    /// That neither title nor unit nor option says percent, and the numbers alone do.
+    bool isPercentAssumed() const { return isPercentAssumed_; }
+
     /// The entry in a row. Empty cells and missing columns are unknown.
     /// \param count the number of entries before: the index of an entry without one.
     /// Throws Failure for a row of the wrong length or a cell with invalid content.
@@ -42,6 +45,7 @@ class EntryColumns {
 
     std::vector<std::string> titles_;
     bool isPercent_;
+    bool isPercentAssumed_ = false;
     char decimalMark_ = '.';
     Place index_;
     Place identifier_;  ///< a number like the index, or a name

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,8 +42,9 @@ struct RecordSet {
 
 /// How to read what a file does not say itself.
 struct ReadOptions {
-    bool isPercent = false;  ///< spectra are in percent
-    RecordLayout layout;     ///< of raw records
+    bool isPercent = false;         ///< spectra are in percent
+    RecordLayout layout;            ///< of raw records
+    std::ostream* notes = nullptr;  ///< for a line that tells what is assumed
 };
 
 /// How to write CSV.
