@@ -1,8 +1,12 @@
-"""The host program for Windows, with the virtual instrument that it starts by itself."""
+"""The host program and the station for Windows, with the virtual instrument that they start by themselves."""
 
+import json
+import pathlib
 import subprocess
+import urllib.error
+import urllib.request
 
-from support import COMMAND, CqTest
+from support import COMMAND, CQ, CqTest
 
 
 class Virtual(CqTest):
@@ -34,3 +38,27 @@ class Virtual(CqTest):
     def test_what_does_not_start_is_explained(self):
         self.refused("info", "--virtual-options", "--frobnicate", status=2, says="refused its options")
         self.refused("status", "--port", r"\\.\pipe\none", status=1, says=r"there is no \\.\pipe\none")
+
+    def test_station_serves_its_page_and_measures(self):
+        program = pathlib.Path(CQ).with_name("cq-station.exe")
+        station = subprocess.Popen(
+            [*COMMAND[:-1], program, "--virtual", "--virtual-options",
+             "--calibrated --measure-time 1 --press-every 0.1:standard"],
+            cwd=self.folder, stdout=subprocess.PIPE, encoding="utf-8")
+        self.addCleanup(station.communicate)
+        self.addCleanup(station.kill)
+        origin, token = station.stdout.readline().removeprefix("page: ").strip().split("?token=")
+
+        def get(path, **headers):
+            request = urllib.request.Request(origin + path, headers=headers)
+            with urllib.request.urlopen(request, timeout=30) as response:
+                return response.read().decode()
+
+        with self.assertRaises(urllib.error.HTTPError) as refused:
+            get("")
+        self.assertEqual(refused.exception.code, 401)
+        allowed = {"Authorization": f"Bearer {token}"}
+        self.assertIn("page.js", get("", **allowed))
+        (job,) = json.loads(get("api/jobs", **allowed))["jobs"]
+        self.wait_for(lambda: json.loads(get(f"api/jobs/{job}", **allowed))["measurementCount"] > 1,
+                      "measurements")
