@@ -144,6 +144,10 @@ class Debs(PackageTest):
         for package in "libcqapi-dev", "cqapi-tools":
             self.assertIn(f"libcqapi1 (= {version})", self.fields(package)["Depends"])
         self.assertRegex(self.fields("libcqapi1")["Depends"], r"libc6 \(>= [\d.]+\)")
+        self.assertRegex(self.fields("cqapi-tools")["Depends"], r"libmosquitto1 \(>= [\d.]+")
+        for name in "cq", "cq-station", "cq-virtual-instrument":
+            linked = re.findall(r"NEEDED.*\[(.*?)\.so", run("readelf", "-dW", self.programs / name))
+            self.assertEqual("libmosquitto" in linked, name == "cq-station", f"{name} links {linked}")
         for file in self.programs / "cq", self.libraries / "libCQApi.so.1":
             self.assertNotIn(" .symtab", run("readelf", "-SW", file), f"{file} is not stripped")
             self.assertNotIn("PATH", run("readelf", "-dW", file), f"{file} has a run path")

@@ -4,6 +4,8 @@
 
 native_packages="g++ cmake ninja-build python3 libboost-dev libcli11-dev nlohmann-json3-dev googletest"
 windows_packages="g++-mingw-w64-x86-64-posix wine wine64"
+# cq-station alone needs them; ./demo builds without.
+station_packages="libmosquitto-dev"
 bench_packages="g++ cmake ninja-build libbenchmark-dev liblcms2-dev libboost-dev libcli11-dev nlohmann-json3-dev"
 deb_packages="dpkg-dev file pkg-config mono-mcs"
 zip_packages="zip llvm mono-mcs"
@@ -12,6 +14,8 @@ lint_packages="clang-format clang-tidy shellcheck"
 bindings_packages="python3-numpy python3-matplotlib python3-pip python3-setuptools python3-wheel mono-mcs mono-runtime libmono-system4.0-cil libmono-system-core4.0-cil"
 # Optional: without them the page of the station is not tested in a browser.
 browser_packages="chromium nodejs npm"
+# Optional: without them stations, broker and database are not tested together.
+hall_packages="mosquitto openssl postgresql python3-paho-mqtt python3-psycopg2"
 coverage_packages="gcovr"
 fuzz_packages="clang libclang-rt-14-dev llvm g++ cmake ninja-build python3"
 site_packages="doxygen doxygen-awesome-css python3-numpy python3-matplotlib"

@@ -64,6 +64,11 @@ std::uint64_t Journal::lastNumber() const {
     return ends_.size();
 }
 
+std::uint64_t Journal::endOf(std::uint64_t number) const {
+    const std::scoped_lock lock(mutex_);
+    return ends_.at(number - 1);
+}
+
 std::vector<std::string> Journal::messagesAfter(std::uint64_t number, std::size_t most) const {
     const std::scoped_lock lock(mutex_);
     std::vector<std::string> messages;

@@ -23,6 +23,7 @@ class Journal {
     Journal(std::string name, const std::filesystem::path& file, std::function<void()> changed);
 
     const std::string& name() const { return name_; }
+    std::filesystem::path file() const { return file_.path(); }
 
     /// Appends an event that depends on the job as it is then.
     /// Throws cqtool::Failure with nothing written.
@@ -34,6 +35,8 @@ class Journal {
 
     std::uint64_t numberAtOpening() const { return numberAtOpening_; }
     std::uint64_t lastNumber() const;
+    /// Up to which byte of the file this event and those before it reach.
+    std::uint64_t endOf(std::uint64_t number) const;
     /// The messages for listeners about events after this number, in order.
     /// \param most how many at most.
     std::vector<std::string> messagesAfter(std::uint64_t number, std::size_t most) const;

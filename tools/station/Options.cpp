@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include <boost/asio/ip/host_name.hpp>
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -30,16 +31,22 @@ constexpr const char* kFooter =
     "  cq serve --virtual --open\n"
     "  cq serve --job lot12.cqjob --instrument bench=/dev/ttyACM0\n"
     "  cq serve --config hall.json --listen 192.168.1.20 --http-port 8400 --token-file token\n"
+    "  cq serve --config hall.json --mqtt mqtts://broker.example --mqtt-login login\n"
     "\n"
     "Exit status: 0 ended by Ctrl-C, 1 failed, 2 wrong command line.";
 
 constexpr const char* kVirtualOptions = "--calibrated";
 
-bool isPlaceName(const std::string& name) {
-    return !name.empty() && name.size() <= 40 &&
-           std::all_of(name.begin(), name.end(), [](char letter) {
+constexpr std::size_t kLongestPlaceName = 40;
+constexpr std::size_t kLongestStationName = 64;
+
+/// Letters, digits, '-', '_' and this one.
+bool isPlainName(const std::string& name, std::size_t longest, char other = '-') {
+    return !name.empty() && name.size() <= longest &&
+           std::all_of(name.begin(), name.end(), [other](char letter) {
                return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-                      (letter >= '0' && letter <= '9') || letter == '-' || letter == '_';
+                      (letter >= '0' && letter <= '9') || letter == '-' || letter == '_' ||
+                      letter == other;
            });
 }
 
@@ -107,7 +114,7 @@ Place placeIn(const Json& object, std::size_t number) {
 void checkPlaces(const Options& options) {
     std::set<std::string> names;
     for (const Place& place : options.places) {
-        if (!isPlaceName(place.name)) {
+        if (!isPlainName(place.name, kLongestPlaceName)) {
             throw UsageError("an instrument's name has letters, digits, '-' and '_', not '" +
                              place.name + "'");
         }
@@ -117,8 +124,37 @@ void checkPlaces(const Options& options) {
     }
 }
 
+void setIfEmpty(std::string& text, std::string other) {
+    if (text.empty()) {
+        text = std::move(other);
+    }
+}
+
+/// The configuration's "mqtt"; what the command line has set goes first.
+void addBroker(Broker& broker, const Json& object) {
+    refuseOthers(object, {"url", "login", "ca", "certificate", "key", "settle"});
+    try {
+        if (broker.host.empty()) {
+            setUrl(broker, textOf(object, "url"));
+        }
+    } catch (const UsageError& error) {
+        throw Failure(error.what());
+    }
+    setIfEmpty(broker.loginFile, textOf(object, "login"));
+    setIfEmpty(broker.authoritiesFile, textOf(object, "ca"));
+    setIfEmpty(broker.certificateFile, textOf(object, "certificate"));
+    setIfEmpty(broker.keyFile, textOf(object, "key"));
+    if (const auto settle = object.find("settle"); settle != object.end()) {
+        if (!settle->is_number_unsigned()) {
+            throw Failure("'settle' must be a number of seconds");
+        }
+        broker.settleTime = std::chrono::seconds(settle->get<std::uint32_t>());
+    }
+}
+
 struct Typed {
     std::string config;
+    std::string broker;
     std::vector<std::string> instruments;
     bool isVirtual = false;
     std::string virtualOptions;
@@ -159,14 +195,43 @@ void addOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("NAME")
         ->expected(1)
         ->take_all();
+    app.add_option(
+           "--mqtt", typed.broker,
+           "Publish all events to this MQTT broker: mqtt://HOST[:PORT], or mqtts:// with TLS "
+           "(on Linux)")
+        ->type_name("URL");
+    app.add_option("--mqtt-login", options.broker.loginFile,
+                   "File with two lines, the user and the password for the broker")
+        ->type_name("FILE");
+    app.add_option("--mqtt-ca", options.broker.authoritiesFile,
+                   "Authorities that the broker's certificate may be from (default: the system's)")
+        ->type_name("FILE");
+    auto* const certificate =
+        app.add_option("--mqtt-cert", options.broker.certificateFile, "The station's certificate")
+            ->type_name("FILE");
+    auto* const key = app.add_option("--mqtt-key", options.broker.keyFile, "Its private key")
+                          ->needs(certificate)
+                          ->type_name("FILE");
+    certificate->needs(key);
+    app.add_option("--station", options.station,
+                   "Name of this station for the broker (default: the host's)")
+        ->type_name("NAME");
     app.add_flag("--open", options.opensBrowser, "Open the page in the browser");
 }
 
 void finish(Options& options, const Typed& typed) {
     options.job = typed.job;
     options.jobFolder = typed.jobFolder;
+    if (!typed.broker.empty()) {
+        setUrl(options.broker, typed.broker);
+    }
     if (!typed.config.empty()) {
         addConfiguration(options, typed.config);
+    }
+    setIfEmpty(options.station, boost::asio::ip::host_name());
+    if (!isPlainName(options.station, kLongestStationName, '.')) {
+        throw UsageError("a station's name has letters, digits, '-', '_' and '.', not '" +
+                         options.station + "'; give it one with --station");
     }
     for (const std::string& text : typed.instruments) {
         options.places.push_back(placeOf(text, options.places.size() + 1));
@@ -218,7 +283,11 @@ void addConfiguration(Options& options, const std::filesystem::path& file) {
         if (config.is_discarded()) {
             throw Failure("it is not JSON");
         }
-        refuseOthers(config, {"instruments", "ports", "job", "jobs"});
+        refuseOthers(config, {"instruments", "ports", "job", "jobs", "station", "mqtt"});
+        setIfEmpty(options.station, textOf(config, "station"));
+        if (config.contains("mqtt")) {
+            addBroker(options.broker, config.at("mqtt"));
+        }
         if (options.job.empty()) {
             options.job = textOf(config, "job");
         }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Broker.h"
 #include "Instrument.h"
 #include "Server.h"
 
@@ -19,6 +20,8 @@ struct Options {
     std::filesystem::path jobFolder;  ///< empty: of the job, or else the working folder
     std::filesystem::path job;        ///< the file of the one to begin with; empty: today's
     std::vector<std::string> ports;   ///< where instruments are sought, too
+    std::string station;              ///< its name for the broker
+    Broker broker;                    ///< without a host: none
     std::vector<Place> places;        ///< at least one, with different names
 };
 

@@ -3,10 +3,12 @@
 
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "Failure.h"
 #include "Options.h"
+#include "Publisher.h"
 #include "Server.h"
 #include "system/ChildProcess.h"
 #include "system/Files.h"
@@ -81,6 +83,10 @@ void serve(const Options& options, cqtool::Interrupt& interrupt) {
     States states([&server] { server.wake(); });
     Ports ports(options.ports);
     const std::string job = jobFor(options, jobs)->name();
+    std::optional<Publisher> publisher;
+    if (!options.broker.host.empty()) {
+        publisher.emplace(options.broker, options.station, folder, jobs, states);
+    }
 
     Api::Workers workers;
     for (Place place : options.places) {
