@@ -62,7 +62,6 @@ def main():
             sys.exit(f"the broker refuses: {mqtt.connack_string(reason)}")
         prefix = f"$share/{options.share}/" if options.share else ""
         client.subscribe([(f"{prefix}cq/+/+/{event}", 1) for event in EVENTS])
-        print("subscribed", flush=True)
 
     def insert(_client, _data, message):
         try:
@@ -74,6 +73,7 @@ def main():
     while True:
         client = client_for(options)
         client.on_connect = subscribe
+        client.on_subscribe = lambda *_: print("subscribed", flush=True)
         client.on_message = insert  # is acknowledged when it returns
         try:
             client.loop_forever(retry_first_connection=True)
