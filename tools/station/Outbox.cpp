@@ -5,6 +5,7 @@
 
 #include "Failure.h"
 #include "system/Files.h"
+#include "text/Json.h"
 
 namespace station {
 namespace {
@@ -87,7 +88,7 @@ Outbox::Message Outbox::messageOf(const std::string& told) const {
     payload["station"] = station_;
     payload["job"] = journal_->name();
     payload["jobCreated"] = created_;
-    payload["serial"] = cqtool::orNull(serial);
+    payload["serial"] = serial.empty() ? Json() : Json(serial);
     if (const auto result = message.find("result"); result != message.end()) {
         payload["result"] = std::move(*result);
     }
