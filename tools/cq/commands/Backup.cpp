@@ -13,13 +13,13 @@
 namespace cqtool {
 namespace {
 
-struct BackupOptions {
+struct Options {
     std::string file;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void runBackup(const BackupOptions& options, const Environment& environment) {
+void run(const Options& options, const Environment& environment) {
     checkOutput(options.file, options.output, {});
     Connection connection(options.connection, environment.interrupt);
     Backup backup;
@@ -56,7 +56,7 @@ void runBackup(const BackupOptions& options, const Environment& environment) {
 
 void addBackup(Program& program, const Environment& environment) {
     CommandLine line = program.add("backup", "Write all that the instrument stores to a file");
-    const auto options = std::make_shared<BackupOptions>();
+    const auto options = std::make_shared<Options>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
                     .description = "The file to write (JSON); '-' writes to standard output",
@@ -71,7 +71,7 @@ void addBackup(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq backup instrument.json\n"
         "  cq backup instrument.json --wireless");
-    line.setAction([options, environment] { runBackup(*options, environment); });
+    line.setAction([options, environment] { run(*options, environment); });
 }
 
 }  // namespace cqtool

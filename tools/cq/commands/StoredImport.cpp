@@ -13,12 +13,12 @@
 namespace cqtool {
 namespace {
 
-struct StoredImportOptions : StoredOptions {
+struct Options : StoredOptions {
     std::string file;
     std::string format;
 };
 
-std::vector<CqMeasurementRecord> loadStandards(const StoredImportOptions& options) {
+std::vector<CqMeasurementRecord> loadStandards(const Options& options) {
     const RecordSet set =
         loadRecords(options.file, exchangeFormatFor(options.file, options.format));
     const auto sample = std::find_if(set.entries.begin(), set.entries.end(),
@@ -66,7 +66,7 @@ std::string adviceAfter(const Change& change, std::uint32_t first) {
                      std::to_string(first + change.done - 1) + " removes what arrived";
 }
 
-void runStoredImport(const StoredImportOptions& options, const Environment& environment) {
+void run(const Options& options, const Environment& environment) {
     const auto standards = loadStandards(options);
     Connection connection(options.connection, environment.interrupt);
     Storage storage(connection);
@@ -101,7 +101,7 @@ void runStoredImport(const StoredImportOptions& options, const Environment& envi
 }  // namespace
 
 void addStandardsImport(CommandLine& group, const Environment& environment) {
-    const auto options = std::make_shared<StoredImportOptions>();
+    const auto options = std::make_shared<Options>();
     CommandLine line = group.addCommand("import", "Write standards from a file to the instrument");
     line.addOption({.name = "file",
                     .valueName = "FILE",
@@ -118,7 +118,7 @@ void addStandardsImport(CommandLine& group, const Environment& environment) {
         "Examples:\n"
         "  cq standards import standards.csv\n"
         "  cq standards import backup.bin --port COM5");
-    line.setAction([options, environment] { runStoredImport(*options, environment); });
+    line.setAction([options, environment] { run(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -9,16 +9,15 @@
 namespace cqtool {
 namespace {
 
-struct StoredListOptions : StoredOptions {
+struct Options : StoredOptions {
     std::string recordLayout;
     ViewOptions view;
 };
 
 using Measurements = std::vector<Measurement>;
 
-void printText(const StoredListOptions& options, const Environment& environment,
-               const MeasurementView& view, const Measurements& measurements,
-               std::uint32_t stored) {
+void printText(const Options& options, const Environment& environment, const MeasurementView& view,
+               const Measurements& measurements, std::uint32_t stored) {
     if (measurements.empty()) {
         environment.out << emptyText(options, stored) << '\n';
         return;
@@ -51,8 +50,8 @@ void printText(const StoredListOptions& options, const Environment& environment,
     }
 }
 
-JsonObject jsonOf(const StoredListOptions& options, const std::string& port,
-                  const MeasurementView& view, const Measurements& measurements) {
+JsonObject jsonOf(const Options& options, const std::string& port, const MeasurementView& view,
+                  const Measurements& measurements) {
     JsonList records;
     std::uint32_t index = options.first;
     for (const Measurement& measurement : measurements) {
@@ -63,7 +62,7 @@ JsonObject jsonOf(const StoredListOptions& options, const std::string& port,
     return {{"port", port}, {"list", options.list.name()}, {"records", std::move(records)}};
 }
 
-void runStoredList(const StoredListOptions& options, const Environment& environment) {
+void run(const Options& options, const Environment& environment) {
     const MeasurementView view(options.view.viewing, *options.view.space,
                                loadRecordLayout(options.recordLayout));
     Connection connection(options.connection, environment.interrupt);
@@ -83,7 +82,7 @@ void runStoredList(const StoredListOptions& options, const Environment& environm
 }  // namespace
 
 void addStoredList(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<StoredListOptions>();
+    const auto options = std::make_shared<Options>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -96,7 +95,7 @@ void addStoredList(CommandLine& group, const Environment& environment, bool isSt
     line.setExamples("Examples:\n  cq " + name + " list\n  cq " + name +
                      " list --first 100 --count 20 --space lch --json" +
                      (isStandards ? "" : "\n  cq samples list --wireless --standard 3"));
-    line.setAction([options, environment] { runStoredList(*options, environment); });
+    line.setAction([options, environment] { run(*options, environment); });
 }
 
 }  // namespace cqtool
