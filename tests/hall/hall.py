@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import pwd
+import re
 import shutil
 import signal
 import socket
@@ -99,10 +100,17 @@ class Broker:
 
     def start(self):
         with (self.folder / "broker.log").open("a") as log:
+            self._began = log.tell()
             self.process = subprocess.Popen(
                 [program("mosquitto"), "-c", self.folder / "broker.conf"],
                 stdout=subprocess.DEVNULL, stderr=log)
         wait_for(self._answers, "the broker")
+
+    def clients(self):
+        """The names of those that have connected since the start."""
+        with (self.folder / "broker.log").open() as log:
+            log.seek(self._began)
+            return set(re.findall(r"New client connected from \S+ as (\S+)", log.read()))
 
     def _answers(self):
         with contextlib.suppress(OSError), socket.create_connection((HOST, self.port), 1):
@@ -240,8 +248,12 @@ class Station:
         mark = self.job.with_name(self.job.name + ".sent")
         return json.loads(mark.read_text())["number"] if mark.exists() else 0
 
+    def lines(self):
+        """Of the job; a last one without its end is only being written."""
+        return self.job.read_bytes().split(b"\n")[:-1]
+
     def events(self):
-        return [json.loads(line) for line in self.job.read_text().splitlines()]
+        return [json.loads(line) for line in self.lines()]
 
     def measurements(self):
         return [event["number"] for event in self.events() if event["event"] == "measurement"]

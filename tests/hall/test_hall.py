@@ -72,10 +72,11 @@ class HallTest(unittest.TestCase):
         wait_for(lambda: len(station.measurements()) > before + 20, "measurements sent in vain")
         self.broker.kill()
         wait_for(lambda: len(station.measurements()) > before + 40, "measurements without the broker")
-        states.clear()
         self.broker.start()
-        wait_for(lambda: database.ask("SELECT max(number) FROM event")[0][0] > before + 40, "the backlog")
-        wait_for(lambda: len(topics("online")) == 21, "the birth of all once more")
+        backlog = "SELECT count(*) FROM event WHERE number <= %s"
+        wait_for(lambda: database.ask(backlog, before + 40)[0][0] == before + 40, "the backlog")
+        wait_for(lambda: len([name for name in self.broker.clients() if "hall-1" in name]) == 21,
+                 "all of them to connect again")
         states.clear()
         station.kill()
         wait_for(lambda: len(topics("offline")) == 21, "the last wills of all")
