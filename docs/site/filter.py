@@ -23,7 +23,7 @@ def anchor(page, heading=""):
 
 def link(page, match):
     text, target, _, fragment = match.groups()
-    if "://" in target or target.endswith(".svg"):
+    if "://" in target or target.endswith((".svg", ".png")):
         return match.group(0)
     if target.endswith((".h", ".hpp")):
         return f"[{text}](@ref {pathlib.Path(target).name})"
