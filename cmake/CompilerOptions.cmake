@@ -17,6 +17,8 @@ if(MSVC)
 else()
   target_compile_options(cqapi_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    # Files that are compiled together count as headers, whose types must not use an unnamed namespace.
+    $<$<AND:$<COMPILE_LANG_AND_ID:CXX,GNU>,$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wno-subobject-linkage>
     # A fused multiply-add would round the colour formulas differently from one machine to another.
     -ffp-contract=off)
 endif()
@@ -44,11 +46,3 @@ endif()
 
 find_package(Threads REQUIRED)
 target_link_libraries(cqapi_options INTERFACE Threads::Threads)
-
-# Most of the time that a file takes goes to the standard library's headers: these are parsed once a
-# target.
-function(cqapi_precompile target)
-  target_precompile_headers(${target} PRIVATE <algorithm> <array> <chrono> <cmath> <cstdint>
-    <filesystem> <functional> <map> <memory> <mutex> <optional> <set> <span> <sstream> <string>
-    <string_view> <thread> <utility> <vector> ${ARGN})
-endfunction()

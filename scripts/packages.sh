@@ -49,7 +49,6 @@ use_ccache() {
     command -v ccache >/dev/null || return 0
     export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
     export CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$PWD
-    export CCACHE_SLOPPINESS=pch_defines,time_macros # precompiled headers ask for it
 }
 use_ccache
 

@@ -13,13 +13,13 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct BackupOptions {
     std::string file;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runBackup(const BackupOptions& options, const Environment& environment) {
     checkOutput(options.file, options.output, {});
     Connection connection(options.connection, environment.interrupt);
     Backup backup;
@@ -56,7 +56,7 @@ void run(const Options& options, const Environment& environment) {
 
 void addBackup(Program& program, const Environment& environment) {
     CommandLine line = program.add("backup", "Write all that the instrument stores to a file");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<BackupOptions>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
                     .description = "The file to write (JSON); '-' writes to standard output",
@@ -71,7 +71,7 @@ void addBackup(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq backup instrument.json\n"
         "  cq backup instrument.json --wireless");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runBackup(*options, environment); });
 }
 
 }  // namespace cqtool

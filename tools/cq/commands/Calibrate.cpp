@@ -11,14 +11,14 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct CalibrateOptions {
     std::string target;
     std::string job;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runCalibrate(const CalibrateOptions& options, const Environment& environment) {
     std::optional<JobFile> job;
     if (!options.job.empty()) {
         job.emplace(options.job);
@@ -50,7 +50,7 @@ void addCalibrate(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "calibrate",
         "Calibrate on the white tile or the black trap; place the instrument on it first");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<CalibrateOptions>();
     line.addChoice({.name = "target",
                     .valueName = "white|black",
                     .description = "What the instrument stands on",
@@ -63,7 +63,7 @@ void addCalibrate(Program& program, const Environment& environment) {
     line.setExamples(
         "Examples:\n  cq calibrate white\n  cq calibrate black --port /dev/ttyACM0\n"
         "  cq calibrate white --job lot12.cqjob");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runCalibrate(*options, environment); });
 }
 
 }  // namespace cqtool

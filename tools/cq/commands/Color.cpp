@@ -11,7 +11,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct ColorOptions {
     GivenColors given;
     std::vector<const SpaceInfo*> to{&colorSpace(ColorSpaceLab)};
     std::vector<std::int32_t> illuminants{IlluminantD65};
@@ -41,7 +41,7 @@ std::vector<const SpaceInfo*> spacesNamed(const std::vector<std::string>& names)
     return spaces;
 }
 
-std::vector<Viewing> viewingsOf(const Options& options) {
+std::vector<Viewing> viewingsOf(const ColorOptions& options) {
     std::vector<Viewing> viewings;
     for (const std::int32_t illuminant : options.illuminants) {
         for (const std::int32_t observer : options.observers) {
@@ -60,7 +60,7 @@ Spectrum standardIn(const std::string& file, bool isPercent) {
 }
 
 /// With the standards read.
-FigureRequest figuresFor(const Options& options) {
+FigureRequest figuresFor(const ColorOptions& options) {
     FigureRequest request = options.figures;
     if (options.strengthFile.empty() && options.metamerismFile.empty()) {
         return request;
@@ -92,7 +92,7 @@ void addNames(CommandLine& line, const OptionText& text, std::vector<Value>& val
     });
 }
 
-void addFigureOptions(CommandLine& line, Options& options) {
+void addFigureOptions(CommandLine& line, ColorOptions& options) {
     addNames(line,
              {"--index", "NAMES", "Indices of white, several with commas: " + colorIndexNames()},
              options.figures.indices, colorIndexNamed);
@@ -107,7 +107,7 @@ void addFigureOptions(CommandLine& line, Options& options) {
     addFormulaOption(line, options.figures.formula);
 }
 
-void run(const Options& options, const Environment& environment) {
+void runColor(const ColorOptions& options, const Environment& environment) {
     const auto viewings = viewingsOf(options);
     const InputKind from = options.given.kind;
     if (from != InputKind::spectrum && viewings.size() > 1) {
@@ -137,7 +137,7 @@ void run(const Options& options, const Environment& environment) {
 void addColor(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("color", "Compute colours from spectra, XYZ or Lab; needs no instrument");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ColorOptions>();
     addKindOption(line, options->given.kind);
     line.addList(
         {"--to", "NAMES",
@@ -164,7 +164,7 @@ void addColor(Program& program, const Environment& environment) {
         "  cq color --from xyz --to all --format csv --input - < colours.txt\n"
         "  cq color --from xyz 84.6 88.3 104.1 --to yxy --index whiteness-cie,tint-cie\n"
         "  cq color --from spectrum --input trials.csv --strength-against standard.csv");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runColor(*options, environment); });
 }
 
 }  // namespace cqtool

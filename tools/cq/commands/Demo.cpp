@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t kHalfSwatchWidth = 4;
 constexpr const char* kMeasureTimeOption = "--measure-time";
 
-struct Options {
+struct DemoOptions {
     std::string report;
     std::string recordLayout;
     Viewing viewing;
@@ -51,7 +51,7 @@ std::string localTime() {
 /// Shows a person the progress of the demonstration, and a program nothing until its end.
 class Progress {
   public:
-    Progress(const Options& options, const Environment& environment)
+    Progress(const DemoOptions& options, const Environment& environment)
         : out_(environment.besides(options.report)),
           palette_(options.output.palette()),
           isSilent_(options.output.json) {
@@ -168,7 +168,7 @@ std::string writeReport(const std::string& file, const std::vector<PatchResult>&
     return std::filesystem::absolute(path).lexically_normal().string();
 }
 
-void run(const Options& options, const Environment& environment) {
+void runDemo(const DemoOptions& options, const Environment& environment) {
     if (!options.report.empty()) {
         checkOutput(options.report, options.output, {options.recordLayout});
         pageFormatFor(options.report);
@@ -206,7 +206,7 @@ void run(const Options& options, const Environment& environment) {
 void addDemo(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "demo", "Measure a chart of 24 patches with a virtual instrument and show the colours");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DemoOptions>();
     line.addOption(
         {"--report", "FILE",
          "Write a page with swatches, curves and differences (.html) or its numbers (.json)"},
@@ -222,7 +222,7 @@ void addDemo(Program& program, const Environment& environment) {
         "  cq demo\n"
         "  cq demo --wireless\n"
         "  cq demo --report chart.html --illuminant A");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runDemo(*options, environment); });
 }
 
 }  // namespace cqtool

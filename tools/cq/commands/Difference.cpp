@@ -16,7 +16,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct DifferenceOptions {
     GivenColors given;
     Viewing viewing;
     std::vector<DifferenceFormula> formulas{differenceFormulas().begin(),
@@ -31,7 +31,7 @@ struct NamedLab {
 };
 
 /// A standard and at least one trial.
-std::vector<NamedLab> readLabs(const Options& options) {
+std::vector<NamedLab> readLabs(const DifferenceOptions& options) {
     std::vector<NamedLab> labs;
     const auto colors = readAllColors(options.given);
     checkViewing(colors, options.given.kind, options.viewing);
@@ -82,7 +82,7 @@ std::string tableOf(const std::vector<NamedLab>& labs,
     return text;
 }
 
-JsonObject jsonOf(const std::vector<NamedLab>& labs, const Options& options) {
+JsonObject jsonOf(const std::vector<NamedLab>& labs, const DifferenceOptions& options) {
     const SpaceInfo& space = colorSpace(ColorSpaceLab);
     const ColorData& standard = labs.front().lab;
     JsonList trials;
@@ -103,7 +103,7 @@ JsonObject jsonOf(const std::vector<NamedLab>& labs, const Options& options) {
             {"trials", std::move(trials)}};
 }
 
-void run(const Options& options, const Environment& environment) {
+void runDifference(const DifferenceOptions& options, const Environment& environment) {
     const auto labs = readLabs(options);
     environment.out << (options.output.json ? pageOfJson(jsonOf(labs, options))
                                             : tableOf(labs, options.formulas));
@@ -114,7 +114,7 @@ void run(const Options& options, const Environment& environment) {
 void addDifference(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "difference", "Compare trials with a standard by every formula; needs no instrument");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DifferenceOptions>();
     addKindOption(line, options->given.kind);
     addOptions(line, options->given);
     line.addList({"--formula", "NAMES",
@@ -133,7 +133,7 @@ void addDifference(Program& program, const Environment& environment) {
         "  cq difference --from lab 52.1 38.4 21.7  51.6 39.2 22.9\n"
         "  cq difference --from lab 52.1 38.4 21.7 --input trials.csv --formula 2000,cmc:2:1\n"
         "  cq difference --from spectrum --input batch.csv --illuminant D65 --json");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runDifference(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -102,7 +102,7 @@ class Protocol {
     int problems_ = 0;
 };
 
-void run(const OutputOptions& output, const Environment& environment) {
+void runDoctor(const OutputOptions& output, const Environment& environment) {
     Protocol protocol(output, environment.out);
     const std::filesystem::path library = libraryFile();
     protocol.add({Level::works,
@@ -127,7 +127,7 @@ void addDoctor(Program& program, const Environment& environment) {
     const auto output = std::make_shared<OutputOptions>();
     addOptions(line, *output);
     line.setExamples("Examples:\n  cq doctor\n  cq doctor --json");
-    line.setAction([output, environment] { run(*output, environment); });
+    line.setAction([output, environment] { runDoctor(*output, environment); });
 }
 
 }  // namespace cqtool

@@ -11,13 +11,13 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct InfoOptions {
     std::string labels;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runInfo(const InfoOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     const CqDeviceInfo info = connection.deviceInfo();
     const Labels labels = labelsFor(options.labels, info);
@@ -47,7 +47,7 @@ void run(const Options& options, const Environment& environment) {
 
 void addInfo(Program& program, const Environment& environment) {
     CommandLine line = program.add("info", "Show the device information");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<InfoOptions>();
     addLabelsOption(line, options->labels);
     addOptions(line, options->connection);
     addOptions(line, options->output);
@@ -55,7 +55,7 @@ void addInfo(Program& program, const Environment& environment) {
         "Examples:\n  cq info\n  cq info --port COM5 --json\n  cq info --adapter COM7 --slave "
         "C4BE84A1B2C3\n"
         "  cq info --labels instrument.json");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runInfo(*options, environment); });
 }
 
 }  // namespace cqtool

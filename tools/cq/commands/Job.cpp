@@ -11,7 +11,7 @@
 namespace cqtool {
 namespace {
 
-struct NewOptions : JobCommandOptions {
+struct JobNewOptions : JobCommandOptions {
     std::string title;
     std::string operatorName;
     std::vector<std::string> tolerances;
@@ -44,7 +44,7 @@ std::vector<std::int32_t> illuminantsIn(const std::vector<std::string>& names) {
     return illuminants;
 }
 
-void runNew(const NewOptions& options, const Environment& environment) {
+void runJobNew(const JobNewOptions& options, const Environment& environment) {
     Job job;
     job.title =
         options.title.empty() ? std::filesystem::path(options.file).stem().string() : options.title;
@@ -61,14 +61,14 @@ void runNew(const NewOptions& options, const Environment& environment) {
     }
 }
 
-struct StandardOptions : JobCommandOptions {
+struct JobStandardOptions : JobCommandOptions {
     std::string measurement;
     std::string name;
     std::string recordLayout;
     bool isPercent = false;
 };
 
-void runStandard(const StandardOptions& options, const Environment& environment) {
+void runJobStandard(const JobStandardOptions& options, const Environment& environment) {
     JobFile file(options.file);
     JobMeasurement standard;
     standard.entry = measurementIn(
@@ -150,7 +150,7 @@ std::string limitLines(const Job& job) {
 
 void addJobNew(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand("new", "Begin a job: make its file");
-    const auto options = std::make_shared<NewOptions>();
+    const auto options = std::make_shared<JobNewOptions>();
     line.addOption({"--title", "TEXT", "What the job is called (default: the file's name)"},
                    options->title);
     line.addOption({"--operator", "TEXT", "Who measures"}, options->operatorName);
@@ -173,13 +173,13 @@ void addJobNew(CommandLine& group, const Environment& environment) {
         "  cq job new lot12.cqjob --title \"Lot 12\" --tolerance \"dE00<=1\" --warn \"dE00<=0.8\"\n"
         "  cq job new lot13.cqjob --illuminants D65,A --tolerance \"|dL|<=0.6\" --tolerance "
         "\"MI<=0.5\"");
-    line.setAction([options, environment] { runNew(*options, environment); });
+    line.setAction([options, environment] { runJobNew(*options, environment); });
 }
 
 void addJobStandard(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand(
         "standard", "Take a measurement of another file as the standard of the trials to come");
-    const auto options = std::make_shared<StandardOptions>();
+    const auto options = std::make_shared<JobStandardOptions>();
     addOptions(line, *options);
     line.addOption({.name = "measurement",
                     .valueName = "FILE[:NAME]",
@@ -196,7 +196,7 @@ void addJobStandard(CommandLine& group, const Environment& environment) {
         "  cq job standard lot12.cqjob master.csv\n"
         "  cq job standard lot12.cqjob masters.json:\"Master 7\"\n"
         "  cq job standard lot12.cqjob lot11.cqjob:\"Master 7\"");
-    line.setAction([options, environment] { runStandard(*options, environment); });
+    line.setAction([options, environment] { runJobStandard(*options, environment); });
 }
 
 void addJob(Program& program, const Environment& environment) {

@@ -10,7 +10,7 @@
 namespace cqtool {
 namespace {
 
-struct ToleranceOptions : JobCommandOptions {
+struct JobToleranceOptions : JobCommandOptions {
     std::optional<std::vector<std::string>> tolerances;
     std::optional<std::vector<std::string>> warnings;
     std::vector<std::string> added;
@@ -69,7 +69,7 @@ void removeLimits(std::vector<Limit>& limits, const std::vector<std::string>& te
     }
 }
 
-std::vector<Limit> changedLimits(const Job& job, const ToleranceOptions& options) {
+std::vector<Limit> changedLimits(const Job& job, const JobToleranceOptions& options) {
     Job changed = job;
     if (options.tolerances) {
         replaceLimits(changed.limits, *options.tolerances, false);
@@ -91,7 +91,7 @@ std::vector<Limit> changedLimits(const Job& job, const ToleranceOptions& options
     return changed.limits;
 }
 
-void runTolerance(const ToleranceOptions& options, const Environment& environment) {
+void runJobTolerance(const JobToleranceOptions& options, const Environment& environment) {
     JobFile file(options.file);
     if (options.isChange()) {
         file.append([&](const Job& job) { return tolerancesEvent(changedLimits(job, options)); });
@@ -109,12 +109,12 @@ void runTolerance(const ToleranceOptions& options, const Environment& environmen
     }
 }
 
-struct RemarkOptions : JobCommandOptions {
+struct JobRemarkOptions : JobCommandOptions {
     std::string text;
     std::string on;  ///< a measurement's name or number; empty: the job
 };
 
-void runRemark(const RemarkOptions& options, const Environment& environment) {
+void runJobRemark(const JobRemarkOptions& options, const Environment& environment) {
     if (trimmed(options.text).empty()) {
         throw UsageError("the remark is empty");
     }
@@ -133,7 +133,7 @@ void runRemark(const RemarkOptions& options, const Environment& environment) {
         [&](std::uint64_t) { return "remark on " + on + " written"; }, options.output, environment);
 }
 
-struct UndoOptions : JobCommandOptions {
+struct JobUndoOptions : JobCommandOptions {
     std::string on;  ///< as above; empty: the last one
 };
 
@@ -148,7 +148,7 @@ const JobMeasurement& measurementToStrikeOut(const Job& job, const std::string& 
     return *measurement;
 }
 
-void runUndo(const UndoOptions& options, const Environment& environment) {
+void runJobUndo(const JobUndoOptions& options, const Environment& environment) {
     JobFile file(options.file);
     std::string what;
     appendAndTell(
@@ -181,7 +181,7 @@ void addOnOption(CommandLine& line, std::string& on, const char* otherwise) {
 
 void addJobTolerance(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand("tolerance", "Show a job's tolerances, or change them");
-    const auto options = std::make_shared<ToleranceOptions>();
+    const auto options = std::make_shared<JobToleranceOptions>();
     addOptions(line, *options);
     line.addList({"--tolerance", "LIMIT", "Replace all limits beyond which a trial fails"},
                  [options](const auto& texts) { options->tolerances = texts; });
@@ -198,29 +198,29 @@ void addJobTolerance(CommandLine& group, const Environment& environment) {
         "them.\n\nExamples:\n"
         "  cq job tolerance lot12.cqjob\n"
         "  cq job tolerance lot12.cqjob --add \"dE00<=0.9\" --remove \"|dL|\"");
-    line.setAction([options, environment] { runTolerance(*options, environment); });
+    line.setAction([options, environment] { runJobTolerance(*options, environment); });
 }
 
 void addJobRemark(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand("remark", "Add a remark to a job or a measurement");
-    const auto options = std::make_shared<RemarkOptions>();
+    const auto options = std::make_shared<JobRemarkOptions>();
     addOptions(line, *options);
     line.addOption(
         {.name = "text", .valueName = "TEXT", .description = "The remark", .isRequired = true},
         options->text);
     addOnOption(line, options->on, "the job as a whole");
     line.setExamples("Example:\n  cq job remark lot12.cqjob \"streaks at the edge\" --on 12-1");
-    line.setAction([options, environment] { runRemark(*options, environment); });
+    line.setAction([options, environment] { runJobRemark(*options, environment); });
 }
 
 void addJobUndo(CommandLine& group, const Environment& environment) {
     CommandLine line =
         group.addCommand("undo", "Strike the last measurement out; it stays in the file");
-    const auto options = std::make_shared<UndoOptions>();
+    const auto options = std::make_shared<JobUndoOptions>();
     addOptions(line, *options);
     addOnOption(line, options->on, "the last one that is not struck out");
     line.setExamples("Examples:\n  cq job undo lot12.cqjob\n  cq job undo lot12.cqjob --on 12-1");
-    line.setAction([options, environment] { runUndo(*options, environment); });
+    line.setAction([options, environment] { runJobUndo(*options, environment); });
 }
 
 }  // namespace cqtool

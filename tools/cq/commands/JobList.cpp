@@ -15,15 +15,15 @@ namespace {
 namespace fs = std::filesystem;
 
 /// What a job holds, without what is struck out.
-struct Counts {
+struct JobCounts {
     std::uint64_t standards = 0;
     std::uint64_t trials = 0;
     std::array<std::uint64_t, 3> grades{};  ///< by Grade
     std::string last;                       ///< when it was measured last
 };
 
-Counts countsOf(const Job& job) {
-    Counts counts;
+JobCounts jobCountsOf(const Job& job) {
+    JobCounts counts;
     for (const JobMeasurement& measurement : job.measurements) {
         if (measurement.struckOutBy) {
             continue;
@@ -45,7 +45,7 @@ Counts countsOf(const Job& job) {
     return counts;
 }
 
-struct Options {
+struct JobListOptions {
     std::vector<std::string> names{};
     OutputOptions output;
 };
@@ -94,7 +94,7 @@ class JobLines {
                   {"last", TextTable::Align::left}}) {}
 
     void add(const std::string& name, const Job& job) {
-        const Counts counts = countsOf(job);
+        const JobCounts counts = jobCountsOf(job);
         const auto& [passed, warned, failed] = counts.grades;
         rows_.push_back({shown(name), shown(job.title), std::to_string(counts.standards),
                          std::to_string(counts.trials), std::to_string(passed),
@@ -133,7 +133,7 @@ class JobLines {
     JsonList json_;
 };
 
-void runList(const Options& options, const Environment& environment) {
+void runJobList(const JobListOptions& options, const Environment& environment) {
     const auto files =
         filesOf(options.names.empty() ? std::vector<std::string>{"."} : options.names);
     JobLines lines;
@@ -161,7 +161,7 @@ std::string problemOf(const fs::path& path, std::string& sound) {
             return path.string() + ": its last line, of " + counted(file.tornBytes(), "bytes") +
                    ", was written in part only; the next event that is written cuts it off";
         }
-        const Counts counts = countsOf(file.job());
+        const JobCounts counts = jobCountsOf(file.job());
         sound = counted(file.job().lastNumber, "events") + ", " +
                 counted(counts.standards, "standards") + ", " + counted(counts.trials, "trials");
         return {};
@@ -170,7 +170,7 @@ std::string problemOf(const fs::path& path, std::string& sound) {
     }
 }
 
-void runCheck(const Options& options, const Environment& environment) {
+void runJobCheck(const JobListOptions& options, const Environment& environment) {
     std::size_t wrong = 0;
     JsonList list;
     const auto files = filesOf(options.names);
@@ -197,18 +197,18 @@ void runCheck(const Options& options, const Environment& environment) {
 
 void addJobList(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand("list", "List jobs, a line each");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<JobListOptions>();
     line.addArguments({"files", "FILES", "Jobs, or folders with jobs (default: this folder)"},
                       options->names);
     addOptions(line, options->output);
     line.setExamples("Examples:\n  cq job list\n  cq job list /srv/jobs lot12.cqjob");
-    line.setAction([options, environment] { runList(*options, environment); });
+    line.setAction([options, environment] { runJobList(*options, environment); });
 }
 
 void addJobCheck(CommandLine& group, const Environment& environment) {
     CommandLine line = group.addCommand(
         "check", "Check that job files are whole; exit status 1 names what is wrong");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<JobListOptions>();
     line.addArguments({.name = "files",
                        .valueName = "FILES",
                        .description = "Jobs, or folders with jobs",
@@ -216,7 +216,7 @@ void addJobCheck(CommandLine& group, const Environment& environment) {
                       options->names);
     addOptions(line, options->output);
     line.setExamples("Example:\n  cq job check lot12.cqjob");
-    line.setAction([options, environment] { runCheck(*options, environment); });
+    line.setAction([options, environment] { runJobCheck(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -245,7 +245,7 @@ JsonObject jobJson(const JobFile& file) {
     return json;
 }
 
-void run(const JobCommandOptions& options, const Environment& environment) {
+void runJobShow(const JobCommandOptions& options, const Environment& environment) {
     const JobFile file(options.file);
     if (options.output.json) {
         environment.out << pageOfJson(jobJson(file));
@@ -263,7 +263,7 @@ void addJobShow(CommandLine& group, const Environment& environment) {
     const auto options = std::make_shared<JobCommandOptions>();
     addOptions(line, *options);
     line.setExamples("Example:\n  cq job show lot12.cqjob");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runJobShow(*options, environment); });
 }
 
 }  // namespace cqtool

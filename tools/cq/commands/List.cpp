@@ -17,14 +17,14 @@ namespace {
 
 constexpr double kAnswerTimeout = 5;  // seconds
 
-struct Options {
+struct ListOptions {
     std::vector<std::string> ports;
     bool asksInstruments = false;
     bool scans = false;
     OutputOptions output;
 };
 
-std::vector<ListedPort> portsOf(const Options& options) {
+std::vector<ListedPort> portsOf(const ListOptions& options) {
     std::vector<ListedPort> ports;
     if (options.ports.empty()) {
         for (PortInfo& port : listPorts()) {
@@ -68,7 +68,7 @@ void scan(const std::vector<ListedPort*>& adapters, Interrupt& interrupt) {
     }
 }
 
-void print(const Options& options, const Environment& environment,
+void print(const ListOptions& options, const Environment& environment,
            const std::vector<ListedPort>& ports) {
     if (options.output.json) {
         environment.out << pageOfJson({{"ports", portsJson(ports)}});
@@ -86,7 +86,7 @@ void print(const Options& options, const Environment& environment,
 
 /// Asks the instruments and prints. A port that never answers keeps its thread inside the library;
 /// the process then ends here.
-void askAndPrint(const Options& options, const Environment& environment,
+void askAndPrint(const ListOptions& options, const Environment& environment,
                  std::vector<ListedPort>& ports) {
     const auto instruments = portsToAsk(ports, PortKind::instrument, !options.ports.empty());
     std::vector<std::string> names;
@@ -111,7 +111,7 @@ void askAndPrint(const Options& options, const Environment& environment,
     environment.interrupt.throwIfHappened();
 }
 
-void run(const Options& options, const Environment& environment) {
+void runList(const ListOptions& options, const Environment& environment) {
     auto ports = portsOf(options);
     if (options.scans) {
         scan(portsToAsk(ports, PortKind::adapter, !options.ports.empty()), environment.interrupt);
@@ -128,7 +128,7 @@ void run(const Options& options, const Environment& environment) {
 void addList(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "list", "List the serial ports: instruments, adapters, and the programs that use them");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ListOptions>();
     line.addArguments({"ports", "PORT", "Ports to examine, instead of those found"},
                       options->ports);
     line.addFlag({"--ask", "", "Open each instrument and show its device information"},
@@ -142,7 +142,7 @@ void addList(Program& program, const Environment& environment) {
         "  cq list\n"
         "  cq list --ask --scan\n"
         "  cq list /dev/ttyUSB0 --scan --json");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runList(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -10,7 +10,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct LogOptions {
     std::string file;
     OutputOptions output;
 };
@@ -65,7 +65,7 @@ JsonObject jsonOf(const LogEvent& event) {
     return json;
 }
 
-void decode(const Options& options, const Environment& environment) {
+void decode(const LogOptions& options, const Environment& environment) {
     LogDecoder decoder;
     for (const LogLine& line : readLog(readFile(options.file), sourceName(options.file))) {
         decoder.take(line);
@@ -98,7 +98,7 @@ void addLog(Program& program, const Environment& environment) {
     CommandLine log = program.add("log", "Read the library's debug log");
     CommandLine line =
         log.addCommand("decode", "Print the conversation in a debug log packet by packet");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<LogOptions>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
                     .description = "A log written by --debug-log",

@@ -23,7 +23,7 @@ constexpr std::size_t kPlotColumns = 48;
 constexpr std::size_t kPlotRows = 8;
 constexpr std::uint32_t kMostInSuccession = 9'999;
 
-struct Options {
+struct MeasureOptions {
     std::string kind = "standard";
     std::uint32_t count = 0;    ///< 0: once
     std::uint32_t average = 1;  ///< how many are averaged to one
@@ -56,7 +56,7 @@ struct Taken {
 /// Measures, saves and shows as the options say.
 class Measuring {
   public:
-    Measuring(const Options& options, const Environment& environment)
+    Measuring(const MeasureOptions& options, const Environment& environment)
         : options_(options),
           environment_(environment),
           out_(environment.besides(options.recordFile)),
@@ -271,7 +271,7 @@ class Measuring {
         }
     }
 
-    const Options& options_;
+    const MeasureOptions& options_;
     const Environment& environment_;
     std::ostream& out_;
     RecordLayout layout_;
@@ -281,14 +281,14 @@ class Measuring {
     Palette palette_;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runMeasure(const MeasureOptions& options, const Environment& environment) {
     if (options.isSaved()) {
         options.fileFormat();  // refused first of all
     }
     Measuring(options, environment).run();
 }
 
-void addSeriesOptions(CommandLine& line, Options& options) {
+void addSeriesOptions(CommandLine& line, MeasureOptions& options) {
     addNamed(line, {"--count", "N", "Measure N times in succession"}, options.count,
              [](const std::string& text) {
                  return wholeNumberOf(text, "--count", 1, kMostInSuccession);
@@ -312,7 +312,7 @@ void addSeriesOptions(CommandLine& line, Options& options) {
 void addMeasure(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("measure", "Measure, compare with a standard and judge; into a file or a job");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<MeasureOptions>();
     line.addChoice({.name = "kind",
                     .valueName = "standard|trial",
                     .description = "Kind of measurement (default standard)"},
@@ -330,7 +330,7 @@ void addMeasure(Program& program, const Environment& environment) {
         "  cq measure trial --against 3 --count 5 --formula cmc:2:1\n"
         "  cq measure trial --job lot12.cqjob --name 12-1 --check\n"
         "  cq measure standard --virtual --space lch");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runMeasure(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint32_t kMostAwaited = 999'999;
 
-struct Options {
+struct MonitorOptions {
     std::uint32_t count = 0;  ///< 0: until Ctrl-C
     std::string file;
     std::string format;
@@ -40,7 +40,7 @@ std::string timeOfDay() {
 /// Takes measurements into the job and the file as they arrive, and shows each beside its standard.
 class Monitoring {
   public:
-    Monitoring(const Options& options, const Environment& environment)
+    Monitoring(const MonitorOptions& options, const Environment& environment)
         : options_(options),
           environment_(environment),
           layout_(loadRecordLayout(options.recordLayout)),
@@ -140,7 +140,7 @@ class Monitoring {
         out << std::flush;
     }
 
-    const Options& options_;
+    const MonitorOptions& options_;
     const Environment& environment_;
     RecordLayout layout_;
     Judge judge_;
@@ -159,7 +159,7 @@ std::uint32_t countOf(const std::string& text) {
 void addMonitor(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("monitor", "Show and judge measurements made with the instrument's button");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<MonitorOptions>();
     addNamed(line, {"--count", "N", "End after this many measurements (default: at Ctrl-C)"},
              options->count, countOf);
     line.addOption({"--output", "FILE",

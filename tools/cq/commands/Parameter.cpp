@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::uint32_t kMostByte = 255;
 
-struct Options {
+struct ParameterOptions {
     std::vector<std::string> numbers;
     std::uint32_t number = 0;
     std::uint32_t value = 0;
@@ -36,7 +36,7 @@ std::uint32_t readParameter(const Connection& connection, std::uint32_t number) 
     return value;
 }
 
-void print(const Options& options, const Environment& environment, const std::string& port,
+void print(const ParameterOptions& options, const Environment& environment, const std::string& port,
            const std::vector<std::pair<std::uint32_t, std::uint32_t>>& parameters) {
     const TextTable table({{"", TextTable::Align::left, 13}, {"", TextTable::Align::right, 3}});
     JsonObject values;
@@ -53,7 +53,7 @@ void print(const Options& options, const Environment& environment, const std::st
     }
 }
 
-void get(const Options& options, const Environment& environment) {
+void get(const ParameterOptions& options, const Environment& environment) {
     std::vector<std::uint32_t> numbers;
     numbers.reserve(options.numbers.size());
     for (const std::string& text : options.numbers) {
@@ -68,7 +68,7 @@ void get(const Options& options, const Environment& environment) {
     print(options, environment, connection.portName(), parameters);
 }
 
-void set(const Options& options, const Environment& environment) {
+void set(const ParameterOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     connection.check(
         cqSetMeasurementParameter(connection.handle(), static_cast<std::uint8_t>(options.number),
@@ -94,7 +94,7 @@ void addParameter(Program& program, const Environment& environment) {
         "  cq parameter set 7 1");
 
     CommandLine getting = group.addCommand("get", "Read parameters by number");
-    const auto getOptions = std::make_shared<Options>();
+    const auto getOptions = std::make_shared<ParameterOptions>();
     getting.addArguments({.name = "numbers",
                           .valueName = "N",
                           .description = "Numbers from 0 to 255",
@@ -106,7 +106,7 @@ void addParameter(Program& program, const Environment& environment) {
     getting.setAction([getOptions, environment] { get(*getOptions, environment); });
 
     CommandLine setting = group.addCommand("set", "Write a parameter and read it back");
-    const auto setOptions = std::make_shared<Options>();
+    const auto setOptions = std::make_shared<ParameterOptions>();
     addNamed(setting,
              {.name = "number",
               .valueName = "N",

@@ -22,7 +22,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct ReportOptions {
     ReportInput input;
     std::string report;
     bool hasSpectra = false;
@@ -100,7 +100,7 @@ void checkTrials(const std::vector<ReportTrial>& trials, const TrialCounts& coun
     }
 }
 
-void run(const Options& options, const Environment& environment) {
+void runReport(const ReportOptions& options, const Environment& environment) {
     const ReportInput& input = options.input;
     checkOutput(
         options.report, options.output,
@@ -174,7 +174,7 @@ void addLimitOptions(CommandLine& line, ReportInput& input) {
 void addReport(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "report", "Write a page of colours, differences and verdicts from a job or exported file");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ReportOptions>();
     ReportInput& input = options->input;
     line.addOption({.name = "file",
                     .valueName = "FILE",
@@ -210,7 +210,7 @@ void addReport(Program& program, const Environment& environment) {
         "  cq report batch.csv --standard 0 --tolerance 1 --output batch.html\n"
         "  cq report batch.json --standard master.json --tolerance 'dE00<=0.8' \\\n"
         "    --illuminants D65,A,F11 --output batch.html --check");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runReport(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -15,7 +15,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct RestoreOptions {
     std::string file;
     bool isConfirmed = false;
     bool takesOther = false;
@@ -220,7 +220,7 @@ void checkRoom(const Storage& storage, const RestorePlan& plan) {
     }
 }
 
-void report(const Options& options, const Environment& environment, const std::string& port,
+void report(const RestoreOptions& options, const Environment& environment, const std::string& port,
             const RestorePlan& plan) {
     if (options.output.json) {
         environment.out << pageOfJson({{"port", port},
@@ -236,7 +236,7 @@ void report(const Options& options, const Environment& environment, const std::s
     }
 }
 
-void run(const Options& options, const Environment& environment) {
+void runRestore(const RestoreOptions& options, const Environment& environment) {
     const std::string source = sourceName(options.file);
     const Backup backup = backupOf(readFile(options.file), source);
     if (!options.isConfirmed) {
@@ -280,7 +280,7 @@ void run(const Options& options, const Environment& environment) {
 
 void addRestore(Program& program, const Environment& environment) {
     CommandLine line = program.add("restore", "Write a backup back to the instrument");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RestoreOptions>();
     line.addOption({.name = "file",
                     .valueName = "FILE",
                     .description = "A file that cq backup has written",
@@ -301,7 +301,7 @@ void addRestore(Program& program, const Environment& environment) {
         "Examples:\n"
         "  cq restore instrument.json\n"
         "  cq restore old.json --other-instrument --port COM5 --yes");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runRestore(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -10,13 +10,13 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct ScanOptions {
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void printText(const Options& options, const Environment& environment, const std::string& adapter,
-               const std::vector<Slave>& slaves) {
+void printText(const ScanOptions& options, const Environment& environment,
+               const std::string& adapter, const std::vector<Slave>& slaves) {
     environment.out << "adapter  " << shown(adapter) << '\n';
     if (slaves.empty()) {
         environment.out << "no wireless instrument is within reach\n";
@@ -29,7 +29,7 @@ void printText(const Options& options, const Environment& environment, const std
     }
 }
 
-void run(const Options& options, const Environment& environment) {
+void runScan(const ScanOptions& options, const Environment& environment) {
     if (options.connection.adapter.empty() && !options.connection.useVirtual) {
         throw UsageError(
             "name the adapter's port with --adapter, or use a virtual one with --virtual");
@@ -53,7 +53,7 @@ void run(const Options& options, const Environment& environment) {
 void addScan(Program& program, const Environment& environment) {
     CommandLine line =
         program.add("scan", "List the wireless instruments within reach of the adapter");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ScanOptions>();
     options->connection.isWireless = true;
     addAdapterOptions(line, options->connection);
     addOptions(line, options->output);
@@ -63,7 +63,7 @@ void addScan(Program& program, const Environment& environment) {
         "  cq scan --adapter COM7\n"
         "  cq scan --adapter /dev/ttyUSB0 --json\n"
         "  cq scan --virtual");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runScan(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -11,13 +11,13 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct StatusOptions {
     std::string labels;
     ConnectionOptions connection;
     OutputOptions output;
 };
 
-void run(const Options& options, const Environment& environment) {
+void runStatus(const StatusOptions& options, const Environment& environment) {
     const Connection connection(options.connection, environment.interrupt);
     const CqInstrumentStatus status = connection.status();
     const Labels labels = labelsFor(options.labels, connection.deviceInfo());
@@ -47,12 +47,12 @@ void addStatus(Program& program, const Environment& environment) {
     CommandLine line = program.add(
         "status",
         "Show the instrument's status, items by their labels or the instrument's own numbers");
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StatusOptions>();
     addLabelsOption(line, options->labels);
     addOptions(line, options->connection);
     addOptions(line, options->output);
     line.setExamples("Examples:\n  cq status\n  cq status --virtual --json");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStatus(*options, environment); });
 }
 
 }  // namespace cqtool

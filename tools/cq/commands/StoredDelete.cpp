@@ -12,14 +12,14 @@
 namespace cqtool {
 namespace {
 
-struct Options : StoredOptions {
+struct StoredDeleteOptions : StoredOptions {
     std::vector<std::string> indices;
     bool isAll = false;
     bool isConfirmed = false;
 };
 
-void print(const Options& options, const Environment& environment, const std::string& port,
-           std::uint32_t standards, std::uint32_t samples) {
+void print(const StoredDeleteOptions& options, const Environment& environment,
+           const std::string& port, std::uint32_t standards, std::uint32_t samples) {
     if (options.output.json) {
         environment.out << pageOfJson(
             {{"port", port}, {"deleted", {{"standards", standards}, {"samples", samples}}}});
@@ -34,7 +34,7 @@ void print(const Options& options, const Environment& environment, const std::st
 }
 
 /// Throws UsageError without a terminal to ask.
-void checkCanConfirm(const Options& options) {
+void checkCanConfirm(const StoredDeleteOptions& options) {
     if (!options.isConfirmed) {
         requireTerminalToAsk(options.isAll ? "--all deletes every standard AND every sample"
                                            : "deleted records cannot be restored");
@@ -47,7 +47,7 @@ void confirm(const Environment& environment, const std::string& what) {
               {"delete", "nothing was deleted"});
 }
 
-void deleteAll(const Options& options, const Environment& environment) {
+void deleteAll(const StoredDeleteOptions& options, const Environment& environment) {
     checkCanConfirm(options);
     Connection connection(options.connection, environment.interrupt);
     const Storage storage(connection);
@@ -66,7 +66,7 @@ void deleteAll(const Options& options, const Environment& environment) {
 }
 
 /// The records that are gone after an incomplete deletion.
-std::string deletions(const Options& options, const std::vector<std::uint32_t>& indices,
+std::string deletions(const StoredDeleteOptions& options, const std::vector<std::uint32_t>& indices,
                       const Change& change) {
     std::string text = std::to_string(change.done) + " of " +
                        counted(indices.size(), options.list.name()) +
@@ -80,7 +80,7 @@ std::string deletions(const Options& options, const std::vector<std::uint32_t>& 
     return text;
 }
 
-void deleteSome(const Options& options, const Environment& environment) {
+void deleteSome(const StoredDeleteOptions& options, const Environment& environment) {
     const auto indices = indicesOf(options.indices);
     checkCanConfirm(options);
     Connection connection(options.connection, environment.interrupt);
@@ -117,7 +117,7 @@ void deleteSome(const Options& options, const Environment& environment) {
           options.list.isStandards ? 0 : change.done);
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredDelete(const StoredDeleteOptions& options, const Environment& environment) {
     if (options.isAll != options.indices.empty()) {
         throw UsageError(options.isAll ? "give either indices or --all"
                                        : "give the indices to delete, or --all");
@@ -132,7 +132,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStoredDelete(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredDeleteOptions>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -147,7 +147,7 @@ void addStoredDelete(CommandLine& group, const Environment& environment, bool is
                      " list; the records after a deleted one move up. Asks for confirmation.\n\n"
                      "Examples:\n  cq " +
                      name + " delete 3 7-9\n  cq " + name + " delete --all --yes");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredDelete(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -13,7 +13,7 @@
 namespace cqtool {
 namespace {
 
-struct Options : StoredOptions {
+struct StoredExportOptions : StoredOptions {
     std::string file;
     std::string format;
     std::string recordLayout;
@@ -48,7 +48,7 @@ struct ExportTargets {
     std::optional<JobFile> job;
 };
 
-ExportTargets targetsOf(const Options& options) {
+ExportTargets targetsOf(const StoredExportOptions& options) {
     if (options.file.empty() && options.job.empty()) {
         throw UsageError("give the file to write with --output, or a job with --job");
     }
@@ -63,7 +63,7 @@ ExportTargets targetsOf(const Options& options) {
     return targets;
 }
 
-void tellExported(const Options& options, const std::string& port, std::size_t count,
+void tellExported(const StoredExportOptions& options, const std::string& port, std::size_t count,
                   const Environment& environment) {
     if (options.output.json) {
         JsonObject json{{"port", port}, {"list", options.list.name()}};
@@ -87,7 +87,7 @@ void tellExported(const Options& options, const std::string& port, std::size_t c
     }
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredExport(const StoredExportOptions& options, const Environment& environment) {
     ExportTargets targets = targetsOf(options);
     const RecordLayout layout = loadRecordLayout(options.recordLayout);
     Connection connection(options.connection, environment.interrupt);
@@ -117,7 +117,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStoredExport(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredExportOptions>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -141,7 +141,7 @@ void addStoredExport(CommandLine& group, const Environment& environment, bool is
         name + " export --output " + name + ".csv\n  cq " + name + " export --output " + name +
         ".txt --format cgats --illuminant D50\n  cq " + name +
         " export --output - --format json --count 10\n  cq " + name + " export --job lot12.cqjob");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredExport(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -13,12 +13,12 @@
 namespace cqtool {
 namespace {
 
-struct Options : StoredOptions {
+struct StoredImportOptions : StoredOptions {
     std::string file;
     std::string format;
 };
 
-std::vector<CqMeasurementRecord> loadStandards(const Options& options) {
+std::vector<CqMeasurementRecord> loadStandards(const StoredImportOptions& options) {
     const RecordSet set =
         loadRecords(options.file, exchangeFormatFor(options.file, options.format));
     const auto sample = std::find_if(set.entries.begin(), set.entries.end(),
@@ -66,7 +66,7 @@ std::string adviceAfter(const Change& change, std::uint32_t first) {
                      std::to_string(first + change.done - 1) + " removes what arrived";
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredImport(const StoredImportOptions& options, const Environment& environment) {
     const auto standards = loadStandards(options);
     Connection connection(options.connection, environment.interrupt);
     Storage storage(connection);
@@ -101,7 +101,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStandardsImport(CommandLine& group, const Environment& environment) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredImportOptions>();
     CommandLine line = group.addCommand("import", "Write standards from a file to the instrument");
     line.addOption({.name = "file",
                     .valueName = "FILE",
@@ -118,7 +118,7 @@ void addStandardsImport(CommandLine& group, const Environment& environment) {
         "Examples:\n"
         "  cq standards import standards.csv\n"
         "  cq standards import backup.bin --port COM5");
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredImport(*options, environment); });
 }
 
 }  // namespace cqtool

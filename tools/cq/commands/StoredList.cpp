@@ -9,15 +9,16 @@
 namespace cqtool {
 namespace {
 
-struct Options : StoredOptions {
+struct StoredListOptions : StoredOptions {
     std::string recordLayout;
     ViewOptions view;
 };
 
 using Measurements = std::vector<Measurement>;
 
-void printText(const Options& options, const Environment& environment, const MeasurementView& view,
-               const Measurements& measurements, std::uint32_t stored) {
+void printText(const StoredListOptions& options, const Environment& environment,
+               const MeasurementView& view, const Measurements& measurements,
+               std::uint32_t stored) {
     if (measurements.empty()) {
         environment.out << emptyText(options, stored) << '\n';
         return;
@@ -50,8 +51,8 @@ void printText(const Options& options, const Environment& environment, const Mea
     }
 }
 
-JsonObject jsonOf(const Options& options, const std::string& port, const MeasurementView& view,
-                  const Measurements& measurements) {
+JsonObject jsonOf(const StoredListOptions& options, const std::string& port,
+                  const MeasurementView& view, const Measurements& measurements) {
     JsonList records;
     std::uint32_t index = options.first;
     for (const Measurement& measurement : measurements) {
@@ -62,7 +63,7 @@ JsonObject jsonOf(const Options& options, const std::string& port, const Measure
     return {{"port", port}, {"list", options.list.name()}, {"records", std::move(records)}};
 }
 
-void run(const Options& options, const Environment& environment) {
+void runStoredList(const StoredListOptions& options, const Environment& environment) {
     const MeasurementView view(options.view.viewing, *options.view.space,
                                loadRecordLayout(options.recordLayout));
     Connection connection(options.connection, environment.interrupt);
@@ -82,7 +83,7 @@ void run(const Options& options, const Environment& environment) {
 }  // namespace
 
 void addStoredList(CommandLine& group, const Environment& environment, bool isStandards) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<StoredListOptions>();
     options->list.isStandards = isStandards;
     const std::string name = options->list.name();
     CommandLine line =
@@ -95,7 +96,7 @@ void addStoredList(CommandLine& group, const Environment& environment, bool isSt
     line.setExamples("Examples:\n  cq " + name + " list\n  cq " + name +
                      " list --first 100 --count 20 --space lch --json" +
                      (isStandards ? "" : "\n  cq samples list --wireless --standard 3"));
-    line.setAction([options, environment] { run(*options, environment); });
+    line.setAction([options, environment] { runStoredList(*options, environment); });
 }
 
 }  // namespace cqtool

@@ -13,7 +13,7 @@
 namespace cqtool {
 namespace {
 
-struct Options {
+struct WhiteBoardOptions {
     std::string file = kStandardStream;
     ConnectionOptions connection;
     OutputOptions output;
@@ -35,8 +35,8 @@ CqWhiteBoardParameter readFrom(const Connection& connection) {
     return parameter;
 }
 
-void report(const Options& options, const Environment& environment, const std::string& port,
-            const std::string& sentence) {
+void report(const WhiteBoardOptions& options, const Environment& environment,
+            const std::string& port, const std::string& sentence) {
     if (options.output.json) {
         environment.out << pageOfJson({{"port", port}, {"file", options.file}});
     } else {
@@ -44,7 +44,7 @@ void report(const Options& options, const Environment& environment, const std::s
     }
 }
 
-void get(const Options& options, const Environment& environment) {
+void get(const WhiteBoardOptions& options, const Environment& environment) {
     const bool isInBytes = isBytes(options.file);
     const Connection connection(options.connection, environment.interrupt);
     const CqWhiteBoardParameter parameter = readFrom(connection);
@@ -57,7 +57,7 @@ void get(const Options& options, const Environment& environment) {
            "white-board parameter written to " + options.file);
 }
 
-void set(const Options& options, const Environment& environment) {
+void set(const WhiteBoardOptions& options, const Environment& environment) {
     if (options.connection.isWireless) {
         throw UsageError(
             "the white-board parameter cannot be written wirelessly: after the text the library "
@@ -96,7 +96,7 @@ void addWhiteBoard(Program& program, const Environment& environment) {
         "  cq whiteboard set tile.json");
 
     CommandLine getting = group.addCommand("get", "Read the reference values");
-    const auto getOptions = std::make_shared<Options>();
+    const auto getOptions = std::make_shared<WhiteBoardOptions>();
     getting.addOption(
         {"file", "FILE",
          "The file to write: .bin for the 280 bytes, or .json; '-' or no file prints JSON"},
@@ -109,7 +109,7 @@ void addWhiteBoard(Program& program, const Environment& environment) {
     getting.setAction([getOptions, environment] { get(*getOptions, environment); });
 
     CommandLine setting = group.addCommand("set", "Write the reference values, and read them back");
-    const auto setOptions = std::make_shared<Options>();
+    const auto setOptions = std::make_shared<WhiteBoardOptions>();
     setting.addOption({.name = "file",
                        .valueName = "FILE",
                        .description = "A file written by cq whiteboard get: .bin or .json",

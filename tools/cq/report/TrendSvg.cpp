@@ -11,13 +11,13 @@ namespace cqtool {
 namespace {
 
 // In the drawing's own units; the page scales it.
-constexpr double kWidth = 280;
-constexpr double kHeight = 124;
-constexpr double kLeft = 30;
-constexpr double kRight = kWidth - 8;
-constexpr double kTop = 8;
-constexpr double kBottom = kHeight - 18;
-constexpr double kRoom = 1.08;
+constexpr double kTrendWidth = 280;
+constexpr double kTrendHeight = 124;
+constexpr double kTrendLeft = 30;
+constexpr double kTrendRight = kTrendWidth - 8;
+constexpr double kTrendTop = 8;
+constexpr double kTrendBottom = kTrendHeight - 18;
+constexpr double kTrendRoom = 1.08;
 constexpr double kLeastSpan = 0.1;
 /// Beyond it marks would cover each other: only those that do not pass stand out from the line.
 constexpr std::size_t kMostMarks = 80;
@@ -29,8 +29,8 @@ class TrendDrawing {
         double least = 0;
         double most = kLeastSpan;
         const auto widen = [&](double value) {
-            least = std::min(least, kRoom * value);
-            most = std::max(most, kRoom * value);
+            least = std::min(least, kTrendRoom * value);
+            most = std::max(most, kTrendRoom * value);
         };
         for (const TrendPoint& point : points) {
             widen(point.value);
@@ -48,8 +48,8 @@ class TrendDrawing {
         for (const TrendLine& line : lines_) {
             const double height = y(line.value);
             content += "<polyline class=\"limit" + std::string(line.isWarning ? " warning" : "") +
-                       "\" points=\"" + fixed(kLeft, 1) + "," + fixed(height, 1) + " " +
-                       fixed(kRight, 1) + "," + fixed(height, 1) + "\"/>";
+                       "\" points=\"" + fixed(kTrendLeft, 1) + "," + fixed(height, 1) + " " +
+                       fixed(kTrendRight, 1) + "," + fixed(height, 1) + "\"/>";
         }
         std::string places;
         for (std::size_t i = 0; i < points_.size(); ++i) {
@@ -70,11 +70,11 @@ class TrendDrawing {
         const double share = points_.size() < 2 ? 0.5
                                                 : static_cast<double>(index) /
                                                       static_cast<double>(points_.size() - 1);
-        return kLeft + 8 + (kRight - kLeft - 16) * share;
+        return kTrendLeft + 8 + (kTrendRight - kTrendLeft - 16) * share;
     }
 
     double y(double value) const {
-        return kBottom - (kBottom - kTop) * (value - least_) / (most_ - least_);
+        return kTrendBottom - (kTrendBottom - kTrendTop) * (value - least_) / (most_ - least_);
     }
 
     std::string axes() const {
@@ -82,16 +82,16 @@ class TrendDrawing {
         const auto last = static_cast<int>(std::lround((most_ - least_) / step_));
         for (int i = 0; i <= last; ++i) {
             const double value = least_ + i * step_;
-            svg += svgLine(std::abs(value) < step_ / 2 ? "axis" : "grid", kLeft, y(value), kRight,
-                           y(value));
-            svg += svgLabel(kLeft - 4, y(value) + 3, "end",
+            svg += svgLine(std::abs(value) < step_ / 2 ? "axis" : "grid", kTrendLeft, y(value),
+                           kTrendRight, y(value));
+            svg += svgLabel(kTrendLeft - 4, y(value) + 3, "end",
                             fixed(value, step_ < 0.1 ? 2
                                          : step_ < 1 ? 1
                                                      : 0));
         }
-        svg += svgLabel(x(0), kBottom + 13, "start", "trial 1");
-        return svg +
-               svgLabel(x(points_.size() - 1), kBottom + 13, "end", std::to_string(points_.size()));
+        svg += svgLabel(x(0), kTrendBottom + 13, "start", "trial 1");
+        return svg + svgLabel(x(points_.size() - 1), kTrendBottom + 13, "end",
+                              std::to_string(points_.size()));
     }
 
     static std::string mark(const TrendPoint& point, double x, double y) {
@@ -123,7 +123,8 @@ class TrendDrawing {
 
 std::string trendSvg(const std::vector<TrendPoint>& points, const std::vector<TrendLine>& lines,
                      const std::string& description) {
-    return svgDrawing("trend", kWidth, kHeight, description, TrendDrawing(points, lines).svg());
+    return svgDrawing("trend", kTrendWidth, kTrendHeight, description,
+                      TrendDrawing(points, lines).svg());
 }
 
 }  // namespace cqtool
