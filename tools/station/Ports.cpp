@@ -11,6 +11,9 @@
 namespace station {
 namespace {
 
+/// One list serves all who look in this time.
+constexpr std::chrono::milliseconds kListInterval{250};
+
 /// The port's own name, whatever link leads to it.
 std::string deviceOf(const std::string& port) {
     std::error_code error;
@@ -33,23 +36,32 @@ Ports::Claim::~Claim() {
     }
 }
 
-std::vector<std::string> Ports::candidates() const {
-    std::vector<std::string> ports;
+std::vector<std::string> Ports::candidates() {
+    const std::scoped_lock lock(mutex_);
+    const auto now = std::chrono::steady_clock::now();
+    if (!listed_ || now - *listed_ >= kListInterval) {
+        list();
+        listed_ = now;
+    }
+    return candidates_;
+}
+
+void Ports::list() {
+    candidates_.clear();
     for (const std::string& port : more_) {
         if (cqtool::portExists(port)) {
-            ports.push_back(port);
+            candidates_.push_back(port);
         }
     }
     try {
         for (const cqtool::PortInfo& port : cqtool::listPorts()) {
             if (port.kind == cqtool::PortKind::instrument && port.isAccessible) {
-                ports.push_back(port.name);
+                candidates_.push_back(port.name);
             }
         }
     } catch (const cqtool::Failure&) {
         // Ports that cannot be listed are none.
     }
-    return ports;
 }
 
 }  // namespace station

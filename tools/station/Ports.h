@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -39,12 +41,16 @@ class Ports {
     Claim claim(const std::string& port);
 
     /// Where a wired instrument can be.
-    std::vector<std::string> candidates() const;
+    std::vector<std::string> candidates();
 
   private:
-    std::vector<std::string> more_;
+    void list();
+
+    const std::vector<std::string> more_;
     std::mutex mutex_;
     std::set<std::string> claimed_;
+    std::vector<std::string> candidates_;
+    std::optional<std::chrono::steady_clock::time_point> listed_;
 };
 
 }  // namespace station
