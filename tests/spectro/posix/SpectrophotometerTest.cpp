@@ -213,6 +213,7 @@ TEST(WiredUpload, WritesWhatHasComeAndNothingElse) {
     ScriptedPeer peer(kShakeHands);
     const CqHandle handle = cqOpen(peer.portName().c_str());
     ASSERT_NE(handle, nullptr);
+    peer.awaitSteps(2);  // the confirmation may still be on its way
     const auto upload = [&](std::uint8_t counting, const Bytes& asked, const auto& operation) {
         const ScriptedPeer::Script script{
             {command(Bytes{counting}),
