@@ -27,8 +27,7 @@ SETTLE = 3  # seconds; the broker's disk follows within one
 
 def program(name, *elsewhere):
     """A program's path, also of those that Debian puts elsewhere; None if it is missing."""
-    found = shutil.which(name, path=os.pathsep.join([os.environ["PATH"], "/usr/sbin", *elsewhere]))
-    return found
+    return shutil.which(name, path=os.pathsep.join([os.environ["PATH"], "/usr/sbin", *elsewhere]))
 
 
 def server_program(name):

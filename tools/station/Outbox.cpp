@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "Failure.h"
+#include "Results.h"
 #include "system/Files.h"
 #include "text/Json.h"
 
@@ -88,7 +89,7 @@ Outbox::Message Outbox::messageOf(const std::string& told) const {
     payload["station"] = station_;
     payload["job"] = journal_->name();
     payload["jobCreated"] = created_;
-    payload["serial"] = serial.empty() ? Json() : Json(serial);
+    payload["serial"] = textOrNull(serial);
     if (const auto result = message.find("result"); result != message.end()) {
         payload["result"] = std::move(*result);
     }

@@ -4,6 +4,7 @@
 
 #include "color/ColorJson.h"
 #include "color/ColorMath.h"
+#include "color/DifferenceComponents.h"
 #include "Failure.h"
 #include "report/AbPlotSvg.h"
 #include "report/CurveSvg.h"
@@ -20,10 +21,6 @@ namespace {
 
 constexpr std::size_t kMostShownTrials = 60;
 constexpr const char* kNeutral = "#808080";
-
-Json optionalText(const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-}
 
 std::string colorOf(const Job& job, const RecordEntry& entry) {
     const Viewing viewing = job.viewing.primary();
@@ -58,10 +55,13 @@ std::vector<TrendLine> limitsOf(const Job& job) {
 Json differencesJson(const Job& job, const ColorData& standard, const ColorData& trial) {
     const DifferenceFormula formula = formulaOf(job);
     const CqColorDifference parts = compare({}, standard, trial);
-    return {{"formula", symbolOf(formula)}, {"deltaE", difference(formula, standard, trial)},
-            {"deltaEab", parts.deltaE},     {"dL", parts.deltaL},
-            {"da", parts.deltaA},           {"db", parts.deltaB},
-            {"dC", parts.deltaC},           {"dH", parts.deltaH}};
+    Json json{{"formula", symbolOf(formula)},
+              {"deltaE", difference(formula, standard, trial)},
+              {"deltaEab", parts.deltaE}};
+    for (const DifferenceComponent& component : kDifferenceComponents) {
+        json[component.name] = parts.*component.value;
+    }
+    return json;
 }
 
 Json verdictOn(const Job& job, const JobMeasurement& trial) {
@@ -134,13 +134,17 @@ std::optional<Grade> gradeOf(const Job& job, const JobMeasurement& trial) {
 
 }  // namespace
 
+Json textOrNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
 Json resultJson(const Job& job, const JobMeasurement& measurement) {
     const RecordEntry& entry = measurement.entry;
     Json json{{"number", measurement.number},
               {"time", measurement.time},
               {"kind", entry.kind()},
               {"name", entry.name},
-              {"serial", optionalText(measurement.instrument.serial)},
+              {"serial", textOrNull(measurement.instrument.serial)},
               {"color", colorOf(job, entry)},
               {"struckOut", measurement.struckOutBy.has_value()},
               {"remarks", measurement.remarks}};

@@ -10,6 +10,9 @@ namespace station {
 
 using cqtool::Json;
 
+/// The text; null for an empty one.
+Json textOrNull(const std::string& text);
+
 /// A measurement as it is shown: its colour, its standard, the differences, the verdict. All texts
 /// are as the job has them, so that whoever shows them must escape them.
 Json resultJson(const cqtool::Job& job, const cqtool::JobMeasurement& measurement);

@@ -387,7 +387,6 @@ void Worker::tell(const std::string& state) {
 }
 
 void Worker::tell() {
-    const auto orNull = [](const std::string& text) { return text.empty() ? Json() : Json(text); };
     Json calibrated = Json::object();
     for (const auto& [target, time] : calibrated_) {
         calibrated[target] = time;
@@ -396,15 +395,15 @@ void Worker::tell() {
                        {{"name", place_.name},
                         {"kind", place_.kind()},
                         {"state", state_},
-                        {"problem", orNull(problem_)},
+                        {"problem", textOrNull(problem_)},
                         {"port", instrument_ == nullptr ? Json() : Json(instrument_->port())},
-                        {"model", orNull(identity_.model)},
-                        {"serial", orNull(identity_.serial)},
-                        {"firmware", orNull(identity_.firmware)},
+                        {"model", textOrNull(identity_.model)},
+                        {"serial", textOrNull(identity_.serial)},
+                        {"firmware", textOrNull(identity_.firmware)},
                         {"calibrated", std::move(calibrated)},
                         {"job", journal_ == nullptr ? Json() : Json(journal_->name())},
                         {"standard", standard_ ? Json(*standard_) : Json()},
-                        {"nextName", orNull(nextName_)}});
+                        {"nextName", textOrNull(nextName_)}});
 }
 
 }  // namespace station

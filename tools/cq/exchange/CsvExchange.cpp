@@ -82,10 +82,15 @@ std::string whereOf(const CsvRow& row, const std::string& source) {
     return source + " line " + std::to_string(row.line);
 }
 
-/// What the titles say of the viewing, where no columns do: "L*(D65/10)".
-Viewing viewingOfTitles(const ColumnTitles& titles) {
+/// What the titles say of the viewing: "L*(D65/10)".
+NamedViewing namedInTitles(const ColumnTitles& titles) {
     const auto lightness = titles.triple(false)[0];
-    const NamedViewing named = namedViewing(lightness ? titles.remark(*lightness) : std::string());
+    return namedViewing(lightness ? titles.remark(*lightness) : std::string());
+}
+
+/// The viewing where no columns say it.
+Viewing viewingOfTitles(const ColumnTitles& titles) {
+    const NamedViewing named = namedInTitles(titles);
     const Viewing usual;
     return {named.illuminant.value_or(usual.illuminant), named.observer.value_or(usual.observer)};
 }
@@ -137,8 +142,7 @@ std::string assumptionsOf(const RecordSet& set, const EntryColumns& columns,
     const bool decidesViewing =
         std::any_of(set.entries.begin(), set.entries.end(),
                     [](const RecordEntry& entry) { return entry.lab && !entry.spectrum; });
-    const auto lightness = titles.triple(false)[0];
-    const NamedViewing named = namedViewing(lightness ? titles.remark(*lightness) : std::string());
+    const NamedViewing named = namedInTitles(titles);
     const bool hasColumns = titles.find({"illuminant"}) && titles.find({"observer"});
     if (decidesViewing && !hasColumns && !(named.illuminant && named.observer)) {
         assumptions.push_back("its L*, a*, b* are for " + viewingName(set.viewing));

@@ -1,10 +1,10 @@
 #include "report/Comparison.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <map>
 
+#include "color/DifferenceComponents.h"
 #include "Failure.h"
 
 namespace cqtool {
@@ -91,9 +91,7 @@ std::optional<double> valueOf(const Quantity& quantity, const ReportTrial& trial
         return difference(quantity.formula, pair->standard, pair->trial);
     }
     const CqColorDifference all = compare({}, pair->standard, pair->trial);
-    const std::array<double, 5> components{all.deltaL, all.deltaA, all.deltaB, all.deltaC,
-                                           all.deltaH};
-    const double value = components[quantity.component];
+    const double value = all.*kDifferenceComponents[quantity.component].value;
     return quantity.isMagnitude ? std::abs(value) : value;
 }
 
