@@ -60,7 +60,7 @@ std::string textIn(const Json& body, const char* name) {
 }
 
 std::string choiceIn(const Json& body, const char* name, const char* one, const char* other) {
-    const std::string text = textIn(body, name);
+    std::string text = textIn(body, name);
     if (text != one && text != other) {
         throw cqtool::UsageError(std::string("\"") + name + "\" is \"" + one + "\" or \"" + other +
                                  '"');

@@ -20,6 +20,7 @@ constexpr const char* kKeyHelp =
 
 std::vector<LineOptions> linesOf(const std::vector<Options>& fleet) {
     std::vector<LineOptions> lines;
+    lines.reserve(fleet.size());
     for (const Options& each : fleet) {
         lines.push_back(each.line);
     }

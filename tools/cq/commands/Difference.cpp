@@ -35,6 +35,7 @@ std::vector<NamedLab> readLabs(const DifferenceOptions& options) {
     std::vector<NamedLab> labs;
     const auto colors = readAllColors(options.given);
     checkViewing(colors, options.given.kind, options.viewing);
+    labs.reserve(colors.size());
     for (const InputColor& color : colors) {
         labs.push_back(
             {color.name, colorOf(color, options.given.kind, ColorSpaceLab, options.viewing)});

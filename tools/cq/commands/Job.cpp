@@ -23,6 +23,7 @@ struct JobNewOptions : JobCommandOptions {
 std::vector<Limit> limitsIn(const std::vector<std::string>& tolerances,
                             const std::vector<std::string>& warnings) {
     std::vector<Limit> limits;
+    limits.reserve(tolerances.size() + warnings.size());
     for (const std::string& text : tolerances) {
         limits.push_back(limitOf(text, false));
     }

@@ -85,7 +85,7 @@ struct EntryColumns::Row {
 
     std::string name() const {
         for (const Place column : {columns.name_, columns.trial_, columns.standard_}) {
-            if (const std::string given = text(column); !given.empty()) {
+            if (std::string given = text(column); !given.empty()) {
                 return given;
             }
         }

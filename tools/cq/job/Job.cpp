@@ -52,7 +52,7 @@ std::string Job::nextName(bool isStandard) const {
     };
     auto count = std::count_if(measurements.begin(), measurements.end(), ofKind);
     for (;;) {
-        const std::string name = (isStandard ? "standard " : "trial ") + std::to_string(++count);
+        std::string name = (isStandard ? "standard " : "trial ") + std::to_string(++count);
         if (std::none_of(measurements.begin(), measurements.end(),
                          [&](const JobMeasurement& one) { return one.entry.name == name; })) {
             return name;

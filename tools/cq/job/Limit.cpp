@@ -329,15 +329,14 @@ const Finding* Verdict::deciding() const {
 
 void checkLimits(std::span<const Limit> limits, const JudgedViewing& viewing) {
     const std::string reference = illuminantName(viewing.illuminants.front());
-    for (const Limit& limit : limits) {
-        if (limit.quantity.kind != Quantity::Kind::metamerism) {
-            continue;
-        }
-        if (limit.illuminant == viewing.illuminants.front() ||
-            (!limit.illuminant && viewing.illuminants.size() < 2)) {
-            throw UsageError(textOf(limit) + " needs a second illuminant besides " + reference +
-                             ", as in MI<=0.5@A or --illuminants " + reference + ",A");
-        }
+    const auto lacking = std::find_if(limits.begin(), limits.end(), [&](const Limit& limit) {
+        return limit.quantity.kind == Quantity::Kind::metamerism &&
+               (limit.illuminant == viewing.illuminants.front() ||
+                (!limit.illuminant && viewing.illuminants.size() < 2));
+    });
+    if (lacking != limits.end()) {
+        throw UsageError(textOf(*lacking) + " needs a second illuminant besides " + reference +
+                         ", as in MI<=0.5@A or --illuminants " + reference + ",A");
     }
 }
 

@@ -65,8 +65,8 @@ std::optional<std::int64_t> secondsOf(std::string_view text) {
     if (!date.ok() || hour > 23 || minute > 59 || second > 59 || !offset) {
         return std::nullopt;
     }
-    return sys_seconds(sys_days(date)).time_since_epoch().count() + 3600 * hour +
-           60 * (minute - *offset) + second;
+    return sys_seconds(sys_days(date)).time_since_epoch().count() + std::int64_t{3600} * hour +
+           std::int64_t{60} * (minute - *offset) + second;
 }
 
 std::string timeText(std::int64_t seconds) {
