@@ -4,7 +4,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -38,22 +37,7 @@ class LogFile {
 
     /// The messages without their times, each with the line end that it has in the file. What
     /// stands before the first time counts as one.
-    std::vector<std::string> messages() const {
-        static const std::regex kTime(R"(\[\d+:\d+:\d+\.\d+\])");
-        const std::string all = text();
-        std::vector<std::string> found;
-        std::size_t begin = 0;
-        for (std::sregex_iterator time(all.begin(), all.end(), kTime), end; time != end; ++time) {
-            if (time->position() > 0) {
-                found.push_back(all.substr(begin, time->position() - begin));
-            }
-            begin = time->position() + time->length();
-        }
-        if (!all.empty()) {
-            found.push_back(all.substr(begin));
-        }
-        return found;
-    }
+    std::vector<std::string> messages() const;
 
   private:
     TemporaryPath path_{"cqapi-log"};
