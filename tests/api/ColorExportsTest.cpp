@@ -20,7 +20,7 @@ using Triple = std::array<float, 3>;
 using Spectrum = std::array<float, 31>;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr Triple kUntouched{-7.0f, -8.0f, -9.0f};
+constexpr Triple kUntouchedTriple{-7.0f, -8.0f, -9.0f};
 constexpr Triple kZeros{};
 
 struct Answer {
@@ -28,10 +28,10 @@ struct Answer {
     Triple values;
 };
 
-/// Calls one of the exports with an output that holds kUntouched.
+/// Calls one of the exports with an output that holds kUntouchedTriple.
 template <typename Export>
 Answer ask(Export export_) {
-    ColorData color{{kUntouched[0], kUntouched[1], kUntouched[2]}};
+    ColorData color{{kUntouchedTriple[0], kUntouchedTriple[1], kUntouchedTriple[2]}};
     const std::uint32_t code = export_(&color);
     return {code, {color.values[0], color.values[1], color.values[2]}};
 }
@@ -79,7 +79,7 @@ TEST(ColorExports, UnassignedSpacesAnswer18AndLeaveTheOutputAlone) {
         for (const Answer& answer : {askFromSpectrum(flat(0.5f), space), askFromXyz(some, space),
                                      askFromLab(some, space)}) {
             EXPECT_EQ(answer.code, 18u) << space;
-            EXPECT_EQ(answer.values, kUntouched) << space;
+            EXPECT_EQ(answer.values, kUntouchedTriple) << space;
         }
     }
 }
@@ -93,7 +93,7 @@ TEST(ColorExports, UnknownViewingAnswers16AndLeavesTheOutputAlone) {
                                          askFromXyz(some, space, illuminant, observer),
                                          askFromLab(some, space, illuminant, observer)}) {
                 EXPECT_EQ(answer.code, 16u) << illuminant << ", " << observer;
-                EXPECT_EQ(answer.values, kUntouched) << illuminant << ", " << observer;
+                EXPECT_EQ(answer.values, kUntouchedTriple) << illuminant << ", " << observer;
             }
         }
     }

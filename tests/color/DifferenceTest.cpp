@@ -14,7 +14,7 @@ namespace {
 using Triple = std::array<float, 3>;
 using Spectrum = std::array<float, 31>;
 
-constexpr float kUntouched = -77.0f;
+constexpr float kUntouchedDelta = -77.0f;
 
 ColorData colorOf(const Triple& values) {
     return {{values[0], values[1], values[2]}};
@@ -198,7 +198,7 @@ TEST(Difference, FactorsDivideTheirPartAndMustBeAbove0) {
                            std::array{1.0f, 0.5f, 1.0f}.data()));
     const ColorData color = colorOf(kNeutral);
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    CqColorDifference difference{kUntouched, 0, 0, 0, 0, 0};
+    CqColorDifference difference{kUntouchedDelta, 0, 0, 0, 0, 0};
     for (const float bad : {0.0f, -1.0f, nan}) {
         for (std::size_t i = 0; i < 3; ++i) {
             std::array<float, 3> factors{1.0f, 1.0f, 1.0f};
@@ -211,14 +211,14 @@ TEST(Difference, FactorsDivideTheirPartAndMustBeAbove0) {
             EXPECT_EQ(
                 cqGetColorDifference(CqDeltaECmc, factors.data(), &color, &color, &difference),
                 i < 2 ? 16u : 0u);
-            difference.deltaE = i < 2 ? difference.deltaE : kUntouched;
-            EXPECT_EQ(difference.deltaE, kUntouched);
+            difference.deltaE = i < 2 ? difference.deltaE : kUntouchedDelta;
+            EXPECT_EQ(difference.deltaE, kUntouchedDelta);
             EXPECT_FLOAT_EQ(deltaE(CqDeltaE99, kNeutral, {50, 3, 0}, factors.data()),
                             deltaE(CqDeltaE99, kNeutral, {50, 3, 0}));
         }
     }
     EXPECT_EQ(cqGetColorDifference(7, nullptr, &color, &color, &difference), 16u);
-    EXPECT_EQ(difference.deltaE, kUntouched);
+    EXPECT_EQ(difference.deltaE, kUntouchedDelta);
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ struct Outcome {
     const char* next = "";
 };
 
-struct Rule {
+struct WiredRule {
     const char* fault;
     Counter counter;
     Place place;
@@ -66,7 +66,7 @@ constexpr Outcome kNoSessionAfter{Then::after, Recovery::reopen, "4"};
 /// These faults do not go away; but the handle stays ready, which a busy one would not.
 constexpr Outcome kAborts{Then::refused, Recovery::replace, "8"};
 
-constexpr Rule kRules[] = {
+constexpr WiredRule kWiredRules[] = {
     // Repaired by a repetition, or by not heeding what is too much.
     {"bad-crc", kDataToHost, Place::first, kWorks, kWorks},
     {"bad-crc", kDataToHost, Place::last, kWorks, kWorks},
@@ -95,7 +95,7 @@ constexpr Rule kRules[] = {
     {"unplug", kFromHost, Place::last, kNoSessionAfter, kNoSession},
 };
 
-const Special kSpecials[] = {
+const Special kWiredSpecials[] = {
     // Waits without an end, as documented, for an instrument that does not answer.
     {"silence, first", "open", "silence:0", {"waits"}, 0ms, 5000ms, Recovery::replace},
     {"disconnect, first", "open", "disconnect:1", {"waits"}, 0ms, 5000ms},
@@ -166,7 +166,7 @@ std::optional<Strike> findStrike(const Operation& operation, const Counter& coun
     return at == 0 ? std::nullopt : std::optional(strikes[at]);
 }
 
-std::string optionOf(const Rule& rule, std::uint32_t number) {
+std::string optionOf(const WiredRule& rule, std::uint32_t number) {
     const std::string option = std::string("--fault ") + rule.fault;
     if (rule.place == Place::all) {
         return option;
@@ -176,7 +176,7 @@ std::string optionOf(const Rule& rule, std::uint32_t number) {
     return option + ":" + std::to_string(isAfter ? number - 1 : number);
 }
 
-Cell makeCell(const Rule& rule, const Operation& operation, const Strike& strike) {
+Cell makeCell(const WiredRule& rule, const Operation& operation, const Strike& strike) {
     const Outcome& outcome = strike.step->received ? rule.request : rule.send;
     Cell cell{Kind::wired, rowOf(rule.fault, rule.place), operation.name, {}};
     Expectation& expected = cell.expected;
@@ -216,13 +216,13 @@ Cell makeCell(const Rule& rule, const Operation& operation, const Strike& strike
 
 std::vector<Cell> wiredCells() {
     std::vector<Cell> cells;
-    for (const Rule& rule : kRules) {
+    for (const WiredRule& rule : kWiredRules) {
         const std::string row = rowOf(rule.fault, rule.place);
         for (const Operation& operation : operations()) {
-            const auto special = std::ranges::find_if(kSpecials, [&](const Special& s) {
+            const auto special = std::ranges::find_if(kWiredSpecials, [&](const Special& s) {
                 return row == s.row && operation.name == s.operation;
             });
-            if (special != std::end(kSpecials)) {
+            if (special != std::end(kWiredSpecials)) {
                 cells.push_back(toCell(Kind::wired, *special));
             } else if (const auto strike = findStrike(operation, rule.counter, rule.place)) {
                 cells.push_back(makeCell(rule, operation, *strike));

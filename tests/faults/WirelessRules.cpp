@@ -17,7 +17,7 @@ constexpr milliseconds kQuiet = 1300ms;
 /// A link ends 100 ms after its last reply, which is that to the hello.
 constexpr milliseconds kDropped = 400ms;
 
-struct Rule {
+struct WirelessRule {
     const char* fault;
     Place place;  // a request of the operation or its reply
     void (*expect)(Expectation& expected, const WirelessStep& step);
@@ -118,25 +118,25 @@ void tooShort(Expectation& expected, const WirelessStep& step) {
     expected.textFault = step.check == Check::text ? "short" : "";
 }
 
-constexpr Rule kRules[] = {{"ble-split", Place::all, works},
-                           {"ble-bytes", Place::all, works},
-                           {"ble-fail", Place::first, fail},
-                           {"ble-fail", Place::last, fail},
-                           {"ble-inval", Place::first, inval},
-                           {"ble-inval", Place::last, inval},
-                           {"ble-length", Place::first, tooShort},
-                           {"ble-length", Place::last, tooShort},
-                           {"ble-joined", Place::first, joined},
-                           {"ble-joined", Place::last, joined},
-                           {"ble-pause", Place::first, torn},
-                           {"ble-pause", Place::last, torn},
-                           {"ble-late", Place::all, late},
-                           {"ble-silent", Place::first, lost<replace, '7'>},
-                           {"ble-silent", Place::last, lost<replace, '7'>},
-                           {"link-drop", Place::first, unlinkedBefore},
-                           {"link-drop", Place::last, lost<reopen, '7'>},
-                           {"unplug", Place::first, lost<reopen, '3'>},
-                           {"unplug", Place::last, lost<reopen, '3'>}};
+constexpr WirelessRule kWirelessRules[] = {{"ble-split", Place::all, works},
+                                           {"ble-bytes", Place::all, works},
+                                           {"ble-fail", Place::first, fail},
+                                           {"ble-fail", Place::last, fail},
+                                           {"ble-inval", Place::first, inval},
+                                           {"ble-inval", Place::last, inval},
+                                           {"ble-length", Place::first, tooShort},
+                                           {"ble-length", Place::last, tooShort},
+                                           {"ble-joined", Place::first, joined},
+                                           {"ble-joined", Place::last, joined},
+                                           {"ble-pause", Place::first, torn},
+                                           {"ble-pause", Place::last, torn},
+                                           {"ble-late", Place::all, late},
+                                           {"ble-silent", Place::first, lost<replace, '7'>},
+                                           {"ble-silent", Place::last, lost<replace, '7'>},
+                                           {"link-drop", Place::first, unlinkedBefore},
+                                           {"link-drop", Place::last, lost<reopen, '7'>},
+                                           {"unplug", Place::first, lost<reopen, '3'>},
+                                           {"unplug", Place::last, lost<reopen, '3'>}};
 
 constexpr milliseconds kOpened = 5500ms;  // documented: 2 to 5 s, whatever the instrument does
 /// Documented: about half a second.
@@ -148,7 +148,7 @@ constexpr milliseconds kClosedUnanswered = 3000ms;
 /// opening succeeds by chance.
 constexpr const char* kByteByByte = "one-byte --at-delay 0";
 
-const Special kSpecials[] = {
+const Special kWirelessSpecials[] = {
     {"ble-split", "open", "ble-split", {"handle"}, 1200ms, kOpened},
     {"ble-bytes", "open", "ble-bytes", {"handle"}, 1200ms, kOpened},
     {"one-byte", "open", kByteByByte, {"handle", "null"}, 0ms, kOpened, replace},
@@ -234,7 +234,7 @@ constexpr const char* kOpeningRows[] = {"at-silent, first",
 
 /// Packets from the host, to the host, and replies are numbered alike: 1 is the hello's. A link
 /// that ends and an instrument that falls silent still answer the packet before.
-std::string optionOf(const Rule& rule, std::size_t struckStep) {
+std::string optionOf(const WirelessRule& rule, std::size_t struckStep) {
     const std::string fault = rule.fault;
     const std::size_t number = 2 + struckStep;
     if (rule.place == Place::all) {
@@ -245,14 +245,14 @@ std::string optionOf(const Rule& rule, std::size_t struckStep) {
 }
 
 void addSpecials(std::vector<Cell>& cells, const std::string& row, const Operation& operation) {
-    for (const Special& special : kSpecials) {
+    for (const Special& special : kWirelessSpecials) {
         if (row == special.row && operation.name == special.operation) {
             cells.push_back(toCell(Kind::wireless, special));
         }
     }
 }
 
-void addRuled(std::vector<Cell>& cells, const Rule& rule, const Operation& operation) {
+void addRuled(std::vector<Cell>& cells, const WirelessRule& rule, const Operation& operation) {
     const std::size_t steps = operation.wireless.size();
     if (steps == 0 || (rule.place == Place::last && steps == 1)) {
         return;
@@ -284,7 +284,7 @@ void addPulledOpenings(std::vector<Cell>& cells) {
 
 std::vector<Cell> wirelessCells() {
     std::vector<Cell> cells;
-    for (const Rule& rule : kRules) {
+    for (const WirelessRule& rule : kWirelessRules) {
         for (const Operation& operation : operations()) {
             addSpecials(cells, rowOf(rule.fault, rule.place), operation);
             addRuled(cells, rule, operation);
