@@ -1,6 +1,5 @@
 # What every target of the project is compiled with: link to cqapi_options.
 
-option(CQAPI_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
 option(CQAPI_COVERAGE "Record line coverage" OFF)
 set(CQAPI_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
@@ -22,7 +21,8 @@ else()
     # A fused multiply-add would round the colour formulas differently from one machine to another.
     -ffp-contract=off)
 endif()
-if(CQAPI_WARNINGS_AS_ERRORS)
+# The commands of the project pass it on to each build that they start.
+if("$ENV{CQAPI_WARNINGS_AS_ERRORS}")
   target_compile_options(cqapi_options INTERFACE $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
 endif()
 

@@ -188,7 +188,7 @@ ResultCode Spectrophotometer::deleteSample(std::uint32_t standardIndex, std::uin
 }
 
 ResultCode Spectrophotometer::getMeasurementParameter(std::uint8_t number, std::uint32_t& value) {
-    std::array<std::uint8_t, 1> byte;
+    std::array<std::uint8_t, 1> byte{};
     const ResultCode code =
         requestRecord(command::kGetMeasurementParameter, std::array<std::uint8_t, 1>{number}, byte);
     if (code == CQ_NO_ERROR) {
