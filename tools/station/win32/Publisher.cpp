@@ -1,5 +1,5 @@
-#include "Failure.h"
 #include "Publisher.h"
+#include "Failure.h"
 
 namespace station {
 
