@@ -1,4 +1,5 @@
 #include "Publisher.h"
+
 #include "Failure.h"
 
 namespace station {
