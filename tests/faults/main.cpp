@@ -51,21 +51,20 @@ std::vector<Cell> chosenCells(const Choice& choice) {
 }
 
 /// Side by side the cells hold each other up, or a slow disk holds up all of them, and an instrument
-/// that is held up is one that does not answer. So a wrong cell is run three times again, with nothing
-/// beside it, and must be right each time. Many that are wrong have another cause.
+/// that is held up is one that does not answer. So a wrong cell is run again by itself, and must be
+/// right at the third time at the latest. Many that are wrong have another cause.
 void judgeAgain(const std::vector<Cell>& cells, std::vector<Result>& results) {
     constexpr std::ptrdiff_t kMostAgain = 35;
+    constexpr int kTimes = 3;
     const auto isWrong = [](const Result& result) { return !result.problems.empty(); };
     if (std::ranges::count_if(results, isWrong) > kMostAgain) {
         return;
     }
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        if (isWrong(results[i])) {
+        for (int time = 0; time < kTimes && isWrong(results[i]); ++time) {
             std::printf("run again alone: %s/%s (%s)\n", cells[i].fault.c_str(),
                         cells[i].operation.c_str(), results[i].problems.front().c_str());
-            const auto again = runAll({cells[i], cells[i], cells[i]}, 3);
-            const auto wrong = std::ranges::find_if(again, isWrong);
-            results[i] = wrong != again.end() ? *wrong : again.front();
+            results[i] = runAll({cells[i]}, 1).front();
         }
     }
 }
