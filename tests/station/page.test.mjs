@@ -118,6 +118,12 @@ test("from a refusal by calibration and the instrument's button to a verdict, an
   await isReady();
   await page.click("#standard");
   await shows("#problem", "calibrate");
+  for (const name of ["next", ""]) {
+    await page.evaluate((name) => fetch("/api/instruments/1/name", { method: "POST",
+      headers: { "Content-Type": "application/json" }, body: JSON.stringify({ name }) }), name);
+    await onPage((name) => document.getElementById("name").value === name, name, "the name");
+  }
+  await shows("#problem", "calibrate"); // news of the instrument does not hide what was refused
   await calibrate();
   tell("1 press standard");
   await shows("#word", "standard");

@@ -1,7 +1,7 @@
 // The bench page: which instrument and job are shown, and what keys and buttons do.
 
 import { Live, Refused, drawing, get, post } from "./api.js";
-import { rowOf, showAge, showInstrument, showJob, showResult, showTabs } from "./show.js";
+import { rowOf, showAge, showInstrument, showJob, showProblem, showResult, showTabs } from "./show.js";
 
 const by = (id) => document.getElementById(id);
 
@@ -13,6 +13,7 @@ let current = null;       // the name of the one that is shown
 let job = null;           // as the station describes it
 let jobNames = [];
 let shown = null;         // the measurement on the screen
+let refusal = "";         // why the last action came to nothing
 
 // The token stays in the cookie, not in the address that others see on the screen.
 if (location.search) {
@@ -21,8 +22,9 @@ if (location.search) {
 
 const state = () => states.get(current);
 
-function complain(error) {
-  by("problem").textContent = error instanceof Refused ? error.message : "the station does not answer";
+function setRefusal(text) {
+  refusal = text;
+  showProblem(state(), refusal);
 }
 
 /** Does something that the station may refuse. */
@@ -30,12 +32,18 @@ async function attempt(action) {
   try {
     return await action();
   } catch (error) {
-    complain(error);
+    setRefusal(error instanceof Refused ? error.message : "the station does not answer");
     return null;
   }
 }
 
-const command = (action, body) => attempt(() => post(body, "instruments", current, action));
+/** Does what somebody has asked for. */
+function act(action) {
+  setRefusal("");
+  return attempt(action);
+}
+
+const command = (action, body) => act(() => post(body, "instruments", current, action));
 
 // ---- what is shown
 
@@ -64,7 +72,7 @@ function show(result, isFresh = false) {
 
 const actions = {
   show,
-  strikeOut: (result) => attempt(() => post({ number: result.number }, "jobs", job.name, "undo")),
+  strikeOut: (result) => act(() => post({ number: result.number }, "jobs", job.name, "undo")),
   remark: (result) => {
     remarked = result;
     by("remarkHead").textContent = `Remark on ${result.name}`;
@@ -110,6 +118,7 @@ async function choose(name) {
   sessionStorage.setItem("instrument", name);
   showTabs([...states.values()], current, choose);
   showInstrument(state());
+  setRefusal("");
   await follow();
 }
 
@@ -154,6 +163,7 @@ function takeResult(result) {
     showJob(job, jobNames, state());
   }
   if (result.serial === null || state()?.serial === null || result.serial === state().serial) {
+    setRefusal("");
     show(result, true);
     sound(result.verdict?.grade);
   }
@@ -167,6 +177,7 @@ function takeState(told) {
     return;
   }
   showInstrument(told);
+  showProblem(told, refusal);
   if (before?.job !== told.job) {
     follow();
   } else if (before?.standard !== told.standard) {
@@ -209,7 +220,7 @@ const measure = (kind) => command("measure", { kind, name: by("name").value }).t
 const buttons = {
   trial: () => measure("trial"),
   standard: () => measure("standard"),
-  undo: () => job && attempt(() => post({}, "jobs", job.name, "undo")),
+  undo: () => job && act(() => post({}, "jobs", job.name, "undo")),
   white: () => command("calibrate", { on: "white" }),
   black: () => command("calibrate", { on: "black" }),
   newJob: () => {
@@ -250,7 +261,7 @@ by("jobDialog").querySelector("form").onsubmit = async (event) => {
 let remarked = null;
 by("remarkCancel").onclick = () => by("remarkDialog").close();
 by("remarkDialog").querySelector("form").onsubmit = () =>
-  attempt(() => post({ number: remarked.number, text: by("remarkText").value }, "jobs", job.name, "remark"));
+  act(() => post({ number: remarked.number, text: by("remarkText").value }, "jobs", job.name, "remark"));
 
 const keys = { t: "trial", s: "standard", u: "undo", w: "white", b: "black", j: "newJob" };
 

@@ -70,8 +70,6 @@ export function showInstrument(state) {
   by("instrument").textContent = state
     ? `${name || "Instrument " + state.name}: ${state.state}${state.port ? " on " + state.port : ""}`
     : "";
-  by("problem").textContent = state?.state === "searching" && state.problem === null
-    ? "looking for the instrument" : state?.problem ?? "";
   for (const id of ["trial", "standard", "white", "black"]) {
     by(id).disabled = !isReady || (state.job === null && (id === "trial" || id === "standard"));
   }
@@ -79,6 +77,12 @@ export function showInstrument(state) {
     by("name").value = state?.nextName ?? "";
   }
   showAge(state);
+}
+
+/** What keeps the instrument, or else what was refused last. */
+export function showProblem(state, refusal) {
+  by("problem").textContent = state?.state === "searching" && state.problem === null
+    ? "looking for the instrument" : state?.problem ?? refusal;
 }
 
 export function showAge(state) {
