@@ -62,7 +62,10 @@ Result runCell(const Cell& cell);
 /// run-time libraries set up once is there before the cells count.
 void warmUp(Kind kind);
 
-/// Runs each cell in a process of its own, so many at a time; those that wait longest begin first.
+/// Runs each cell in a process of its own, at most so many at a time; those that wait longest begin
+/// first. Side by side the cells hold each other up, and an instrument that is held up is one that does
+/// not answer. So a wrong cell is run again, twice at most, in a crowd of half the size, which grows
+/// again while all goes well.
 /// \return the results in the cells' order.
 std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs);
 

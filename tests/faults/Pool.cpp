@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <functional>
 #include <map>
 #include <numeric>
@@ -23,9 +25,18 @@ namespace {
 /// this; in seconds.
 constexpr unsigned kPatience = 150;
 
+/// A wrong cell is run again, until it has been run so many times.
+constexpr int kTimes = 3;
+/// When so many have been wrong each time, it is not for the crowd, and the others are run once.
+constexpr std::size_t kMostWrong = 10;
+constexpr double kSmallestCrowd = 2;
+
+using Clock = std::chrono::steady_clock;
+
 struct Child {
     std::size_t cell;
     int reading;
+    Clock::time_point start = Clock::now();
 };
 
 /// Outcome, time and problems, a line each. Less than a pipe holds, so that writing never waits.
@@ -108,29 +119,52 @@ void showProgress(std::size_t done, std::size_t total) {
 
 std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
     std::vector<Result> results(cells.size());
-    std::vector<std::size_t> order(cells.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::ranges::stable_sort(order, std::greater(), [&](std::size_t i) {
+    std::vector<int> times(cells.size());
+    std::deque<std::size_t> waiting(cells.size());
+    std::iota(waiting.begin(), waiting.end(), std::size_t{0});
+    std::ranges::stable_sort(waiting, std::greater(), [&](std::size_t i) {
         const Expectation& expected = cells[i].expected;
         return expected.atLeast + expected.settle + expected.pause;
     });
     std::map<pid_t, Child> running;
-    std::size_t next = 0;
     std::size_t done = 0;
+    std::size_t wrong = 0;
+    const auto largest = static_cast<double>(jobs);
+    double crowd = largest;
+    Clock::time_point crowdSince = Clock::now();
     while (done < cells.size()) {
-        while (next < cells.size() && running.size() < jobs) {
+        while (!waiting.empty() && static_cast<double>(running.size()) < crowd) {
             pid_t process = -1;
-            const Child child = startChild(cells, order[next++], process);
+            const Child child = startChild(cells, waiting.front(), process);
+            ++times[waiting.front()];
+            waiting.pop_front();
             running.emplace(process, child);
         }
         int status = 0;
         const pid_t ended = waitpid(-1, &status, 0);
-        const auto child = running.find(ended);
-        if (child != running.end()) {
-            results[child->second.cell] = resultOf(child->second, status);
-            running.erase(child);
-            showProgress(++done, cells.size());
+        const auto found = running.find(ended);
+        if (found == running.end()) {
+            continue;
         }
+        const Child child = found->second;
+        running.erase(found);
+        Result result = resultOf(child, status);
+        if (result.problems.empty()) {
+            crowd = std::min(largest, crowd + 1 / crowd);
+        } else if (times[child.cell] < kTimes && wrong < kMostWrong) {
+            std::printf("again: %s/%s (%s)\n", cells[child.cell].fault.c_str(),
+                        cells[child.cell].operation.c_str(), result.problems.front().c_str());
+            waiting.push_back(child.cell);
+            if (child.start >= crowdSince) {
+                crowd = std::max(kSmallestCrowd, crowd / 2);
+                crowdSince = Clock::now();
+            }
+            continue;
+        } else {
+            ++wrong;
+        }
+        results[child.cell] = std::move(result);
+        showProgress(++done, cells.size());
     }
     return results;
 }

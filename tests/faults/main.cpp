@@ -50,25 +50,6 @@ std::vector<Cell> chosenCells(const Choice& choice) {
     return cells;
 }
 
-/// Side by side the cells hold each other up, or a slow disk holds up all of them, and an instrument
-/// that is held up is one that does not answer. So a wrong cell is run again by itself, and must be
-/// right at the third time at the latest. Many that are wrong have another cause.
-void judgeAgain(const std::vector<Cell>& cells, std::vector<Result>& results) {
-    constexpr std::ptrdiff_t kMostAgain = 35;
-    constexpr int kTimes = 3;
-    const auto isWrong = [](const Result& result) { return !result.problems.empty(); };
-    if (std::ranges::count_if(results, isWrong) > kMostAgain) {
-        return;
-    }
-    for (std::size_t i = 0; i < cells.size(); ++i) {
-        for (int time = 0; time < kTimes && isWrong(results[i]); ++time) {
-            std::printf("run again alone: %s/%s (%s)\n", cells[i].fault.c_str(),
-                        cells[i].operation.c_str(), results[i].problems.front().c_str());
-            results[i] = runAll({cells[i]}, 1).front();
-        }
-    }
-}
-
 /// Prints the wrong cells and the counts. \return how many were wrong.
 std::size_t printSummary(const std::vector<Cell>& cells, const std::vector<Result>& results,
                          milliseconds taken) {
@@ -109,8 +90,7 @@ int runMatrix(const Choice& choice) {
             warmUp(kind);
         }
     }
-    std::vector<Result> results = runAll(cells, choice.jobs);
-    judgeAgain(cells, results);
+    const std::vector<Result> results = runAll(cells, choice.jobs);
     const auto taken =
         std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - start);
     return printSummary(cells, results, taken) == 0 ? 0 : 1;
@@ -127,7 +107,7 @@ int main(int argc, char** argv) {
     app.add_option("--only", choice.only,
                    "Only this fault, or this operation (with nothing before the slash), or cell")
         ->type_name("FAULT/OPERATION");
-    app.add_option("--jobs", choice.jobs, "Cells that run at a time")
+    app.add_option("--jobs", choice.jobs, "Cells that run at a time; fewer on a busy machine")
         ->check(CLI::Range(1, 500))
         ->capture_default_str();
     app.add_flag("--list", choice.isList, "Print the cells and do not run them");
