@@ -25,9 +25,9 @@ namespace {
 /// this; in seconds.
 constexpr unsigned kPatience = 150;
 
-/// A wrong cell is run again, until it has been run so many times.
+/// A cell that was wrong must be right so many times, before it has been wrong as often.
 constexpr int kTimes = 3;
-/// When so many have been wrong each time, it is not for the crowd, and the others are run once.
+/// When so many have failed at that, it is not for the crowd, and the others are run once.
 constexpr std::size_t kMostWrong = 10;
 constexpr double kSmallestCrowd = 2;
 
@@ -119,7 +119,8 @@ void showProgress(std::size_t done, std::size_t total) {
 
 std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
     std::vector<Result> results(cells.size());
-    std::vector<int> times(cells.size());
+    std::vector<int> timesRight(cells.size());
+    std::vector<int> timesWrong(cells.size());
     std::deque<std::size_t> waiting(cells.size());
     std::iota(waiting.begin(), waiting.end(), std::size_t{0});
     std::ranges::stable_sort(waiting, std::greater(), [&](std::size_t i) {
@@ -136,7 +137,6 @@ std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
         while (!waiting.empty() && static_cast<double>(running.size()) < crowd) {
             pid_t process = -1;
             const Child child = startChild(cells, waiting.front(), process);
-            ++times[waiting.front()];
             waiting.pop_front();
             running.emplace(process, child);
         }
@@ -151,7 +151,11 @@ std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
         Result result = resultOf(child, status);
         if (result.problems.empty()) {
             crowd = std::min(largest, crowd + 1 / crowd);
-        } else if (times[child.cell] < kTimes && wrong < kMostWrong) {
+            if (++timesRight[child.cell] < kTimes && timesWrong[child.cell] > 0) {
+                waiting.push_back(child.cell);
+                continue;
+            }
+        } else if (++timesWrong[child.cell] < kTimes && wrong < kMostWrong) {
             std::printf("again: %s/%s (%s)\n", cells[child.cell].fault.c_str(),
                         cells[child.cell].operation.c_str(), result.problems.front().c_str());
             waiting.push_back(child.cell);
