@@ -233,12 +233,7 @@ Response Api::makeJob(const Json& body) {
     cqtool::Job job;
     job.title = textIn(body, "title");
     job.operatorName = textIn(body, "operator");
-    for (const std::string& text : textsIn(body, "tolerances")) {
-        job.limits.push_back(cqtool::limitOf(text, false));
-    }
-    for (const std::string& text : textsIn(body, "warnings")) {
-        job.limits.push_back(cqtool::limitOf(text, true));
-    }
+    job.limits = cqtool::limitsOf(textsIn(body, "tolerances"), textsIn(body, "warnings"));
     for (const std::string& text : textsIn(body, "illuminants")) {
         job.viewing.illuminants.push_back(cqtool::illuminantNamed(text));
     }

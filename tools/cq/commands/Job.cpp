@@ -20,19 +20,6 @@ struct JobNewOptions : JobCommandOptions {
     std::int32_t observer = Observer10Degree;
 };
 
-std::vector<Limit> limitsIn(const std::vector<std::string>& tolerances,
-                            const std::vector<std::string>& warnings) {
-    std::vector<Limit> limits;
-    limits.reserve(tolerances.size() + warnings.size());
-    for (const std::string& text : tolerances) {
-        limits.push_back(limitOf(text, false));
-    }
-    for (const std::string& text : warnings) {
-        limits.push_back(limitOf(text, true));
-    }
-    return limits;
-}
-
 std::vector<std::int32_t> illuminantsIn(const std::vector<std::string>& names) {
     std::vector<std::int32_t> illuminants;
     for (const std::string& name : names) {
@@ -51,7 +38,7 @@ void runJobNew(const JobNewOptions& options, const Environment& environment) {
         options.title.empty() ? std::filesystem::path(options.file).stem().string() : options.title;
     job.operatorName = options.operatorName;
     job.viewing = {illuminantsIn(options.illuminants), options.observer};
-    job.limits = limitsIn(options.tolerances, options.warnings);
+    job.limits = limitsOf(options.tolerances, options.warnings);
     checkLimits(job.limits, job.viewing);
     const JobFile file = JobFile::create(options.file, job);
     if (options.output.json) {

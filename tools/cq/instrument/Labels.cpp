@@ -1,10 +1,10 @@
 #include "instrument/Labels.h"
 
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "Failure.h"
 #include "system/Files.h"
+#include "text/Json.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -32,8 +32,8 @@ Labels labelsFor(const std::filesystem::path& file, const CqDeviceInfo& info) {
         return isVirtual ? virtualLabels() : Labels{};
     }
     try {
-        return nlohmann::json::parse(readFile(file)).at(kMember).get<Labels>();
-    } catch (const nlohmann::json::exception&) {
+        return Json::parse(readFile(file)).at(kMember).get<Labels>();
+    } catch (const Json::exception&) {
         throw Failure(sourceName(file) + " gives no labels",
                       "describe them like this: {\"labels\": {\"infoText3\": \"model\", "
                       "\"item14\": \"battery\"}}");

@@ -5,10 +5,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "Failure.h"
 #include "system/Files.h"
+#include "text/Json.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
@@ -59,10 +59,10 @@ class LayoutReader {
   public:
     LayoutReader(std::string_view json, const std::string& source) : source_(source) {
         try {
-            document_ = nlohmann::json::parse(json);
-        } catch (const nlohmann::json::parse_error& error) {
+            document_ = Json::parse(json);
+        } catch (const Json::parse_error& error) {
             refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
-        } catch (const nlohmann::json::exception&) {
+        } catch (const Json::exception&) {
             refuse("holds a number that is too large");
         }
         if (!document_.is_object()) {
@@ -182,7 +182,7 @@ class LayoutReader {
         return found->get<std::size_t>();
     }
 
-    nlohmann::json document_;
+    Json document_;
     const std::string& source_;
 };
 

@@ -85,17 +85,6 @@ InstrumentIdentity instrumentOf(const EventReader& event) {
     return {reader.text("model"), reader.text("serial"), reader.text("firmware")};
 }
 
-std::vector<Limit> limitsOf(const EventReader& event) {
-    std::vector<Limit> limits;
-    for (const std::string& text : event.texts("tolerances")) {
-        limits.push_back(limitOf(text, false));
-    }
-    for (const std::string& text : event.texts("warnings")) {
-        limits.push_back(limitOf(text, true));
-    }
-    return limits;
-}
-
 JobMeasurement* found(Job& job, std::uint64_t number) {
     return const_cast<JobMeasurement*>(std::as_const(job).find(number));
 }
@@ -127,7 +116,7 @@ void applyCreated(Job& job, const EventReader& event, const std::string& time) {
         throw Failure("it names no illuminants");
     }
     created.viewing.observer = observerNamed(std::to_string(event.count("observer").value_or(0)));
-    created.limits = limitsOf(event);
+    created.limits = limitsOf(event.texts("tolerances"), event.texts("warnings"));
     checkLimits(created.limits, created.viewing);
     job = std::move(created);
 }
@@ -172,7 +161,7 @@ void applyMeasurement(Job& job, const EventReader& event, std::uint64_t number,
 }
 
 void applyTolerances(Job& job, const EventReader& event) {
-    auto limits = limitsOf(event);
+    auto limits = limitsOf(event.texts("tolerances"), event.texts("warnings"));
     checkLimits(limits, job.viewing);
     job.limits = std::move(limits);
 }

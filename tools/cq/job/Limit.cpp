@@ -269,6 +269,18 @@ Limit limitOf(const std::string& text, bool isWarning) {
     return limit;
 }
 
+std::vector<Limit> limitsOf(const std::vector<std::string>& tolerances,
+                            const std::vector<std::string>& warnings) {
+    std::vector<Limit> limits;
+    for (const std::string& text : tolerances) {
+        limits.push_back(limitOf(text, false));
+    }
+    for (const std::string& text : warnings) {
+        limits.push_back(limitOf(text, true));
+    }
+    return limits;
+}
+
 std::string textOf(const Limit& limit) {
     return (limit.least && limit.most ? digitsOf(*limit.least) + "<=" : std::string()) +
            nameOf(limit.quantity) +

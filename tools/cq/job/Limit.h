@@ -56,6 +56,10 @@ struct Limit {
 /// UsageError with what there is.
 Limit limitOf(const std::string& text, bool isWarning);
 
+/// The tolerances, then the warnings.
+std::vector<Limit> limitsOf(const std::vector<std::string>& tolerances,
+                            const std::vector<std::string>& warnings);
+
 /// The text that limitOf() takes; and for people: "ΔE00 ≤ 1", "−0.5 ≤ Δa* ≤ 0.3 under A".
 std::string textOf(const Limit& limit);
 std::string symbolsOf(const Limit& limit);
