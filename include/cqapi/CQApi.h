@@ -63,9 +63,10 @@
  *    instrument has stopped reading) waits until the port goes away or the handle is closed.
  *
  * Unless noted, each function that takes a handle can also return CQ_DEVICE_IS_CLOSED (the port is
- * closed), CQ_NO_SESSION (the instrument said goodbye, or was unplugged), CQ_DEVICE_IS_BUSY, CQ_SENDING_TIMEOUT (no
- * reply or acknowledgement in time), CQ_EXECUTE_COMMAND_FAILED (the instrument refused),
- * CQ_INVALID_PACKET (a reply of the wrong size) and CQ_NOT_SUPPORTED (unknown handle).
+ * closed), CQ_NO_SESSION (the instrument said goodbye, or was unplugged), CQ_DEVICE_IS_BUSY,
+ * CQ_SENDING_TIMEOUT (no reply or acknowledgement in time), CQ_EXECUTE_COMMAND_FAILED (the
+ * instrument refused), CQ_INVALID_PACKET (a reply of the wrong size) and CQ_NOT_SUPPORTED (unknown
+ * handle).
  */
 #ifndef CQAPI_CQAPI_H
 #define CQAPI_CQAPI_H

@@ -3,8 +3,8 @@
 // The link is run twice: one is given every piece at once, the other byte after byte. Held to be
 // true:
 //
-// - the two say and answer the same however the bytes are cut into pieces, and no more bytes are put aside
-//   of larger ones;
+// - the two say and answer the same however the bytes are cut into pieces, and no more bytes are
+//   put aside of larger ones;
 // - a transfer's pieces follow each other: each begins where the one before it has ended;
 // - data comes in a session alone, and no answer is longer than was agreed.
 //

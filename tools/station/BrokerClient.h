@@ -21,7 +21,8 @@ struct Login {
 };
 /// Reads them from the broker's file. Throws cqtool::Failure.
 Login loginOf(const Broker& broker);
-/// Throws cqtool::Failure for certificates or a key that cannot be read: the library would not say which.
+/// Throws cqtool::Failure for certificates or a key that cannot be read: the MQTT library would not
+/// say which.
 void checkFiles(const Broker& broker);
 
 /// A connection to the broker that says what it is about: one retained message while it stands, and

@@ -47,7 +47,8 @@ class Judge {
     void use(Connection& connection);
     /// Throws Failure if trials would have no standard, or none that can be judged by.
     void requireStandard() const;
-    /// What there is to say beforehand: ", against skin.record" and the like; of a job a line of its own.
+    /// What there is to say beforehand: ", against skin.record" and the like; of a job a line of
+    /// its own.
     std::string standardText() const;
     std::string jobText() const;
     /// The file that --against reads, and the job; empty texts for none.

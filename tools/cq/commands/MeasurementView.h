@@ -37,8 +37,9 @@ class MeasurementView {
     Measurement of(const CqMeasurementRecord& record, bool isStandard) const;
     Measurement of(const Spectrum& spectrum, bool isStandard) const;
 
-    /// {"kind", "name" and "time" if known, "illuminant", "observer", "lab", the asked space, "hex", "spectrum", "record"};
-    /// "problem" in place of the colours when there is no spectrum, no "record" of an average.
+    /// {"kind", "name" and "time" if known, "illuminant", "observer", "lab", the requested space,
+    /// "hex", "spectrum", "record"}; "problem" in place of the colours when there is no spectrum,
+    /// no "record" for an average.
     JsonObject json(const Measurement& measurement) const;
 
     /// The values with their names: "L* 37.54  a* 14.37  b* 14.92".

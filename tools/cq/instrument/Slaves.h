@@ -13,8 +13,8 @@ struct Slave {
     std::int32_t rssi = 0;  ///< strength of its signal in dBm
 };
 
-/// Scans with the adapter on this port, the strongest signal first. Takes 2 to 5 s, which Ctrl-C does not shorten. Throws
-/// Failure.
+/// Scans with the adapter on this port, the strongest signal first. Takes 2 to 5 s, which Ctrl-C
+/// does not shorten. Throws Failure.
 std::vector<Slave> scanSlaves(const std::string& adapterPort);
 
 }  // namespace cqtool

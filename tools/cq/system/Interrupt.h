@@ -14,9 +14,9 @@ namespace cqtool {
 /// Ends the process although something still waits that cannot be woken; says so of Ctrl-C.
 [[noreturn]] void endProcess(ExitStatus status);
 
-/// Ctrl-C and the other requests to end (of a terminal that is closed, too), for a program that wants to end in good order: the first
-/// one sets a flag and runs the actions registered here, on a thread of this object; a second one
-/// ends the process at once. Make one, in main(), before other threads.
+/// Ctrl-C and the other requests to end, a closed terminal's among them, for a program that is to
+/// end in good order: the first one sets a flag and runs the actions registered here, on a thread of
+/// this object; a second one ends the process at once. Make one, in main(), before other threads.
 class Interrupt {
   public:
     using Action = std::function<void()>;
