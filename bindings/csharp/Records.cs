@@ -101,7 +101,7 @@ namespace CQApi
         internal void CopyTo(byte[] records, int index) => bytes.CopyTo(records, index * Size);
 
         /// <summary>The 31 reflectance factors at 400, 410 ... 700 nm that begin at this byte (0 to 132),
-        /// as little-endian 32-bit floats. The instrument's manual tells where they begin; 64 for the
+        /// as little-endian 32-bit floats. The instrument's manual says where they begin; 64 for the
         /// virtual instrument.</summary>
         public float[] SpectrumAt(int offset)
         {

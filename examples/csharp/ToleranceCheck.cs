@@ -1,4 +1,4 @@
-// Measures a standard and trials, and tells which trials are within a tolerance:
+// Measures a standard and trials, and says which trials are within a tolerance:
 // ToleranceCheck PORT TOLERANCE COUNT
 using System;
 using System.Globalization;

@@ -8,7 +8,7 @@ if len(sys.argv) != 2:
 try:
     instrument = cqapi.Instrument.open(sys.argv[1])
 except cqapi.CQConnectionError as error:
-    sys.exit(f"{error}\nIs the instrument plugged in and switched on? The library's debug log tells more.")
+    sys.exit(f"{error}\nIs the instrument plugged in and switched on? The library's debug log says more.")
 
 with instrument:
     try:

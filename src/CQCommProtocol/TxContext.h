@@ -36,7 +36,7 @@ class TxContext {
 
     std::uint8_t operation() const { return operation_; }
     std::uint32_t sequence() const { return sequence_; }
-    /// Bytes of the whole transfer, the operation code and a stream that cannot tell its length not
+    /// Bytes of the whole transfer, the operation code and a stream that does not know its length not
     /// counted; -1 when none is running.
     std::int32_t totalSize() const { return totalSize_; }
 

@@ -21,7 +21,7 @@ Triple tripleAt(const float* values) {
     return {values[0], values[1], values[2]};
 }
 
-/// Converts by `convert(viewing, result)`, which tells whether the colour space is assigned.
+/// Converts by `convert(viewing, result)`, which says whether the colour space is assigned.
 // ColorData is packed and may lie anywhere in the caller's memory: copied, not converted into.
 template <typename Convert>
 std::uint32_t convertTo(ColorData* color, Viewing viewing, Convert&& convert) {

@@ -20,7 +20,7 @@
 
 namespace ovk::debuglog {
 
-/// Opens the log, emptying the file. On failure tells the debugger, leaves the log off and returns
+/// Opens the log, emptying the file. On failure informs the debugger, leaves the log off and returns
 /// false.
 bool open(const std::string& fileName);
 

@@ -87,7 +87,7 @@ TEST(Qtx, SaysWhatIsWrong) {
     } cases[] = {
         {"", "not a QTX file"},
         {head, "file line 1: 'x' has neither"},
-        {head + "STD_R=" + values(30), "nothing tells the wavelengths of the 30 values"},
+        {head + "STD_R=" + values(30), "nothing gives the wavelengths of the 30 values"},
         {head + "STD_R=" + values(31) + "\nSTD_REFLPOINTS=16", "has 31 values, but"},
         {head + "STD_R=" + values(16) + "\nSTD_REFLLOW=400\nSTD_REFLINTERVAL=20", "at 410 nm"},
         {head + "STD_R=" + values(31) + "\nSTD_REFLLOW=405", "at 400 nm"},

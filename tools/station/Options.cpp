@@ -21,7 +21,7 @@ constexpr const char* kDescription =
     "The first line on standard output is 'page: ' and the address to open in a browser.";
 
 constexpr const char* kFooter =
-    "Instruments, with NAME= before it if it shall have a name:\n"
+    "Instruments, with NAME= before it if it is to have a name:\n"
     "  /dev/ttyACM0, COM5              the one on this port\n"
     "  serial:AB12                     the one with this serial number, whatever its port\n"
     "  wireless:C4BE84A1B2C3@COM7      through the adapter on this port (without @: any adapter)\n"

@@ -127,7 +127,7 @@ class MeasurementRecord(Record):
 
     def spectrum(self, offset: int) -> FloatArray:
         """The 31 reflectance factors at 400, 410 ... 700 nm that begin at this byte (0 to 132), as
-        little-endian 32-bit floats. The instrument's manual tells where they begin; 64 for the
+        little-endian 32-bit floats. The instrument's manual says where they begin; 64 for the
         virtual instrument."""
         data = bytes(self)
         if not 0 <= offset <= len(data) - _SPECTRUM_SIZE:

@@ -144,7 +144,7 @@ struct SerialPort::Device {
     enum class Wait { ready, timedOut, interrupted, failed };
 
     /// Waits until the port can be read or written. Of an interruption there is no error, of a
-    /// failure `error` tells it.
+    /// failure `error` has it.
     Wait waitFor(short events, bool mayAbort, const std::optional<Clock::time_point>& deadline,
                  std::uint32_t& error) {
         std::array<pollfd, 3> entries{pollfd{descriptor, events, 0},

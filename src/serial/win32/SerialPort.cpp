@@ -211,7 +211,7 @@ struct SerialPort::Device {
         return isDone && (waitMask & EV_RXCHAR) != 0;
     }
 
-    /// Starts an operation that ends when bytes have come; a pipe tells it by a read of none.
+    /// Starts an operation that ends when bytes have come; a pipe shows it by a read of none.
     BOOL startWaiting() {
         waiting = {};
         waiting.hEvent = serialEvent.handle();

@@ -29,7 +29,7 @@ std::size_t valueCount(InputKind kind);
 /// Takes colours from the rows of a table: each has the numbers, with or without a name in front.
 /// The first row may be a header. One that names the numbers (r400, 410 nm; L, LAB_A, b*) tells
 /// which columns to take, and then there may be others. \param source what messages call the table.
-/// Throws Failure, with line and field, for what is no such table.
+/// Throws Failure, with line and field, for any other table.
 std::vector<InputColor> colorsOfTable(const CsvTable& table, InputKind kind,
                                       const std::string& source);
 

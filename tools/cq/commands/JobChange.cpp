@@ -194,7 +194,7 @@ void addJobTolerance(CommandLine& group, const Environment& environment) {
     line.addList({"--remove", "LIMIT", "Remove one, named by its text or its quantity"},
                  [options](const auto& texts) { options->removed = texts; });
     line.setExamples(
-        "All trials are judged by the tolerances of today. cq job new --help tells how to write "
+        "All trials are judged by the current tolerances. cq job new --help says how to write "
         "them.\n\nExamples:\n"
         "  cq job tolerance lot12.cqjob\n"
         "  cq job tolerance lot12.cqjob --add \"dE00<=0.9\" --remove \"|dL|\"");

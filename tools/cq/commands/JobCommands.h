@@ -12,7 +12,7 @@
 
 namespace cqtool {
 
-/// The job that a command is about, and how to tell what was done.
+/// The job that a command is about, and how to report what was done.
 struct JobCommandOptions {
     std::string file;
     OutputOptions output;
@@ -28,7 +28,7 @@ const JobMeasurement& measurementCalled(const Job& job, const std::string& text)
 /// Throws Failure for a limit that the entry, and one like it, cannot be judged by.
 void checkCanBeJudged(const Job& job, const RecordEntry& entry);
 
-/// Appends an event and tells of it: a sentence, or {"job", "number"} and the members.
+/// Appends an event and reports it: a sentence, or {"job", "number"} and the members.
 void appendAndTell(JobFile& file, const std::function<JsonObject(const Job&)>& eventFor,
                    const std::function<std::string(std::uint64_t number)>& sentence,
                    const OutputOptions& output, const Environment& environment);

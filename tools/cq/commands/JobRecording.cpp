@@ -30,7 +30,7 @@ std::string durationText(double seconds) {
            std::to_string(minutes % 60) + " min";
 }
 
-/// "white calibrated 1, black calibrated 1", where the labels tell which items these are.
+/// "white calibrated 1, black calibrated 1", where the labels say which items these are.
 std::string calibrationState(const Connection& connection, const CqDeviceInfo& info) {
     const Labels labels = labelsFor({}, info);
     if (labels.empty()) {

@@ -40,7 +40,7 @@ class JobRecording {
     /// Throws Failure if there is none.
     void requireStandard() const;
 
-    /// To be called of each connection, before a measurement that is taken by it.
+    /// Call for each connection, before the first measurement over it.
     void use(const Connection& connection);
     /// "calibrated 2 h 10 min ago", or that this is not known and what the instrument says.
     std::string calibrationText() const;

@@ -43,7 +43,7 @@ class Judge {
           bool isNumbered, std::ostream& notes);
 
     Viewing viewing() const { return judging_.viewing.primary(); }
-    /// To be called of each connection.
+    /// Call for each connection.
     void use(Connection& connection);
     /// Throws Failure if trials would have no standard, or none that can be judged by.
     void requireStandard() const;

@@ -166,7 +166,7 @@ void checkOutput(const std::string& file, const OutputOptions& output,
         }
     }
     if (output.json && isStandardOutput(file)) {
-        throw UsageError("--json tells of a file: leave it out where " + file +
+        throw UsageError("--json reports on a file: leave it out where " + file +
                          " is standard output");
     }
 }

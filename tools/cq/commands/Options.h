@@ -51,7 +51,7 @@ void addOptions(CommandLine& line, OutputOptions& options);
 void addOptions(CommandLine& line, ViewOptions& options);
 void addOptions(CommandLine& line, Viewing& viewing);
 /// To be called before anything is done. Throws UsageError for an output that is one of the inputs,
-/// and for one on standard output among JSON that tells of it.
+/// and for one on standard output among JSON that reports on it.
 /// \param inputs empty for those that were not given.
 void checkOutput(const std::string& file, const OutputOptions& output,
                  std::initializer_list<std::string> inputs);

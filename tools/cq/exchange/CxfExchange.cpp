@@ -295,7 +295,7 @@ class CxfReader {
         const XmlElement* range =
             measurement == nullptr ? nullptr : measurement->child("WavelengthRange");
         if (range == nullptr && values.size() != kWavelengthCount) {
-            throw Failure(where_ + ": no specification tells the wavelengths of its " +
+            throw Failure(where_ + ": no specification gives the wavelengths of its " +
                               counted(values.size(), "values"),
                           "the WavelengthRange of its ColorSpecification must");
         }

@@ -95,7 +95,7 @@ ExchangeFormat exchangeFormatFor(const std::filesystem::path& file, const std::s
         }
     }
     throw UsageError("the name " + file.string() +
-                     " does not tell the format; rename it, or give --format, one of " +
+                     " does not say which format it is; rename it, or give --format, one of " +
                      exchangeFormatNames());
 }
 

@@ -44,7 +44,7 @@ struct RecordSet {
 struct ReadOptions {
     bool isPercent = false;         ///< spectra are in percent
     RecordLayout layout;            ///< of raw records
-    std::ostream* notes = nullptr;  ///< for a line that tells what is assumed
+    std::ostream* notes = nullptr;  ///< for a line that says what is assumed
 };
 
 /// How to write CSV.
@@ -89,7 +89,7 @@ std::string writtenRecords(const RecordSet& set, ExchangeFormat format,
 /// Reads what writtenRecords() gives, and files of other programs as far as they have what is
 /// needed. A raw file holds records alone; the rest is what the layout finds in them.
 /// \param source what messages call the content.
-/// Throws Failure, with the line (in JSON the member), for what is no such content, and for html.
+/// Throws Failure, with the line (in JSON the member), for any other content, and for html.
 RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const std::string& source,
                         const ReadOptions& options = {});
 

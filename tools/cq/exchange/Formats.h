@@ -20,7 +20,7 @@ RecordSet recordsOfCsv(std::string_view content, const std::string& source,
 JsonObject jsonOf(const RecordSet& set);
 RecordSet recordsOfJson(std::string_view content, const std::string& source,
                         const ReadOptions& options);
-/// One of its entries. \param index unless it tells one.
+/// One of its entries. \param index unless it has one.
 RecordEntry entryOfJson(const Json& entry, const std::string& where, std::uint32_t index,
                         const ReadOptions& options);
 

@@ -180,7 +180,7 @@ class QtxValues {
         const auto low = number("REFLLOW");
         const auto interval = number("REFLINTERVAL");
         if ((!low || !interval) && count != kVisiblePoints && count != kWidePoints) {
-            throw Failure(where_ + ": nothing tells the wavelengths of the " +
+            throw Failure(where_ + ": nothing gives the wavelengths of the " +
                               counted(count, "values") + " of " + prefix_ + "R",
                           "the section must have " + prefix_ + "REFLLOW and " + prefix_ +
                               "REFLINTERVAL, in nm");

@@ -27,7 +27,7 @@ struct XmlElement {
 
 /// The root element of a document. Neither document types nor entities of the file's own are taken,
 /// nor elements nested deeper than any exchange format needs.
-/// Throws Failure, naming the line, for what is not such a document.
+/// Throws Failure, naming the line, for any other document.
 XmlElement readXml(std::string_view content, const std::string& source);
 
 /// The document, in UTF-8. What XML cannot hold of its texts becomes '?'.

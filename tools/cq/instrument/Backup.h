@@ -34,7 +34,7 @@ using BackupProgress =
     std::function<void(const std::string& what, std::size_t done, std::size_t total)>;
 
 /// Reads everything but the samples. Throws as Storage::read() does; what the instrument refuses to
-/// tell besides its standards is missing, not a failure.
+/// give besides its standards is missing, not a failure.
 Backup readSettings(Connection& connection, const BackupProgress& progress);
 
 /// The samples: a wireless instrument's by their standards; a wired one keeps a single list.

@@ -54,7 +54,7 @@ struct Job {
     std::string operatorName;
     std::string created;  ///< when, as nowText() writes it
     JudgedViewing viewing;
-    std::vector<Limit> limits;                 ///< those of today; the ones for warnings among them
+    std::vector<Limit> limits;                 ///< the current ones, those for warnings among them
     std::vector<JobMeasurement> measurements;  ///< in order, struck-out ones, too
     std::vector<JobRemark> remarks;            ///< of the job as a whole
     std::vector<JobCalibration> calibrations;  ///< in order
@@ -76,7 +76,7 @@ struct Job {
     /// none or is struck out.
     const JobMeasurement* standardOf(const JobMeasurement& trial) const;
 
-    /// A trial's verdict by the limits of today; nothing without limits or without its standard.
+    /// A trial's verdict by the current limits; nothing without limits or without its standard.
     /// Throws Failure as verdictOf().
     std::optional<Verdict> verdictOn(const JobMeasurement& trial) const;
 };

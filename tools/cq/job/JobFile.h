@@ -24,7 +24,7 @@ class JobFile {
     static JobFile create(const std::filesystem::path& file, const Job& job);
 
     /// Reads a file. A last line without its end, which a killed program leaves, counts as not
-    /// written. Throws Failure, with the line, for what is no job.
+    /// written. Throws Failure, with the line, for a file that is not a job.
     explicit JobFile(std::filesystem::path file);
 
     const std::filesystem::path& path() const { return file_; }

@@ -28,7 +28,7 @@ std::vector<TrialGroup> groupsAgainst(const std::vector<RecordEntry>& standards,
 /// \param set the source of title, origin and viewing.
 Job jobOf(const RecordSet& set, const std::vector<TrialGroup>& groups);
 
-/// What of a job other programs take: the measurements that are not struck out, each standard before
+/// The part of a job that other programs get: the measurements that are not struck out, each standard before
 /// its trials, with L*, a*, b* for the first illuminant.
 RecordSet recordSetOf(const Job& job);
 

@@ -9,7 +9,7 @@
 namespace cqtool {
 
 /// An ordinary file that is read, and appended to under a lock that other programs with this class
-/// respect. Throws std::system_error, and Failure for what is no ordinary file.
+/// respect. Throws std::system_error, and Failure for anything but an ordinary file.
 class AppendFile {
   public:
     enum class Mode {

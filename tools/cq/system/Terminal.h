@@ -22,7 +22,7 @@ bool isOutputAbandoned();
 /// What standard output is, and the variables that decide about colours.
 TerminalFacts terminalFacts();
 
-/// Its width; 80 for what is no terminal.
+/// Its width; 80 if it is not a terminal.
 std::size_t terminalColumns();
 
 enum class StandardStream { input, error };

@@ -16,10 +16,10 @@ class PacketLine {
   public:
     enum class Verdict {
         pass,     ///< for the instrument
-        fail,     ///< the instrument shall refuse, with FAIL
+        fail,     ///< the instrument must refuse, with FAIL
         inval,    ///< with INVAL
-        swallow,  ///< the instrument shall not see the packet
-        unplug,   ///< the same, and the line shall disappear
+        swallow,  ///< the instrument must not see the packet
+        unplug,   ///< the same, and the line must disappear
     };
 
     /// \param outbox must live as long as the line.
@@ -33,7 +33,7 @@ class PacketLine {
 
     /// Counts one packet from the host and decides what happens to it.
     Verdict admit();
-    /// True if the link shall end once the packet admitted last has been answered.
+    /// True if the link must end once the packet admitted last has been answered.
     bool mustDropLink() const { return plan_.linkDrop == fromHost_; }
 
     /// \param due when it may leave.

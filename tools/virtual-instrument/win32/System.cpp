@@ -108,7 +108,7 @@ struct System::Impl {
         return handles;
     }
 
-    /// Whether something happens that no handle tells of.
+    /// Whether something happens that no handle signals.
     bool mustPoll(const std::vector<bool>& wantsWrite) const {
         const bool isBlocked =
             std::find(wantsWrite.begin(), wantsWrite.end(), true) != wantsWrite.end();

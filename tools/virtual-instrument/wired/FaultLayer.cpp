@@ -8,7 +8,7 @@ namespace {
 /// The offset of a wrong sequence number, never so large that it wraps to 0.
 constexpr std::uint32_t kSequenceOffset = 5;
 
-/// Whether a transfer tells how many standards or samples are stored.
+/// Whether a transfer says how many standards or samples are stored.
 bool isCount(ByteView payload) {
     constexpr std::uint8_t kCountStandards = 0x2A;
     constexpr std::uint8_t kCountSamples = 0x2B;

@@ -19,9 +19,9 @@ class FaultLayer final : public PacketSink {
   public:
     enum class Verdict {
         pass,        ///< for the engine
-        swallow,     ///< the engine shall not see the packet
-        disconnect,  ///< the same, and the engine shall say goodbye
-        unplug,      ///< the same, and the line shall disappear
+        swallow,     ///< the engine must not see the packet
+        disconnect,  ///< the same, and the engine must say goodbye
+        unplug,      ///< the same, and the line must disappear
     };
 
     /// Called with what goes out: whole packets, and other bytes.

@@ -56,7 +56,7 @@ class OpenFile {
         }
     }
 
-    /// Some file systems tell only now that they have no room.
+    /// Some file systems report only now that they have no room.
     void close() {
         if (::close(std::exchange(number_, -1)) != 0) {
             fail();
