@@ -272,6 +272,7 @@ Limit limitOf(const std::string& text, bool isWarning) {
 std::vector<Limit> limitsOf(const std::vector<std::string>& tolerances,
                             const std::vector<std::string>& warnings) {
     std::vector<Limit> limits;
+    limits.reserve(tolerances.size() + warnings.size());
     for (const std::string& text : tolerances) {
         limits.push_back(limitOf(text, false));
     }
