@@ -27,10 +27,10 @@ using std::chrono::seconds;
 constexpr std::size_t kMostConnections = 256;
 constexpr std::size_t kMostListeners = 64;
 constexpr std::uint32_t kMostHeaderBytes = 8 * 1024;
-constexpr std::uint64_t kMostBodyBytes = 64 * 1024;
-constexpr std::size_t kMostReceived = 4 * 1024;  // of a listener, which has nothing to say
-constexpr seconds kIdleTime{30};                 // for a request to come, or an answer to go
-constexpr const char* kCookie = "cq-station-";   // and the port: cookies do not know ports
+constexpr std::uint64_t kMostBodyBytes = std::uint64_t{64} * 1024;
+constexpr std::size_t kMostReceived = 4096;     // of a listener, which has nothing to say
+constexpr seconds kIdleTime{30};                // for a request to come, or an answer to go
+constexpr const char* kCookie = "cq-station-";  // and the port: cookies do not know ports
 
 /// What all connections share. For the server's thread alone.
 struct Hub {

@@ -26,6 +26,7 @@ bool areAlike(const Quantity& column, const Quantity& judged) {
 std::vector<Column> columnsOf(const Job& job, const ReportView& view) {
     std::vector<Column> columns;
     const auto formulas = judgedFormulas(job, view.formula);
+    columns.reserve(formulas.size() + 2 + kDifferenceComponents.size() + 1);
     for (const DifferenceFormula& formula : formulas) {
         columns.push_back({{Quantity::Kind::difference, formula}});
     }
