@@ -115,6 +115,11 @@ async function picture(name) {
 
 test("from a refusal by calibration and the instrument's button to a verdict, and undo", async () => {
   assert.equal(new URL(page.url()).search, "", "the token is not on the screen");
+  await page.route("**/api/instruments", () => {}); // the station takes its time
+  await page.reload({ waitUntil: "domcontentloaded" });
+  assert.ok(await page.isDisabled("#white"), "nothing to calibrate yet");
+  await page.unroute("**/api/instruments");
+  await page.reload();
   await isReady();
   await page.click("#standard");
   await shows("#problem", "calibrate");

@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 #include "Failure.h"
 #include "system/Files.h"
@@ -213,7 +212,7 @@ ReadSpectrum readSpectrum(const CqMeasurementRecord& record, const RecordLayout&
 }
 
 RecordDetails readDetails(const CqMeasurementRecord& record, const RecordLayout& layout) {
-    if (std::memcmp(record.bytes, layout.signature.data(), layout.signature.size()) != 0) {
+    if (!std::equal(layout.signature.begin(), layout.signature.end(), record.bytes)) {
         return {};
     }
     RecordDetails details;
