@@ -149,7 +149,7 @@ TEST(Cxf, SaysWhatIsWrong) {
         {std::string("<CxF\0/>", 7), "UTF-8"},
         {document(object("Trial", "")), "file has no object"},
         {document(object("Trial", spectrum("coarse", 16))), "nothing at 410 nm"},
-        {document(object("Trial", spectrum("none", 30))), "'a & b': no specification tells"},
+        {document(object("Trial", spectrum("none", 30))), "'a & b': no specification gives"},
         {document(object("Trial", lab("wide", "x"))), "L must be a number, not 'x'"},
         {document(object("Trial", lab("wide", "300"))), "no surface has L* 300"},
         {document(object("Trial", lab("coarse"))), "no illuminant is called 'TL84'"},
