@@ -11,10 +11,10 @@ WIRELESS = ("--wireless", "--virtual-options")
 
 class Scan(CqTest):
     def within_reach(self, *slaves):
-        """Options for a virtual adapter that hears these: (name, address, signal)."""
+        """Options for a virtual adapter that has heard these already: (name, address, signal)."""
         file = self.folder / "slaves.json"
         file.write_text(json.dumps([dict(zip(("name", "address", "rssi"), s)) for s in slaves]))
-        return "--virtual-options", f"--slaves {file}"
+        return "--virtual-options", f"--scan-ready --slaves {file}"
 
     def test_lists_the_strongest_first(self):
         options = self.within_reach(
