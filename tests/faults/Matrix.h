@@ -63,9 +63,9 @@ Result runCell(const Cell& cell);
 void warmUp(Kind kind);
 
 /// Runs each cell in a process of its own, at most so many at a time; those that wait longest begin
-/// first. Side by side the cells hold each other up, and an instrument that is held up is one that does
-/// not answer. So a wrong cell is run again in a crowd of half the size, which grows again while all
-/// goes well; it must be right three times before it has been wrong three times.
+/// first. Side by side the cells hold each other up, and an instrument that is held up is one that
+/// does not answer. So a wrong cell is run again in a crowd of half the size, which grows again while
+/// all goes well; it must be right three times in a row, before it has been wrong three times.
 /// \return the results in the cells' order.
 std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs);
 

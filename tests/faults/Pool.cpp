@@ -25,11 +25,10 @@ namespace {
 /// this; in seconds.
 constexpr unsigned kPatience = 150;
 
-/// A cell that was wrong must be right so many times, before it has been wrong as often.
+/// A cell that was wrong must be right so many times in a row, before it has been wrong as often.
 constexpr int kTimes = 3;
 /// When so many have failed at that, it is not for the crowd, and the others are run once.
 constexpr std::size_t kMostWrong = 10;
-constexpr double kSmallestCrowd = 2;
 
 using Clock = std::chrono::steady_clock;
 
@@ -158,9 +157,10 @@ std::vector<Result> runAll(const std::vector<Cell>& cells, std::size_t jobs) {
         } else if (++timesWrong[child.cell] < kTimes && wrong < kMostWrong) {
             std::printf("again: %s/%s (%s)\n", cells[child.cell].fault.c_str(),
                         cells[child.cell].operation.c_str(), result.problems.front().c_str());
+            timesRight[child.cell] = 0;
             waiting.push_back(child.cell);
             if (child.start >= crowdSince) {
-                crowd = std::max(kSmallestCrowd, crowd / 2);
+                crowd = std::max(1.0, crowd / 2);
                 crowdSince = Clock::now();
             }
             continue;
