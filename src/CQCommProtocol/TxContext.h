@@ -36,8 +36,8 @@ class TxContext {
 
     std::uint8_t operation() const { return operation_; }
     std::uint32_t sequence() const { return sequence_; }
-    /// Bytes of the whole transfer, the operation code and a stream that does not know its length not
-    /// counted; -1 when none is running.
+    /// Bytes of the whole transfer, without the operation code and without a stream that does not
+    /// know its length; -1 when none is running.
     std::int32_t totalSize() const { return totalSize_; }
 
     /// Ends the transfer. The largest packet size stays.

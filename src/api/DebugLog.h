@@ -20,8 +20,8 @@
 
 namespace ovk::debuglog {
 
-/// Opens the log, emptying the file. On failure informs the debugger, leaves the log off and returns
-/// false.
+/// Opens the log, emptying the file. On failure informs the debugger, leaves the log off and
+/// returns false.
 bool open(const std::string& fileName);
 
 /// Closes the log, after any line that another thread is writing.

@@ -17,10 +17,10 @@ namespace station {
 /// A serial number as one level of a topic; "-" for none.
 std::string topicLevel(std::string serial);
 
-/// How much of a job the broker is known to have. The job's file holds the messages; a mark beside it,
-/// NAME.cqjob.sent, says up to which number they need not be sent again. It follows the
-/// acknowledgements at a distance, because a broker that is killed may lose what it has acknowledged
-/// last. For one thread.
+/// How much of a job the broker is known to have. The job's file holds the messages; a mark beside
+/// it, NAME.cqjob.sent, says up to which number they need not be sent again. It follows the
+/// acknowledgements at a distance, because a broker that is killed may lose what it has
+/// acknowledged last. For one thread.
 class Outbox {
   public:
     using Clock = std::chrono::steady_clock;

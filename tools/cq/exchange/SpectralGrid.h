@@ -17,7 +17,8 @@ struct SpectralGrid {
 /// further and be finer; nothing is interpolated.
 /// \param scale what they are multiplied by: 0.01 for percent.
 /// \param where what messages begin with.
-/// Throws Failure for a grid without one of these wavelengths, and for a value that is not a reflectance.
+/// Throws Failure for a grid without one of these wavelengths, and for a value that is not a
+/// reflectance.
 Spectrum spectrumOnGrid(std::span<const double> values, const SpectralGrid& grid, double scale,
                         const std::string& where);
 

@@ -28,8 +28,8 @@ std::vector<TrialGroup> groupsAgainst(const std::vector<RecordEntry>& standards,
 /// \param set the source of title, origin and viewing.
 Job jobOf(const RecordSet& set, const std::vector<TrialGroup>& groups);
 
-/// The part of a job that other programs get: the measurements that are not struck out, each standard before
-/// its trials, with L*, a*, b* for the first illuminant.
+/// The part of a job that other programs get: the measurements that are not struck out, each
+/// standard before its trials, with L*, a*, b* for the first illuminant.
 RecordSet recordSetOf(const Job& job);
 
 /// A self-contained HTML page about an exported file.
