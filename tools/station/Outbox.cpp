@@ -28,7 +28,7 @@ Json markIn(const fs::path& file) {
     return mark.is_object() ? mark : Json::object();
 }
 
-std::uint64_t countIn(const Json& mark, const char* name) {
+std::uint64_t markedCount(const Json& mark, const char* name) {
     const auto member = mark.find(name);
     return member != mark.end() && member->is_number_unsigned() ? member->get<std::uint64_t>() : 0;
 }
@@ -54,7 +54,7 @@ Outbox::Outbox(std::shared_ptr<Journal> journal, std::string station,
       mark_(journal_->file() += kMarkEnding),
       created_(journal_->with([](const cqtool::Job& job) { return job.created; })) {
     const Json mark = markIn(mark_);
-    const std::uint64_t number = countIn(mark, "number");
+    const std::uint64_t number = markedCount(mark, "number");
     // Another job of the same name begins anew.
     if (mark.contains("created") && mark["created"] == created_ &&
         number <= journal_->lastNumber()) {
@@ -140,7 +140,7 @@ fs::path Outbox::jobOf(const fs::path& mark) {
 bool Outbox::isBehind(const fs::path& mark) {
     std::error_code error;
     const std::uintmax_t size = fs::file_size(jobOf(mark), error);
-    return !error && size != countIn(markIn(mark), "bytes");
+    return !error && size != markedCount(markIn(mark), "bytes");
 }
 
 }  // namespace station

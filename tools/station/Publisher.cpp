@@ -27,7 +27,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr milliseconds kLookInterval{100};  // for new events
+constexpr milliseconds kEventInterval{100};  // for new events
 constexpr milliseconds kShortestDelay{500};
 constexpr milliseconds kLongestDelay{10000};
 constexpr seconds kFarewellTime{2};
@@ -85,7 +85,7 @@ struct Publisher::Impl {
             hangUp();
             const auto end = Clock::now() + delay;
             while (!isEnding && Clock::now() < end) {
-                std::this_thread::sleep_for(kLookInterval);
+                std::this_thread::sleep_for(kEventInterval);
             }
             delay = std::min(2 * delay, kLongestDelay);
         }
@@ -132,7 +132,7 @@ struct Publisher::Impl {
         for (const auto& [serial, instrument] : instruments) {
             polled.push_back(instrument->wanted());
         }
-        ::poll(polled.data(), polled.size(), static_cast<int>(kLookInterval.count()));
+        ::poll(polled.data(), polled.size(), static_cast<int>(kEventInterval.count()));
         client->work(polled.front().revents);
         for (const int id : client->takeAcknowledged()) {
             if (const auto sent = onTheirWay.extract(id)) {
