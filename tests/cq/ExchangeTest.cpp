@@ -177,7 +177,7 @@ TEST(Exchange, SaysWhereAFileIsWrong) {
         {json, "[]", "file must be an object"},
         {json, "{\"title\": \"x\"}", "no array \"entries\""},
         {json, R"({"entries": [{"name": "x"}]})", "entries[0] has neither"},
-        {json, replaced(goodJson, "\"L\":", "\"M\":"), "entries[0]: lab: L must be"},
+        {json, replaced(goodJson, "\"L\":", "\"M\":"), R"(entries[0]: "lab": "L" must be)"},
         {json, replaced(goodJson, "\"observer\": 2", "\"observer\": 3"), "2 or 10"},
         {json, replaced(goodJson, "\"step\": 10", "\"step\": 5"), "31 values from 400"},
         {cgats, "<html>", "is not a CGATS file"},

@@ -157,7 +157,7 @@ TEST_F(JobFiles, AreNotWrittenToWhenALineIsWrong) {
     const std::string head = R"({"number":2,"time":"2026-05-01T10:00:00Z","event":)";
     const std::pair<std::string, const char*> kLines[] = {
         {"", "not JSON"},
-        {"[1]", "no JSON object"},
+        {"[1]", "must be an object"},
         {head, "not JSON"},
         {R"({"number":3,"time":"2026-05-01T10:00:00Z","event":"remark","text":"x"})",
          "\"number\" is not 2"},

@@ -267,11 +267,14 @@ class Trouble(StationTest):
         self.assertEqual(listener.event(), 2)
 
     def test_what_cannot_begin_says_why(self):
+        wrong = self.folder / "wrong.json"
+        wrong.write_text('{"instruments": [{"name": "left", "port": 3}]}')
         for options, says in (
             (["--listen", "0.0.0.0"], "--token-file"),
             (["--instrument", "a=virtual", "--instrument", "a=virtual"], "two instruments"),
             (["--job", self.folder / "none.cqjob"], "none.cqjob"),
             (["--config", self.folder / "none.json"], "none.json"),
+            (["--config", wrong], 'wrong.json: instruments[0]: "port" must be a text, not 3'),
         ):
             done = subprocess.run([CQ, "serve", *map(str, options)], capture_output=True,
                                   encoding="utf-8", timeout=PATIENCE, cwd=self.folder)

@@ -9,11 +9,13 @@
 
 #include "Failure.h"
 #include "system/Files.h"
+#include "text/JsonMembers.h"
 
 namespace station {
 namespace {
 
 using cqtool::Failure;
+using cqtool::JsonMembers;
 using cqtool::UsageError;
 
 constexpr const char* kDescription =
@@ -39,6 +41,7 @@ constexpr const char* kVirtualOptions = "--calibrated";
 
 constexpr std::size_t kLongestPlaceName = 40;
 constexpr std::size_t kLongestStationName = 64;
+constexpr std::uint64_t kLongestSettling = 86'400;  // in seconds
 
 /// Letters, digits, '-', '_' and this one.
 bool isPlainName(const std::string& name, std::size_t longest, char other = '-') {
@@ -60,54 +63,38 @@ std::string takePrefix(std::string& text, const std::string& separator) {
     return before;
 }
 
-// The members of the configuration.
-
-std::string textOf(const Json& object, const char* name) {
-    const auto member = object.find(name);
-    if (member == object.end()) {
-        return {};
+void setIfEmpty(std::string& text, std::string other) {
+    if (text.empty()) {
+        text = std::move(other);
     }
-    if (!member->is_string()) {
-        throw Failure(std::string("'") + name + "' must be a text");
-    }
-    return member->get<std::string>();
 }
 
-std::vector<std::string> textsOf(const Json& object, const char* name) {
-    std::vector<std::string> texts;
-    const auto member = object.find(name);
-    for (const Json& text : member == object.end() ? Json::array() : *member) {
-        if (!text.is_string()) {
-            throw Failure(std::string("'") + name + "' must be a list of texts");
-        }
-        texts.push_back(text.get<std::string>());
-    }
-    return texts;
-}
-
-void refuseOthers(const Json& object, const std::set<std::string>& known) {
-    if (!object.is_object()) {
-        throw Failure("there must be an object { } with members");
-    }
+/// The members of a part of the configuration, which may have no others than these.
+JsonMembers membersOf(const Json& object, const std::string& where,
+                      const std::set<std::string>& known) {
+    JsonMembers members(object, where);
     for (const auto& [name, value] : object.items()) {
         if (!known.contains(name)) {
-            throw Failure("a member '" + name + "' means nothing here");
+            throw Failure(members.placeOf(name.c_str()) + " means nothing here");
         }
     }
+    return members;
 }
 
-Place placeIn(const Json& object, std::size_t number) {
-    refuseOthers(object, {"name", "port", "serial", "wireless", "adapter", "virtual", "job"});
+Place placeIn(const Json& object, const std::string& where, std::size_t number) {
+    const JsonMembers members = membersOf(
+        object, where, {"name", "port", "serial", "wireless", "adapter", "virtual", "job"});
     Place place;
-    place.name = object.contains("name") ? textOf(object, "name") : std::to_string(number);
-    place.port = textOf(object, "port");
-    place.serial = textOf(object, "serial");
-    place.isWireless = object.contains("wireless");
-    place.slave = textOf(object, "wireless");
-    place.adapter = textOf(object, "adapter");
-    place.isVirtual = object.contains("virtual");
-    place.virtualOptions = textOf(object, "virtual");
-    place.job = textOf(object, "job");
+    place.name = members.text("name");
+    setIfEmpty(place.name, std::to_string(number));
+    place.port = members.text("port");
+    place.serial = members.text("serial");
+    place.isWireless = members.find("wireless") != nullptr;
+    place.slave = members.text("wireless");
+    place.adapter = members.text("adapter");
+    place.isVirtual = members.find("virtual") != nullptr;
+    place.virtualOptions = members.text("virtual");
+    place.job = members.text("job");
     return place;
 }
 
@@ -124,31 +111,26 @@ void checkPlaces(const Options& options) {
     }
 }
 
-void setIfEmpty(std::string& text, std::string other) {
-    if (text.empty()) {
-        text = std::move(other);
-    }
-}
-
 /// The configuration's "mqtt"; what the command line has set goes first.
 void addBroker(Broker& broker, const Json& object) {
-    refuseOthers(object, {"url", "login", "ca", "certificate", "key", "settle"});
+    const JsonMembers members =
+        membersOf(object, "mqtt", {"url", "login", "ca", "certificate", "key", "settle"});
     try {
         if (broker.host.empty()) {
-            setUrl(broker, textOf(object, "url"));
+            setUrl(broker, members.text("url"));
         }
     } catch (const UsageError& error) {
         throw Failure(error.what());
     }
-    setIfEmpty(broker.loginFile, textOf(object, "login"));
-    setIfEmpty(broker.authoritiesFile, textOf(object, "ca"));
-    setIfEmpty(broker.certificateFile, textOf(object, "certificate"));
-    setIfEmpty(broker.keyFile, textOf(object, "key"));
-    if (const auto settle = object.find("settle"); settle != object.end()) {
-        if (!settle->is_number_unsigned()) {
-            throw Failure("'settle' must be a number of seconds");
+    setIfEmpty(broker.loginFile, members.text("login"));
+    setIfEmpty(broker.authoritiesFile, members.text("ca"));
+    setIfEmpty(broker.certificateFile, members.text("certificate"));
+    setIfEmpty(broker.keyFile, members.text("key"));
+    if (const auto settle = members.count("settle")) {
+        if (*settle > kLongestSettling) {
+            members.refuse("settle", "must be at most " + std::to_string(kLongestSettling) + " s");
         }
-        broker.settleTime = std::chrono::seconds(settle->get<std::uint32_t>());
+        broker.settleTime = std::chrono::seconds(static_cast<std::int64_t>(*settle));
     }
 }
 
@@ -278,28 +260,33 @@ Place placeOf(const std::string& text, std::size_t number) {
 }
 
 void addConfiguration(Options& options, const std::filesystem::path& file) {
-    const Json config = Json::parse(cqtool::readFile(file), nullptr, false);
+    const std::string content = cqtool::readFile(file);
     try {
-        if (config.is_discarded()) {
-            throw Failure("it is not JSON");
-        }
-        refuseOthers(config, {"instruments", "ports", "job", "jobs", "station", "mqtt"});
-        setIfEmpty(options.station, textOf(config, "station"));
-        if (config.contains("mqtt")) {
-            addBroker(options.broker, config.at("mqtt"));
+        const Json config = cqtool::parsedObject(
+            content, [](const std::string& problem) { throw Failure("it " + problem); });
+        const JsonMembers members =
+            membersOf(config, "", {"instruments", "ports", "job", "jobs", "station", "mqtt"});
+        setIfEmpty(options.station, members.text("station"));
+        if (const Json* const broker = members.find("mqtt")) {
+            addBroker(options.broker, *broker);
         }
         if (options.job.empty()) {
-            options.job = textOf(config, "job");
+            options.job = members.text("job");
         }
         if (options.jobFolder.empty()) {
-            options.jobFolder = textOf(config, "jobs");
+            options.jobFolder = members.text("jobs");
         }
-        for (std::string& port : textsOf(config, "ports")) {
+        for (std::string& port : members.texts("ports")) {
             options.ports.push_back(std::move(port));
         }
-        const auto instruments = config.find("instruments");
-        for (const Json& object : instruments == config.end() ? Json::array() : *instruments) {
-            options.places.push_back(placeIn(object, options.places.size() + 1));
+        const Json* const instruments = members.find("instruments");
+        if (instruments != nullptr && !instruments->is_array()) {
+            members.refuse("instruments", "must be a list");
+        }
+        for (std::size_t i = 0; instruments != nullptr && i < instruments->size(); ++i) {
+            options.places.push_back(placeIn((*instruments)[i],
+                                             "instruments[" + std::to_string(i) + "]",
+                                             options.places.size() + 1));
         }
     } catch (const Failure& failure) {
         throw Failure(file.string() + ": " + failure.what(), "docs/station.md describes the file");

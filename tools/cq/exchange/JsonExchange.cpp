@@ -1,13 +1,14 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "color/ColorInput.h"
 #include "color/ColorJson.h"
 #include "color/ColorMath.h"
 #include "exchange/Formats.h"
 #include "Failure.h"
-#include "text/Json.h"
+#include "text/JsonMembers.h"
 #include "text/Text.h"
 
 namespace cqtool {
@@ -31,66 +32,29 @@ JsonObject entryJson(const RecordEntry& entry, const Viewing& viewing) {
     return json;
 }
 
-/// Reads the members of an object; errors name the file and the member.
-class Member {
-  public:
-    /// \param where the object's own place: "records.json", "records.json: entries[2]".
-    Member(const Json& object, std::string where) : object_(object), where_(std::move(where)) {
-        if (!object.is_object()) {
-            throw Failure(where_ + " must be an object");
-        }
+std::uint32_t indexOf(const JsonMembers& object, std::uint32_t otherwise) {
+    const std::uint64_t index = object.count("index").value_or(otherwise);
+    if (index > std::numeric_limits<std::uint32_t>::max()) {
+        object.refuse("index", "must be a whole number of 32 bits");
     }
+    return static_cast<std::uint32_t>(index);
+}
 
-    const std::string& where() const { return where_; }
-    std::string placeOf(const char* name) const { return where_ + ": " + name; }
-
-    /// Null if there is no such member.
-    const Json* find(const char* name) const {
-        const auto found = object_.find(name);
-        return found == object_.end() || found->is_null() ? nullptr : &*found;
+float numberOf(const JsonMembers& object, const char* name) {
+    const std::optional<double> number = object.number(name);
+    if (!number || !(std::abs(*number) <= std::numeric_limits<float>::max())) {
+        object.refuse(name, "must be a number that a 32-bit float can hold");
     }
-
-    std::string text(const char* name) const {
-        const Json* member = find(name);
-        if (member != nullptr && !member->is_string()) {
-            throw Failure(placeOf(name) + " must be a text, not " + member->dump());
-        }
-        return member == nullptr ? std::string() : member->get<std::string>();
-    }
-
-    std::uint32_t index(std::uint32_t otherwise) const {
-        const Json* member = find("index");
-        if (member != nullptr && (!member->is_number_unsigned() || *member > 0xFFFFFFFFU)) {
-            throw Failure(placeOf("index") + " must be a whole number from 0, not " +
-                          member->dump());
-        }
-        return member == nullptr ? otherwise : member->get<std::uint32_t>();
-    }
-
-    float number(const char* name) const {
-        const Json* member = find(name);
-        if (member == nullptr || !member->is_number()) {
-            throw Failure(placeOf(name) + " must be a number");
-        }
-        const double value = member->get<double>();
-        if (!(std::abs(value) <= std::numeric_limits<float>::max())) {
-            throw Failure(placeOf(name) + " is too large: " + member->dump());
-        }
-        return static_cast<float>(value);
-    }
-
-  private:
-    const Json& object_;
-    std::string where_;
-};
+    return static_cast<float>(*number);
+}
 
 ColorData labOf(const Json& json, const std::string& where) {
-    const Member lab(json, where);
-    return {{lab.number("L"), lab.number("a"), lab.number("b")}};
+    const JsonMembers lab(json, where);
+    return {{numberOf(lab, "L"), numberOf(lab, "a"), numberOf(lab, "b")}};
 }
 
 Spectrum spectrumOf(const Json& json, const std::string& where, const ReadOptions& options) {
-    const Member object(json, where);
+    const JsonMembers object(json, where);
     const Json* values = object.find("values");
     const bool isOnGrid =
         (object.find("start") == nullptr || *object.find("start") == kFirstWavelength) &&
@@ -113,7 +77,7 @@ Spectrum spectrumOf(const Json& json, const std::string& where, const ReadOption
     return spectrum;
 }
 
-Viewing viewingOfJson(const Member& root) {
+Viewing viewingOfJson(const JsonMembers& root) {
     if (root.find("illuminant") == nullptr && root.find("observer") == nullptr) {
         return {};
     }
@@ -157,9 +121,9 @@ JsonObject jsonOf(const RecordSet& set) {
 
 RecordEntry entryOfJson(const Json& object, const std::string& where, std::uint32_t index,
                         const ReadOptions& options) {
-    const Member member(object, where);
+    const JsonMembers member(object, where);
     RecordEntry entry;
-    entry.index = member.index(index);
+    entry.index = indexOf(member, index);
     const std::string kind = member.text("kind");
     entry.isStandard = kind.empty() || isStandardOf(kind, member.where());
     entry.name = member.text("name");
@@ -188,7 +152,7 @@ RecordEntry entryOfJson(const Json& object, const std::string& where, std::uint3
 RecordSet recordsOfJson(std::string_view content, const std::string& source,
                         const ReadOptions& options) {
     const Json document = parsed(content, source);
-    const Member root(document, source);
+    const JsonMembers root(document, source);
     const Json* entries = root.find("entries");
     if (entries == nullptr || !entries->is_array()) {
         throw Failure(source + " has no array \"entries\"",

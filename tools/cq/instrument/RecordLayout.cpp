@@ -7,7 +7,7 @@
 
 #include "Failure.h"
 #include "system/Files.h"
-#include "text/Json.h"
+#include "text/JsonMembers.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
@@ -56,18 +56,9 @@ double loadNumber(const std::uint8_t* bytes, RecordLayout::Format format) {
 /// Reads the members of a description; errors name the file and the member.
 class LayoutReader {
   public:
-    LayoutReader(std::string_view json, const std::string& source) : source_(source) {
-        try {
-            document_ = Json::parse(json);
-        } catch (const Json::parse_error& error) {
-            refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
-        } catch (const Json::exception&) {
-            refuse("holds a number that is too large");
-        }
-        if (!document_.is_object()) {
-            refuse("is not a JSON object");
-        }
-    }
+    LayoutReader(std::string_view json, const std::string& source)
+        : source_(source),
+          document_(parsedObject(json, [this](const std::string& problem) { refuse(problem); })) {}
 
     RecordLayout read() const {
         refuseUnknownMembers();
@@ -181,8 +172,8 @@ class LayoutReader {
         return found->get<std::size_t>();
     }
 
-    Json document_;
     const std::string& source_;
+    Json document_;
 };
 
 }  // namespace

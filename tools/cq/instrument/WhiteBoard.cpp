@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "Failure.h"
-#include "text/Json.h"
+#include "text/JsonMembers.h"
 #include "text/Numbers.h"
 #include "text/Text.h"
 
@@ -39,18 +39,10 @@ JsonList blockJson(const std::uint8_t (&block)[size]) {
 /// Reads the members of a document; errors name the file and the member.
 class BoardReader {
   public:
-    BoardReader(std::string_view content, const std::string& source) : source_(source) {
-        try {
-            document_ = Json::parse(content);
-        } catch (const Json::parse_error& error) {
-            refuse("is not JSON (at byte " + std::to_string(error.byte) + ")");
-        } catch (const Json::exception&) {
-            refuse("holds a number that is too large");
-        }
-        if (!document_.is_object()) {
-            refuse("is not a JSON object");
-        }
-    }
+    BoardReader(std::string_view content, const std::string& source)
+        : source_(source),
+          document_(
+              parsedObject(content, [this](const std::string& problem) { refuse(problem); })) {}
 
     template <std::size_t size>
     void readText(char (&field)[size]) const {

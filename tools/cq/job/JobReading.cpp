@@ -5,7 +5,7 @@
 #include "exchange/Formats.h"
 #include "Failure.h"
 #include "job/JobEvents.h"
-#include "text/Json.h"
+#include "text/JsonMembers.h"
 #include "text/Time.h"
 
 namespace cqtool {
@@ -14,74 +14,12 @@ namespace {
 /// What of a measurement is as in other exported JSON.
 constexpr std::array<const char*, 5> kEntryMembers{"kind", "name", "spectrum", "lab", "record"};
 
-/// Reads the members of an event; null counts as not there.
-class EventReader {
-  public:
-    explicit EventReader(const Json& event) : event_(event) {
-        if (!event.is_object()) {
-            throw Failure("it is no JSON object");
-        }
-    }
-
-    const Json* find(const char* name) const {
-        const auto found = event_.find(name);
-        return found == event_.end() || found->is_null() ? nullptr : &*found;
-    }
-
-    /// Empty if there is none.
-    std::string text(const char* name) const {
-        const Json* member = find(name);
-        if (member != nullptr && !member->is_string()) {
-            throw Failure(wrong(name, "must be a text"));
-        }
-        return member == nullptr ? std::string() : member->get<std::string>();
-    }
-
-    std::optional<std::uint64_t> count(const char* name) const {
-        const Json* member = find(name);
-        if (member != nullptr && !member->is_number_unsigned()) {
-            throw Failure(wrong(name, "must be a whole number"));
-        }
-        return member == nullptr ? std::nullopt : std::optional(member->get<std::uint64_t>());
-    }
-
-    std::optional<double> number(const char* name) const {
-        const Json* member = find(name);
-        if (member != nullptr && !member->is_number()) {
-            throw Failure(wrong(name, "must be a number"));
-        }
-        return member == nullptr ? std::nullopt : std::optional(member->get<double>());
-    }
-
-    std::vector<std::string> texts(const char* name) const {
-        const Json* member = find(name);
-        std::vector<std::string> result;
-        if (member != nullptr && !member->is_array()) {
-            throw Failure(wrong(name, "must be a list of texts"));
-        }
-        for (const Json& text : member == nullptr ? Json::array() : *member) {
-            if (!text.is_string()) {
-                throw Failure(wrong(name, "must be a list of texts"));
-            }
-            result.push_back(text.get<std::string>());
-        }
-        return result;
-    }
-
-  private:
-    static std::string wrong(const char* name, const char* why) {
-        return std::string("its \"") + name + "\" " + why;
-    }
-
-    const Json& event_;
-};
-
-InstrumentIdentity instrumentOf(const EventReader& event) {
+InstrumentIdentity instrumentOf(const JsonMembers& event) {
     const Json* instrument = event.find("instrument");
     if (instrument == nullptr) {
         return {};
     }
-    const EventReader reader(*instrument);
+    const JsonMembers reader(*instrument);
     return {reader.text("model"), reader.text("serial"), reader.text("firmware")};
 }
 
@@ -89,7 +27,7 @@ JobMeasurement* found(Job& job, std::uint64_t number) {
     return const_cast<JobMeasurement*>(std::as_const(job).find(number));
 }
 
-JobMeasurement& namedBy(Job& job, const EventReader& event) {
+JobMeasurement& namedBy(Job& job, const JsonMembers& event) {
     const auto number = event.count("measurement");
     JobMeasurement* measurement = found(job, number.value_or(0));
     if (measurement == nullptr) {
@@ -98,7 +36,7 @@ JobMeasurement& namedBy(Job& job, const EventReader& event) {
     return *measurement;
 }
 
-void applyCreated(Job& job, const EventReader& event, const std::string& time) {
+void applyCreated(Job& job, const JsonMembers& event, const std::string& time) {
     if (event.text("format") != kJobFormat) {
         throw Failure(std::string("its \"format\" is not \"") + kJobFormat + '"');
     }
@@ -121,7 +59,7 @@ void applyCreated(Job& job, const EventReader& event, const std::string& time) {
     job = std::move(created);
 }
 
-RecordEntry entryOfEvent(const Job& job, const EventReader& event) {
+RecordEntry entryOfEvent(const Job& job, const JsonMembers& event) {
     Json members{{"time", event.text("measured")}};
     for (const char* name : kEntryMembers) {
         if (const Json* member = event.find(name)) {
@@ -139,7 +77,7 @@ RecordEntry entryOfEvent(const Job& job, const EventReader& event) {
     return entry;
 }
 
-void applyMeasurement(Job& job, const EventReader& event, std::uint64_t number,
+void applyMeasurement(Job& job, const JsonMembers& event, std::uint64_t number,
                       const std::string& time) {
     JobMeasurement measurement;
     measurement.number = number;
@@ -160,13 +98,13 @@ void applyMeasurement(Job& job, const EventReader& event, std::uint64_t number,
     job.measurements.push_back(std::move(measurement));
 }
 
-void applyTolerances(Job& job, const EventReader& event) {
+void applyTolerances(Job& job, const JsonMembers& event) {
     auto limits = limitsOf(event.texts("tolerances"), event.texts("warnings"));
     checkLimits(limits, job.viewing);
     job.limits = std::move(limits);
 }
 
-void applyRemark(Job& job, const EventReader& event, std::uint64_t number,
+void applyRemark(Job& job, const JsonMembers& event, std::uint64_t number,
                  const std::string& time) {
     const std::string text = event.text("text");
     if (event.find("measurement") != nullptr) {
@@ -176,7 +114,7 @@ void applyRemark(Job& job, const EventReader& event, std::uint64_t number,
     }
 }
 
-void applyNamed(Job& job, const EventReader& event, std::uint64_t number, const std::string& time) {
+void applyNamed(Job& job, const JsonMembers& event, std::uint64_t number, const std::string& time) {
     const std::string name = event.text("event");
     if ((name == "created") != (job.lastNumber == 0)) {
         throw Failure(job.lastNumber == 0 ? "it does not create a job"
@@ -207,7 +145,7 @@ void applyNamed(Job& job, const EventReader& event, std::uint64_t number, const 
 
 void applyEvent(Job& job, const Json& event) {
     try {
-        const EventReader reader(event);
+        const JsonMembers reader(event);
         const std::uint64_t number = job.lastNumber + 1;
         if (reader.count("number") != number) {
             throw Failure("its \"number\" is not " + std::to_string(number));
