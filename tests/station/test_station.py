@@ -230,6 +230,19 @@ class Trouble(StationTest):
             self.cq("job", "check", self.job)
             seen = len(lines)
 
+    def test_takes_what_arrives_until_the_goodbye_is_answered(self):
+        log = self.folder / "log"
+        link, _ = self.instrument("--calibrated", "--max-packet", 1024, "--latency", 30, "--log", log,
+                                  "--press-every", "0.02:trial")
+        self.start_station("--instrument", link)
+        self.wait_for(lambda: self.job.read_text().count("measurement") > 2, "measurements")
+        self.station.send_signal(signal.SIGINT)
+        self.assertEqual(self.station.wait(PATIENCE), 0)
+        events = [json.loads(line) for line in self.job.read_text().splitlines()]
+        taken = [self.running_number(bytes.fromhex(event["record"]))
+                 for event in events if event["event"] == "measurement"]
+        self.assertEqual(taken, list(range(taken[0], self.last_sent(log) + 1)))
+
     def test_found_again_by_its_serial_number_while_others_go_on(self):
         fleet = self.start_fleet(2)
         ports = [self.folder / "port-1", self.folder / "port-2"]

@@ -43,8 +43,7 @@ Instrument::Instrument(CqHandle handle, bool isWireless, std::string port)
 }
 
 Instrument::~Instrument() {
-    cqSetMeasurementResultReceivedCallback(handle_, nullptr, nullptr);
-    cqClose(handle_);
+    cqClose(handle_);  // the callback stays: measurements arrive until the goodbye is answered
 }
 
 void Instrument::listen(Pressed pressed) {

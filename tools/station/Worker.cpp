@@ -1,6 +1,7 @@
 #include "Worker.h"
 
 #include <chrono>
+#include <iostream>
 #include <utility>
 
 #include "exchange/Exchange.h"
@@ -136,11 +137,14 @@ void Worker::run() {
     while (waitForWork()) {
         work();
     }
-    {
-        const std::scoped_lock lock(mutex_);
-        closable_.reset();
+    if (instrument_ != nullptr) {
+        instrument_->close();  // measurements arrive until the goodbye is answered
     }
-    instrument_.reset();
+    writePressed();
+    if (!pressed_.empty()) {
+        std::cerr << "cq: " << pressed_.size() << " measurements of " << place_.name
+                  << " are lost, " << problem_ << std::endl;
+    }
 }
 
 /// \return false at the end. Looks after the instrument while there is nothing to do.

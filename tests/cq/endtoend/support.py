@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import pty
+import re
 import shlex
 import signal
 import subprocess
@@ -72,6 +73,19 @@ class CqTest(unittest.TestCase):
         self.addCleanup(process.communicate)
         self.wait_for(link.is_symlink, "the virtual instrument")
         return link, process.stdin
+
+    def last_sent(self, log):
+        """The running number of the last measurement that an instrument with this log, and packets of
+        1024, sent before it answered the goodbye."""
+        goodbye = "host < .* disconnect acknowledgement"
+        self.wait_for(lambda: re.search(goodbye, log.read_text()), "the goodbye's answer")
+        before = re.split(goodbye, log.read_text())[0]
+        sent = re.findall("host < .* operation=0x2[34] .* : (.*)", before)
+        return self.running_number(bytes.fromhex(sent[-1])[11:])
+
+    @staticmethod
+    def running_number(record):
+        return int.from_bytes(record[8:12], "little")
 
     def silent_port(self):
         """A port that opens, and the other end, where nobody answers."""

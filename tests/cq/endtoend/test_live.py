@@ -193,6 +193,17 @@ class Monitor(CqTest):
         self.assertIn("waiting", monitor.stderr.readline())
         self.interrupt(monitor, status=0)
 
+    def test_takes_what_arrives_until_the_goodbye_is_answered(self):
+        log = self.folder / "log"
+        link, _ = self.instrument("--calibrated", "--max-packet", 1024, "--latency", 30, "--log", log,
+                                  "--press-every", "0.02:trial")
+        monitor = self.start("monitor", "--port", link, "--json")
+        lines = [monitor.stdout.readline() for _ in range(3)]
+        out, _ = self.interrupt(monitor, status=0)
+        taken = [self.running_number(bytes.fromhex(json.loads(line)["record"]))
+                 for line in [*lines, *out.splitlines()]]
+        self.assertEqual(taken, list(range(taken[0], self.last_sent(log) + 1)))
+
     def test_saves_to_a_new_file_only(self):
         saved = self.folder / "day.json"
         self.cq("monitor", *PRESSING, "--count", 3, "--output", saved)

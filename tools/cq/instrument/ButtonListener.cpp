@@ -20,7 +20,8 @@ constexpr std::chrono::milliseconds kReopenInterval{250};
 
 }  // namespace
 
-/// Passes measurements from the library's thread to the command's, over one connection.
+/// Passes measurements from the library's thread to the command's, over one connection, which must be
+/// closed before this goes.
 class ButtonListener::Queue {
   public:
     Queue(const Connection& connection, Interrupt& interrupt)
@@ -32,12 +33,11 @@ class ButtonListener::Queue {
             cqSetMeasurementResultReceivedCallback(connection_.handle(), &Queue::receive, this),
             Operation::listenForMeasurements);
     }
-    ~Queue() { cqSetMeasurementResultReceivedCallback(connection_.handle(), nullptr, nullptr); }
     Queue(const Queue&) = delete;
     Queue& operator=(const Queue&) = delete;
 
-    /// The next measurement; nothing after Ctrl-C, or when the connection has ended, of which
-    /// lossCode() tells.
+    /// Waits for the next measurement; nothing after Ctrl-C, or when the connection has ended, of
+    /// which lossCode() tells.
     std::optional<Pressed> next() {
         std::unique_lock lock(mutex_);
         const auto isWoken = [this] { return !waiting_.empty() || interrupt_.happened(); };
@@ -51,12 +51,13 @@ class ButtonListener::Queue {
                 return std::nullopt;
             }
         }
-        if (waiting_.empty()) {
-            return std::nullopt;
-        }
-        const Pressed pressed = waiting_.front();
-        waiting_.pop_front();
-        return pressed;
+        return front();
+    }
+
+    /// A measurement that has come, if there is one.
+    std::optional<Pressed> take() {
+        const std::scoped_lock lock(mutex_);
+        return front();
     }
 
     std::uint32_t lossCode() const { return lossCode_; }
@@ -78,6 +79,15 @@ class ButtonListener::Queue {
         // An instrument that is busy or slow is not gone.
         return code == CQ_NO_SESSION || code == CQ_DEVICE_IS_CLOSED ? code
                                                                     : std::uint32_t{CQ_NO_ERROR};
+    }
+
+    std::optional<Pressed> front() {
+        if (waiting_.empty()) {
+            return std::nullopt;
+        }
+        const Pressed pressed = waiting_.front();
+        waiting_.pop_front();
+        return pressed;
     }
 
     static void receive(bool isStandard, const CqMeasurementRecord* record, void* user) {
@@ -115,19 +125,22 @@ void ButtonListener::open() {
 
 std::optional<Pressed> ButtonListener::next(ExitStatus whenInterrupted) {
     for (;;) {
-        if (auto pressed = queue_->next()) {
+        if (connection_ != nullptr) {
+            if (auto pressed = queue_->next()) {
+                return pressed;
+            }
+            if (options_.useVirtual && !interrupt_.happened()) {
+                check(queue_->lossCode(), Operation::listenForMeasurements);
+            }
+            connection_.reset();  // measurements arrive until the goodbye is answered
+        }
+        if (auto pressed = queue_->take()) {
             return pressed;
         }
         if (interrupt_.happened()) {
             return std::nullopt;
         }
-        const std::uint32_t code = queue_->lossCode();
-        if (options_.useVirtual) {
-            check(code, Operation::listenForMeasurements);
-        }
-        queue_.reset();
-        connection_.reset();
-        notes_ << "cq: " << cqGetResultText(code)
+        notes_ << "cq: " << cqGetResultText(queue_->lossCode())
                << "; waiting for the instrument to come back, Ctrl-C ends" << std::endl;
         reopen(whenInterrupted);
         notes_ << "back on " << connection_->portName() << std::endl;
@@ -146,7 +159,6 @@ void ButtonListener::reopen(ExitStatus whenInterrupted) {
             }
         } catch (const Failure&) {
             // Not yet, or not all of it: the next attempt begins anew.
-            queue_.reset();
             connection_.reset();
         } catch (const Interrupted&) {
             endProcess(whenInterrupted);

@@ -29,7 +29,7 @@ class ButtonListener {
     ButtonListener(const ButtonListener&) = delete;
     ButtonListener& operator=(const ButtonListener&) = delete;
 
-    /// The next measurement; nothing after Ctrl-C. Throws Failure when a virtual instrument, which is
+    /// The next measurement; nothing after Ctrl-C and the last one before the goodbye. Throws Failure when a virtual instrument, which is
     /// this command's own, has gone.
     /// \param whenInterrupted the exit status after Ctrl-C while it waits for the instrument to come
     /// back, which ends the process.
@@ -45,8 +45,8 @@ class ButtonListener {
     Interrupt& interrupt_;
     std::ostream& notes_;
     std::function<void(Connection&)> connected_;
+    std::unique_ptr<Queue> queue_;  // of the connection below, or with what it has brought
     std::unique_ptr<Connection> connection_;
-    std::unique_ptr<Queue> queue_;
 };
 
 }  // namespace cqtool
