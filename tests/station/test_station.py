@@ -160,11 +160,16 @@ class Interface(StationTest):
             ("/api/instruments", {"Origin": f"http://{own}"}, True, 200),
             ("/api/instruments", {"Host": f"localhost:{self.port}"}, True, 200),
             ("/api/live", {}, True, 426),
+            ("/api/jobs/lot 1?last=x", {}, True, 400),
+            ("/api/events?job=lot 1&after=-1", {}, True, 400),
             ("/api/jobs/..%2Fsecret", {}, True, 409),
             ("/%zz", {}, True, 404),
         ):
             found, _ = self.request("GET", path, headers=headers, token=token)
             self.assertEqual(found, status, (path, headers))
+        listener = Listener(self.port, self.token, "job=lot%201&after=-1")
+        self.addCleanup(listener.close)
+        self.assertIn(" 400 ", listener.status)
         for body, status in ((b"x" * 70000, 413), (b"{", 400), (b"[]", 400),
                              ({"kind": "tile"}, 400), ({"kind": 3}, 400)):
             found, _ = self.request("POST", "/api/instruments/1/measure", body)

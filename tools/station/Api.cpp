@@ -1,6 +1,5 @@
 #include "Api.h"
 
-#include <charconv>
 #include <optional>
 #include <utility>
 
@@ -22,13 +21,6 @@ struct NotFound {};
 
 Response json(const Json& content, int status = 200) {
     return {status, "application/json", content.dump(), {}};
-}
-
-std::optional<std::uint64_t> numberIn(const std::string& text) {
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool isNumber = error == std::errc{} && end == text.data() + text.size();
-    return isNumber && !text.empty() ? std::optional(number) : std::nullopt;
 }
 
 /// "jobs" and "lot 12/measurements/3" of "/api/jobs/lot 12/measurements/3" without "/api".
@@ -157,7 +149,7 @@ Response Api::get(const std::string& path, const Request& request) {
 Response Api::job(const std::string& name, const std::string& rest, const Request& request) {
     const auto journal = jobs_.open(name);
     if (rest.empty()) {
-        const auto most = numberIn(request.queried("last")).value_or(kMostMeasurements);
+        const auto most = request.queriedNumber("last").value_or(kMostMeasurements);
         return json(journal->with([&](const cqtool::Job& job) {
             return jobJson(name, job, std::min<std::uint64_t>(most, kMostMeasurements));
         }));
@@ -196,14 +188,13 @@ Response Api::measurement(Journal& journal, const std::string& rest) {
 
 Response Api::events(const Request& request) {
     const std::string name = request.queried("job");
-    const std::string after = request.queried("after");
-    const auto number = after.empty() ? std::optional<std::uint64_t>(0) : numberIn(after);
-    if (name.empty() || !number) {
+    const auto number = request.queriedNumber("after").value_or(0);
+    if (name.empty()) {
         throw cqtool::UsageError("it is /api/events?job=NAME&after=N");
     }
     const auto journal = jobs_.open(name);
     std::string list;
-    for (const std::string& message : journal->messagesAfter(*number, kMostEvents)) {
+    for (const std::string& message : journal->messagesAfter(number, kMostEvents)) {
         list.append(list.empty() ? "" : ",").append(message);
     }
     return {

@@ -235,10 +235,10 @@ class Connection : public std::enable_shared_from_this<Connection> {
             return respond(refusal(503, "there are too many listeners"), message.version(), false);
         }
         try {
-            const std::string after = request.queried("after");
-            feed_.emplace(
-                *hub_.jobs, *hub_.states, request.queried("job"),
-                after.empty() ? std::nullopt : std::optional<std::uint64_t>(std::stoull(after)));
+            feed_.emplace(*hub_.jobs, *hub_.states, request.queried("job"),
+                          request.queriedNumber("after"));
+        } catch (const cqtool::UsageError& error) {
+            return respond(refusal(400, error.what()), message.version(), false);
         } catch (const std::exception& error) {
             return respond(refusal(404, error.what()), message.version(), false);
         }

@@ -1,8 +1,10 @@
 #include "Web.h"
 
+#include <charconv>
 #include <optional>
 #include <string_view>
 
+#include "Failure.h"
 #include "text/Json.h"
 
 namespace station {
@@ -35,6 +37,22 @@ std::optional<std::string> decoded(std::string_view text, bool isQuery) {
 }
 
 }  // namespace
+
+std::optional<std::uint64_t> numberIn(const std::string& text) {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc{} && end == text.data() + text.size();
+    return isNumber && !text.empty() ? std::optional(number) : std::nullopt;
+}
+
+std::optional<std::uint64_t> Request::queriedNumber(const std::string& name) const {
+    const std::string text = queried(name);
+    const auto number = numberIn(text);
+    if (!text.empty() && !number) {
+        throw cqtool::UsageError("\"" + name + "\" is a whole number");
+    }
+    return number;
+}
 
 bool parseTarget(const std::string& target, Request& request) {
     const std::string_view whole = target;

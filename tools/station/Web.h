@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace station {
@@ -22,6 +24,8 @@ struct Request {
         const auto found = query.find(name);
         return found == query.end() ? std::string() : found->second;
     }
+    /// The same of a whole number. Throws cqtool::UsageError for another value.
+    std::optional<std::uint64_t> queriedNumber(const std::string& name) const;
 };
 
 struct Response {
@@ -32,6 +36,9 @@ struct Response {
 };
 
 using Respond = std::function<void(Response)>;
+
+/// The whole number from 0 that a text is; nothing for another text.
+std::optional<std::uint64_t> numberIn(const std::string& text);
 
 /// Takes a target such as "/api/jobs/lot%2012?last=5" apart; false if it is none.
 bool parseTarget(const std::string& target, Request& request);
