@@ -29,8 +29,8 @@ class ButtonListener {
     ButtonListener(const ButtonListener&) = delete;
     ButtonListener& operator=(const ButtonListener&) = delete;
 
-    /// The next measurement; nothing after Ctrl-C and the last one before the goodbye. Throws Failure when a virtual instrument, which is
-    /// this command's own, has gone.
+    /// The next measurement; after Ctrl-C those that arrive until the goodbye is answered, then nothing.
+    /// Throws Failure when a virtual instrument, which is this command's own, has gone.
     /// \param whenInterrupted the exit status after Ctrl-C while it waits for the instrument to come
     /// back, which ends the process.
     std::optional<Pressed> next(ExitStatus whenInterrupted);
