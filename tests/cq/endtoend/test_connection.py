@@ -1,5 +1,6 @@
 """Ports that are missing, silent or go away, refusals, and Ctrl-C."""
 
+import json
 import os
 import signal
 import time
@@ -84,6 +85,14 @@ class CtrlC(CqTest):
                 self.assertEqual([p.name for p in self.folder.iterdir()], ["log"])
                 self.assertIn("55 aa a4", log.read_text().lower())  # the farewell
                 log.unlink()
+
+    def test_shows_what_a_series_has_measured(self):
+        link, _ = self.instrument("--calibrated")
+        saved = self.folder / "a.csv"
+        series = self.start("measure", "trial", "--count", 9999, "--json", "--port", link, "--output", saved)
+        self.wait_for((self.folder / "a-0003.csv").exists, "the third measurement")
+        out, _ = self.interrupt(series, status=130)
+        self.assertEqual(len(json.loads(out)["measurements"]), len(list(self.folder.glob("a-*.csv"))))
 
     def test_ends_listening(self):
         process, link = self.start_with_link("monitor", options="--calibrated")

@@ -250,25 +250,36 @@ class Measuring {
     }
 
     void measureSeries(const Connection& connection) {
-        JsonList list;
-        if (!options_.output.json) {
-            printTitle(connection.portName());
-        }
-        for (std::uint32_t number = 1; number <= options_.count; ++number) {
-            const Taken taken = take(connection, number);
-            if (options_.output.json) {
-                list.push_back(jsonOf(taken));
-            } else {
-                printOneOfSeries(taken, number);
-            }
-        }
         if (options_.output.json) {
-            out_ << pageOfJson(
-                {{"port", connection.portName()}, {"measurements", std::move(list)}});
-        } else if (options_.isSaved()) {
+            return measureSeriesAsJson(connection);
+        }
+        printTitle(connection.portName());
+        for (std::uint32_t number = 1; number <= options_.count; ++number) {
+            printOneOfSeries(take(connection, number), number);
+        }
+        if (options_.isSaved()) {
             out_ << "records written to " << shown(options_.fileOf(1)) << " to "
                  << shown(options_.fileOf(options_.count)) << '\n';
         }
+    }
+
+    /// What ends the series early takes nothing back: it shows those before.
+    void measureSeriesAsJson(const Connection& connection) {
+        JsonList list;
+        const auto print = [&] {
+            out_ << pageOfJson({{"port", connection.portName()}, {"measurements", list}});
+        };
+        try {
+            for (std::uint32_t number = 1; number <= options_.count; ++number) {
+                list.push_back(jsonOf(take(connection, number)));
+            }
+        } catch (...) {
+            if (!list.empty()) {
+                print();
+            }
+            throw;
+        }
+        print();
     }
 
     const MeasureOptions& options_;
