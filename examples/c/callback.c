@@ -30,9 +30,8 @@ int main(int argc, char** argv) {
     puts("Press the instrument's button; Enter here ends.");
     getchar();
 
-    /* When this returns, the callback has ended and is not called again. */
-    cqSetMeasurementResultReceivedCallback(instrument, NULL, NULL);
-    printf("measurements received: %d\n", received.count);
+    /* Measurements arrive until this returns; then the callback has ended and is not called again. */
     cqClose(instrument);
+    printf("measurements received: %d\n", received.count);
     return 0;
 }
