@@ -109,7 +109,7 @@ void addStandardsImport(CommandLine& group, const Environment& environment) {
                     .isRequired = true},
                    options->file);
     line.addOption(
-        {"--format", "NAME", "csv, json, cgats or raw (default: by the file's extension)"},
+        {"--format", "NAME", "csv, json, cgats, cxf or raw (default: by the file's extension)"},
         options->format);
     addOptions(line, *options);
     line.setExamples(

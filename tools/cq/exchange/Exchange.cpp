@@ -183,7 +183,7 @@ RecordSet parsedRecords(std::string_view content, ExchangeFormat format, const s
             return recordsOfCxf(content, source);
         case ExchangeFormat::html:
             throw Failure(source + " is a report, which is for people and not read back",
-                          "export as csv, json, cgats or raw");
+                          "export as csv, json, cgats, cxf or raw");
         case ExchangeFormat::raw:
             break;
     }
