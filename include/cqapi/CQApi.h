@@ -252,10 +252,9 @@ CQ_API uint32_t cqScanBleSlaves(const char* adapterPortName, CqBleSlave** slaves
 
 /** Says goodbye to the instrument, closes its port and invalidates the handle. Calls that wait on it
  *  end with CQ_DEVICE_IS_CLOSED. Waits for a running callback and then at most 1.5 s, usually much
- *  less (4 s if a wireless adapter no longer answers), also when the port takes no more bytes. Until
- *  it returns the callback still gets what a wired instrument's button measures. An unknown or null
- *  handle is ignored. Do not call it from the handle's own callback: the goodbye is then said at the
- *  next opening or closing of any handle. */
+ *  less (4 s if a wireless adapter no longer answers), also when the port takes no more bytes. An
+ *  unknown or null handle is ignored. Do not call it from the handle's own callback: the goodbye is
+ *  then said at the next opening or closing of a handle. Callbacks may come until it returns. */
 CQ_API void cqClose(CqHandle handle);
 
 /** True while the handle is open. Does not ask the instrument whether it is still there. */

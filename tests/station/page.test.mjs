@@ -122,6 +122,19 @@ async function picture(name) {
   }
 }
 
+/** The station's next answer to such a request, which waits until it is let go. */
+async function heldBack(address) {
+  let hasCome = false;
+  let mayGo = false;
+  await page.route(address, async (route) => {
+    const response = await route.fetch();
+    hasCome = true;
+    await until(() => mayGo, "an answer's release");
+    await route.fulfill({ response });
+  }, { times: 1 });
+  return { hasCome: () => until(() => hasCome, "an answer"), letGo: () => { mayGo = true; } };
+}
+
 test("from a refusal by calibration and the instrument's button to a verdict, and undo", async () => {
   assert.equal(new URL(page.url()).search, "", "the token is not on the screen");
   await page.route("**/api/instruments", () => {}); // the station takes its time
@@ -234,4 +247,26 @@ test("the keyboard alone, a scanner, and the second instrument", async () => {
   await page.keyboard.press("1");
   await shows("#title", "Lot <12>");
   await rowCount(2);
+
+  // An answer that is older than a measurement on the screen does not hide it.
+  let answer = await heldBack("**/api/jobs/lot");
+  spawnSync(cq, ["job", "remark", "lot.cqjob", "dusty", "--on", "batch t"], { cwd: folder });
+  await answer.hasCome();
+  tell("1 press trial");
+  await rowCount(3);
+  answer.letGo();
+  await page.waitForSelector("#rows tr:has-text('dusty')", { timeout: kPatience });
+  assert.equal(await page.$$eval("#rows tr", (rows) => rows.length), 3);
+
+  // A name that is typed while the instrument measures stays there.
+  answer = await heldBack("**/measure");
+  await page.keyboard.press("t");
+  await answer.hasCome();
+  await page.focus("#name");
+  await page.keyboard.type("next");
+  const answered = page.waitForResponse("**/measure");
+  answer.letGo();
+  await answered;
+  await page.waitForTimeout(100);
+  assert.equal(await page.inputValue("#name"), "next");
 });

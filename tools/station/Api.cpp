@@ -12,6 +12,7 @@ namespace station {
 namespace {
 
 using cqtool::Failure;
+using cqtool::JsonMembers;
 
 constexpr std::size_t kMostMeasurements = 200;
 constexpr std::size_t kMostEvents = 1000;
@@ -30,66 +31,31 @@ std::pair<std::string, std::string> split(const std::string& path) {
             slash == std::string::npos ? std::string() : path.substr(slash + 1)};
 }
 
-// The members of a request's body. Each throws UsageError for what it cannot be.
-
-const Json* memberOf(const Json& body, const char* name) {
-    const auto found = body.find(name);
-    return found == body.end() || found->is_null() ? nullptr : &*found;
-}
-
 /// Without control characters, which would be shown as others.
-std::string textIn(const Json& body, const char* name) {
-    const Json* const member = memberOf(body, name);
-    if (member == nullptr) {
-        return {};
+std::string textIn(const JsonMembers& body, const char* name) {
+    const std::string text = body.text(name);
+    if (text.size() > kLongestText) {
+        body.refuse(name, "must have at most " + std::to_string(kLongestText) + " bytes");
     }
-    if (!member->is_string() || member->get_ref<const std::string&>().size() > kLongestText) {
-        throw cqtool::UsageError(std::string("\"") + name + "\" is a text of at most " +
-                                 std::to_string(kLongestText) + " bytes");
-    }
-    const std::string text = cqtool::shown(member->get_ref<const std::string&>());
-    return std::string(cqtool::trimmed(text));
+    return std::string(cqtool::trimmed(cqtool::shown(text)));
 }
 
-std::string choiceIn(const Json& body, const char* name, const char* one, const char* other) {
+std::string choiceIn(const JsonMembers& body, const char* name, const char* one,
+                     const char* other) {
     std::string text = textIn(body, name);
     if (text != one && text != other) {
-        throw cqtool::UsageError(std::string("\"") + name + "\" is \"" + one + "\" or \"" + other +
-                                 '"');
+        body.refuse(name, std::string("must be \"") + one + "\" or \"" + other + '"');
     }
     return text;
-}
-
-std::optional<std::uint64_t> countIn(const Json& body, const char* name) {
-    const Json* const member = memberOf(body, name);
-    if (member != nullptr && !member->is_number_unsigned()) {
-        throw cqtool::UsageError(std::string("\"") + name + "\" is a whole number");
-    }
-    return member == nullptr ? std::nullopt : std::optional(member->get<std::uint64_t>());
-}
-
-std::vector<std::string> textsIn(const Json& body, const char* name) {
-    std::vector<std::string> texts;
-    if (const Json* const member = memberOf(body, name)) {
-        for (const Json& text : *member) {
-            if (!text.is_string()) {
-                throw cqtool::UsageError(std::string("\"") + name + "\" is a list of texts");
-            }
-            texts.push_back(text.get<std::string>());
-        }
-    }
-    return texts;
 }
 
 Json bodyOf(const Request& request) {
     if (!request.contentType.starts_with("application/json")) {
         throw cqtool::UsageError("the body must be JSON, and Content-Type application/json");
     }
-    Json body = Json::parse(request.body, nullptr, false);
-    if (!body.is_object()) {
-        throw cqtool::UsageError("the body must be a JSON object");
-    }
-    return body;
+    return cqtool::parsedObject(request.body, [](const std::string& problem) {
+        throw cqtool::UsageError("the body " + problem);
+    });
 }
 
 Worker::Reply answerTo(const Respond& respond) {
@@ -112,13 +78,16 @@ void Api::handle(const Request& request, const Respond& respond) {
         if (request.method == "GET") {
             respond(get(path, request));
         } else if (request.method == "POST") {
-            post(path, bodyOf(request), respond);
+            const Json body = bodyOf(request);
+            post(path, JsonMembers(body), respond);
         } else {
             respond(refusal(405, "there is GET and POST"));
         }
     } catch (const NotFound&) {
         respond(refusal(404, "there is no " + request.path));
     } catch (const cqtool::UsageError& error) {
+        respond(refusal(400, error.what()));
+    } catch (const cqtool::WrongMember& error) {
         respond(refusal(400, error.what()));
     } catch (const Failure& failure) {
         respond(refusal(409, failure.what(), failure.advice()));
@@ -204,7 +173,7 @@ Response Api::events(const Request& request) {
         {}};
 }
 
-void Api::post(const std::string& path, const Json& body, const Respond& respond) {
+void Api::post(const std::string& path, const JsonMembers& body, const Respond& respond) {
     const auto [first, rest] = split(path);
     const auto [name, action] = split(rest);
     if (path == "jobs") {
@@ -220,12 +189,12 @@ void Api::post(const std::string& path, const Json& body, const Respond& respond
     command(*worker->second, action, body, respond);
 }
 
-Response Api::makeJob(const Json& body) {
+Response Api::makeJob(const JsonMembers& body) {
     cqtool::Job job;
     job.title = textIn(body, "title");
     job.operatorName = textIn(body, "operator");
-    job.limits = cqtool::limitsOf(textsIn(body, "tolerances"), textsIn(body, "warnings"));
-    for (const std::string& text : textsIn(body, "illuminants")) {
+    job.limits = cqtool::limitsOf(body.texts("tolerances"), body.texts("warnings"));
+    for (const std::string& text : body.texts("illuminants")) {
         job.viewing.illuminants.push_back(cqtool::illuminantNamed(text));
     }
     if (job.viewing.illuminants.empty()) {
@@ -235,9 +204,10 @@ Response Api::makeJob(const Json& body) {
     return json({{"job", journal->name()}}, 201);
 }
 
-Response Api::changeJob(const std::string& name, const std::string& action, const Json& body) {
+Response Api::changeJob(const std::string& name, const std::string& action,
+                        const JsonMembers& body) {
     const auto journal = jobs_.open(name);
-    const auto number = countIn(body, "number");
+    const auto number = body.count("number");
     if (action == "undo") {
         return json({{"number", journal->append([&](const cqtool::Job& job) {
                           const auto* const struck = number ? job.find(*number) : job.last();
@@ -262,7 +232,7 @@ Response Api::changeJob(const std::string& name, const std::string& action, cons
     throw NotFound();
 }
 
-void Api::command(Worker& worker, const std::string& action, const Json& body,
+void Api::command(Worker& worker, const std::string& action, const JsonMembers& body,
                   const Respond& respond) {
     if (action == "measure") {
         const std::string kind = choiceIn(body, "kind", "standard", "trial");
@@ -274,7 +244,7 @@ void Api::command(Worker& worker, const std::string& action, const Json& body,
     } else if (action == "job") {
         worker.setJob(textIn(body, "job"), answerTo(respond));
     } else if (action == "standard") {
-        worker.setStandard(countIn(body, "number"), answerTo(respond));
+        worker.setStandard(body.count("number"), answerTo(respond));
     } else {
         throw NotFound();
     }

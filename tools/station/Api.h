@@ -6,6 +6,7 @@
 
 #include "Jobs.h"
 #include "States.h"
+#include "text/JsonMembers.h"
 #include "Web.h"
 #include "Worker.h"
 
@@ -28,10 +29,11 @@ class Api {
     Response job(const std::string& name, const std::string& rest, const Request& request);
     Response measurement(Journal& journal, const std::string& rest);
     Response events(const Request& request);
-    void post(const std::string& path, const Json& body, const Respond& respond);
-    Response makeJob(const Json& body);
-    Response changeJob(const std::string& name, const std::string& action, const Json& body);
-    void command(Worker& worker, const std::string& action, const Json& body,
+    void post(const std::string& path, const cqtool::JsonMembers& body, const Respond& respond);
+    Response makeJob(const cqtool::JsonMembers& body);
+    Response changeJob(const std::string& name, const std::string& action,
+                       const cqtool::JsonMembers& body);
+    void command(Worker& worker, const std::string& action, const cqtool::JsonMembers& body,
                  const Respond& respond);
 
     Jobs& jobs_;

@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <utility>
 
-#include "Failure.h"
-
 namespace cqtool {
+namespace {
+
+constexpr std::size_t kLongestShown = 60;  // in bytes
+
+}  // namespace
 
 JsonMembers::JsonMembers(const Json& object, std::string where)
     : object_(object), where_(std::move(where)) {
     if (!object.is_object()) {
-        throw Failure((where_.empty() ? "it" : where_) + " must be an object");
+        throw WrongMember((where_.empty() ? "it" : where_) + " must be an object");
     }
 }
 
@@ -70,8 +73,9 @@ std::optional<double> JsonMembers::number(const char* name) const {
 
 void JsonMembers::refuse(const char* name, const std::string& demand) const {
     const Json* const member = find(name);
-    const bool isShort = member != nullptr && member->is_primitive();
-    throw Failure(placeOf(name) + ' ' + demand + (isShort ? ", not " + member->dump() : ""));
+    const std::string found = member != nullptr ? member->dump() : std::string();
+    const bool isShown = !found.empty() && found.size() <= kLongestShown;
+    throw WrongMember(placeOf(name) + ' ' + demand + (isShown ? ", not " + found : ""));
 }
 
 Json parsedObject(std::string_view text, const std::function<void(const std::string&)>& refuse) {

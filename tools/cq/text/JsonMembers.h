@@ -7,12 +7,18 @@
 #include <string_view>
 #include <vector>
 
+#include "Failure.h"
 #include "text/Json.h"
 
 namespace cqtool {
 
-/// Reads the members of a JSON object; null counts as not there. A member that cannot be what is asked
-/// for throws a Failure that names its place and says what stands there.
+/// What is not what was asked for: the message names its place and says what stands there.
+class WrongMember : public Failure {
+  public:
+    using Failure::Failure;
+};
+
+/// Reads the members of a JSON object; null counts as not there. Throws WrongMember.
 class JsonMembers {
   public:
     /// \param object must live as long as this does.

@@ -93,10 +93,21 @@ function nameDifference() {
   by("deltaHead").textContent = job.measurements.findLast((result) => result.difference)?.difference.formula ?? "ΔE";
 }
 
+const jobOfCurrent = () => state()?.job ?? null;
+
 async function loadJob() {
-  const name = state()?.job ?? null;
-  jobNames = (await get("jobs")).jobs;
-  job = name === null ? null : await get("jobs", name);
+  const name = jobOfCurrent();
+  const load = () => (name === null ? null : get("jobs", name));
+  const { jobs: names } = await get("jobs");
+  let loaded = await load();
+  if (live.job === name && loaded?.lastNumber < live.after) {
+    loaded = await load(); // it was on its way when more was told
+  }
+  if (name !== jobOfCurrent()) {
+    return; // another one is wanted meanwhile
+  }
+  jobNames = names;
+  job = loaded;
   showJob(job, jobNames, state());
   if (job === null) {
     by("rows").replaceChildren();
@@ -211,11 +222,13 @@ function sound(grade) {
 
 // ---- keys and buttons
 
-const measure = (kind) => command("measure", { kind, name: by("name").value }).then((done) => {
-  if (done) {
-    by("name").value = "";
+async function measure(kind) {
+  const name = by("name").value;
+  const done = await command("measure", { kind, name });
+  if (done && by("name").value === name) {
+    by("name").value = ""; // unless the next one's has been typed meanwhile
   }
-});
+}
 
 const buttons = {
   trial: () => measure("trial"),
