@@ -236,9 +236,7 @@ class Trouble(StationTest):
             seen = len(lines)
 
     def test_takes_what_arrives_until_the_goodbye_is_answered(self):
-        log = self.folder / "log"
-        link, _ = self.instrument("--calibrated", "--max-packet", 1024, "--latency", 30, "--log", log,
-                                  "--press-every", "0.02:trial")
+        link, log = self.pressing_instrument()
         self.start_station("--instrument", link)
         self.wait_for(lambda: self.job.read_text().count("measurement") > 2, "measurements")
         self.station.send_signal(signal.SIGINT)

@@ -42,7 +42,7 @@ std::optional<std::uint64_t> numberIn(const std::string& text) {
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     const bool isNumber = error == std::errc{} && end == text.data() + text.size();
-    return isNumber && !text.empty() ? std::optional(number) : std::nullopt;
+    return isNumber ? std::optional(number) : std::nullopt;
 }
 
 std::optional<std::uint64_t> Request::queriedNumber(const std::string& name) const {

@@ -74,9 +74,16 @@ class CqTest(unittest.TestCase):
         self.wait_for(link.is_symlink, "the virtual instrument")
         return link, process.stdin
 
+    def pressing_instrument(self):
+        """One whose button is pressed again and again, on a slow line; its port, and its log with each
+        measurement in a packet of its own."""
+        log = self.folder / "log"
+        link, _ = self.instrument("--calibrated", "--max-packet", 1024, "--latency", 30, "--log", log,
+                                  "--press-every", "0.02:trial")
+        return link, log
+
     def last_sent(self, log):
-        """The running number of the last measurement that an instrument with this log, and packets of
-        1024, sent before it answered the goodbye."""
+        """The running number of the last measurement that it sent before it answered the goodbye."""
         goodbye = "host < .* disconnect acknowledgement"
         self.wait_for(lambda: re.search(goodbye, log.read_text()), "the goodbye's answer")
         before = re.split(goodbye, log.read_text())[0]

@@ -194,9 +194,7 @@ class Monitor(CqTest):
         self.interrupt(monitor, status=0)
 
     def test_takes_what_arrives_until_the_goodbye_is_answered(self):
-        log = self.folder / "log"
-        link, _ = self.instrument("--calibrated", "--max-packet", 1024, "--latency", 30, "--log", log,
-                                  "--press-every", "0.02:trial")
+        link, log = self.pressing_instrument()
         monitor = self.start("monitor", "--port", link, "--json")
         lines = [monitor.stdout.readline() for _ in range(3)]
         out, _ = self.interrupt(monitor, status=0)
